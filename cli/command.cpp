@@ -1,0 +1,16 @@
+#include "cli/command.hpp"
+
+namespace kestu {
+
+Command& Command::add(const std::string& word, std::string abstractOfIt) {
+  return subcommands.emplace_back(path + " " + word, std::move(abstractOfIt));
+}
+
+void Command::flag(std::vector<std::string> names, bool& target, std::string help, bool hidden) {
+  options.push_back(
+      {std::move(names), "", std::move(help), [&target](const std::string&) { target = true; }, {}, hidden});
+}
+
+std::string Command::word() const { return path.substr(path.rfind(' ') + 1); }
+
+} // namespace kestu

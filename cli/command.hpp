@@ -1,0 +1,68 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestu {
+
+struct Context;
+
+/// An option as it is declared. `set` is called with each value given (empty for a flag) and throws a UsageError for a
+/// value that it does not take.
+struct Option {
+  std::vector<std::string> names; ///< "-a", "--app"
+  std::string value;              ///< the value's name in the help; empty for a flag
+  std::string help;
+  std::function<void(const std::string&)> set;
+  std::vector<std::string> choices; ///< for completion; empty when free
+  bool hidden = false;
+};
+
+struct Argument {
+  std::string name;
+  std::string help;
+  std::function<void(const std::string&)> set;
+  bool required = true;
+  std::vector<std::string> choices = {};
+};
+
+/// A command as it is declared: what help, parsing and completion are made from.
+class Command {
+ public:
+  Command(std::string itsPath, std::string itsAbstract) : path(std::move(itsPath)), abstract(std::move(itsAbstract)) {}
+
+  /// A subcommand, its word after this command's path.
+  Command& add(const std::string& word, std::string abstractOfIt);
+
+  void flag(std::vector<std::string> names, bool& target, std::string help, bool hidden = false);
+  void option(Option option) { options.push_back(std::move(option)); }
+  void argument(Argument argument) { arguments.push_back(std::move(argument)); }
+
+  std::string word() const;
+
+  std::string path; ///< "kestu assets push"
+  std::string abstract;
+  std::string discussion;
+  std::vector<Option> options;
+  std::vector<Argument> arguments;
+  std::deque<Command> subcommands;
+  std::function<void(Context&)> run; ///< none for a group
+  std::function<void()> validate;    ///< of several options together; throws a UsageError
+  bool takesAnything = false;        ///< what follows is not looked at
+};
+
+/// What was typed is not what the command takes; shown with the command's usage, status 2.
+class UsageError : public std::exception {
+ public:
+  explicit UsageError(std::string message) : message_(std::move(message)) {}
+  const char* what() const noexcept override { return message_.c_str(); }
+
+ private:
+  std::string message_;
+};
+
+} // namespace kestu

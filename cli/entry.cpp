@@ -1,0 +1,94 @@
+#include "cli/entry.hpp"
+
+#include "cli/args.hpp"
+#include "cli/arguments.hpp"
+#include "cli/command_tree.hpp"
+#include "cli/completion.hpp"
+#include "cli/help.hpp"
+#include "core/console/printable.hpp"
+
+#include <algorithm>
+#include <system_error>
+
+namespace kestu {
+
+namespace {
+
+constexpr int usageStatus = static_cast<int>(CLIError::Kind::usage);
+constexpr int failedStatus = static_cast<int>(CLIError::Kind::failed);
+
+/// The first word that is no option: the top-level command.
+std::string commandWord(const std::vector<std::string>& arguments) {
+  auto word =
+      std::find_if(arguments.begin(), arguments.end(), [](const std::string& a) { return !a.starts_with('-'); });
+  return word == arguments.end() ? "" : *word;
+}
+
+void generateCompletion(Context& context, const std::vector<std::string>& arguments) {
+  std::string shell = arguments.size() > 1 ? arguments[1] : "";
+  auto script = completionScript(rootCommand("*"), shell);
+  if (!script) throw UsageError("--generate-completion-script takes bash, zsh or fish.");
+  context.console.out(*script);
+}
+
+void run(Context& context, std::vector<std::string> arguments) {
+  if (!arguments.empty() && arguments[0] == "--generate-completion-script")
+    return generateCompletion(context, arguments);
+  if (!arguments.empty() && arguments[0] == "--version") return context.console.line(std::string(CLI::version));
+  bool asked = !arguments.empty() && arguments[0] == "help";
+  if (asked) {
+    arguments.erase(arguments.begin());
+    arguments.push_back("--help");
+  }
+  Command root = rootCommand(commandWord(arguments));
+  // A command that is not built yet takes whatever follows it.
+  for (const Command& command : root.subcommands) {
+    bool helped = std::find(arguments.begin(), arguments.end(), "--help") != arguments.end();
+    if (command.takesAnything && !helped && commandWord(arguments) == command.word()) return command.run(context);
+  }
+  Parsed parsed = parse(root, arguments);
+  if (parsed.help) return context.console.out(help(*parsed.command, context.console.width()));
+  parsed.command->run(context);
+}
+
+/// A word on a newer release, for a person at a terminal who did not ask to be left alone.
+void noticeUpdate(Context& context) {
+  auto newer = context.announced.newer();
+  if (!newer || !context.console.spins() || context.environment.has("CI") ||
+      context.environment.has("KESTU_NO_UPDATE_NOTIFIER")) {
+    return;
+  }
+  context.console.error("kestu " + printable(*newer) + " is out; this is " + std::string(CLI::version) + ".");
+}
+
+} // namespace
+
+int runEntry(Context& context, const std::vector<std::string>& arguments) {
+  int status = 0;
+  try {
+    Rewritten words = rewritten(arguments);
+    if (!words.notice.empty()) context.console.error(words.notice);
+    run(context, std::move(words.arguments));
+  } catch (const CLIError& error) {
+    context.console.error(error.description);
+    if (error.kind == CLIError::Kind::outdated) return error.status();
+    status = error.status();
+  } catch (const UsageError& error) {
+    context.console.error(error.what());
+    status = usageStatus;
+  } catch (const std::system_error& error) {
+    context.console.error(printable(error.what()));
+    status = failedStatus;
+  } catch (const Stopped&) {
+    throw;
+  } catch (const BrokenPipe&) {
+    throw;
+  } catch (const std::exception& error) {
+    context.console.error("Something went wrong in kestu itself: " + printable(error.what()));
+    status = failedStatus;
+  }
+  noticeUpdate(context);
+  return status;
+}
+
+} // namespace kestu

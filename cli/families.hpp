@@ -1,0 +1,15 @@
+#pragma once
+
+namespace kestu {
+
+class Command;
+
+void addLogin(Command& command);
+void addLogout(Command& command);
+void addWhoami(Command& command);
+void addApps(Command& command);
+void addLink(Command& command);
+void addConfig(Command& command);
+void addAssets(Command& command);
+
+} // namespace kestu

@@ -1,0 +1,159 @@
+#include "cli/context.hpp"
+#include "cli/families.hpp"
+#include "cli/options.hpp"
+#include "core/console/format.hpp"
+#include "core/console/printable.hpp"
+#include "core/console/qr.hpp"
+#include "core/console/table.hpp"
+#include "core/platform/machine_name.hpp"
+#include "core/service/device_flow.hpp"
+#include "core/support/moments.hpp"
+#include "core/support/text.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace kestu {
+
+namespace {
+
+const std::string environmentWins = "KESTU_TOKEN is set, so commands keep using it rather than this sign-in.";
+
+/// What has been used of one quota.
+struct Use {
+  std::int64_t used = 0;
+  std::int64_t limit = 0;
+  std::optional<Moment> resetsAt;
+
+  static Use read(const JSONValue& value) {
+    return {value.at("used").integer(), value.at("limit").integer(), value.find("resetsAt", &JSONValue::moment)};
+  }
+};
+
+struct WhoamiAnswer {
+  std::string name, email;
+  Grant grant;
+  Use window, week, minute;
+
+  static WhoamiAnswer read(const JSONValue& value) {
+    JSONValue account = value.at("account");
+    JSONValue quota = value.at("quota");
+    return {account.at("name").text(),     account.at("email").text(),  Grant::read(value.at("grant")),
+            Use::read(quota.at("window")), Use::read(quota.at("week")), Use::read(quota.at("minute"))};
+  }
+};
+
+void showStart(Context& context, const GlobalOptions& options, const DeviceStart& start) {
+  Console& console = context.console;
+  std::string link = printable(start.verificationUriComplete);
+  options.say(console, "Approve in kestu: " + printable(start.userCode) + "  " + link);
+  int columns = qrColumns(start.verificationUriComplete);
+  if (!options.quiet() && console.isTerminal(Stream::out) && columns > 0 && columns <= console.width()) {
+    console.line("\n" + qr(start.verificationUriComplete, console.styles()));
+  }
+  Moment until = context.clock.now() + start.expiresIn;
+  options.say(console,
+              "● Waiting for your approval in the kestu app, until " + Format::moment(until, context.clock.now()));
+}
+
+void runLogin(Context& context, const GlobalOptions& options) {
+  Credentials credentials = context.credentials();
+  credentials.checkKeyring();
+  Client client = context.client(std::nullopt);
+  DeviceStart start = DeviceFlow::start({std::string(CLI::client), machineName(), {}, std::nullopt}, client);
+  showStart(context, options, start);
+  SignedIn signedIn = DeviceFlow::wait(start, client);
+  credentials.save(signedIn.token);
+  if (credentials.isFromEnvironment()) context.console.error(environmentWins);
+  nlohmann::json answer = {{"signedIn", true}};
+  std::string done = "✓ Signed in";
+  if (signedIn.grant) {
+    answer["name"] = signedIn.grant->name;
+    answer["scopes"] = signedIn.grant->scopes;
+    done += " as " + printable(signedIn.grant->name);
+  }
+  options.emit(context.console, answer, done + "\nNext: kestu link");
+}
+
+void runLogout(Context& context, const GlobalOptions& options) {
+  Credentials credentials = context.credentials();
+  auto token = credentials.stored();
+  if (!token) {
+    if (credentials.isFromEnvironment()) {
+      throw CLIError(CLIError::Kind::failed,
+                     "KESTU_TOKEN is this sign-in, and only whoever set it can unset it. Nothing was signed out.");
+    }
+    throw CLIError::signedOut();
+  }
+  try {
+    context.client(token).post("/v1/auth/revoke");
+  } catch (const CLIError& error) {
+    // The service has forgotten it already: what is left is to forget it here.
+    if (error.kind != CLIError::Kind::signedOut) throw;
+  }
+  credentials.remove();
+  if (credentials.isFromEnvironment()) context.console.error("KESTU_TOKEN is set, so commands keep using it.");
+  options.emit(context.console, {{"signedOut", true}}, "✓ Signed out");
+}
+
+std::string scopesText(const std::vector<std::string>& scopes) {
+  std::vector<std::string> labels;
+  for (const std::string& scope : scopes) {
+    auto label = scopeLabel(scope);
+    labels.push_back(label ? std::string(*label) : printable(scope));
+  }
+  return labels.empty() ? "nothing" : Text::joined(labels, ", ");
+}
+
+std::string appsText(const Grant& grant) {
+  if (!grant.appIds) return "every app";
+  std::vector<std::string> ids;
+  for (std::int64_t id : *grant.appIds) ids.push_back(std::to_string(id));
+  return ids.empty() ? "none" : Text::joined(ids, ", ");
+}
+
+std::string approvalsText(const std::string& approvals) {
+  if (approvals == "every") return "every change waits for your approval";
+  if (approvals == "reaching") return "changes that reach customers wait for your approval";
+  if (approvals == "none") return "no change waits for your approval";
+  return printable(approvals);
+}
+
+std::string useText(const Use& use, Moment now) {
+  return Format::number(use.used) + " of " + Format::number(use.limit) + " calls" +
+         (use.resetsAt ? ", until " + Format::moment(*use.resetsAt, now) : "");
+}
+
+std::string whoamiText(const WhoamiAnswer& answer, Credentials::Source source, Moment now) {
+  return Format::table({
+      {"Account", printable(answer.name) + " (" + printable(answer.email) + ")"},
+      {"Sign-in", printable(answer.grant.name) + ", " + printable(answer.grant.client) +
+                      (source == Credentials::Source::environment ? ", from KESTU_TOKEN" : "")},
+      {"May use", scopesText(answer.grant.scopes)},
+      {"Apps", appsText(answer.grant)},
+      {"Approvals", approvalsText(answer.grant.approvals)},
+      {"5 hours", useText(answer.window, now)},
+      {"Week", useText(answer.week, now)},
+      {"Minute", useText(answer.minute, now)},
+  });
+}
+
+void runWhoami(Context& context, const GlobalOptions& options) {
+  auto current = context.credentials().current();
+  if (!current) throw CLIError::signedOut();
+  auto answer = context.client(current->token).get("/v1/auth/whoami", {}, WhoamiAnswer::read);
+  options.emitBody(context.console, answer.body, whoamiText(answer.value, current->source, context.clock.now()));
+}
+
+void add(Command& command, void (*run)(Context&, const GlobalOptions&)) {
+  auto options = std::make_shared<GlobalOptions>();
+  options->declare(command);
+  command.run = [options, run](Context& context) { run(context, *options); };
+}
+
+} // namespace
+
+void addLogin(Command& command) { add(command, runLogin); }
+void addLogout(Command& command) { add(command, runLogout); }
+void addWhoami(Command& command) { add(command, runWhoami); }
+
+} // namespace kestu

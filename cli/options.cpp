@@ -1,0 +1,136 @@
+#include "cli/options.hpp"
+
+#include "cli/context.hpp"
+#include "core/console/format.hpp"
+#include "core/support/printable_ascii.hpp"
+#include "core/support/text.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace kestu {
+
+namespace {
+
+const std::string yesHelp =
+    "Send it without asking. Otherwise what it changes is shown and asked about first, and without a "
+    "terminal to ask at (an agent, CI) nothing's sent.";
+const std::string jsonHelp = "json for kestu's answer as JSON, for scripts and agents (--json for short)";
+
+void declareAnswerFormat(Command& command, Output& output) {
+  command.option({{"-o", "--output"},
+                  "format",
+                  jsonHelp + ". For people when left out.",
+                  [&output](const std::string& value) {
+                    requireOneOf("--output", value, {"json"});
+                    output.format = TableFormat::json;
+                  },
+                  {"json"},
+                  false});
+  command.flag({"--json"}, output.json, "The same as --output json.", true);
+}
+
+} // namespace
+
+void requireOneOf(const std::string& name, const std::string& value, const std::vector<std::string>& words) {
+  if (std::find(words.begin(), words.end(), value) != words.end()) return;
+  throw UsageError(name + " is " + Text::orList(words) + ", not " + shown(value) + "." + "");
+}
+
+void addWords(std::vector<std::string>& target, const std::string& value) {
+  for (const std::string& piece : Text::split(value, ',')) {
+    if (std::string word = Text::trimmed(piece); !word.empty()) target.push_back(word);
+  }
+}
+
+void Output::say(Console& console, const std::string& line) const {
+  if (quiet()) {
+    console.error(line);
+  } else {
+    console.line(line);
+  }
+}
+
+void Output::emit(Console& console, const nlohmann::json& object, const std::string& done) const {
+  if (quiet()) {
+    console.out(JSON::pretty(object));
+  } else {
+    console.line(done);
+  }
+}
+
+void Output::emitBody(Console& console, const std::string& body, const std::string& done) const {
+  if (quiet()) {
+    console.out(Format::json(body, {}));
+  } else {
+    console.line(done);
+  }
+}
+
+void GlobalOptions::declare(Command& command) { declareAnswerFormat(command, *this); }
+
+void TableOptions::declare(Command& command) {
+  command.option(
+      {{"-o", "--output"},
+       "format",
+       jsonHelp + "; csv for a spreadsheet (> file.csv saves it); md for a Markdown table. For people when left out.",
+       [this](const std::string& value) {
+         std::string word = Text::lowercased(value);
+         if (word == "markdown") word = "md";
+         requireOneOf("--output", word, {"json", "csv", "md"});
+         format = word == "json" ? TableFormat::json : word == "csv" ? TableFormat::csv : TableFormat::md;
+       },
+       {"json", "csv", "md"},
+       false});
+  command.flag({"--json"}, json, "The same as --output json.", true);
+  command.validate = [this] {
+    if (json && format) throw UsageError("--json is --output json: one or the other.");
+  };
+}
+
+void TableOptions::write(Console& console, const std::string& body, const Table& table, const std::string& text) const {
+  if (json || format == TableFormat::json) {
+    console.out(Format::json(body, {}));
+  } else if (format == TableFormat::csv) {
+    console.out(Format::csv(table));
+  } else if (format == TableFormat::md) {
+    console.out(Format::markdown(table));
+  } else {
+    console.line(text);
+  }
+}
+
+void AppTarget::declare(Command& command, bool shortName) {
+  std::vector<std::string> names = {"--app"};
+  if (shortName) names.insert(names.begin(), "-a");
+  command.option({names,
+                  "app",
+                  "The app: its App Store ID, bundle ID or name. The repo's linked app when left out.",
+                  [this](const std::string& value) { app = value; },
+                  {},
+                  false});
+}
+
+void ChangeOptions::declare(Command& command) {
+  command.flag({"-y", "--yes"}, yes, yesHelp);
+  command.flag({"--dry-run"}, dryRun, "Show what it would change, and change nothing.");
+  command.flag({"--no-wait"}, noWait, "Don't wait for the approval in the kestu app: end when it's sent.");
+  declareAnswerFormat(command, *this);
+}
+
+void ChangeOptions::confirm(Context& context, const std::string& lines, bool waits) const {
+  ChangeFlow::confirm({yes, waits}, lines, context.console, context.stop);
+}
+
+void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,
+                         const std::string& done) const {
+  auto answer = ChangeFlow::send(client, request, dryRun, !noWait, [&](const Plan& plan) {
+    say(context.console, "● Waiting for your approval in the kestu app, until " +
+                             Format::moment(plan.expiresAt, context.clock.now()) + ".");
+  });
+  bool waiting = answer.value.plan && answer.value.plan->waits();
+  emitBody(context.console, answer.body, waiting ? "● Waiting for your approval in the kestu app." : done);
+}
+
+} // namespace kestu

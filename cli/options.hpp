@@ -1,0 +1,78 @@
+#pragma once
+
+#include "cli/command.hpp"
+#include "core/changes/change_flow.hpp"
+#include "core/console/console.hpp"
+#include "core/console/table.hpp"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kestu {
+
+struct Context;
+
+enum class TableFormat { json, csv, md };
+
+/// How a command's answer is written.
+class Output {
+ public:
+  bool json = false;
+  std::optional<TableFormat> format;
+
+  /// Whether the answer is for a machine.
+  bool quiet() const { return json || format.has_value(); }
+
+  /// A line for people: on standard error when standard output is for a machine.
+  void say(Console& console, const std::string& line) const;
+
+  /// The answer of a command that gives one object, or its line for people.
+  void emit(Console& console, const nlohmann::json& object, const std::string& done) const;
+
+  /// The same with the service's own JSON.
+  void emitBody(Console& console, const std::string& body, const std::string& done) const;
+};
+
+struct GlobalOptions : Output {
+  void declare(Command& command);
+};
+
+struct TableOptions : Output {
+  void declare(Command& command);
+
+  /// The rows in the format asked for, or `text` for people; JSON is the service's own.
+  void write(Console& console, const std::string& body, const Table& table, const std::string& text) const;
+};
+
+/// The app that a command is about.
+struct AppTarget {
+  std::optional<std::string> app;
+  void declare(Command& command, bool shortName);
+};
+
+/// The options of a command that changes something.
+struct ChangeOptions : Output {
+  bool yes = false;
+  bool dryRun = false;
+  bool noWait = false;
+
+  void declare(Command& command);
+
+  /// Shows the change and asks, unless --yes.
+  void confirm(Context& context, const std::string& lines, bool waits) const;
+
+  /// Sends a confirmed change, waits for its decision unless --no-wait, and writes the answer or the `done` line.
+  void send(Context& context, const Client& client, const ChangeRequest& request, const std::string& done) const;
+};
+
+/// One of the words, else a UsageError that names them.
+void requireOneOf(const std::string& name, const std::string& value, const std::vector<std::string>& words);
+
+/// Adds the pieces between commas.
+void addWords(std::vector<std::string>& target, const std::string& value);
+
+} // namespace kestu

@@ -1,0 +1,125 @@
+#include "core/project/project.hpp"
+
+#include "cli/context.hpp"
+#include "cli/families.hpp"
+#include "cli/options.hpp"
+#include "core/console/printable.hpp"
+#include "core/console/table.hpp"
+#include "core/project/app_choice.hpp"
+#include "core/support/text.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace kestu {
+
+namespace {
+
+Table appsTable(const std::vector<App>& apps, const std::optional<ProjectLink>& link) {
+  Table table;
+  table.headings = {"", "App", "App Store ID", "Bundle ID", "Platforms", "Language"};
+  for (const App& app : apps) {
+    bool linked = link && link->appId == app.appId;
+    table.rows.push_back({linked ? "●" : "", printable(app.name), std::to_string(app.appId), printable(app.bundleId),
+                          printable(Text::joined(app.platforms, ", ")), printable(app.primaryLocale)});
+  }
+  return table;
+}
+
+std::string appsText(Table table, const Console& console, bool linked) {
+  if (table.rows.empty()) return "This sign-in covers none of your apps. Add one in the kestu app.";
+  for (std::string& heading : table.headings) heading = console.style().bold(heading);
+  table.rows.insert(table.rows.begin(), table.headings);
+  return Format::table(table.rows) + (linked ? "\n● this repo's app" : "");
+}
+
+void runApps(Context& context, const TableOptions& options) {
+  auto apps = fetchApps(context.signedIn());
+  auto link = Project::link(context.folder);
+  Table table = appsTable(apps.value, link);
+  bool linked = link && std::any_of(apps.value.begin(), apps.value.end(),
+                                    [&](const App& app) { return app.appId == link->appId; });
+  std::string text = options.quiet() ? "" : appsText(table, context.console, linked);
+  if (options.quiet()) table.headings[0] = "Linked";
+  options.write(context.console, apps.body, table, text);
+}
+
+struct LinkOptions : GlobalOptions {
+  std::optional<std::string> app;
+};
+
+void runLink(Context& context, const LinkOptions& options) {
+  auto root = Project::root(context.folder);
+  auto apps = fetchApps(context.signedIn()).value;
+  const App& app = options.app ? AppChoice::match(*options.app, apps) : AppChoice::ofRepository(root, apps);
+  Project::write(root, {app.appId, app.bundleId, std::nullopt});
+  options.emit(context.console, {{"appId", app.appId}, {"bundleId", app.bundleId}, {"name", app.name}},
+               "✓ Linked this repo to " + app.described() + "\nNext: kestu status");
+}
+
+ProjectLink linked(const Context& context) {
+  auto link = Project::link(context.folder);
+  if (!link) throw CLIError(CLIError::Kind::notFound, "This repo has no kestu.json: kestu link writes it.");
+  return *link;
+}
+
+void runConfig(Context& context, const GlobalOptions& options) {
+  ProjectLink link = linked(context);
+  std::string folders = link.assetFolderIDs() ? "ids" : "names";
+  options.emit(context.console, {{"appId", link.appId}, {"bundleId", link.bundleId}, {"screenshotFolders", folders}},
+               Format::table({{"App", printable(link.bundleId) + " (" + std::to_string(link.appId) + ")"},
+                              {"screenshot-folders", folders}}));
+}
+
+struct FoldersOptions : GlobalOptions {
+  std::string value;
+};
+
+void runFolders(Context& context, const FoldersOptions& options) {
+  ProjectLink link = linked(context);
+  link.assetFolders = options.value;
+  Project::write(Project::root(context.folder), link);
+  options.emit(context.console, {{"screenshotFolders", options.value}}, "✓ Set screenshot-folders to " + options.value);
+}
+
+} // namespace
+
+void addApps(Command& command) {
+  auto options = std::make_shared<TableOptions>();
+  options->declare(command);
+  command.run = [options](Context& context) { runApps(context, *options); };
+}
+
+void addLink(Command& command) {
+  auto options = std::make_shared<LinkOptions>();
+  options->declare(command);
+  command.argument({"app",
+                    "The app: its App Store ID, bundle ID or name. Left out, the app is the one whose bundle ID this "
+                    "repo's Xcode projects set.",
+                    [options](const std::string& value) { options->app = value; }, false});
+  command.run = [options](Context& context) { runLink(context, *options); };
+}
+
+void addConfig(Command& command) {
+  auto options = std::make_shared<GlobalOptions>();
+  command.discussion = "The app this repo is linked to, and its settings.";
+  options->declare(command);
+  command.run = [options](Context& context) { runConfig(context, *options); };
+  Command& folders =
+      command.add("screenshot-folders", "How assets pull names a display's folder: names (iPhone 6.9) or ids "
+                                        "(IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE).");
+  auto chosen = std::make_shared<FoldersOptions>();
+  chosen->declare(folders);
+  folders.argument({"names|ids",
+                    "names or ids.",
+                    [chosen](const std::string& value) {
+                      requireOneOf("screenshot-folders", value, {"names", "ids"});
+                      chosen->value = value;
+                    },
+                    true,
+                    {"names", "ids"}});
+  folders.run = [chosen](Context& context) { runFolders(context, *chosen); };
+}
+
+} // namespace kestu

@@ -1,0 +1,247 @@
+#include "core/assets/asset_scan.hpp"
+
+#include "core/assets/asset_measure.hpp"
+#include "core/assets/asset_walk.hpp"
+#include "core/assets/frames.hpp"
+#include "core/assets/pulled.hpp"
+#include "core/support/tasks.hpp"
+#include "core/support/text.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace kestu {
+
+namespace {
+
+/// A file on its way into the scan.
+struct Candidate {
+  const AssetPlace* place;
+  std::string path; ///< repository path
+  AssetFile file;
+  const AssetDisplay* display = nullptr; ///< null while, or when, it goes to none
+  std::vector<std::string> problems;
+};
+
+class Scanner {
+ public:
+  Scanner(AssetKind kind, const std::filesystem::path& root, const AssetCatalog& catalog, const ScanOptions& options)
+      : kind_(kind), root_(root), options_(options), displays_(catalog[kind], options),
+        walk_(AssetWalk::of(kind, root, displays_, options.locales)) {}
+
+  AssetScan scan() {
+    scan_.problems = std::move(walk_.problems);
+    scan_.notes = std::move(walk_.notes);
+    if (walk_.kindFolder.empty()) return std::move(scan_);
+    measureAll();
+    auto pulled = Pulled::read(kind_, root_);
+    append(scan_.notes, std::move(pulled.notes));
+    for (Candidate& candidate : candidates_) place(candidate, pulled.assets);
+    for (auto& [order, set] : sets_) scan_.sets.push_back(std::move(set));
+    for (const AssetSet& set : scan_.sets) checkCount(set);
+    applyFrames();
+    return std::move(scan_);
+  }
+
+ private:
+  using Order = std::pair<std::string, std::size_t>; ///< locale, position of the display
+
+  static void append(std::vector<std::string>& texts, std::vector<std::string> more) {
+    std::move(more.begin(), more.end(), std::back_inserter(texts));
+  }
+
+  void measureAll() {
+    for (const AssetPlace& place : walk_.places) {
+      for (const auto& path : place.files) {
+        Candidate candidate{&place, place.folder + "/" + path.filename().string(), {}, place.display, {}};
+        candidate.file.name = path.filename().string();
+        candidate.file.path = path;
+        candidate.file.isVideo = mediaType(candidate.file.name) == MediaType::video;
+        candidates_.push_back(std::move(candidate));
+      }
+    }
+    AssetMeasurer measurer(options_);
+    fewAtOnce(candidates_.size(), coreCount(), options_.stop,
+              [&](std::size_t index, const std::stop_token& stop) { measure(candidates_[index], measurer, stop); });
+    if (measurer.unmeasuredVideos()) {
+      scan_.notes.emplace_back("Videos weren't measured: this kestu has no video module.");
+    }
+  }
+
+  /// Runs on several threads, each for a candidate of its own.
+  void measure(Candidate& candidate, AssetMeasurer& measurer, const std::stop_token& stop) const {
+    AssetFile& file = candidate.file;
+    if (!displays_.takes(candidate.display, file.isVideo ? MediaType::video : MediaType::image)) {
+      candidate.problems.push_back(fmt::format("{} is {}, and {} are {}.", candidate.path,
+                                               file.isVideo ? "a video" : "an image", facts(kind_).plural,
+                                               file.isVideo ? "images" : "videos"));
+      candidate.display = nullptr;
+      return;
+    }
+    auto isWanted = [&](const AssetFile& measured) {
+      if (!candidate.display) candidate.display = displays_.fitting(measured);
+      return candidate.display && displays_.keeps(*candidate.display);
+    };
+    auto fail = [&](std::string problem) {
+      candidate.problems.push_back(std::move(problem));
+      candidate.display = nullptr;
+    };
+    try {
+      auto outcome = measurer.measure(file, stop, isWanted);
+      if (outcome == AssetMeasurer::Outcome::wrongType) return fail(candidate.path + wrongType(file));
+      if (outcome == AssetMeasurer::Outcome::changed) return fail(candidate.path + " changed while it was read.");
+    } catch (const std::system_error& error) {
+      return fail(Assets::unreadable(candidate.path, error.code()));
+    }
+    bool wanted = isWanted(file);
+    if (!candidate.display || wanted) check(candidate);
+    if (!wanted) candidate.display = nullptr;
+  }
+
+  static std::string wrongType(const AssetFile& file) {
+    return file.isVideo ? " isn't a video kestu can read." : " isn't a PNG or a JPEG.";
+  }
+
+  void check(Candidate& candidate) const {
+    const AssetFile& file = candidate.file;
+    auto found = candidate.display ? candidate.display->problems(file, true) : std::nullopt;
+    if (found) {
+      for (const std::string& problem : *found) candidate.problems.push_back(candidate.path + " " + problem);
+    } else if (file.isVideo && !file.facts) {
+      candidate.problems.push_back(candidate.path + " can't go by its size, which wasn't measured: "
+                                                    "move it to its display's folder.");
+    } else {
+      candidate.problems.push_back(wrongSize(candidate));
+    }
+  }
+
+  std::string wrongSize(const Candidate& candidate) const {
+    const AssetFile& file = candidate.file;
+    MediaType type = file.isVideo ? MediaType::video : MediaType::image;
+    std::string size = fmt::format("{} is {} × {}", candidate.path, file.width, file.height);
+    if (candidate.display) {
+      std::string taken = Text::orList(candidate.display->sizes(type));
+      return size + ", not a size of " + candidate.display->name + (taken.empty() ? "." : " (" + taken + ").");
+    }
+    std::vector<std::string> sizes;
+    for (const AssetDisplay& display : displays_.ofPlatform().displays) {
+      for (std::string& text : display.sizes(type)) {
+        if (std::find(sizes.begin(), sizes.end(), text) == sizes.end()) sizes.push_back(std::move(text));
+      }
+    }
+    return size + ", which no display takes" + (sizes.empty() ? "." : " (" + Text::orList(sizes) + ").");
+  }
+
+  void place(Candidate& candidate, const PulledAssets& pulled) {
+    append(scan_.problems, std::move(candidate.problems));
+    if (!candidate.display) return;
+    const AssetPlace& place = *candidate.place;
+    auto known = pulled.find(underKind(candidate.path));
+    if (known != pulled.end() && (!candidate.file.md5 || candidate.file.md5 == known->second.md5)) {
+      candidate.file.assetId = known->second.assetId;
+    }
+    AssetSet& set = sets_[{place.locale, displays_.position(*candidate.display)}];
+    if (set.files.empty()) set = {kind_, place.locale, *candidate.display, {}, place.folder};
+    if (!place.display) bySize_.insert(set.key());
+    if (set.folder == place.folder) {
+      set.files.push_back(std::move(candidate.file));
+    } else if (doubled_.insert({place.folder, set.key()}).second) {
+      scan_.problems.push_back(set.folder + " and " + place.folder + " are both " + set.display.name + "; keep one.");
+    }
+  }
+
+  void checkCount(const AssetSet& set) {
+    auto count = static_cast<std::int64_t>(set.files.size());
+    if (count <= set.display.max) return;
+    // The files of several displays lie in one folder when they go by their size.
+    std::string whose = bySize_.contains(set.key()) ? " for " + set.display.name : "";
+    scan_.problems.push_back(fmt::format("{} has {}{}; Apple takes {} at most.", set.folder,
+                                         counted(kind_, set.files.size()), whose, set.display.max));
+  }
+
+  void applyFrames() {
+    auto reading = Frames::read(kind_, root_);
+    append(scan_.problems, std::move(reading.problems));
+    std::string file = walk_.kindFolder + "/" + std::string(Frames::fileName);
+    for (const auto& [path, frame] : reading.frames) {
+      if (!isOfWalk(path)) continue;
+      bool isThere = walk_.present.contains(path);
+      bool isImage = mediaType(path.substr(path.rfind('/') + 1)) == MediaType::image;
+      if (isThere && !isImage) continue;
+      scan_.problems.push_back(fmt::format("{} gives {} a poster frame, and {}.", file, path,
+                                           isThere ? "it's an image" : "there's no such video"));
+    }
+    for (AssetSet& set : scan_.sets) {
+      for (AssetFile& each : set.files) {
+        auto found = reading.frames.find(underKind(set.folder + "/" + each.name));
+        if (each.isVideo && found != reading.frames.end()) each.frame = found->second;
+      }
+    }
+    checkOneFrameAVideo();
+  }
+
+  /// A language that the scan leaves out may well have the video.
+  bool isOfWalk(const std::string& path) const {
+    return options_.locales.empty() || walk_.locales.contains(path.substr(0, path.find('/')));
+  }
+
+  void checkOneFrameAVideo() {
+    struct Video {
+      std::vector<std::string> paths;
+      std::set<std::string> frames;
+    };
+    std::map<std::pair<std::string, std::string>, Video> videos; // by locale and checksum
+    for (const AssetSet& set : scan_.sets) {
+      for (const AssetFile& file : set.files) {
+        if (!file.frame || !file.md5) continue;
+        Video& video = videos[{set.locale, *file.md5}];
+        video.paths.push_back(set.folder + "/" + file.name);
+        video.frames.insert(*file.frame);
+      }
+    }
+    for (auto& [key, video] : videos) {
+      if (video.frames.size() < 2) continue;
+      std::string last = std::move(video.paths.back());
+      video.paths.pop_back();
+      scan_.problems.push_back(Text::joined(video.paths, ", ") + " and " + last +
+                               " are the same video with different poster frames in " + key.first +
+                               "; a video has one.");
+    }
+  }
+
+  std::string underKind(const std::string& path) const { return path.substr(walk_.kindFolder.size() + 1); }
+
+  AssetKind kind_;
+  const std::filesystem::path& root_;
+  const ScanOptions& options_;
+  DisplayChoice displays_;
+  AssetWalk walk_;
+  std::vector<Candidate> candidates_;
+  std::map<Order, AssetSet> sets_;
+  std::set<AssetKey> bySize_;                          ///< sets of files from no display's folder
+  std::set<std::pair<std::string, AssetKey>> doubled_; ///< folders already told to be of a display that has one
+  AssetScan scan_;
+};
+
+} // namespace
+
+AssetScan Assets::sets(AssetKind kind, const std::filesystem::path& root, const AssetCatalog& catalog,
+                       const ScanOptions& options) {
+  return Scanner(kind, root, catalog, options).scan();
+}
+
+} // namespace kestu
+
+std::size_t std::hash<kestu::AssetKey>::operator()(const kestu::AssetKey& key) const noexcept {
+  std::size_t seed = std::hash<std::string>()(key.locale);
+  for (std::size_t part : {static_cast<std::size_t>(key.kind), std::hash<std::string>()(key.group)}) {
+    seed ^= part + 0x9E3779B9U + (seed << 6U) + (seed >> 2U);
+  }
+  return seed;
+}

@@ -1,0 +1,140 @@
+#include "core/assets/asset_walk.hpp"
+
+#include "core/support/text.hpp"
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+namespace kestu {
+
+namespace {
+
+class Walker {
+ public:
+  Walker(AssetWalk& walk, const std::filesystem::path& root, const DisplayChoice& displays)
+      : walk_(walk), root_(root), displays_(displays) {}
+
+  /// Calls `each` for what is in the folder; a folder or a link that can't be followed is a problem.
+  void forEntries(const std::string& folder, auto each) {
+    try {
+      for (const Assets::Entry& entry : Assets::entries(root_ / folder)) {
+        if (entry.error && !mediaType(entry.name)) {
+          walk_.problems.push_back(Assets::unreadable(folder + "/" + entry.name, entry.error));
+        } else {
+          each(entry);
+        }
+      }
+    } catch (const std::system_error& error) {
+      walk_.problems.push_back(Assets::unreadable(folder, error.code()));
+    }
+  }
+
+  void language(const std::string& locale) {
+    std::string folder = walk_.kindFolder + "/" + locale;
+    walk_.locales.insert(locale);
+    AssetPlace loose{locale, folder, nullptr, {}};
+    forEntries(folder, [&](const Assets::Entry& entry) {
+      if (entry.isFolder) {
+        display(locale, entry.name);
+      } else if (mediaType(entry.name)) {
+        add(loose, entry.name);
+      }
+    });
+    if (!loose.files.empty()) walk_.places.push_back(std::move(loose));
+  }
+
+ private:
+  void display(const std::string& locale, const std::string& name) {
+    AssetPlace place{locale, walk_.kindFolder + "/" + locale + "/" + name, displays_.named(name), {}};
+    std::size_t problems = walk_.problems.size();
+    forEntries(place.folder, [&](const Assets::Entry& entry) {
+      if (!entry.isFolder && mediaType(entry.name)) add(place, entry.name);
+    });
+    if (place.display) {
+      if (!place.files.empty() && displays_.keeps(*place.display)) walk_.places.push_back(std::move(place));
+    } else if (!place.files.empty()) {
+      walk_.problems.push_back(place.folder + ": No display is called " + name + ": kestu assets sizes lists them.");
+    } else if (walk_.problems.size() == problems) {
+      walk_.notes.push_back(place.folder + " is called as no display is, and has no media files.");
+    }
+  }
+
+  void add(AssetPlace& place, const std::string& name) {
+    std::string path = place.folder + "/" + name;
+    walk_.present.insert(path.substr(walk_.kindFolder.size() + 1));
+    place.files.push_back(root_ / path);
+  }
+
+  AssetWalk& walk_;
+  const std::filesystem::path& root_;
+  const DisplayChoice& displays_;
+};
+
+} // namespace
+
+DisplayChoice::DisplayChoice(AssetDisplays all, const ScanOptions& options)
+    : all_(std::move(all)), ofPlatform_(all_), groups_(options.groups) {
+  if (options.platform.empty()) return;
+  std::erase_if(ofPlatform_.displays,
+                [&](const AssetDisplay& display) { return display.platform != options.platform; });
+}
+
+bool DisplayChoice::keeps(const AssetDisplay& display) const {
+  bool asked = groups_.empty() || std::find(groups_.begin(), groups_.end(), display.group) != groups_.end();
+  return asked && ofPlatform_.position(display) < ofPlatform_.displays.size();
+}
+
+const AssetDisplay* DisplayChoice::named(const std::string& folder) const {
+  const AssetDisplay* found = all_.named(folder);
+  // A name that two platforms share still names one display of this one.
+  return found ? found : ofPlatform_.named(folder);
+}
+
+const AssetDisplay* DisplayChoice::fitting(const AssetFile& file) const {
+  if (file.isVideo && !file.facts) {
+    auto takesVideos = [](const AssetDisplay& display) { return !display.videos.empty(); };
+    const auto& displays = ofPlatform_.displays;
+    auto first = std::find_if(displays.begin(), displays.end(), takesVideos);
+    bool only = first != displays.end() && std::none_of(first + 1, displays.end(), takesVideos);
+    return only ? &*first : nullptr;
+  }
+  for (const AssetDisplays* displays : {&ofPlatform_, &all_}) {
+    if (file.isVideo) {
+      if (auto sized = displays->sized(&AssetDisplay::videos, file.width, file.height)) return sized->display;
+    } else if (auto sized = displays->sized(&AssetDisplay::images, file.width, file.height)) {
+      return sized->display;
+    }
+  }
+  return nullptr;
+}
+
+bool DisplayChoice::takes(const AssetDisplay* display, MediaType type) const {
+  if (all_.kind == AssetKind::screenshots) return type == MediaType::image;
+  if (all_.kind == AssetKind::previews) return type == MediaType::video;
+  auto has = [&](const AssetDisplay& each) {
+    return type == MediaType::image ? !each.images.empty() : !each.videos.empty();
+  };
+  return display ? has(*display) : std::any_of(ofPlatform_.displays.begin(), ofPlatform_.displays.end(), has);
+}
+
+AssetWalk AssetWalk::of(AssetKind kind, const std::filesystem::path& root, const DisplayChoice& displays,
+                        const std::vector<std::string>& locales) {
+  AssetWalk walk;
+  walk.kindFolder = Assets::repositoryFolder(kind, root).value_or("");
+  if (walk.kindFolder.empty()) return walk;
+  auto wanted = [&](const std::string& locale) {
+    auto same = [&](const std::string& asked) { return Text::lowercased(asked) == Text::lowercased(locale); };
+    return locales.empty() || std::any_of(locales.begin(), locales.end(), same);
+  };
+  Walker walker(walk, root, displays);
+  std::vector<std::string> languages;
+  walker.forEntries(walk.kindFolder, [&](const Assets::Entry& entry) {
+    if (entry.isFolder && wanted(entry.name)) languages.push_back(entry.name);
+  });
+  std::sort(languages.begin(), languages.end());
+  for (const std::string& locale : languages) walker.language(locale);
+  return walk;
+}
+
+} // namespace kestu

@@ -1,0 +1,80 @@
+#include "core/changes/change_flow.hpp"
+
+#include "core/console/printable.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+
+namespace kestu::ChangeFlow {
+
+using Kind = CLIError::Kind;
+
+void confirm(const Confirmation& confirmation, const std::string& lines, Console& console,
+             const std::stop_token& stop) {
+  if (confirmation.yes) return;
+  if (!lines.empty()) console.error(lines);
+  if (!console.asks()) {
+    throw CLIError(Kind::unconfirmed, std::string("Nothing sent. Run it again with --yes to ") +
+                                          (confirmation.waits ? "send it for approval in the kestu app" : "make it") +
+                                          ".");
+  }
+  if (!console.ask(confirmation.waits ? "Send this for approval in the kestu app?" : "Make this change now?", stop)) {
+    throw CLIError(Kind::denied, "Nothing sent.");
+  }
+}
+
+CLIError outcome(const Plan& plan) {
+  if (plan.state == "denied") return {Kind::denied, "Denied in the kestu app. Nothing changed."};
+  if (plan.state == "expired") {
+    return {Kind::failed, "No one decided it in time, so nothing changed. Run it again to ask again."};
+  }
+  if (plan.error == "changed") {
+    return {Kind::failed,
+            "It changed in kestu since you asked, so nothing was applied. Look again, then run it again."};
+  }
+  if (plan.error == "partly_replied") {
+    return {Kind::failed, "Some replies went and some didn't. kestu reviews shows which have yours."};
+  }
+  if (plan.error == "interrupted") {
+    return {Kind::failed,
+            "kestu was interrupted applying it, so it may or may not have gone through. Look before running it again."};
+  }
+  return {Kind::failed,
+          "kestu couldn't apply it (" + printable(plan.error.value_or(plan.state)) + "). Nothing changed."};
+}
+
+namespace {
+
+/// Polls a waiting plan until it is decided: every 5 seconds for two minutes, every 15 after that.
+Response<Plan> decided(const Client& client, const Plan& plan) {
+  Clock& clock = client.context().clock;
+  auto begun = clock.continuous();
+  Console::Busy busy(client.context().console);
+  while (true) {
+    bool early = clock.continuous() - begun < std::chrono::seconds(120);
+    clock.sleep(std::chrono::seconds(early ? 5 : 15), client.context().stop);
+    Response<Plan> now = client.get("/v1/plans/" + plan.id, {}, Plan::read);
+    if (!now.value.waits()) return now;
+  }
+}
+
+} // namespace
+
+Response<ChangeAnswer> send(const Client& client, const ChangeRequest& request, bool dryRun, bool wait,
+                            const std::function<void(const Plan&)>& waiting) {
+  Query query = request.query;
+  if (dryRun) query.push_back(Client::dryRun);
+  auto answer = client.decoded(client.send(request.method, request.path, query, request.body), ChangeAnswer::read);
+  if (!wait || !answer.value.plan || !answer.value.plan->waits()) return answer;
+  waiting(*answer.value.plan);
+  Response<Plan> plan = decided(client, *answer.value.plan);
+  if (plan.value.state != "applied") throw outcome(plan.value);
+  answer.value.plan = plan.value;
+  nlohmann::json whole = nlohmann::json::parse(answer.body);
+  whole["plan"] = nlohmann::json::parse(plan.body);
+  answer.body = whole.dump();
+  return answer;
+}
+
+} // namespace kestu::ChangeFlow

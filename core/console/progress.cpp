@@ -1,0 +1,75 @@
+#include "core/console/progress.hpp"
+
+#include "core/console/format.hpp"
+#include "core/support/text.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace kestu {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// "0:12", "1:02:03".
+std::string clockFace(std::uint64_t seconds) {
+  std::uint64_t hours = seconds / 3600;
+  std::uint64_t minutes = seconds / 60 % 60;
+  if (hours > 0) return fmt::format("{}:{:02}:{:02}", hours, minutes, seconds % 60);
+  return fmt::format("{}:{:02}", minutes, seconds % 60);
+}
+
+} // namespace
+
+Progress::Progress(Console& console, Clock& clock, std::string label, std::uint64_t totalBytes, int totalParts)
+    : console_(console), clock_(clock), label_(std::move(label)), totalBytes_(totalBytes), totalParts_(totalParts),
+      start_(clock.continuous()), interval_(console.redraws() ? std::chrono::nanoseconds(100ms) : 5s) {
+  if (console_.redraws()) show(0s);
+}
+
+void Progress::advance(std::uint64_t bytes, int parts) {
+  std::lock_guard lock(mutex_);
+  bytes_ += bytes;
+  parts_ += parts;
+  auto elapsed = clock_.continuous() - start_;
+  if (!finished_ && elapsed - shownAt_ >= interval_) show(elapsed);
+}
+
+void Progress::finish() {
+  std::lock_guard lock(mutex_);
+  if (std::exchange(finished_, true)) return;
+  console_.clearStatus();
+}
+
+void Progress::show(std::chrono::nanoseconds elapsed) {
+  shownAt_ = elapsed;
+  if (console_.redraws()) {
+    console_.status(text(elapsed));
+  } else {
+    console_.error(text(elapsed));
+  }
+}
+
+std::string Progress::text(std::chrono::nanoseconds elapsed) const {
+  std::vector<std::string> facts = {label_};
+  if (totalBytes_ > 0) facts.push_back(Format::bytes(bytes_) + " of " + Format::bytes(totalBytes_));
+  if (totalParts_ > 0) {
+    facts.push_back(fmt::format("{} of {} {}", parts_, totalParts_, totalParts_ == 1 ? "part" : "parts"));
+  }
+  double seconds = std::chrono::duration<double>(elapsed).count();
+  // The first second tells nothing yet about a speed.
+  if (totalBytes_ > 0 && bytes_ > 0 && seconds >= 1) {
+    double speed = static_cast<double>(bytes_) / seconds;
+    auto left = static_cast<double>(totalBytes_ - std::min(bytes_, totalBytes_)) / speed;
+    facts.push_back(Format::bytes(static_cast<std::uint64_t>(speed)) + "/s");
+    // Beyond days it would only be noise, and too large to count.
+    if (left < 100 * 3600) facts.push_back(clockFace(static_cast<std::uint64_t>(left + 0.5)) + " left");
+  }
+  return Text::joined(facts, "  ");
+}
+
+} // namespace kestu

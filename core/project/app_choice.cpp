@@ -1,0 +1,88 @@
+#include "core/project/app_choice.hpp"
+
+#include "core/console/printable.hpp"
+#include "core/project/project.hpp"
+#include "core/support/text.hpp"
+
+#include <functional>
+
+namespace kestu {
+
+using Kind = CLIError::Kind;
+
+App App::read(const JSONValue& value) {
+  return {value.at("appId").integer(), value.at("bundleId").text(), value.at("name").text(),
+          value.at("platforms").texts(), value.at("primaryLocale").text()};
+}
+
+std::string App::described() const { return printable(name) + " (" + std::to_string(appId) + ")"; }
+
+Response<std::vector<App>> fetchApps(const Client& client) {
+  return client.get("/v1/apps", {}, [](const JSONValue& value) { return value.listAt("apps", App::read); });
+}
+
+namespace AppChoice {
+
+namespace {
+
+std::string described(const std::vector<const App*>& apps) {
+  std::vector<std::string> texts;
+  for (const App* app : apps) texts.push_back(app->described());
+  return Text::joined(texts, ", ");
+}
+
+std::vector<const App*> those(const std::vector<App>& apps, const std::function<bool(const App&)>& wanted) {
+  std::vector<const App*> found;
+  for (const App& app : apps) {
+    if (wanted(app)) found.push_back(&app);
+  }
+  return found;
+}
+
+} // namespace
+
+const App& match(const std::string& text, const std::vector<App>& apps) {
+  std::string folded = Text::folded(text);
+  auto found = those(apps, [&](const App& app) { return std::to_string(app.appId) == text || app.bundleId == text; });
+  if (!found.empty()) return *found.front();
+  found = those(apps, [&](const App& app) { return Text::folded(app.name) == folded; });
+  if (found.empty() && !folded.empty()) {
+    found = those(apps, [&](const App& app) { return Text::folded(app.name).starts_with(folded); });
+  }
+  if (found.size() == 1) return *found.front();
+  if (found.empty()) throw CLIError(Kind::notFound, "None of your apps this sign-in covers is " + printable(text));
+  std::vector<std::string> names;
+  for (const App* app : found) names.push_back(printable(app->name));
+  throw CLIError(Kind::usage, printable(text) + " could be " + Text::joined(names, " or ") + ". Use its App Store ID.");
+}
+
+std::int64_t resolve(const std::optional<std::string>& app, const Client& client, const std::filesystem::path& folder) {
+  if (app) return match(*app, fetchApps(client).value).appId;
+  if (auto link = Project::link(folder)) return link->appId;
+  std::vector<App> apps = fetchApps(client).value;
+  if (apps.empty()) {
+    throw CLIError(Kind::notFound, "This sign-in covers none of your apps. Add one in the kestu app.");
+  }
+  throw CLIError(Kind::usage, "Name an app, or run kestu link in its repo. Yours: " +
+                                  described(those(apps, [](const App&) { return true; })));
+}
+
+const App& ofRepository(const std::filesystem::path& root, const std::vector<App>& apps) {
+  std::set<std::string> bundleIDs = Project::bundleIDs(root);
+  if (bundleIDs.empty()) {
+    throw CLIError(Kind::usage, "No Xcode project here sets a bundle ID. Name the app: kestu link <app>.");
+  }
+  auto found = those(apps, [&](const App& app) { return bundleIDs.contains(app.bundleId); });
+  if (found.size() == 1) return *found.front();
+  if (found.empty()) {
+    std::vector<std::string> sorted(bundleIDs.begin(), bundleIDs.end());
+    throw CLIError(Kind::notFound, "None of your apps this sign-in covers is " + printable(Text::joined(sorted, ", ")) +
+                                       ". Name the app: kestu link <app>.");
+  }
+  throw CLIError(Kind::usage,
+                 "This repo has several of your apps: " + described(found) + ". Name one: kestu link <app>.");
+}
+
+} // namespace AppChoice
+
+} // namespace kestu

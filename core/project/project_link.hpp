@@ -1,0 +1,23 @@
+#pragma once
+
+#include "core/support/json.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace kestu {
+
+/// The contents of kestu.json: the app that a repository is of, and its settings.
+struct ProjectLink {
+  std::int64_t appId = 0;
+  std::string bundleId;
+  std::optional<std::string> assetFolders; ///< the key "screenshotFolders": "names" or "ids"
+
+  static ProjectLink read(const JSONValue& value);
+
+  /// Whether a display's folder is named by Apple's placement group; a CLIError for a value that is neither.
+  bool assetFolderIDs() const;
+};
+
+} // namespace kestu

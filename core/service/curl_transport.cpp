@@ -1,0 +1,259 @@
+#include "core/service/curl_transport.hpp"
+
+#include "core/support/error.hpp"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+namespace kestu {
+
+namespace {
+
+struct FreeList {
+  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+struct FreeEasy {
+  void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+};
+struct FreeMulti {
+  void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
+};
+using Easy = std::unique_ptr<CURL, FreeEasy>;
+
+/// One exchange: what the callbacks read and fill.
+struct Exchange {
+  const HTTPRequest& request;
+  std::size_t answerLimit;
+  const std::stop_token& stop;
+  HTTPAnswer answer;
+  std::uint64_t sent = 0;
+  bool tooLarge = false;
+  std::exception_ptr error;
+};
+
+std::size_t takeBody(char* bytes, std::size_t size, std::size_t count, void* context) {
+  auto& exchange = *static_cast<Exchange*>(context);
+  std::size_t length = size * count;
+  if (length > exchange.answerLimit - exchange.answer.body.size()) {
+    exchange.tooLarge = true;
+    return 0;
+  }
+  try {
+    exchange.answer.body.append(bytes, length);
+  } catch (...) {
+    exchange.error = std::current_exception();
+    return 0;
+  }
+  return length;
+}
+
+std::string trimmedBlanks(std::string text) {
+  while (!text.empty() && (text.back() == '\r' || text.back() == '\n' || text.back() == ' ')) text.pop_back();
+  text.erase(0, text.find_first_not_of(" \t"));
+  return text;
+}
+
+std::size_t takeHeader(char* bytes, std::size_t size, std::size_t count, void* context) {
+  auto& exchange = *static_cast<Exchange*>(context);
+  std::string line(bytes, size * count);
+  if (line.starts_with("HTTP/")) exchange.answer.headers.clear();
+  if (std::size_t colon = line.find(':'); colon != std::string::npos) {
+    std::string name = line.substr(0, colon);
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    exchange.answer.headers[name] = trimmedBlanks(line.substr(colon + 1));
+  }
+  return size * count;
+}
+
+std::size_t giveBody(char* buffer, std::size_t size, std::size_t count, void* context) {
+  auto& exchange = *static_cast<Exchange*>(context);
+  const RequestBody& body = *exchange.request.body;
+  try {
+    auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size * count, body.length - exchange.sent));
+    std::size_t given = wanted == 0 ? 0 : body.read(exchange.sent, buffer, wanted);
+    exchange.sent += given;
+    return given;
+  } catch (...) {
+    exchange.error = std::current_exception();
+    return CURL_READFUNC_ABORT;
+  }
+}
+
+int rewind(void* context, curl_off_t offset, int origin) {
+  if (origin != SEEK_SET) return CURL_SEEKFUNC_CANTSEEK;
+  static_cast<Exchange*>(context)->sent = static_cast<std::uint64_t>(offset);
+  return CURL_SEEKFUNC_OK;
+}
+
+int progress(void* context, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  return static_cast<Exchange*>(context)->stop.stop_requested() ? 1 : 0;
+}
+
+void append(std::unique_ptr<curl_slist, FreeList>& list, const std::string& line) {
+  curl_slist* longer = curl_slist_append(list.get(), line.c_str());
+  if (!longer) throw std::bad_alloc();
+  static_cast<void>(list.release());
+  list.reset(longer);
+}
+
+std::unique_ptr<curl_slist, FreeList> headerLines(const HTTPRequest& request) {
+  std::unique_ptr<curl_slist, FreeList> list;
+  for (const auto& [name, value] : request.headers) {
+    if ((name + value).find_first_of(std::string("\r\n\0", 3)) != std::string::npos) {
+      throw TransportError("a header holds a line break");
+    }
+    append(list, value.empty() ? name + ";" : name + ": " + value);
+  }
+  if (request.token) append(list, "Authorization: Bearer " + request.token->reveal());
+  // Waiting for "100 Continue" would cost a second a part where a server does not send it.
+  append(list, "Expect:");
+  if (request.body && std::none_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
+        return header.first.size() == 12 &&
+               std::equal(header.first.begin(), header.first.end(), "content-type",
+                          [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
+      })) {
+    append(list, "Content-Type:");
+  }
+  return list;
+}
+
+void setBody(CURL* easy, Exchange& exchange) {
+  const HTTPRequest& request = exchange.request;
+  if (request.body) {
+    curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
+    curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(request.body->length));
+    curl_easy_setopt(easy, CURLOPT_READFUNCTION, giveBody);
+    curl_easy_setopt(easy, CURLOPT_READDATA, &exchange);
+    curl_easy_setopt(easy, CURLOPT_SEEKFUNCTION, rewind);
+    curl_easy_setopt(easy, CURLOPT_SEEKDATA, &exchange);
+    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, 1024L * 1024L);
+  } else if (request.method == "POST") {
+    curl_easy_setopt(easy, CURLOPT_POST, 1L);
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE, 0L);
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, "");
+  }
+  curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
+}
+
+void setTimes(CURL* easy, const HTTPRequest& request) {
+  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeout.count()));
+  if (request.idle) {
+    auto seconds = std::chrono::ceil<std::chrono::seconds>(request.timeout).count();
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, static_cast<long>(seconds));
+  } else {
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
+  }
+}
+
+/// Runs one exchange on a handle of its own "multi", whose poll the stop token wakes at once.
+CURLcode perform(CURLM* multi, CURL* easy, const std::stop_token& stop) {
+  if (curl_multi_add_handle(multi, easy) != CURLM_OK) throw TransportError("out of memory");
+  std::stop_callback wake(stop, [multi] { curl_multi_wakeup(multi); });
+  CURLcode result = CURLE_OK;
+  int running = 1;
+  while (running > 0 && !stop.stop_requested()) {
+    if (curl_multi_perform(multi, &running) != CURLM_OK) break;
+    if (running > 0) curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+  }
+  int left = 0;
+  while (CURLMsg* message = curl_multi_info_read(multi, &left)) {
+    if (message->msg == CURLMSG_DONE) result = message->data.result;
+  }
+  curl_multi_remove_handle(multi, easy);
+  return result;
+}
+
+} // namespace
+
+/// Idle handles. A "multi" keeps the connections of the transfers that ran in it.
+class CurlTransport::Pool {
+ public:
+  struct Handle {
+    std::unique_ptr<CURLM, FreeMulti> multi;
+    Easy easy;
+  };
+
+  Pool() { curl_global_init(CURL_GLOBAL_DEFAULT); }
+  ~Pool() {
+    idle_.clear();
+    curl_global_cleanup();
+  }
+  Pool(const Pool&) = delete;
+  Pool& operator=(const Pool&) = delete;
+
+  Handle take() {
+    std::lock_guard lock(mutex_);
+    if (!idle_.empty()) {
+      Handle handle = std::move(idle_.back());
+      idle_.pop_back();
+      return handle;
+    }
+    Handle handle{std::unique_ptr<CURLM, FreeMulti>(curl_multi_init()), Easy(curl_easy_init())};
+    if (!handle.multi || !handle.easy) throw TransportError("out of memory");
+    return handle;
+  }
+
+  void giveBack(Handle handle) {
+    curl_easy_reset(handle.easy.get());
+    std::lock_guard lock(mutex_);
+    idle_.push_back(std::move(handle));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<Handle> idle_;
+};
+
+CurlTransport::CurlTransport(std::size_t answerLimit) : pool_(std::make_unique<Pool>()), answerLimit_(answerLimit) {}
+CurlTransport::~CurlTransport() = default;
+
+HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token& stop) {
+  if (stop.stop_requested()) throw Stopped();
+  Pool::Handle handle = pool_->take();
+  CURL* easy = handle.easy.get();
+  Exchange exchange{request, answerLimit_, stop, {}, 0, false, nullptr};
+  std::array<char, CURL_ERROR_SIZE> description{};
+  auto headers = headerLines(request);
+  setBody(easy, exchange);
+  setTimes(easy, request);
+  curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
+  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers.get());
+  curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip");
+  curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+  curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, takeBody);
+  curl_easy_setopt(easy, CURLOPT_WRITEDATA, &exchange);
+  curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, takeHeader);
+  curl_easy_setopt(easy, CURLOPT_HEADERDATA, &exchange);
+  curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+  curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, progress);
+  curl_easy_setopt(easy, CURLOPT_XFERINFODATA, &exchange);
+  curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, description.data());
+  CURLcode result = perform(handle.multi.get(), easy, stop);
+  long status = 0;
+  curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+  pool_->giveBack(std::move(handle));
+  if (stop.stop_requested()) throw Stopped();
+  if (exchange.error) std::rethrow_exception(exchange.error);
+  if (exchange.tooLarge) throw TransportError("the answer was larger than 64 MiB");
+  if (result != CURLE_OK) {
+    throw TransportError(description[0] != '\0' ? description.data() : curl_easy_strerror(result));
+  }
+  exchange.answer.status = static_cast<int>(status);
+  return std::move(exchange.answer);
+}
+
+} // namespace kestu

@@ -1,0 +1,107 @@
+#include "core/service/part_uploader.hpp"
+
+#include "core/console/printable.hpp"
+#include "core/service/api_url.hpp"
+#include "core/service/refusal.hpp"
+#include "core/service/retry.hpp"
+#include "core/support/error.hpp"
+#include "core/support/files.hpp"
+#include "core/support/tasks.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <system_error>
+
+namespace kestu {
+
+namespace {
+
+CLIError changed(const std::filesystem::path& file) {
+  return {CLIError::Kind::failed, printable(file.filename().string()) + " changed while it was being sent."};
+}
+
+/// The part's bytes, read from the file as they are sent; fewer than promised throws `changed`.
+RequestBody bodyOf(const std::filesystem::path& file, const UploadPart& part) {
+  std::shared_ptr<const FileReader> reader;
+  try {
+    reader = std::make_shared<const FileReader>(file);
+  } catch (const std::system_error&) {
+    throw changed(file);
+  }
+  if (reader->size() < static_cast<std::uint64_t>(part.offset + part.length)) throw changed(file);
+  auto offset = static_cast<std::uint64_t>(part.offset);
+  return {static_cast<std::uint64_t>(part.length),
+          [reader, offset, file](std::uint64_t position, char* buffer, std::size_t capacity) {
+            std::size_t count = 0;
+            try {
+              count = reader->readAt(offset + position, buffer, capacity);
+            } catch (const std::system_error&) {
+              throw changed(file);
+            }
+            if (count < capacity) throw changed(file);
+            return count;
+          }};
+}
+
+} // namespace
+
+UploadPart UploadPart::read(const JSONValue& value) {
+  UploadPart part{value.at("method").text(),
+                  value.at("url").text(),
+                  value.at("offset").integer(),
+                  value.at("length").integer(),
+                  {}};
+  if (part.offset < 0 || part.length < 0 || part.offset > INT64_MAX - part.length) {
+    throw JSONError(value.path() + " is no range of a file");
+  }
+  if (part.method.empty() ||
+      !std::all_of(part.method.begin(), part.method.end(), [](char c) { return c >= 'A' && c <= 'Z'; })) {
+    throw JSONError(value.path() + ".method is no request method");
+  }
+  for (const auto& [name, header] : value.at("headers").members()) part.headers.emplace_back(name, header.text());
+  return part;
+}
+
+void PartUploader::send(const std::filesystem::path& file, const std::vector<UploadPart>& parts, int atOnce,
+                        const std::stop_token& stop, const Progress& progress) const {
+  for (const UploadPart& part : parts) {
+    if (!mayUploadTo(part.url)) throw notUnderstood();
+  }
+  std::mutex mutex;
+  std::atomic<int> done = 0;
+  fewAtOnce(parts.size(), static_cast<std::size_t>(std::max(atOnce, 1)), stop,
+            [&](std::size_t index, const std::stop_token& ending) {
+              sendPart(file, parts[index], done, ending);
+              std::lock_guard lock(mutex);
+              ++done;
+              if (progress)
+                progress(done, static_cast<int>(parts.size()), static_cast<std::uint64_t>(parts[index].length));
+            });
+}
+
+void PartUploader::sendPart(const std::filesystem::path& file, const UploadPart& part, const std::atomic<int>& done,
+                            const std::stop_token& stop) const {
+  std::string name = printable(file.filename().string());
+  auto message = [&](const std::string& reason) {
+    return (done == 0 ? "Apple took no part of " + name : "Apple didn't take all of " + name) + " (" + reason +
+           "). Nothing was changed; run it again.";
+  };
+  retried(
+      clock_, stop,
+      [&] {
+        HTTPRequest request;
+        request.method = part.method;
+        request.url = part.url;
+        request.headers = part.headers;
+        request.body = bodyOf(file, part);
+        request.timeout = std::chrono::seconds(300);
+        request.idle = true;
+        return transport_.send(request, stop);
+      },
+      [&](int status) { return CLIError(CLIError::Kind::failed, message(std::to_string(status))); },
+      [&](const std::string& reason) { return CLIError(CLIError::Kind::unavailable, message(printable(reason))); });
+}
+
+} // namespace kestu

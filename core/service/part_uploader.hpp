@@ -1,0 +1,50 @@
+#pragma once
+
+#include "core/service/transport.hpp"
+#include "core/support/clock.hpp"
+#include "core/support/json.hpp"
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kestu {
+
+/// A byte range of a file, and the request that carries it to Apple.
+struct UploadPart {
+  std::string method;
+  std::string url;
+  std::int64_t offset = 0; ///< bytes
+  std::int64_t length = 0; ///< bytes
+  std::vector<std::pair<std::string, std::string>> headers;
+
+  /// Throws JSONError, for a range that no file has, too.
+  static UploadPart read(const JSONValue& value);
+};
+
+/// Sends a file's parts straight from the file, each read at its own offset through a handle of its own.
+class PartUploader {
+ public:
+  using Progress = std::function<void(int partsDone, int partsInAll, std::uint64_t bytesOfPart)>;
+
+  PartUploader(Transport& transport, Clock& clock) : transport_(transport), clock_(clock) {}
+
+  /// At most `atOnce` parts at a time. `progress` is called after each part, one call at a time. Throws a CLIError when
+  /// a part is refused three times or the file changed, after stopping the parts in flight.
+  void send(const std::filesystem::path& file, const std::vector<UploadPart>& parts, int atOnce,
+            const std::stop_token& stop, const Progress& progress) const;
+
+ private:
+  void sendPart(const std::filesystem::path& file, const UploadPart& part, const std::atomic<int>& done,
+                const std::stop_token& stop) const;
+
+  Transport& transport_;
+  Clock& clock_;
+};
+
+} // namespace kestu

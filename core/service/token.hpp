@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace kestu {
+
+/// A sign-in's bearer token. It has no text or stream form, so that it cannot slip into a message, a log or a file;
+/// `reveal` is for the request's header and the keyring alone.
+class Token {
+ public:
+  explicit Token(std::string secret) : secret_(std::move(secret)) {}
+  const std::string& reveal() const { return secret_; }
+
+  /// Whether the text can stand in a header: visible ASCII characters only.
+  static bool wellFormed(const std::string& text) {
+    for (char c : text) {
+      if (c <= ' ' || c > '~') return false;
+    }
+    return !text.empty();
+  }
+
+ private:
+  std::string secret_;
+};
+
+} // namespace kestu

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "core/service/token.hpp"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kestu {
+
+/// Bytes of a request that are read as they are sent.
+struct RequestBody {
+  std::uint64_t length = 0;
+  /// Fills the buffer with up to `capacity` bytes from `offset` on; may throw, which ends the transfer with that error.
+  std::function<std::size_t(std::uint64_t offset, char* buffer, std::size_t capacity)> read;
+};
+
+struct HTTPRequest {
+  std::string method = "GET";
+  std::string url;
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::optional<Token> token;
+  std::optional<RequestBody> body;
+  /// The longest the whole exchange may take, or with `idle` the longest that no byte may pass.
+  std::chrono::milliseconds timeout = std::chrono::seconds(60);
+  bool idle = false;
+};
+
+struct HTTPAnswer {
+  int status = 0;
+  std::map<std::string, std::string> headers; ///< names in lower case
+  std::string body;
+};
+
+/// No answer came: no network, a time-out, a certificate that is not trusted, an answer too large.
+class TransportError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Carries requests out. Safe to call from several threads. Redirects are answers, never followed.
+class Transport {
+ public:
+  virtual ~Transport() = default;
+
+  /// Throws TransportError when there is no answer, Stopped as soon as `stop` is triggered.
+  virtual HTTPAnswer send(const HTTPRequest& request, const std::stop_token& stop) = 0;
+};
+
+} // namespace kestu

@@ -1,0 +1,111 @@
+#include "sandbox/router.hpp"
+
+#include "sandbox/accounts.hpp"
+#include "sandbox/apps.hpp"
+#include "sandbox/assets.hpp"
+#include "sandbox/control.hpp"
+#include "sandbox/page.hpp"
+#include "sandbox/plans.hpp"
+
+#include <algorithm>
+#include <string_view>
+
+namespace kestu::sandbox {
+
+namespace {
+
+enum class Holds { state, nothing };
+
+struct Route {
+  std::string_view method, pattern; // a "*" stands for one segment
+  std::string_view scope;           // "-": no sign-in is needed; empty: any sign-in
+  Answer (*function)(State&, const Call&);
+  Holds holds = Holds::state;
+};
+
+constexpr Route routes[] = {
+    {"POST", "/v1/auth/device", "-", Accounts::device},
+    {"POST", "/v1/auth/token", "-", Accounts::token},
+    {"POST", "/v1/auth/revoke", "", Accounts::revoke},
+    {"GET", "/v1/auth/whoami", "", Accounts::whoami},
+    {"GET", "/v1/plans/*", "", Plans::poll},
+    {"GET", "/v1/apps", "", Apps::list},
+    {"GET", "/v1/apps/*/versions", "release", Apps::versions},
+    {"GET", "/v1/apps/*/assets/catalog", "release", Assets::catalog},
+    {"GET", "/v1/apps/*/assets", "release", Assets::listing},
+    {"POST", "/v1/apps/*/assets", "release", Assets::plan},
+    {"POST", "/v1/apps/*/assets/uploaded", "release", Assets::uploaded, Holds::nothing},
+    {"POST", "/v1/apps/*/assets/commit", "release", Assets::commit},
+    {"GET", "/files/*", "-", Assets::file},
+};
+
+bool matches(std::string_view pattern, const std::vector<std::string>& segments) {
+  std::size_t index = 0;
+  while (!pattern.empty()) {
+    pattern.remove_prefix(1);
+    const auto end = std::min(pattern.find('/'), pattern.size());
+    const auto part = pattern.substr(0, end);
+    if (index == segments.size() || (part != "*" && part != segments[index])) return false;
+    pattern.remove_prefix(end);
+    ++index;
+  }
+  return index == segments.size();
+}
+
+} // namespace
+
+bool Router::isService(const std::string& path) {
+  return !path.starts_with("/sandbox/") && path != "/" && path != "/approve" && path != "/page.js" &&
+         path != "/favicon.ico";
+}
+
+Answer Router::answer(Call& call, const Uploads::Body& body) {
+  try {
+    return routed(call, body);
+  } catch (const Refused& refused) {
+    return refused.answer();
+  } catch (const nlohmann::json::exception& error) {
+    return Refused(400, "invalid_request", error.what()).answer();
+  } catch (const std::exception& error) {
+    return Refused(500, "internal", error.what()).answer();
+  }
+}
+
+Answer Router::routed(Call& call, const Uploads::Body& body) {
+  if (isUpload(call.path)) return Uploads::part(state_, call, body);
+  if (isService(call.path)) return service(call);
+  needOwnOrigin(call);
+  const std::lock_guard held(state_.mutex);
+  if (call.path.starts_with("/sandbox/")) return Control::answer(state_, faults_, call);
+  return Page::answer(state_, call);
+}
+
+Answer Router::service(Call& call) {
+  const auto route = std::find_if(std::begin(routes), std::end(routes), [&](const Route& each) {
+    return each.method == call.method && matches(each.pattern, call.segments);
+  });
+  const bool open = route != std::end(routes) && route->scope == "-";
+  std::unique_lock held(state_.mutex);
+  if (!open) call.token = Accounts::signedIn(state_, call);
+  if (route == std::end(routes)) throw Refused(404, "not_found", "The sandbox has no such call.");
+  if (!open && !route->scope.empty()) Accounts::needScope(state_, call, std::string(route->scope));
+  if (route->holds == Holds::nothing) held.unlock();
+  return route->function(state_, call);
+}
+
+// Another site's page may be open in the browser of whoever runs the sandbox; it must neither decide nor read anything,
+// not even through a name of its own that leads to this machine.
+void Router::needOwnOrigin(const Call& call) const {
+  const auto scheme = state_.origin.substr(0, state_.origin.find("//") + 2);
+  const auto port = state_.origin.substr(state_.origin.rfind(':'));
+  const auto host = call.header("host");
+  if (host != "127.0.0.1" + port && host != "localhost" + port) {
+    throw Refused(403, "foreign_host", "The sandbox is reached as 127.0.0.1 or localhost only.");
+  }
+  const auto origin = call.headers.find("origin");
+  if (origin != call.headers.end() && origin->second != scheme + host) {
+    throw Refused(403, "foreign_origin", "Only the sandbox's own page may do that.");
+  }
+}
+
+} // namespace kestu::sandbox

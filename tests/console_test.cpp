@@ -1,0 +1,254 @@
+#include "core/console/console.hpp"
+#include "core/console/printable.hpp"
+#include "core/console/progress.hpp"
+#include "core/console/qr.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/fake_clock.hpp"
+#include "tests/support/fake_terminal.hpp"
+
+#include <gtest/gtest.h>
+
+namespace kestu {
+
+using namespace std::chrono_literals;
+using Variables = std::map<std::string, std::string, std::less<>>;
+
+TEST(Console, DecidesByTerminalAndEnvironment) {
+  struct {
+    const char* name;
+    bool out, err;
+    Variables variables;
+    bool spins, redraws, styles;
+  } rows[] = {
+      {"both", true, true, {}, true, true, true},
+      {"out piped", false, true, {}, false, true, false},
+      {"err piped", true, false, {}, false, false, true},
+      {"dumb", true, true, {{"TERM", "dumb"}}, false, false, false},
+      {"empty TERM", true, true, {{"TERM", ""}}, true, true, true},
+      {"empty NO_COLOR", true, true, {{"NO_COLOR", ""}}, true, true, false},
+      {"CI", true, true, {{"CI", "true"}}, true, true, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    FakeTerminal terminal;
+    terminal.outIsTerminal = row.out;
+    terminal.errIsTerminal = row.err;
+    FakeClock clock;
+    Console console(terminal, Environment(row.variables), clock);
+    EXPECT_EQ(console.spins(), row.spins);
+    EXPECT_EQ(console.redraws(), row.redraws);
+    EXPECT_EQ(console.styles(), row.styles);
+    EXPECT_EQ(console.style().red("x"), row.styles ? "\x1B[31mx\x1B[39m" : "x");
+    EXPECT_EQ(console.style().red(""), "");
+  }
+}
+
+TEST(Console, FindsItsWidth) {
+  struct {
+    bool out;
+    std::optional<int> window;
+    Variables variables;
+    int expected;
+  } rows[] = {
+      {true, 120, {{"COLUMNS", "60"}}, 120},
+      {false, 120, {{"COLUMNS", "60"}}, 60},
+      {true, std::nullopt, {{"COLUMNS", "60"}}, 60},
+      {false, 120, {{"COLUMNS", "abc"}}, 80},
+      {false, 120, {{"COLUMNS", "60x"}}, 80},
+      {false, 120, {{"COLUMNS", ""}}, 80},
+      {false, 120, {}, 80},
+  };
+  for (const auto& row : rows) {
+    FakeTerminal terminal;
+    terminal.outIsTerminal = row.out;
+    terminal.windowColumns = row.window;
+    FakeClock clock;
+    EXPECT_EQ(Console(terminal, Environment(row.variables), clock).width(), row.expected);
+  }
+}
+
+TEST(Console, TakesOnlyAYesForAYes) {
+  struct {
+    std::optional<std::string> answer;
+    bool expected;
+  } rows[] = {{"Yes ", true}, {"\tY\r", true}, {"", false}, {"yess", false}, {"n", false}, {std::nullopt, false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.answer.value_or("(end)"));
+    FakeTerminal terminal;
+    FakeClock clock;
+    Console console(terminal, Environment(), clock);
+    if (row.answer) terminal.type(*row.answer);
+    EXPECT_EQ(console.ask("Go?", {}), row.expected);
+    EXPECT_EQ(terminal.errText(), "Go? [y/N] ");
+    EXPECT_EQ(terminal.outText(), "");
+  }
+}
+
+TEST(Console, LeavesAStoppedQuestionsLine) {
+  FakeTerminal terminal(80);
+  FakeClock clock;
+  std::stop_source stopping;
+  stopping.request_stop();
+  Console console(terminal, Environment(), clock);
+  EXPECT_THROW(console.ask("Go?", stopping.get_token()), Stopped);
+  EXPECT_EQ(terminal.errText(), "Go? [y/N] \n");
+}
+
+TEST(Console, SpinsWhileBusyAndKeepsWritesApart) {
+  FakeTerminal terminal(80);
+  FakeClock clock;
+  Console console(terminal, Environment(), clock);
+  {
+    Console::Busy first(console);
+    console.during([&] { ASSERT_TRUE(terminal.awaitText("\r[|]\r[/]\r[─]")); });
+    EXPECT_EQ(terminal.allText().find("\x1B[2K"), std::string::npos); // one call is still in flight
+    console.line("done");
+    EXPECT_NE(terminal.allText().find("]\r\x1B[2Kdone\n"), std::string::npos);
+    EXPECT_EQ(terminal.outText(), "done\n");
+    ASSERT_TRUE(terminal.awaitText("done\n\r["));
+    console.out("no line feed");
+  }
+  EXPECT_TRUE(terminal.allText().ends_with("]\r\x1B[2Kno line feed")) << terminal.allText();
+}
+
+TEST(Console, ErasesTheSpinnerAtTheEnd) {
+  FakeTerminal terminal(80);
+  FakeClock clock;
+  Console console(terminal, Environment(), clock);
+  EXPECT_EQ(console.during([&] { return terminal.awaitText("\r[|]"); }), true);
+  EXPECT_TRUE(terminal.errText().ends_with("]\r\x1B[2K"));
+}
+
+TEST(Console, RedrawsItsStatus) {
+  FakeTerminal terminal(8);
+  FakeClock clock;
+  {
+    Console console(terminal, Environment(), clock);
+    console.status("Uploading");
+    console.line("x");
+    console.clearStatus();
+    console.clearStatus();
+    EXPECT_EQ(terminal.allText(), "\r\x1B[2KUpload…\r\x1B[2Kx\n\r\x1B[2KUpload…\r\x1B[2K");
+    console.status("a");
+  }
+  EXPECT_TRUE(terminal.errText().ends_with("\r\x1B[2Ka\r\x1B[2K"));
+}
+
+TEST(Progress, ShowsAtATerminalAtMostTenTimesASecond) {
+  FakeTerminal terminal(100);
+  FakeClock clock;
+  Console console(terminal, Environment(), clock);
+  Progress progress(console, clock, "Uploading", 1ULL << 30, 64);
+  clock.advance(1000ms);
+  progress.advance(45ULL << 20, 3);
+  clock.advance(99ms);
+  progress.advance(1ULL << 20, 1);
+  progress.finish();
+  progress.advance(1, 1);
+  EXPECT_EQ(terminal.errText(), "\r\x1B[2KUploading  0 KB of 1.0 GB  0 of 64 parts"
+                                "\r\x1B[2KUploading  45 MB of 1.0 GB  3 of 64 parts  45 MB/s  0:22 left\r\x1B[2K");
+}
+
+TEST(Progress, TellsAScriptEveryFiveSeconds) {
+  FakeTerminal terminal;
+  FakeClock clock;
+  Console console(terminal, Environment(), clock);
+  {
+    Progress progress(console, clock, "Reading", 100ULL << 20, 0);
+    for (int i = 0; i < 11; ++i) {
+      clock.advance(1000ms);
+      progress.advance(1ULL << 20, 1);
+    }
+  }
+  EXPECT_EQ(terminal.errText(), "Reading  5 MB of 100 MB  1 MB/s  1:35 left\n"
+                                "Reading  10 MB of 100 MB  1 MB/s  1:30 left\n");
+}
+
+TEST(TextStyle, RemovesItsSequencesOnly) {
+  EXPECT_EQ(TextStyle::plain("\x1B[1ma\x1B[38;5;1mb\x1B[mc\x1B[2Kd\x1B"), "abc\x1B[2Kd\x1B");
+  EXPECT_EQ(TextStyle::width("\x1B[1mé日\x1B[22m"), 2U);
+}
+
+TEST(TextStyle, Wraps) {
+  struct {
+    std::string_view text;
+    int width, indent;
+    std::string_view expected;
+  } rows[] = {
+      {"aa bb cc", 5, 0, "aa bb\ncc"},
+      {"aa bb cc", 4, 2, "aa\n  bb\n  cc"},
+      {"a  b \n\n c ", 9, 4, "a  b\n\n c"},
+      {"see https://example.com/long now", 10, 2, "see\n  https://example.com/long\n  now"},
+      {"\x1B[1maa\x1B[22m bb", 5, 0, "\x1B[1maa\x1B[22m bb"},
+      {"日本 日本", 8, 0, "日本\n日本"},
+      {"a b", 0, 0, "a\nb"},
+      {"ab \x1B[22m", 2, 0, "ab\x1B[22m"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    EXPECT_EQ(TextStyle::wrap(row.text, row.width, row.indent), row.expected);
+  }
+}
+
+TEST(TextStyle, CutsToOneLine) {
+  struct {
+    std::string_view text;
+    int width;
+    std::string_view expected;
+  } rows[] = {
+      {"abcd", 4, "abcd"},
+      {"abcde", 4, "abc…"},
+      {"日本語", 4, "日…"},
+      {"a\nb", 4, "a b"},
+      {"ab", 0, ""},
+      {"\x1B[31mabcd\x1B[39mef\x1B[1mg\x1B[22m", 4, "\x1B[31mabc…\x1B[39m\x1B[1m\x1B[22m"},
+      {"ab\x1B[1mcd\x1B[22m", 3, "ab\x1B[1m…\x1B[22m"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    EXPECT_EQ(TextStyle::line(row.text, row.width), row.expected);
+  }
+}
+
+TEST(Printable, MakesControlsVisible) {
+  struct {
+    std::string_view text, line, lines;
+  } rows[] = {
+      {"👩‍👩‍👧 \u200Fعربي é", "👩‍👩‍👧 \u200Fعربي é",
+       "👩‍👩‍👧 \u200Fعربي é"},
+      {"a\x1B[2J\x7F", "a\\u{1b}[2J\\u{7f}", "a\\u{1b}[2J\\u{7f}"},
+      {"a\r\nb\tc\rd", "a b c\\u{d}d", "a\nb c\\u{d}d"},
+      {"\u009B2J\u2028\u202E\u2069", "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}", "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}"},
+      {"a\xC3(\xED\xA0\x80\xF4\x90", "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD",
+       "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\xC0\xAFx\xF0\x9F\x98", "\uFFFD\uFFFDx\uFFFD", "\uFFFD\uFFFDx\uFFFD"},
+      {"\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.line);
+    EXPECT_EQ(printable(row.text), row.line);
+    EXPECT_EQ(printableText(row.text), row.lines);
+  }
+}
+
+TEST(QR, DrawsModulesInHalfBlocks) {
+  EXPECT_EQ(qr("", true), "");
+  EXPECT_EQ(qr(std::string(2954, 'x'), false), "");
+  EXPECT_EQ(qrColumns(std::string(2954, 'x')), 0);
+  auto dark = Text::split(qr("HELLO", true), '\n');
+  auto light = Text::split(qr("HELLO", false), '\n');
+  ASSERT_EQ(qrColumns("HELLO"), 29); // 21 modules and the quiet zones
+  ASSERT_EQ(dark.size(), 15U);
+  ASSERT_EQ(light.size(), 15U);
+  for (std::size_t i = 0; i < 15; ++i) {
+    EXPECT_EQ(TextStyle::width(dark[i]), 29U);
+    EXPECT_EQ(Text::characters(light[i]), 29U);
+  }
+  // The upper rows of two finders: 7 dark modules, then a frame of one.
+  EXPECT_EQ(light[1], Text::joined(std::vector<std::string>(29, "█"), ""));
+  EXPECT_TRUE(light[2].starts_with("████ ▄▄▄▄▄ █")) << light[2];
+  EXPECT_TRUE(TextStyle::plain(dark[2]).starts_with("    █▀▀▀▀▀█ ")) << dark[2];
+  EXPECT_TRUE(dark[2].starts_with("\x1B[38;5;16;48;5;231m") && dark[2].ends_with("\x1B[39;49m"));
+}
+
+} // namespace kestu
