@@ -48,8 +48,8 @@ Movie open(const char* path, Clock::time_point& deadline) {
   if (!context) return nullptr;
   context->interrupt_callback = {isOverdue, &deadline};
   context->probesize = bytesLookedAt;
-  // No codec may be opened, and no other file or address that the movie names.
-  Options options{{"format_whitelist", "mov"}, {"protocol_whitelist", "file"}, {"codec_whitelist", "none"}};
+  // No other file or address that the movie names may be opened, and no codec but those whose size only they tell.
+  Options options{{"format_whitelist", "mov"}, {"protocol_whitelist", "file"}, {"codec_whitelist", "mpeg4,h263"}};
   // Without the scheme, a name such as "http:01.mov" would be taken for an address.
   std::string address = std::string("file:") + path;
   if (avformat_open_input(&context, address.c_str(), nullptr, options.left()) != 0) return nullptr; // freed by then
@@ -106,8 +106,8 @@ int kestuMediaProbe(const char* path, KestuVideoFacts* facts) {
   Movie movie = open(path, deadline);
   if (!movie) return 1;
   const AVStream* track = videoTrack(*movie);
-  // The header tells everything, but of a movie in fragments, whose first packets are looked at.
-  if (!track || frameRate(*track) <= 0 || movie->duration <= 0) {
+  // The header tells everything but of a movie in fragments and of some codecs, whose first packets are looked at.
+  if (!track || track->codecpar->width <= 0 || frameRate(*track) <= 0 || movie->duration <= 0) {
     if (avformat_find_stream_info(movie.get(), nullptr) < 0) return 1;
     track = videoTrack(*movie);
   }

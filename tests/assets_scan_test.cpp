@@ -198,7 +198,7 @@ TEST(AssetScan, knowsPulledFilesByTheirBytes) {
   repo.write(at + "en/2.png", png(5, 8));
   Pulled::write(AssetKind::screenshots, repo.path(),
                 {{"en/P69/1.png", {"A1", MD5::hex(first)}}, {"en/2.png", {"A2", "0"}}});
-  EXPECT_EQ(Files::read(repo.path() / at / "pulled.json", 1000)->substr(0, 36),
+  EXPECT_EQ(Files::read(repo.path() / at / "pulled.json", 1000)->substr(0, 37),
             "{\n  \"en/2.png\": {\n    \"assetId\": \"A2\"");
   for (bool hashing : {true, false}) {
     AssetScan found = scan(repo, AssetKind::screenshots, {.hashing = hashing});

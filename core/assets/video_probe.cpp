@@ -3,7 +3,6 @@
 #include "core/platform/executable.hpp"
 #include "media/video_probe_module.h"
 
-#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -18,10 +17,6 @@ constexpr std::string_view moduleNames[] = {"libkestu-media.dylib", "libkestu-me
 #else
 constexpr std::string_view moduleNames[] = {"libkestu-media.so"};
 #endif
-
-void unload(void* module) {
-  if (module) dlclose(module);
-}
 
 template <class Function>
 Function symbol(void* module, const char* name) {
@@ -65,12 +60,13 @@ std::vector<std::filesystem::path> VideoProbe::candidates(const std::filesystem:
 }
 
 VideoProbeFunction VideoProbe::load(const std::filesystem::path& module) {
-  std::shared_ptr<void> handle(dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL), unload);
+  // Never unloaded: not every library that comes with it can be.
+  void* handle = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (!handle) return nullptr;
-  auto version = symbol<KestuMediaVersionFunction>(handle.get(), "kestuMediaVersion");
-  auto probe = symbol<KestuMediaProbeFunction>(handle.get(), "kestuMediaProbe");
+  auto version = symbol<KestuMediaVersionFunction>(handle, "kestuMediaVersion");
+  auto probe = symbol<KestuMediaProbeFunction>(handle, "kestuMediaProbe");
   if (!version || !probe || version() != KESTU_MEDIA_VERSION) return nullptr;
-  return [handle, probe](const std::filesystem::path& file) -> std::optional<VideoFacts> {
+  return [probe](const std::filesystem::path& file) -> std::optional<VideoFacts> {
     KestuVideoFacts facts{};
     if (probe(file.c_str(), &facts) != 0) return std::nullopt;
     return VideoFacts{facts.width, facts.height, facts.seconds, facts.fps, facts.audio != 0};
