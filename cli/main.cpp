@@ -1,46 +1,56 @@
-#include "cli/context.hpp"
-#include "cli/entry.hpp"
-#include "core/assets/video_probe.hpp"
-#include "core/platform/stop_signals.hpp"
+#include "cli/command_rows.hpp"
+#include "cli/help.hpp"
+#include "cli/program.hpp"
+#include "core/platform/executable.hpp"
 #include "core/platform/terminal.hpp"
-#include "core/service/curl_transport.hpp"
+#include "core/support/environment.hpp"
+#include "core/support/version.hpp"
 
-#include <filesystem>
-#include <iostream>
-#include <system_error>
+#include <dlfcn.h>
 
-int main(int count, char** words) {
-  using namespace kestu;
-  std::stop_source stopping;
-  StopSignals signals(stopping);
-  SystemTerminal terminal;
-  SystemClock clock;
-  int status = 1;
-  {
-    Environment environment = Environment::captured();
-    Console console(terminal, environment, clock);
-    CurlTransport transport;
-    auto store = systemTokenStore();
-    AnnouncedVersion announced;
-    try {
-      Context context{environment,
-                      std::filesystem::current_path(),
-                      clock,
-                      console,
-                      transport,
-                      *store,
-                      announced,
-                      VideoProbe::system(),
-                      stopping.get_token()};
-      status = runEntry(context, std::vector<std::string>(words + 1, words + count));
-    } catch (const Stopped&) {
-      status = 130;
-    } catch (const BrokenPipe&) {
-      status = 141;
-    } catch (const std::exception& error) {
-      console.error(error.what());
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace kestu;
+
+/// The answer to what needs no command: the version and the root's help; empty for all else.
+std::string quickAnswer(const std::vector<std::string>& words) {
+  if (words.size() > 1) return "";
+  if (!words.empty() && words[0] == "--version") return std::string(CLI::version) + "\n";
+  if (words.empty() || words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
+    return help(bareRoot(), terminalWidth(SystemTerminal(), columnsGiven(Environment::captured())));
+  }
+  return "";
+}
+
+KestuProgram load() {
+  auto executable = executablePath();
+  if (!executable) return nullptr;
+  auto beside = executable->parent_path();
+  for (const auto& folder : {beside.parent_path() / "lib", beside.parent_path() / "lib" / "kestu", beside}) {
+    for (const char* name : {"libkestu-program.so", "libkestu-program.dylib"}) {
+      if (void* handle = dlopen((folder / name).c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE)) {
+        return reinterpret_cast<KestuProgram>(dlsym(handle, "kestuProgram"));
+      }
     }
   }
-  if (int signal = signals.received()) StopSignals::endWith(signal);
-  return status;
+  return nullptr;
+}
+
+} // namespace
+
+int main(int count, char** words) {
+  std::string answer = quickAnswer(std::vector<std::string>(words + 1, words + count));
+  if (!answer.empty()) {
+    bool written = std::fwrite(answer.data(), 1, answer.size(), stdout) == answer.size();
+    return std::fflush(stdout) == 0 && written ? 0 : 1;
+  }
+  if (KestuProgram program = load()) return program(count, words);
+  const char* reason = dlerror();
+  std::fprintf(stderr, "kestu isn't whole here: its library couldn't be loaded (%s). Install it again.\n",
+               reason ? reason : "not found");
+  return 1;
 }

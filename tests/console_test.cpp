@@ -130,8 +130,10 @@ TEST(Console, RedrawsItsStatus) {
     console.clearStatus();
     EXPECT_EQ(terminal.allText(), "\r\x1B[2KUpload…\r\x1B[2Kx\n\r\x1B[2KUpload…\r\x1B[2K");
     console.status("a");
+    console.out("no line feed");
+    console.line("");
   }
-  EXPECT_TRUE(terminal.errText().ends_with("\r\x1B[2Ka\r\x1B[2K"));
+  EXPECT_TRUE(terminal.allText().ends_with("\r\x1B[2Ka\r\x1B[2Kno line feed\n\r\x1B[2Ka\r\x1B[2K"));
 }
 
 TEST(Progress, ShowsAtATerminalAtMostTenTimesASecond) {
@@ -144,6 +146,7 @@ TEST(Progress, ShowsAtATerminalAtMostTenTimesASecond) {
   clock.advance(99ms);
   progress.advance(1ULL << 20, 1);
   progress.finish();
+  clock.advance(1000ms);
   progress.advance(1, 1);
   EXPECT_EQ(terminal.errText(), "\r\x1B[2KUploading  0 KB of 1.0 GB  0 of 64 parts"
                                 "\r\x1B[2KUploading  45 MB of 1.0 GB  3 of 64 parts  45 MB/s  0:22 left\r\x1B[2K");
@@ -176,7 +179,7 @@ TEST(TextStyle, Wraps) {
     std::string_view expected;
   } rows[] = {
       {"aa bb cc", 5, 0, "aa bb\ncc"},
-      {"aa bb cc", 4, 2, "aa\n  bb\n  cc"},
+      {"aa bb cc d", 5, 2, "aa bb\n  cc\n  d"},
       {"a  b \n\n c ", 9, 4, "a  b\n\n c"},
       {"see https://example.com/long now", 10, 2, "see\n  https://example.com/long\n  now"},
       {"\x1B[1maa\x1B[22m bb", 5, 0, "\x1B[1maa\x1B[22m bb"},

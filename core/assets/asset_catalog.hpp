@@ -30,9 +30,9 @@ struct Dimensions {
 struct ImageSpec {
   Dimensions dimensions;
   bool alpha = false; ///< an alpha channel is taken
-  std::optional<std::int64_t> maxBytes;
-  std::optional<std::vector<std::string>> extensions; ///< with their dots
-  bool universal = false;                             ///< as the service sends it
+  std::optional<std::int64_t> maxBytes{};
+  std::optional<std::vector<std::string>> extensions{}; ///< with their dots
+  bool universal = false;                               ///< as the service sends it
 };
 
 struct FrameRates {
@@ -42,12 +42,12 @@ struct FrameRates {
 
 struct VideoSpec {
   Dimensions dimensions;
-  std::vector<FrameRates> fps; ///< any rate when empty
-  std::optional<double> minSeconds;
-  std::optional<double> maxSeconds; ///< durations are checked only when both are there
-  bool audio = false;               ///< a sound track is needed
-  std::optional<std::int64_t> maxBytes;
-  std::optional<std::vector<std::string>> extensions;
+  std::vector<FrameRates> fps{}; ///< any rate when empty
+  std::optional<double> minSeconds{};
+  std::optional<double> maxSeconds{}; ///< durations are checked only when both are there
+  bool audio = false;                 ///< a sound track is needed
+  std::optional<std::int64_t> maxBytes{};
+  std::optional<std::vector<std::string>> extensions{};
   bool universal = false;
 
   /// "30", "23.98".
@@ -62,13 +62,13 @@ struct VideoSpec {
 
 /// One of Apple's displays, or another place in which the App Store shows assets.
 struct AssetDisplay {
-  std::string group; ///< Apple's ID
-  std::string name;  ///< "iPhone 6.9″"
-  std::string device;
-  std::string platform;
+  std::string group{}; ///< Apple's ID
+  std::string name{};  ///< "iPhone 6.9″"
+  std::string device{};
+  std::string platform{};
   std::int64_t max = 0; ///< assets of the kind
-  std::vector<ImageSpec> images;
-  std::vector<VideoSpec> videos;
+  std::vector<ImageSpec> images{};
+  std::vector<VideoSpec> videos{};
 
   /// The first of `images` or `videos` that contains the size; turned sideways when `turns` is set, nothing contains it
   /// upright and the device can be turned. Null when none does: spec(&AssetDisplay::images, 1290, 2796, true).

@@ -97,19 +97,21 @@ nlohmann::json planned(const std::vector<AssetSet>& sets) {
   std::set<std::string> known;
   auto languages = byLanguage(sets, [&](const AssetSet& set) {
     nlohmann::json assets = nlohmann::json::array();
+    nlohmann::json frames = nlohmann::json::object();
     for (const AssetFile& file : set.files) {
       std::string md5 = file.md5.value_or("");
       assets.push_back(md5);
+      if (file.frame) frames[md5] = *file.frame;
       // A reservation at Apple needs each file's name and size.
       if (known.insert(md5).second) {
         files.push_back({{"md5", md5}, {"fileName", file.name}, {"size", file.size}, {"video", file.isVideo}});
       }
     }
-    return nlohmann::json{{"kind", facts(set.kind).key}, {"group", set.display.group}, {"assets", assets}};
+    nlohmann::json display = {{"kind", facts(set.kind).key}, {"group", set.display.group}, {"assets", assets}};
+    if (!frames.empty()) display["frames"] = frames;
+    return display;
   });
-  nlohmann::json request = {{"languages", languages}, {"files", files}};
-  if (auto frames = framesOf(sets); !frames.empty()) request["frames"] = frames;
-  return request;
+  return {{"languages", languages}, {"files", files}};
 }
 
 const PlannedDisplay& displayOf(const AssetsPlan& plan, const AssetSet& set) {

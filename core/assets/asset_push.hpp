@@ -61,7 +61,8 @@ struct AssetTransfer {
 
 namespace AssetPush {
 
-/// The plan's request: each display's checksums in order, and each file once with its name and size.
+/// The plan's request: each display's checksums in order and its videos' poster frames by checksum, and each file once
+/// with its name and size.
 nlohmann::json planned(const std::vector<AssetSet>& sets);
 
 /// The planned display of a set; throws JSONError when the plan lacks it or gives it another number of assets.

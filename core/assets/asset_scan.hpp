@@ -44,14 +44,14 @@ struct AssetScan {
 };
 
 struct ScanOptions {
-  std::string platform;             ///< the displays of any platform when empty
-  std::vector<std::string> locales; ///< all when empty; case doesn't matter
-  std::vector<std::string> groups;  ///< displays' IDs, all when empty
-  bool hashing = false;             ///< fill in `md5`
-  VideoProbeFunction probe;         ///< videos are not measured without one
-  std::stop_token stop;
+  std::string platform{};             ///< the displays of any platform when empty
+  std::vector<std::string> locales{}; ///< all when empty; case doesn't matter
+  std::vector<std::string> groups{};  ///< displays' IDs, all when empty
+  bool hashing = false;               ///< fill in `md5`
+  VideoProbeFunction probe{};         ///< videos are not measured without one
+  std::stop_token stop{};
   /// Told the bytes hashed so far, from any thread, one call at a time.
-  std::function<void(std::uint64_t bytesHashed)> progress;
+  std::function<void(std::uint64_t bytesHashed)> progress{};
 };
 
 namespace Assets {

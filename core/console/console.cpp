@@ -3,7 +3,6 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
-#include <charconv>
 
 namespace kestu {
 
@@ -21,14 +20,6 @@ Spinner::Abilities abilities(const Terminal& terminal, const Environment& enviro
   return {.spins = redraws && terminal.isTerminal(Stream::out), .redraws = redraws};
 }
 
-std::optional<int> wholeNumber(std::string_view text) {
-  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
-  int number = 0;
-  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
-
 /// Holds the spinner while a question is on the screen, however it ends.
 class Question {
  public:
@@ -44,15 +35,10 @@ class Question {
 } // namespace
 
 Console::Console(Terminal& terminal, const Environment& environment, Clock& clock)
-    : terminal_(terminal), givenColumns_(wholeNumber(environment.get("COLUMNS").value_or(""))),
-      style_(hasStyles(terminal, environment)), spinner_(terminal, clock, abilities(terminal, environment)) {}
+    : terminal_(terminal), givenColumns_(columnsGiven(environment)), style_(hasStyles(terminal, environment)),
+      spinner_(terminal, clock, abilities(terminal, environment)) {}
 
-int Console::width() const {
-  if (isTerminal(Stream::out)) {
-    if (auto columns = terminal_.columns()) return *columns;
-  }
-  return givenColumns_.value_or(80);
-}
+int Console::width() const { return terminalWidth(terminal_, givenColumns_); }
 
 void Console::out(std::string_view text) { spinner_.write(Stream::out, text); }
 

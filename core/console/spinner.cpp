@@ -1,5 +1,6 @@
 #include "core/console/spinner.hpp"
 
+#include <array>
 #include <utility>
 
 namespace kestu {

@@ -3,7 +3,6 @@
 #include "core/platform/terminal.hpp"
 #include "core/support/clock.hpp"
 
-#include <array>
 #include <condition_variable>
 #include <mutex>
 #include <stop_token>

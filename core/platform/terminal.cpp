@@ -1,9 +1,11 @@
 #include "core/platform/terminal.hpp"
 
+#include "core/support/environment.hpp"
 #include "core/support/error.hpp"
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <system_error>
 #include <utility>
 
@@ -123,6 +125,23 @@ std::optional<std::string> SystemTerminal::readLine(const std::stop_token& stop)
   std::string line = unread_.substr(0, end);
   unread_.erase(0, end + 1);
   return line;
+}
+
+std::optional<int> columnsGiven(const Environment& environment) {
+  std::string variable = environment.get("COLUMNS").value_or("");
+  std::string_view text = variable;
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  int number = 0;
+  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+int terminalWidth(const Terminal& terminal, std::optional<int> given) {
+  if (terminal.isTerminal(Stream::out)) {
+    if (auto columns = terminal.columns()) return *columns;
+  }
+  return given.value_or(80);
 }
 
 } // namespace kestu

@@ -8,6 +8,8 @@
 
 namespace kestu {
 
+class Environment;
+
 enum class Stream { in, out, err };
 
 /// Whoever read standard output has gone. The program then ends quietly, as SIGPIPE would end it.
@@ -44,5 +46,11 @@ class SystemTerminal final : public Terminal {
  private:
   std::string unread_;
 };
+
+/// The integer value of COLUMNS, when it parses.
+std::optional<int> columnsGiven(const Environment& environment);
+
+/// Columns for what is written to standard output: the window's, else those given (COLUMNS), else 80.
+int terminalWidth(const Terminal& terminal, std::optional<int> given);
 
 } // namespace kestu

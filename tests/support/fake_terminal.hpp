@@ -3,7 +3,6 @@
 #include "core/platform/terminal.hpp"
 #include "core/support/error.hpp"
 
-#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <deque>

@@ -1,0 +1,47 @@
+#include "cli/program.hpp"
+
+#include "cli/context.hpp"
+#include "cli/entry.hpp"
+#include "core/assets/video_probe.hpp"
+#include "core/platform/stop_signals.hpp"
+#include "core/platform/terminal.hpp"
+#include "core/service/curl_transport.hpp"
+
+#include <filesystem>
+#include <system_error>
+
+int kestuProgram(int count, char** words) {
+  using namespace kestu;
+  std::stop_source stopping;
+  StopSignals signals(stopping);
+  SystemTerminal terminal;
+  SystemClock clock;
+  int status = 1;
+  {
+    Environment environment = Environment::captured();
+    Console console(terminal, environment, clock);
+    CurlTransport transport;
+    auto store = systemTokenStore();
+    AnnouncedVersion announced;
+    try {
+      Context context{environment,
+                      std::filesystem::current_path(),
+                      clock,
+                      console,
+                      transport,
+                      *store,
+                      announced,
+                      VideoProbe::system(),
+                      stopping.get_token()};
+      status = runEntry(context, std::vector<std::string>(words + 1, words + count));
+    } catch (const Stopped&) {
+      status = 130;
+    } catch (const BrokenPipe&) {
+      status = 141;
+    } catch (const std::exception& error) {
+      console.error(error.what());
+    }
+  }
+  if (int signal = signals.received()) StopSignals::endWith(signal);
+  return status;
+}

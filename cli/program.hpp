@@ -1,0 +1,7 @@
+#pragma once
+
+/// Runs the whole program and gives its exit status. It stands in a library of its own, loaded by a front that answers
+/// --version and --help without the libraries that only commands need.
+extern "C" __attribute__((visibility("default"))) int kestuProgram(int count, char** words);
+
+using KestuProgram = int (*)(int, char**);

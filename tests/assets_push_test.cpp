@@ -1,0 +1,235 @@
+#include "tests/support/command_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <set>
+
+namespace fs = std::filesystem;
+
+namespace kestu::tests {
+namespace {
+
+const std::string commit = "POST /v1/apps/1234567890/assets/commit";
+const std::string folder = "metadata/screenshots/en-US/iPhone 6.9/";
+
+class PushTest : public CommandTest {
+ protected:
+  PushTest() {
+    signIn();
+    link();
+  }
+  void picture(const std::string& path, std::uint32_t shade, std::uint32_t width = 1290, std::uint32_t height = 2796) {
+    repo.write(path, png(width, height, PNGColours::palette, shade));
+  }
+  void twoLanguages() {
+    picture(folder + "2.png", 2);
+    picture(folder + "10.png", 10);
+    picture("metadata/screenshots/de-DE/iPhone 6.9/01.png", 2);
+  }
+  std::size_t parts() { return calls("PUT /upload/"); }
+};
+
+TEST_F(PushTest, SendsEachFileOnceThenNothing) {
+  twoLanguages();
+  server.scriptNextPlan({.waitingPolls = 2});
+  Ran ran = run({"assets", "push", "1.2", "--yes"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_NE(ran.out.find("✓ 1.2 for iOS shows the repo's assets, 2 files ("), std::string::npos) << ran.out;
+  EXPECT_EQ(parts(), 2U) << "the same picture in two languages goes once";
+  for (const auto& request : server.requests()) {
+    if (request.path.starts_with("/upload/")) EXPECT_FALSE(request.headers.contains("authorization"));
+    if (!request.path.ends_with("/commit")) continue;
+    auto body = nlohmann::json::parse(request.body);
+    EXPECT_EQ(body["languages"][0]["locale"], "de-DE");
+    EXPECT_EQ(body["languages"][1]["displays"][0]["files"][0]["path"], "en-US/iPhone 6.9/2.png");
+    EXPECT_EQ(body["languages"][1]["displays"][0]["files"][1]["path"], "en-US/iPhone 6.9/10.png");
+    EXPECT_EQ(body["languages"][0]["displays"][0]["files"][0]["assetId"],
+              body["languages"][1]["displays"][0]["files"][0]["assetId"]);
+  }
+  server.forgetRequests();
+  ran = run({"assets", "push", "1.2"});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_NE(ran.out.find("nothing to upload"), std::string::npos);
+  EXPECT_EQ(parts() + calls(commit), 0U);
+  fs::rename(repo.path() / (folder + "10.png"), repo.path() / (folder + "1.png"));
+  server.scriptNextPlan({});
+  ran = run({"assets", "push", "1.2", "-y", "--json"});
+  EXPECT_EQ(nlohmann::json::parse(ran.out)["plan"]["state"], "applied");
+  EXPECT_EQ(parts(), 0U) << "a new order sends no file";
+}
+
+TEST_F(PushTest, NothingLeavesBeforeItIsConfirmed) {
+  twoLanguages();
+  const std::string question = "Send this for approval in the kestu app? [y/N] ";
+  struct Row {
+    std::vector<std::string> options;
+    bool person;
+    std::string typed;
+    int status;
+    std::string err;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{}, false, "y", 6, "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
+           {{}, true, "n", 5, question + "Nothing sent.\n"},
+           {{}, true, "", 5, question + "Nothing sent.\n"},
+           {{"--dry-run"}, true, "y", 0, ""},
+           {{"--dry-run", "--json", "--yes"}, false, "y", 0, ""},
+       }) {
+    terminal.inIsTerminal = row.person;
+    if (row.person && row.options.empty()) terminal.type(row.typed);
+    std::vector<std::string> arguments = {"assets", "push", "1.2"};
+    arguments.insert(arguments.end(), row.options.begin(), row.options.end());
+    Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_TRUE(ran.err.ends_with(row.err)) << ran.err;
+    EXPECT_EQ(parts() + calls(commit) + calls("POST /v1/apps/1234567890/assets/uploaded"), 0U);
+    if (!row.options.empty())
+      EXPECT_NE((row.options.size() > 1 ? ran.err : ran.out).find("2 added"), std::string::npos) << ran.out << ran.err;
+  }
+  terminal.inIsTerminal = true;
+  terminal.type("Yes ");
+  server.scriptNextPlan({});
+  EXPECT_EQ(run({"assets", "push", "1.2"}).status, 0);
+}
+
+TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
+  struct Row {
+    sandbox::Script script;
+    int status;
+    std::string err;
+  };
+  std::uint32_t shade = 100;
+  for (const Row& row : std::vector<Row>{
+           {{0, "denied", ""}, 5, "Denied in the kestu app. Nothing changed.\n"},
+           {{1, "expired", ""}, 1, "No one decided it in time, so nothing changed. Run it again to ask again.\n"},
+           {{0, "failed", "changed"},
+            1,
+            "It changed in kestu since you asked, so nothing was applied. Look again, then run it again.\n"},
+           {{0, "failed", "partly_replied"},
+            1,
+            "Some replies went and some didn't. kestu reviews shows which have yours.\n"},
+           {{0, "failed", "interrupted"},
+            1,
+            "kestu was interrupted applying it, so it may or may not have gone through. Look before running it "
+            "again.\n"},
+           {{0, "failed", "quota"}, 1, "kestu couldn't apply it (quota). Nothing changed.\n"},
+           {{0, "lost", ""}, 1, "kestu couldn't apply it (lost). Nothing changed.\n"},
+       }) {
+    SCOPED_TRACE(row.err);
+    picture(folder + "01.png", ++shade);
+    server.scriptNextPlan(row.script);
+    Ran ran = run({"assets", "push", "1.2", "--yes"});
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_EQ(ran.err, row.err);
+  }
+  Ran ran = run({"assets", "push", "1.2", "--yes", "--no-wait"});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_EQ(ran.out, "● Waiting for your approval in the kestu app.\n");
+}
+
+TEST_F(PushTest, PollsEveryFiveSecondsForTwoMinutesThenEveryFifteen) {
+  picture(folder + "01.png", 1);
+  server.scriptNextPlan({.waitingPolls = 27});
+  EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 0);
+  auto sleeps = clock.sleeps();
+  ASSERT_EQ(sleeps.size(), 28U);
+  for (std::size_t i = 0; i < sleeps.size(); ++i) EXPECT_EQ(sleeps[i], std::chrono::seconds(i < 24 ? 5 : 15)) << i;
+}
+
+TEST_F(PushTest, ProblemsStopItBeforeAnythingIsPlanned) {
+  picture(folder + "01.png", 1, 100, 200);
+  repo.write(folder + "02.png", "\x89PNG\r\n\x1A\n12");
+  repo.write("metadata/screenshots/en-US/iPad 13", "a file");
+  repo.write("metadata/screenshots/en-US/Toaster/01.png", png(1290, 2796));
+  fs::create_directory_symlink("loop", repo.path() / "metadata/screenshots/loop");
+  Ran ran = run({"assets", "push", "1.2", "--yes"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_TRUE(ran.err.starts_with("Apple wouldn't take these, so nothing was sent:\n")) << ran.err;
+  for (const std::string line :
+       {folder + "01.png is 100 × 200, not a size of iPhone 6.9″", folder + "02.png isn't a PNG or a JPEG.",
+        std::string("No display is called Toaster: kestu assets sizes lists them."),
+        std::string("metadata/screenshots/loop")}) {
+    EXPECT_NE(ran.err.find(line), std::string::npos) << line << "\n" << ran.err;
+  }
+  EXPECT_EQ(calls("POST /v1/apps/1234567890/assets"), 0U);
+  EXPECT_EQ(run({"assets", "push", "1.2", "--display", "Toaster"}).err,
+            "No display is called Toaster: kestu assets sizes lists them.\n");
+  EXPECT_EQ(run({"assets", "previews", "push", "1.2"}).status, 7);
+  EXPECT_EQ(run({"assets", "push", "1.2", "--locale", "fr-FR"}).status, 7);
+}
+
+TEST_F(PushTest, ABrokenUploadCommitsNothing) {
+  std::string file = folder + "01.png";
+  std::uint32_t shade = 0;
+  struct Row {
+    std::vector<sandbox::Fault> faults;
+    std::function<void()> meanwhile; // once the plan was made
+    std::string err;
+    std::size_t parts;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{{.path = "/upload/", .times = 3, .status = 403}},
+            {},
+            "Apple took no part of 01.png (403). Nothing was changed; run it again.\n",
+            3},
+           {{{.path = "/upload/", .times = 2, .status = 500}}, {}, "", 3},
+           {{{.path = "/v1/apps/1234567890/assets/uploaded", .status = 409, .body = R"({"message":"Torn."})"}},
+            {},
+            "Torn.\n",
+            1},
+           {{{.path = "/v1/apps/1234567890/assets", .method = "POST", .status = 200, .body = R"({"languages":[]})"}},
+            {},
+            "kestu's answer for the assets wasn't what this version of the CLI expects. Update the CLI, or try "
+            "again.\n",
+            0},
+       }) {
+    SCOPED_TRACE(row.err);
+    picture(file, ++shade);
+    server.forgetRequests();
+    for (const auto& fault : row.faults) server.onNext(fault);
+    server.scriptNextPlan({});
+    Ran ran = run({"assets", "push", "1.2", "--yes"});
+    EXPECT_EQ(ran.err, row.err);
+    EXPECT_EQ(parts(), row.parts);
+    EXPECT_EQ(calls(commit), row.err.empty() ? 1U : 0U);
+  }
+}
+
+TEST_F(PushTest, AFileCutShortIsNoticed) {
+  picture(folder + "01.png", 1);
+  server.onNext({.path = "/upload/", .status = 500});
+  clock.onSleep = [&](std::chrono::milliseconds) { fs::resize_file(repo.path() / (folder + "01.png"), 100); };
+  Ran ran = run({"assets", "push", "1.2", "--yes"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err, "01.png changed while it was being sent.\n");
+  EXPECT_EQ(calls(commit), 0U);
+}
+
+TEST_F(PushTest, PartsGoOnlyWhereFilesMay) {
+  picture(folder + "01.png", 1);
+  Ran dry = run({"assets", "push", "1.2", "--dry-run", "--json"});
+  auto plan = nlohmann::json::parse(dry.out);
+  for (const std::string url : {"http://example.com/x", "file:///etc/passwd", "ftp://127.0.0.1/x"}) {
+    plan["uploads"][0]["parts"][0]["url"] = url;
+    server.onNext({.path = "/v1/apps/1234567890/assets", .method = "POST", .status = 200, .body = plan.dump()});
+    EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 9) << url;
+  }
+  plan["uploads"][0]["md5"] = "0";
+  server.onNext({.path = "/v1/apps/1234567890/assets", .method = "POST", .status = 200, .body = plan.dump()});
+  EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).err,
+            "kestu asked for a file the repo doesn't have. Update the CLI, or try again.\n");
+}
+
+TEST_F(PushTest, SizesListsEveryDisplay) {
+  Ran ran = run({"assets", "sizes"});
+  EXPECT_NE(ran.out.find("iPhone 6.9″  IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE  10"), std::string::npos) << ran.out;
+  EXPECT_NE(ran.out.find("886 × 1920 (15–30 s, 23.98–30 fps)"), std::string::npos);
+  EXPECT_EQ(run({"assets", "header", "sizes", "-ocsv"}).out.find("screenshots"), std::string::npos);
+  server.onNext(
+      {.path = "/v1/apps/1234567890/assets/catalog", .status = 200, .body = R"({"screenshots":[{"group":"A"}]})"});
+  EXPECT_EQ(run({"assets", "sizes"}).status, 9);
+  EXPECT_EQ(run({"assets", "sizes", "--platform", "macos", "--json"}).out.find("IPHONE"), std::string::npos);
+}
+
+} // namespace
+} // namespace kestu::tests

@@ -1,0 +1,101 @@
+#include "cli/arguments.hpp"
+#include "cli/command_tree.hpp"
+#include "cli/completion.hpp"
+#include "tests/support/command_test.hpp"
+
+namespace kestu::tests {
+namespace {
+
+TEST(Arguments, RewritesRetiredWords) {
+  struct Row {
+    std::vector<std::string> before, after;
+    std::string notice;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"whatsnew", "list"}, {"kit", "whats-new", "list"}, "kestu whatsnew is now kestu kit whats-new."},
+           {{"help", "flags"}, {"help", "kit", "flags"}, "kestu flags is now kestu kit flags."},
+           {{"help"}, {"help"}, ""},
+           {{}, {}, ""},
+           {{"prices", "ppp", "--x"}, {"prices", "parity", "--x"}, ""},
+           {{"help", "prices", "ppp"}, {"help", "prices", "parity"}, ""},
+           {{"prices"}, {"prices"}, ""},
+           {{"prices", "list", "ppp"}, {"prices", "list", "ppp"}, ""},
+           {{"apps", "flags"}, {"apps", "flags"}, ""},
+       }) {
+    Rewritten result = rewritten(row.before);
+    EXPECT_EQ(result.arguments, row.after);
+    EXPECT_EQ(result.notice, row.notice);
+  }
+}
+
+TEST(CLIError, HelpListsElevenKinds) {
+  std::string help = CLIError::help();
+  EXPECT_TRUE(help.starts_with(
+      "Exit codes: 1 failed, 2 used wrongly, 3 not signed in, 4 not allowed (the sign-in's scopes or apps), 5 denied"));
+  EXPECT_TRUE(help.ends_with(", 10 still waiting when the time ran out, 11 kestu needs updating."));
+  for (int raw : {0, 12, -1}) EXPECT_FALSE(CLIError::kindOf(raw));
+  EXPECT_EQ(CLIError::kindOf(11), CLIError::Kind::outdated);
+  EXPECT_EQ(CLIError::notWritten("These differ", {"a", "b"}).description,
+            "These differ, so nothing was written:\n  a\n  b\n--force writes over them.");
+}
+
+class EntryTest : public CommandTest {};
+
+TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string out, err; // how they begin
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"--version"}, 0, "1.1.2\n", ""},
+           {{}, 0, "kestu from the terminal: your apps", ""},
+           {{"help", "assets", "push"}, 0, "Send the repo's assets to a version", ""},
+           {{"assets", "screenshots", "push", "--help"}, 0, "Send the repo's screenshots to a version", ""},
+           {{"assets"}, 0, "An app's App Store assets from its repo", ""},
+           {{"help", "kit"}, 0, "KestuKit in an app", ""},
+           {{"builds", "list", "--whatever"}, 1, "", "kestu builds isn't in this version of kestu yet.\n"},
+           {{"whatsnew", "list"},
+            1,
+            "",
+            "kestu whatsnew is now kestu kit whats-new.\nkestu kit isn't in this version of kestu yet.\n"},
+           {{"asets"}, 2, "", "kestu has no command asets. Did you mean assets?\n\nUsage: kestu"},
+           {{"xyzzy"}, 2, "", "kestu has no command xyzzy.\n"},
+           {{"help", "asets"}, 2, "", "kestu has no command asets. Did you mean assets?"},
+           {{"assets", "psuh", "1.2"}, 2, "", "kestu assets has no command psuh. Did you mean push?"},
+           {{"assets", "push"}, 2, "", "Missing <version>: "},
+           {{"assets", "push", "1.2", "1.3"}, 2, "", "Nothing is expected at 1.3."},
+           {{"assets", "push", "1.2", "--forse"}, 2, "", "There's no option --forse here."},
+           {{"assets", "push", "1.2", "--platform", "tvos"}, 2, "", "--platform is ios or macos, not tvos."},
+           {{"assets", "push", "1.2", "--locale"}, 2, "", "--locale"},
+           {{"apps", "--json", "--output", "csv"},
+            2,
+            "",
+            "--json is --output json: one or the other.\n\nUsage: kestu apps [options]"},
+           {{"whoami", "-oxml"}, 2, "", "--output is json, not xml."},
+           {{"x\x1b[2J"}, 2, "", "kestu has no command x?[2J."},
+       }) {
+    SCOPED_TRACE(row.arguments.empty() ? "" : row.arguments.back());
+    Ran ran = run(row.arguments);
+    EXPECT_EQ(ran.status, row.status) << ran.err;
+    EXPECT_EQ(ran.out.substr(0, row.out.size()), row.out);
+    EXPECT_EQ(ran.err.substr(0, row.err.size()), row.err);
+    EXPECT_EQ(ran.out.empty(), row.out.empty());
+    EXPECT_EQ(ran.err.empty(), row.err.empty());
+  }
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(EntryTest, CompletionKnowsTheTree) {
+  for (const std::string shell : {"bash", "zsh", "fish"}) {
+    SCOPED_TRACE(shell);
+    Ran ran = run({"--generate-completion-script", shell});
+    for (const std::string word : {"intro-offers", "search-results", "screenshot-folders", "dry-run"})
+      EXPECT_NE(ran.out.find(word), std::string::npos) << word;
+    EXPECT_EQ(ran.out.find("'--json'"), std::string::npos);
+  }
+  EXPECT_EQ(run({"--generate-completion-script", "tcsh"}).status, 2);
+}
+
+} // namespace
+} // namespace kestu::tests

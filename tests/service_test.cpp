@@ -1,0 +1,294 @@
+#include "tests/support/command_test.hpp"
+
+#include "core/service/part_uploader.hpp"
+#include "core/service/retry.hpp"
+#include "core/support/tasks.hpp"
+
+#include <atomic>
+#include <thread>
+
+namespace kestu::tests {
+namespace {
+
+using Kind = CLIError::Kind;
+
+TEST(Refusal, MapsEveryRuleFirstMatchFirst) {
+  struct Row {
+    int status;
+    std::string body;
+    std::optional<std::string> latest;
+    Kind kind;
+    std::string message;
+  };
+  const std::string old = "kestu CLI 1.1.2 is too old to use now";
+  const std::string revoked = "kestu no longer takes this sign-in: it was revoked, went unused for 90 days, or was "
+                              "never made. Run kestu login.";
+  for (const Row& row : std::vector<Row>{
+           {401, R"({"message":"other"})", {}, Kind::signedOut, revoked},
+           {426, "", {}, Kind::outdated, old + ". Update it: kestu update"},
+           {426, R"({"message":"x"})", "1.2.0", Kind::outdated, old + ": 1.2.0 is out. Update it: kestu update"},
+           {403,
+            R"({"error":"scope_required","scope":"feedback","message":"x"})",
+            {},
+            Kind::notAllowed,
+            "This sign-in can't do that. Run kestu login again and tick Support Email as you approve it."},
+           {403,
+            R"({"error":"scope_required","scope":"ads"})",
+            {},
+            Kind::notAllowed,
+            "This sign-in can't do that. Run kestu login again and tick what it needs as you approve it."},
+           {403,
+            R"({"error":"app_not_granted"})",
+            {},
+            Kind::notAllowed,
+            "This sign-in doesn't cover that app. Run kestu login again and include it."},
+           {404, R"({"error":"app_not_granted"})", {}, Kind::notFound, "Not found."},
+           {429,
+            R"({"error":"agent_quota","limit":"week"})",
+            {},
+            Kind::quota,
+            "Over the account's calls for this week."},
+           {429,
+            R"({"error":"agent_quota","limit":"window","message":"x"})",
+            {},
+            Kind::quota,
+            "Over the account's calls for this 5-hour window."},
+           {429, R"({"error":"agent_quota"})", {}, Kind::quota, "Over this sign-in's calls a minute."},
+           {403, R"({"message":"No."})", {}, Kind::notAllowed, "No."},
+           {404, R"({"message":"No."})", {}, Kind::notFound, "No."},
+           {429, R"({"message":"No."})", {}, Kind::quota, "No."},
+           {409, R"({"message":"No."})", {}, Kind::failed, "No."},
+           {500, R"({"message":"No."})", {}, Kind::unavailable, "No."},
+           {409, "{\"message\":\"a\\u001b[2Jb\"}", {}, Kind::failed, "a\\u{1b}[2Jb"},
+           {429, "<html>", {}, Kind::quota, "Too many requests. Try again in a minute."},
+           {503, "<html>", {}, Kind::unavailable, "kestu couldn't answer (503). Try again in a moment."},
+           {0, "", {}, Kind::unavailable, "kestu couldn't answer (0). Try again in a moment."},
+           {302, "", {}, Kind::failed, "kestu refused that (302)."},
+           {418, R"({"error":"teapot"})", {}, Kind::failed, "kestu refused that (418, teapot)."},
+           {418, R"({"error":7,"message":"x"})", {}, Kind::failed, "kestu refused that (418)."},
+       }) {
+    SCOPED_TRACE(std::to_string(row.status) + " " + row.body);
+    CLIError error = Refusal::read(row.body).asError(row.status, row.latest, Moment());
+    EXPECT_EQ(error.description, row.message);
+    EXPECT_EQ(error.kind, row.kind);
+  }
+}
+
+TEST(AnnouncedVersion, IsNewerByItsNumbers) {
+  for (const auto& [version, newer] : std::vector<std::pair<std::string, bool>>{{"1.1.3", true},
+                                                                                {"1.1.10", true},
+                                                                                {"1.2", true},
+                                                                                {"2", true},
+                                                                                {"1.1.2", false},
+                                                                                {"1.1.2.0", false},
+                                                                                {"1.1", false},
+                                                                                {"0.9.9", false},
+                                                                                {"", false},
+                                                                                {"2x", false},
+                                                                                {"9.", false}}) {
+    SCOPED_TRACE(version);
+    AnnouncedVersion announced;
+    announced.set(version);
+    EXPECT_EQ(announced.newer().has_value(), newer);
+  }
+}
+
+TEST(APIURL, TakesHTTPSAnywhereAndHTTPHere) {
+  for (const auto& [text, origin] :
+       std::vector<std::pair<std::string, std::string>>{{"https://API.example.com/base/", "https://api.example.com"},
+                                                        {"https://a.example:443", "https://a.example"},
+                                                        {"http://127.0.0.1:80", "http://127.0.0.1"},
+                                                        {"http://localhost:8080", "http://localhost:8080"},
+                                                        {"http://[::1]:9", "http://[::1]:9"},
+                                                        {"http://127.1.2.3", "http://127.1.2.3"},
+                                                        {"", "https://api.kestu.com"},
+                                                        {"http://example.com", ""},
+                                                        {"http://127.0.0.1.example.com", ""},
+                                                        {"http://127.0.0.1@example.com", ""},
+                                                        {"https://user@example.com", ""},
+                                                        {"http://127.0.0.1\\@example.com", ""},
+                                                        {"ftp://127.0.0.1", ""},
+                                                        {"https://", ""},
+                                                        {"api.kestu.com", ""},
+                                                        {"https://a.example/?x", ""},
+                                                        {"https://a b", ""},
+                                                        {"http://127.0.0.999", ""}}) {
+    SCOPED_TRACE(text);
+    try {
+      EXPECT_EQ(APIURL::from(Environment({{"KESTU_API_URL", text}})).origin(), origin);
+    } catch (const CLIError& error) {
+      EXPECT_EQ(origin, "");
+      EXPECT_EQ(error.kind, Kind::usage);
+    }
+  }
+  APIURL url = APIURL::from(Environment({{"KESTU_API_URL", "https://a.example/base/"}}));
+  EXPECT_EQ(url.url("/v1/apps", {{"version", "1.2 ü&"}, {"x", ""}}),
+            "https://a.example/base/v1/apps?version=1.2%20%C3%BC%26&x=");
+}
+
+TEST(Retried, TriesThreeTimesWithItsWaits) {
+  struct Row {
+    std::vector<int> statuses; // 0: no answer
+    std::string outcome;
+    std::vector<std::chrono::milliseconds> sleeps;
+  };
+  using std::chrono::milliseconds;
+  for (const Row& row : std::vector<Row>{
+           {{200}, "200", {}},
+           {{503, 299}, "299", {milliseconds(3000)}},
+           {{0, 404, 204}, "204", {milliseconds(3000), milliseconds(6000)}},
+           {{500, 0, 403, 200}, "refused 403", {milliseconds(3000), milliseconds(6000)}},
+           {{500, 500, 0, 200}, "failed broken", {milliseconds(3000), milliseconds(6000)}},
+       }) {
+    FakeClock clock;
+    std::size_t attempt = 0;
+    std::string outcome;
+    try {
+      auto answer = retried(
+          clock, {},
+          [&] {
+            int status = row.statuses.at(attempt++);
+            if (status == 0) throw TransportError("broken");
+            return HTTPAnswer{status, {}, ""};
+          },
+          [](int status) { return CLIError(Kind::failed, "refused " + std::to_string(status)); },
+          [](const std::string& reason) { return CLIError(Kind::failed, "failed " + reason); });
+      outcome = std::to_string(answer.status);
+    } catch (const CLIError& error) {
+      outcome = error.description;
+    }
+    EXPECT_EQ(outcome, row.outcome);
+    EXPECT_EQ(clock.sleeps(), row.sleeps);
+  }
+}
+
+TEST(FewAtOnce, BoundsWorkersAndStopsThemAtTheFirstError) {
+  std::atomic<int> running = 0, most = 0, begun = 0, stopped = 0;
+  auto each = [&](std::size_t index, const std::stop_token& stop) {
+    int now = ++running;
+    for (int seen = most; now > seen && !most.compare_exchange_weak(seen, now);) {
+    }
+    ++begun;
+    if (index == 5) {
+      --running;
+      throw CLIError(Kind::failed, "first");
+    }
+    if (index == 4) {
+      while (!stop.stop_requested()) std::this_thread::yield();
+      ++stopped;
+    }
+    --running;
+  };
+  try {
+    fewAtOnce(1000, 3, {}, each);
+    ADD_FAILURE();
+  } catch (const CLIError& error) {
+    EXPECT_EQ(error.description, "first");
+  }
+  EXPECT_LE(most, 3);
+  EXPECT_LT(begun, 1000);
+  EXPECT_EQ(stopped, 1);
+  EXPECT_THROW(fewAtOnce(
+                   1, 1,
+                   [] {
+                     std::stop_source source;
+                     source.request_stop();
+                     return source.get_token();
+                   }(),
+                   [](std::size_t, const std::stop_token&) {}),
+               Stopped);
+}
+
+TEST(CurlTransport, TrustsNoUnknownCertificate) {
+  sandbox::Server server(sandbox::Options{.tls = true});
+  CurlTransport transport;
+  HTTPRequest request;
+  request.url = server.origin() + "/v1/apps";
+  EXPECT_THROW(transport.send(request, {}), TransportError);
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(CurlTransport, RefusesHugeAnswersAndDoesNotFollowRedirects) {
+  sandbox::Server server;
+  server.onNext({.path = "/v1/big", .status = 200, .body = std::string(1001, 'x')});
+  server.onNext({.path = "/v1/moved", .status = 302, .body = "", .headers = {{"Location", "/v1/apps"}}});
+  CurlTransport transport(1000);
+  HTTPRequest request;
+  request.url = server.origin() + "/v1/big";
+  EXPECT_THROW(transport.send(request, {}), TransportError);
+  request.url = server.origin() + "/v1/moved";
+  EXPECT_EQ(transport.send(request, {}).status, 302);
+}
+
+TEST(CurlTransport, StopsATransferInFlight) {
+  sandbox::Server server;
+  server.onNext({.path = "/v1/slow", .status = 200, .delay = std::chrono::minutes(5)});
+  CurlTransport transport;
+  std::stop_source stopping;
+  HTTPRequest request;
+  request.url = server.origin() + "/v1/slow";
+  std::jthread stopper([&] {
+    while (server.requests().empty()) std::this_thread::yield();
+    stopping.request_stop();
+  });
+  EXPECT_THROW(transport.send(request, stopping.get_token()), Stopped);
+  request.timeout = std::chrono::milliseconds(50);
+  server.onNext({.path = "/v1/slow", .status = 200, .delay = std::chrono::minutes(5)});
+  EXPECT_THROW(transport.send(request, {}), TransportError);
+}
+
+class ServiceTest : public CommandTest {};
+
+TEST_F(ServiceTest, BadAnswersEndWithOneMessage) {
+  signIn();
+  const std::string expected =
+      "kestu's answer wasn't what this version of the CLI expects. Update the CLI, or try again.\n";
+  struct Row {
+    sandbox::Fault fault;
+    int status;
+    std::string err;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{.status = 200, .body = "<html>", .contentType = "text/html"}, 9, expected},
+           {{.status = 200, .body = R"({"apps":[{"appId":)"}, 9, expected},
+           {{.status = 200, .body = ""}, 9, expected},
+           {{.status = 200, .body = "{}"}, 9, expected},
+           {{.status = 200,
+           .body = R"({"apps":[{"appId":"1","bundleId":"a","name":"b","platforms":[],"primaryLocale":"c"}]})"},
+            9,
+            expected},
+           {{.status = 200, .body = std::string(100000, '[')}, 9, expected},
+           {{.status = 503, .body = "<html>"}, 9, "kestu couldn't answer (503). Try again in a moment.\n"},
+           {{.status = 426, .headers = {{"App-Update-Available", "1.2.0"}}},
+            11,
+            "kestu CLI 1.1.2 is too old to use now: 1.2.0 is out. Update it: kestu update\n"},
+       }) {
+    SCOPED_TRACE(row.fault.body.substr(0, 40));
+    server.onNext(row.fault);
+    Ran ran = run({"apps"});
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_EQ(ran.err, row.err);
+    EXPECT_EQ(ran.out, "");
+  }
+  server.onNext({.cut = true});
+  Ran ran = run({"apps"});
+  EXPECT_EQ(ran.status, 9);
+  EXPECT_TRUE(ran.err.starts_with("Couldn't reach kestu: ")) << ran.err;
+}
+
+TEST_F(ServiceTest, SendsItsHeadersAndNoTokenToSignIn) {
+  signIn();
+  run({"apps"});
+  auto headers = server.requests().at(0).headers;
+  EXPECT_EQ(headers["accept"], "application/json");
+  EXPECT_EQ(headers["user-agent"], "kestu-cli/1.1.2");
+  EXPECT_EQ(headers["app-version"], "1.1.2");
+  EXPECT_EQ(headers["authorization"], "Bearer " + store.items.begin()->second);
+  server.forgetRequests();
+  server.scriptNextSignIn({});
+  EXPECT_EQ(run({"login"}).status, 0);
+  for (const auto& request : server.requests()) EXPECT_FALSE(request.headers.contains("authorization")) << request.path;
+}
+
+} // namespace
+} // namespace kestu::tests
