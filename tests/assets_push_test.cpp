@@ -2,8 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <set>
-
 namespace fs = std::filesystem;
 
 namespace kestu::tests {
@@ -18,7 +16,7 @@ class PushTest : public CommandTest {
     signIn();
     link();
   }
-  void picture(const std::string& path, std::uint32_t shade, std::uint32_t width = 1290, std::uint32_t height = 2796) {
+  void picture(const std::string& path, std::uint8_t shade, std::uint32_t width = 1290, std::uint32_t height = 2796) {
     repo.write(path, png(width, height, PNGColours::palette, shade));
   }
   void twoLanguages() {
@@ -98,7 +96,7 @@ TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
     int status;
     std::string err;
   };
-  std::uint32_t shade = 100;
+  std::uint8_t shade = 100;
   for (const Row& row : std::vector<Row>{
            {{0, "denied", ""}, 5, "Denied in the kestu app. Nothing changed.\n"},
            {{1, "expired", ""}, 1, "No one decided it in time, so nothing changed. Run it again to ask again.\n"},
@@ -145,7 +143,7 @@ TEST_F(PushTest, ProblemsStopItBeforeAnythingIsPlanned) {
   Ran ran = run({"assets", "push", "1.2", "--yes"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_TRUE(ran.err.starts_with("Apple wouldn't take these, so nothing was sent:\n")) << ran.err;
-  for (const std::string line :
+  for (const std::string& line :
        {folder + "01.png is 100 × 200, not a size of iPhone 6.9″", folder + "02.png isn't a PNG or a JPEG.",
         std::string("No display is called Toaster: kestu assets sizes lists them."),
         std::string("metadata/screenshots/loop")}) {
@@ -155,15 +153,15 @@ TEST_F(PushTest, ProblemsStopItBeforeAnythingIsPlanned) {
   EXPECT_EQ(run({"assets", "push", "1.2", "--display", "Toaster"}).err,
             "No display is called Toaster: kestu assets sizes lists them.\n");
   EXPECT_EQ(run({"assets", "previews", "push", "1.2"}).status, 7);
+  fs::remove(repo.path() / "metadata/screenshots/loop");
   EXPECT_EQ(run({"assets", "push", "1.2", "--locale", "fr-FR"}).status, 7);
 }
 
 TEST_F(PushTest, ABrokenUploadCommitsNothing) {
   std::string file = folder + "01.png";
-  std::uint32_t shade = 0;
+  std::uint8_t shade = 0;
   struct Row {
     std::vector<sandbox::Fault> faults;
-    std::function<void()> meanwhile; // once the plan was made
     std::string err;
     std::size_t parts;
   };
@@ -172,7 +170,7 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
             {},
             "Apple took no part of 01.png (403). Nothing was changed; run it again.\n",
             3},
-           {{{.path = "/upload/", .times = 2, .status = 500}}, {}, "", 3},
+           {{{.path = "/upload/", .times = 2, .status = 500}}, "", 3},
            {{{.path = "/v1/apps/1234567890/assets/uploaded", .status = 409, .body = R"({"message":"Torn."})"}},
             {},
             "Torn.\n",
@@ -189,7 +187,8 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
     for (const auto& fault : row.faults) server.onNext(fault);
     server.scriptNextPlan({});
     Ran ran = run({"assets", "push", "1.2", "--yes"});
-    EXPECT_EQ(ran.err, row.err);
+    EXPECT_EQ(ran.status == 0, row.err.empty());
+    EXPECT_TRUE(ran.err.ends_with(row.err)) << ran.err;
     EXPECT_EQ(parts(), row.parts);
     EXPECT_EQ(calls(commit), row.err.empty() ? 1U : 0U);
   }

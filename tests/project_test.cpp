@@ -1,6 +1,7 @@
 #include "core/project/project.hpp"
 
 #include "core/project/app_choice.hpp"
+#include "core/support/files.hpp"
 #include "tests/support/command_test.hpp"
 
 namespace fs = std::filesystem;

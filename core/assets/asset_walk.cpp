@@ -128,12 +128,9 @@ AssetWalk AssetWalk::of(AssetKind kind, const std::filesystem::path& root, const
     return locales.empty() || std::any_of(locales.begin(), locales.end(), same);
   };
   Walker walker(walk, root, displays);
-  std::vector<std::string> languages;
   walker.forEntries(walk.kindFolder, [&](const Assets::Entry& entry) {
-    if (entry.isFolder && wanted(entry.name)) languages.push_back(entry.name);
+    if (entry.isFolder && wanted(entry.name)) walker.language(entry.name);
   });
-  std::sort(languages.begin(), languages.end());
-  for (const std::string& locale : languages) walker.language(locale);
   return walk;
 }
 

@@ -43,7 +43,7 @@ struct AssetPlace {
   std::vector<std::filesystem::path> files; ///< in display order
 };
 
-/// What lies in a kind's folder, by locale; nothing is opened.
+/// What lies in a kind's folder, in the order of a file browser; no file is opened.
 struct AssetWalk {
   std::string kindFolder; ///< repository path, empty when there is none
   std::vector<AssetPlace> places;
