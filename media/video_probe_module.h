@@ -27,7 +27,7 @@ typedef int (*KestuMediaProbeFunction)(const char* path, KestuVideoFacts* facts)
 KESTU_MEDIA_EXPORT int kestuMediaVersion(void);
 
 /* Fills `facts` and returns 0; another number, and `facts` as they were, when the file is no QuickTime or MPEG-4 movie
-   with a video track. Decodes nothing. May be called from several threads at once. */
+   with a video track. Decodes no pictures. May be called from several threads at once. */
 KESTU_MEDIA_EXPORT int kestuMediaProbe(const char* path, KestuVideoFacts* facts);
 
 #ifdef __cplusplus
