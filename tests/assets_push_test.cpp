@@ -167,16 +167,13 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
   };
   for (const Row& row : std::vector<Row>{
            {{{.path = "/upload/", .times = 3, .status = 403}},
-            {},
             "Apple took no part of 01.png (403). Nothing was changed; run it again.\n",
             3},
            {{{.path = "/upload/", .times = 2, .status = 500}}, "", 3},
            {{{.path = "/v1/apps/1234567890/assets/uploaded", .status = 409, .body = R"({"message":"Torn."})"}},
-            {},
             "Torn.\n",
             1},
            {{{.path = "/v1/apps/1234567890/assets", .method = "POST", .status = 200, .body = R"({"languages":[]})"}},
-            {},
             "kestu's answer for the assets wasn't what this version of the CLI expects. Update the CLI, or try "
             "again.\n",
             0},
