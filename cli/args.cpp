@@ -99,6 +99,7 @@ const Command& lookedUp(const Command& root, const std::vector<std::string>& arg
 }
 
 void takeArguments(const Command& command, const std::vector<std::string>& words) {
+  if (command.takesAnything) return;
   std::size_t next = 0;
   bool onlyArguments = false;
   for (const std::string& word : words) {
@@ -124,6 +125,7 @@ void takeArguments(const Command& command, const std::vector<std::string>& words
 
 std::string libraryMessage(const CLI::ParseError& error) {
   std::string text = shown(error.what());
+  if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) return text.substr(0, text.find(':')) + " needs a value.";
   return text.ends_with('.') ? text : text + ".";
 }
 

@@ -350,6 +350,8 @@ void addPush(Command& group, const KindChoice& choice) {
 void addPull(Command& group, const KindChoice& choice) {
   Command& command = group.add("pull", "Download a version's " + choice.plural() +
                                            " from App Store Connect into the repo, each display's in its order.");
+  command.takesAnything = true;
+  command.discussion = "This command isn't in this version of kestu yet.";
   command.argument({"version", "The version in App Store Connect, as 1.2.", [](const std::string&) {}, false});
   command.run = [path = command.path](Context&) {
     throw CLIError(Kind::failed, path + " isn't in this version of kestu yet.");

@@ -62,6 +62,9 @@ std::string tables(const Command& root) {
 std::string bash(const Command& root) {
   return "# bash completion for kestu\n" + tables(root) + R"sh(_kestu() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} path choices
+  # bash takes the equals sign of --output=json for a word of its own.
+  [ "$current" = = ] && current=
+  [ "$previous" = = ] && previous=${COMP_WORDS[COMP_CWORD-2]}
   path=$(_kestu_path "${COMP_WORDS[@]:1:COMP_CWORD-1}")
   if choices=$(_kestu_values "$path $previous"); then
     COMPREPLY=($(compgen -W "$choices" -- "$current"))

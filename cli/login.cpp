@@ -74,9 +74,19 @@ void runLogin(Context& context, const GlobalOptions& options) {
   options.emit(context.console, answer, done + "\nNext: kestu link");
 }
 
+/// The stored token; where KESTU_TOKEN is the sign-in, a machine without a keyring has simply none.
+std::optional<Token> storedToken(const Credentials& credentials) {
+  try {
+    return credentials.stored();
+  } catch (const CLIError&) {
+    if (!credentials.isFromEnvironment()) throw;
+    return std::nullopt;
+  }
+}
+
 void runLogout(Context& context, const GlobalOptions& options) {
   Credentials credentials = context.credentials();
-  auto token = credentials.stored();
+  auto token = storedToken(credentials);
   if (!token) {
     if (credentials.isFromEnvironment()) {
       throw CLIError(CLIError::Kind::failed,

@@ -7,6 +7,7 @@
 #include "core/support/version.hpp"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 
 #include <cstdio>
 #include <string>
@@ -26,6 +27,14 @@ std::string quickAnswer(const std::vector<std::string>& words) {
   return "";
 }
 
+/// A stream that was closed would give its number to the next file opened, and that file would get the answer. What is
+/// put in its place cannot be written to, so that writing still fails.
+void holdStandardStreams() {
+  for (int stream : {0, 1, 2}) {
+    if (fcntl(stream, F_GETFD) == -1) static_cast<void>(open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY));
+  }
+}
+
 KestuProgram load() {
   auto executable = executablePath();
   if (!executable) return nullptr;
@@ -43,6 +52,7 @@ KestuProgram load() {
 } // namespace
 
 int main(int count, char** words) {
+  holdStandardStreams();
   std::string answer = quickAnswer(std::vector<std::string>(words + 1, words + count));
   if (!answer.empty()) {
     bool written = std::fwrite(answer.data(), 1, answer.size(), stdout) == answer.size();

@@ -8,6 +8,7 @@
 #include "core/service/curl_transport.hpp"
 
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 int kestuProgram(int count, char** words) {
@@ -24,14 +25,11 @@ int kestuProgram(int count, char** words) {
     auto store = systemTokenStore();
     AnnouncedVersion announced;
     try {
-      Context context{environment,
-                      std::filesystem::current_path(),
-                      clock,
-                      console,
-                      transport,
-                      *store,
-                      announced,
-                      VideoProbe::system(),
+      std::error_code gone;
+      std::filesystem::path folder = std::filesystem::current_path(gone);
+      if (gone)
+        throw std::runtime_error("The current folder can't be read (" + gone.message() + "). Go to another one.");
+      Context context{environment,         folder, clock, console, transport, *store, announced, VideoProbe::system(),
                       stopping.get_token()};
       status = runEntry(context, std::vector<std::string>(words + 1, words + count));
     } catch (const Stopped&) {

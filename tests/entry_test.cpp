@@ -67,7 +67,7 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
            {{"assets", "push", "1.2", "1.3"}, 2, "", "Nothing is expected at 1.3."},
            {{"assets", "push", "1.2", "--forse"}, 2, "", "There's no option --forse here."},
            {{"assets", "push", "1.2", "--platform", "tvos"}, 2, "", "--platform is ios or macos, not tvos."},
-           {{"assets", "push", "1.2", "--locale"}, 2, "", "--locale"},
+           {{"assets", "push", "1.2", "--locale"}, 2, "", "--locale needs a value.\n"},
            {{"apps", "--json", "--output", "csv"},
             2,
             "",

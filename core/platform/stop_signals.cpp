@@ -11,7 +11,7 @@ namespace kestu {
 
 namespace {
 
-constexpr std::array stopping = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array stopping = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 // Ends the watching thread; of no meaning to the user.
 constexpr int wakeUp = SIGUSR1;

@@ -8,8 +8,8 @@
 
 namespace kestu {
 
-/// Turns the interrupt, termination and hang-up signals into a stop, so that what the program began is cleaned up.
-/// Made before any thread, since threads take over the set of blocked signals from the one that starts them; so do
+/// Turns the interrupt, termination, hang-up and quit signals into a stop, so that what the program began is cleaned
+/// up. Made before any thread, since threads take over the set of blocked signals from the one that starts them; so do
 /// child processes, which have to unblock them. A signal that was ignored from the start stays ignored. The same
 /// signal again ends the process at once. SIGPIPE is ignored as long as this lives.
 class StopSignals {

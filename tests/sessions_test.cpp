@@ -1,0 +1,99 @@
+#include "cli/command_rows.hpp"
+#include "cli/help.hpp"
+#include "core/support/files.hpp"
+#include "tests/support/command_test.hpp"
+
+#include <array>
+#include <thread>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kestu::tests {
+namespace {
+
+/// The built program in a process of its own, its output in files.
+class Program {
+ public:
+  Program(const TemporaryFolder& folder, std::vector<std::string> words, const std::vector<std::string>& variables)
+      : out_(folder.path() / "session.out"), err_(folder.path() / "session.err") {
+    words.insert(words.begin(), KESTU_PROGRAM);
+    std::vector<char*> arguments, environment;
+    for (std::string& word : words) arguments.push_back(word.data());
+    std::vector<std::string> settings = variables;
+    for (std::string& setting : settings) environment.push_back(setting.data());
+    arguments.push_back(nullptr);
+    environment.push_back(nullptr);
+    process_ = fork();
+    if (process_ != 0) return;
+    if (chdir(folder.path().c_str()) != 0) _exit(126);
+    dup2(open("/dev/null", O_RDONLY), 0);
+    dup2(open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
+    dup2(open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
+    execve(KESTU_PROGRAM, arguments.data(), environment.data());
+    _exit(127);
+  }
+
+  void interrupt() const { kill(process_, SIGINT); }
+  int wait() const {
+    int status = 0;
+    waitpid(process_, &status, 0);
+    return status;
+  }
+  std::string out() const { return Files::read(out_, 1'000'000).value_or(""); }
+  std::string err() const { return Files::read(err_, 1'000'000).value_or(""); }
+
+ private:
+  std::filesystem::path out_, err_;
+  pid_t process_ = -1;
+};
+
+class Session : public CommandTest {
+ protected:
+  std::vector<std::string> variables = {"KESTU_API_URL=" + server.origin(), "KESTU_TOKEN=" + server.tokenFor(),
+                                        "COLUMNS=72"};
+};
+
+TEST_F(Session, TheFrontAndTheProgramSayTheSame) {
+  Program version(repo, {"--version"}, variables);
+  EXPECT_EQ(version.wait(), 0);
+  EXPECT_EQ(version.out(), "1.1.2\n");
+  Program help(repo, {"--help"}, variables);
+  EXPECT_EQ(help.wait(), 0);
+  EXPECT_EQ(help.out(), kestu::help(bareRoot(), 72));
+  environment["COLUMNS"] = "72";
+  EXPECT_EQ(help.out(), run({"--help"}).out);
+  Program wrong(repo, {"asets"}, variables);
+  EXPECT_EQ(WEXITSTATUS(wrong.wait()), 2);
+  EXPECT_EQ(wrong.err(), run({"asets"}).err);
+}
+
+TEST_F(Session, AnInterruptWhileItWaitsIsTheSignalsStatus) {
+  link();
+  repo.write("metadata/screenshots/en-US/iPhone 6.9/01.png", png(1290, 2796));
+  Program push(repo, {"assets", "push", "1.2", "--yes"}, variables);
+  while (calls("POST /v1/apps/1234567890/assets/commit") == 0) std::this_thread::yield();
+  push.interrupt();
+  int status = push.wait();
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGINT);
+  EXPECT_EQ(push.err().find("rror"), std::string::npos) << push.err();
+}
+
+TEST_F(Session, TheTokenStaysOutOfWhatIsWritten) {
+  link();
+  std::string token = variables[1].substr(variables[1].find('=') + 1);
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"whoami", "--json"},
+                                                {"apps"},
+                                                {"assets", "push", "1.2"},
+                                                {"assets", "sizes", "-ojson"}}) {
+    Program program(repo, words, variables);
+    program.wait();
+    EXPECT_EQ((program.out() + program.err()).find(token), std::string::npos);
+  }
+}
+
+} // namespace
+} // namespace kestu::tests
