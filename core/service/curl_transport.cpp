@@ -228,6 +228,8 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   setTimes(easy, request);
   curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
   curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+  // Plain HTTP is for this machine alone, which no proxy can reach.
+  if (request.url.starts_with("http://")) curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
   curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers.get());
   curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
   curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip");
