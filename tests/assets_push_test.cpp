@@ -1,3 +1,5 @@
+#include "core/assets/asset_push.hpp"
+#include "core/support/md5.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>
@@ -189,6 +191,37 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
     EXPECT_EQ(parts(), row.parts);
     EXPECT_EQ(calls(commit), row.err.empty() ? 1U : 0U);
   }
+}
+
+TEST(PartUploader, SendsEveryPartFromItsOwnOffset) {
+  sandbox::Server server(sandbox::Options{.partSize = 1000});
+  TemporaryFolder place;
+  std::string bytes;
+  for (int i = 0; i < 10'001; ++i) bytes += static_cast<char>(i * i % 251);
+  fs::path file = place.write("01.png", bytes);
+  CurlTransport transport;
+  HTTPRequest request;
+  request.method = "POST";
+  request.token = Token(server.tokenFor());
+  request.url = server.origin() + "/v1/apps/1234567890/assets?version=1.2&platform=ios";
+  std::string md5 = MD5::hex(std::string_view(bytes));
+  nlohmann::json display = {{"kind", "screenshots"}, {"group", "IPHONE_DUO_PROFILE"}, {"assets", {md5}}};
+  nlohmann::json body = {{"languages", {{{"locale", "en-US"}, {"displays", {display}}}}},
+                         {"files", {{{"md5", md5}, {"fileName", "01.png"}, {"size", bytes.size()}, {"video", false}}}}};
+  request.body = bodyOf(body.dump());
+  AssetsPlan plan = AssetsPlan::read(JSONValue::parse(transport.send(request, {}).body));
+  ASSERT_EQ(plan.uploads.at(0).parts.size(), 11U);
+  server.onNext({.path = "/upload/", .skip = 5, .status = 500});
+  FakeClock clock;
+  std::vector<int> done;
+  PartUploader(transport, clock).send(file, plan.uploads[0].parts, 4, {}, [&](int parts, int, std::uint64_t) {
+    done.push_back(parts);
+  });
+  EXPECT_EQ(done, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
+  request.url = server.origin() + "/v1/apps/1234567890/assets/uploaded?version=1.2&platform=ios";
+  request.body = bodyOf(nlohmann::json{{"assetIds", {plan.uploads[0].assetId}}}.dump());
+  HTTPAnswer answer = transport.send(request, {});
+  EXPECT_EQ(answer.status, 204) << "the file as put together is another one: " << answer.body;
 }
 
 TEST_F(PushTest, AFileCutShortIsNoticed) {
