@@ -148,7 +148,8 @@ TEST_F(PushTest, ProblemsStopItBeforeAnythingIsPlanned) {
   for (const std::string& line :
        {folder + "01.png is 100 × 200, not a size of iPhone 6.9″", folder + "02.png isn't a PNG or a JPEG.",
         std::string("No display is called Toaster: kestu assets sizes lists them."),
-        std::string("metadata/screenshots/loop")}) {
+        std::string("metadata/screenshots/loop"),
+        std::string("metadata/screenshots/en-US/iPad 13 is a file, and iPad 13″ takes a folder of files.")}) {
     EXPECT_NE(ran.err.find(line), std::string::npos) << line << "\n" << ran.err;
   }
   EXPECT_EQ(calls("POST /v1/apps/1234567890/assets"), 0U);

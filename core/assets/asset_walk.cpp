@@ -39,6 +39,9 @@ class Walker {
         display(locale, entry.name);
       } else if (mediaType(entry.name)) {
         add(loose, entry.name);
+      } else if (const AssetDisplay* display = displays_.named(entry.name); display && !entry.error) {
+        walk_.problems.push_back(walk_.kindFolder + "/" + locale + "/" + entry.name + " is a file, and " +
+                                 display->name + " takes a folder of files.");
       }
     });
     if (!loose.files.empty()) walk_.places.push_back(std::move(loose));
