@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -67,7 +68,7 @@ std::string Progress::text(std::chrono::nanoseconds elapsed) const {
     auto left = static_cast<double>(totalBytes_ - std::min(bytes_, totalBytes_)) / speed;
     facts.push_back(Format::bytes(static_cast<std::uint64_t>(speed)) + "/s");
     // Beyond days it would only be noise, and too large to count.
-    if (left < 100 * 3600) facts.push_back(clockFace(static_cast<std::uint64_t>(left + 0.5)) + " left");
+    if (left < 100 * 3600) facts.push_back(clockFace(static_cast<std::uint64_t>(std::llround(left))) + " left");
   }
   return Text::joined(facts, "  ");
 }

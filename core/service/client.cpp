@@ -3,7 +3,6 @@
 #include "core/console/printable.hpp"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 namespace kestu {
@@ -14,7 +13,7 @@ RequestBody bodyOf(std::string bytes) {
   auto held = std::make_shared<const std::string>(std::move(bytes));
   return {held->size(), [held](std::uint64_t offset, char* buffer, std::size_t capacity) {
             std::size_t count = std::min(capacity, held->size() - static_cast<std::size_t>(offset));
-            std::memcpy(buffer, held->data() + offset, count);
+            std::copy_n(held->data() + offset, count, buffer);
             return count;
           }};
 }

@@ -40,7 +40,7 @@ class Client {
   static const std::pair<std::string, std::string> dryRun;
 
   Client(ServiceContext context, APIURL base, std::optional<Token> token)
-      : context_(context), base_(std::move(base)), token_(std::move(token)) {}
+      : context_(std::move(context)), base_(std::move(base)), token_(std::move(token)) {}
 
   /// GET, the answer through `read` (a function from JSONValue that may throw JSONError).
   template <class Read>
