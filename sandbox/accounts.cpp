@@ -76,7 +76,7 @@ const std::vector<std::string>& allScopes() {
 std::string signedIn(State& state, const Call& call) {
   constexpr std::string_view scheme = "Bearer ";
   const auto given = call.header("authorization");
-  const auto token = given.starts_with(scheme) ? given.substr(scheme.size()) : std::string();
+  auto token = given.starts_with(scheme) ? given.substr(scheme.size()) : std::string();
   if (!state.tokens.contains(token)) throw Refused(401, json{{"error", "invalid_token"}});
   countCall(state);
   return token;

@@ -42,7 +42,7 @@ Answer versions(State& state, const Call& call) {
 }
 
 std::string platform(const App& app, const Call& call) {
-  const auto platform = call.param("platform");
+  auto platform = call.param("platform");
   if (platform.empty()) throw Refused(400, "invalid_request", "The query names no platform.");
   if (std::find(app.platforms.begin(), app.platforms.end(), platform) == app.platforms.end()) {
     throw Refused(404, "not_found", fmt::format("{} isn't on {}.", app.name, platformName(platform)));
