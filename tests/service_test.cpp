@@ -173,7 +173,7 @@ TEST(FewAtOnce, BoundsWorkersAndStopsThemAtTheFirstError) {
       --running;
       throw CLIError(Kind::failed, "first");
     }
-    if (index == 4) {
+    if (index >= 4) { // so that whatever else begins before the error waits for it
       while (!stop.stop_requested()) std::this_thread::yield();
       ++stopped;
     }
@@ -186,8 +186,8 @@ TEST(FewAtOnce, BoundsWorkersAndStopsThemAtTheFirstError) {
     EXPECT_EQ(error.description, "first");
   }
   EXPECT_LE(most, 3);
-  EXPECT_LT(begun, 1000);
-  EXPECT_EQ(stopped, 1);
+  EXPECT_LE(begun, 8) << "something began after the error";
+  EXPECT_GE(stopped, 1);
   EXPECT_THROW(fewAtOnce(
                    1, 1,
                    [] {
