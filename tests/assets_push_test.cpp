@@ -215,7 +215,7 @@ TEST(PartUploader, SendsEveryPartFromItsOwnOffset) {
   server.onNext({.path = "/upload/", .skip = 5, .status = 500});
   FakeClock clock;
   std::vector<int> done;
-  PartUploader(transport, clock).send(file, plan.uploads[0].parts, 4, {}, [&](int parts, int, std::uint64_t) {
+  PartUploader(transport, clock).send(file, plan.uploads[0].parts, 4, {}, [&](int parts, int) {
     done.push_back(parts);
   });
   EXPECT_EQ(done, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <map>
-#include <mutex>
 #include <set>
 
 namespace kestu {
@@ -105,6 +104,8 @@ nlohmann::json planned(const std::vector<AssetSet>& sets) {
       // A reservation at Apple needs each file's name and size.
       if (known.insert(md5).second) {
         files.push_back({{"md5", md5}, {"fileName", file.name}, {"size", file.size}, {"video", file.isVideo}});
+        // Where Apple tells no checksum, what was pulled is known by its asset.
+        if (file.assetId) files.back()["assetId"] = *file.assetId;
       }
     }
     nlohmann::json display = {{"kind", facts(set.kind).key}, {"group", set.display.group}, {"assets", assets}};
@@ -158,13 +159,12 @@ std::vector<AssetTransfer> transfers(const AssetsPlan& plan, const std::vector<A
 }
 
 void send(const std::vector<AssetTransfer>& transfers, const PartUploader& uploader, const std::stop_token& stop,
-          const std::function<void(const AssetFile& file, std::uint64_t bytes)>& sent) {
-  std::mutex mutex;
+          const std::function<void(const AssetFile& file, std::int64_t bytes)>& moved,
+          const std::function<void(const AssetTransfer& transfer)>& finished) {
   auto sendOne = [&](const AssetTransfer& transfer, int atOnce, const std::stop_token& ending) {
-    uploader.send(transfer.file->path, transfer.upload->parts, atOnce, ending, [&](int, int, std::uint64_t bytes) {
-      std::lock_guard lock(mutex);
-      sent(*transfer.file, bytes);
-    });
+    uploader.send(transfer.file->path, transfer.upload->parts, atOnce, ending, {},
+                  [&](std::int64_t bytes) { moved(*transfer.file, bytes); });
+    finished(transfer);
   };
   // Never more than four parts in flight: small files go four at once, larger ones after each other.
   std::vector<AssetTransfer> small, large;

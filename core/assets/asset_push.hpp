@@ -62,7 +62,7 @@ struct AssetTransfer {
 namespace AssetPush {
 
 /// The plan's request: each display's checksums in order and its videos' poster frames by checksum, and each file once
-/// with its name and size.
+/// with its name, its size and, where it was pulled, its asset.
 nlohmann::json planned(const std::vector<AssetSet>& sets);
 
 /// The planned display of a set; throws JSONError when the plan lacks it or gives it another number of assets.
@@ -74,9 +74,12 @@ nlohmann::json placed(const AssetsPlan& plan, const std::vector<AssetSet>& sets)
 /// The local file of every upload, by checksum. A CLIError when the service asks for another file.
 std::vector<AssetTransfer> transfers(const AssetsPlan& plan, const std::vector<AssetSet>& sets);
 
-/// Sends all parts of all files, four at once. `sent` is told of each part's bytes, one call at a time.
+/// Sends all parts of all files, four at once. `moved` is told the bytes handed to the network since the last call,
+/// below zero when a part is sent again; `finished` of each file whose parts have all arrived. Both are called from any
+/// thread.
 void send(const std::vector<AssetTransfer>& transfers, const PartUploader& uploader, const std::stop_token& stop,
-          const std::function<void(const AssetFile& file, std::uint64_t bytes)>& sent);
+          const std::function<void(const AssetFile& file, std::int64_t bytes)>& moved,
+          const std::function<void(const AssetTransfer& transfer)>& finished);
 
 } // namespace AssetPush
 

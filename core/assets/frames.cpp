@@ -43,14 +43,12 @@ PosterFrames entriesToChange(const std::string& file, const std::filesystem::pat
   }
 }
 
-void replace(const std::filesystem::path& file, const PosterFrames& before, const PosterFrames& after) {
-  if (before == after) return;
-  if (after.empty()) {
-    std::filesystem::remove(file);
-    return;
-  }
+bool replace(const std::filesystem::path& file, const PosterFrames& before, const PosterFrames& after) {
+  if (before == after) return false;
+  if (after.empty()) return std::filesystem::remove(file);
   std::filesystem::create_directories(file.parent_path());
   Files::writeAtomically(file, JSON::pretty(after));
+  return true;
 }
 
 } // namespace
@@ -84,24 +82,25 @@ Reading read(AssetKind kind, const std::filesystem::path& root) {
   return reading;
 }
 
-void write(AssetKind kind, const std::filesystem::path& root, const PosterFrames& frames,
+bool write(AssetKind kind, const std::filesystem::path& root, const PosterFrames& frames,
            const std::set<std::string>& replacing) {
-  if (kind == AssetKind::screenshots) return;
+  if (kind == AssetKind::screenshots) return false;
   std::string file = repositoryPath(kind, root);
   PosterFrames before = entriesToChange(file, root);
   PosterFrames after = before;
   std::erase_if(after, [&](const auto& entry) { return replacing.contains(entry.first); });
   for (const auto& [video, frame] : frames) after[video] = frame;
-  replace(root / file, before, after);
+  return replace(root / file, before, after);
 }
 
-void moved(AssetKind kind, const std::filesystem::path& root, const std::map<std::string, std::string>& renamed) {
+void moved(AssetKind kind, const std::filesystem::path& root, const std::map<std::string, std::string>& renamed,
+           Old old) {
   if (kind == AssetKind::screenshots) return;
   std::string file = repositoryPath(kind, root);
   PosterFrames before = entriesToChange(file, root);
   PosterFrames after;
   for (const auto& [video, frame] : before) {
-    if (Assets::movedPath(video, renamed) == video) after[video] = frame;
+    if (old == Old::kept || Assets::movedPath(video, renamed) == video) after[video] = frame;
   }
   for (const auto& [video, frame] : before) after.emplace(Assets::movedPath(video, renamed), frame);
   replace(root / file, before, after);

@@ -30,14 +30,16 @@ bool isFrame(std::string_view text);
 Reading read(AssetKind kind, const std::filesystem::path& root);
 
 /// Forgets the frames of the videos in `replacing`, then adds `frames`; everything else in the file stays. A file left
-/// without frames is removed. Throws CLIError when the file that is there can't be understood, std::system_error when
-/// it can't be written.
-void write(AssetKind kind, const std::filesystem::path& root, const PosterFrames& frames,
+/// without frames is removed. Tells whether the file changed. Throws CLIError when the file that is there can't be
+/// understood, std::system_error when it can't be written.
+bool write(AssetKind kind, const std::filesystem::path& root, const PosterFrames& frames,
            const std::set<std::string>& replacing);
 
 /// Gives the frames of renamed videos, or of those in renamed folders, their new paths. A video that had a frame at the
-/// new path already keeps it. Throws as `write` does.
-void moved(AssetKind kind, const std::filesystem::path& root, const std::map<std::string, std::string>& renamed);
+/// new path already keeps it. With `Old::kept` the old paths have them too. Throws as `write` does.
+enum class Old { kept, forgotten };
+void moved(AssetKind kind, const std::filesystem::path& root, const std::map<std::string, std::string>& renamed,
+           Old old = Old::forgotten);
 
 } // namespace Frames
 

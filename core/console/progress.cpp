@@ -26,15 +26,18 @@ std::string clockFace(std::uint64_t seconds) {
 
 } // namespace
 
-Progress::Progress(Console& console, Clock& clock, std::string label, std::uint64_t totalBytes, int totalParts)
+Progress::Progress(Console& console, Clock& clock, std::string label, std::uint64_t totalBytes, int totalParts,
+                   Unit unit)
     : console_(console), clock_(clock), label_(std::move(label)), totalBytes_(totalBytes), totalParts_(totalParts),
-      start_(clock.continuous()), interval_(console.redraws() ? std::chrono::nanoseconds(100ms) : 5s) {
+      unit_(std::move(unit)), start_(clock.continuous()),
+      interval_(console.redraws() ? std::chrono::nanoseconds(100ms) : 5s) {
   if (console_.redraws()) show(0s);
 }
 
-void Progress::advance(std::uint64_t bytes, int parts) {
+void Progress::advance(std::int64_t bytes, int parts, std::string_view name) {
   std::lock_guard lock(mutex_);
-  bytes_ += bytes;
+  bytes_ = bytes < 0 && bytes_ < static_cast<std::uint64_t>(-bytes) ? 0 : bytes_ + static_cast<std::uint64_t>(bytes);
+  if (!name.empty()) name_ = name;
   parts_ += parts;
   auto elapsed = clock_.continuous() - start_;
   if (!finished_ && elapsed - shownAt_ >= interval_) show(elapsed);
@@ -56,10 +59,10 @@ void Progress::show(std::chrono::nanoseconds elapsed) {
 }
 
 std::string Progress::text(std::chrono::nanoseconds elapsed) const {
-  std::vector<std::string> facts = {label_};
+  std::vector<std::string> facts = {name_.empty() ? label_ : label_ + " " + name_};
   if (totalBytes_ > 0) facts.push_back(Format::bytes(bytes_) + " of " + Format::bytes(totalBytes_));
   if (totalParts_ > 0) {
-    facts.push_back(fmt::format("{} of {} {}", parts_, totalParts_, totalParts_ == 1 ? "part" : "parts"));
+    facts.push_back(fmt::format("{} of {} {}", parts_, totalParts_, totalParts_ == 1 ? unit_.one : unit_.many));
   }
   double seconds = std::chrono::duration<double>(elapsed).count();
   // The first second tells nothing yet about a speed.

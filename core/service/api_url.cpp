@@ -108,7 +108,7 @@ std::string APIURL::url(std::string_view path, const Query& query) const {
   return text;
 }
 
-bool mayUploadTo(std::string_view url) { return allowed(partsOf(url)); }
+bool mayTransferWith(std::string_view url) { return allowed(partsOf(url)); }
 
 std::string percentEncoded(std::string_view text) {
   std::string encoded;

@@ -32,8 +32,8 @@ class APIURL {
   std::string origin_;
 };
 
-/// Whether a part of a file may be sent to the URL: https anywhere, http on a loopback host only.
-bool mayUploadTo(std::string_view url);
+/// Whether the bytes of a file may go to the URL or come from it: https anywhere, http on a loopback host only.
+bool mayTransferWith(std::string_view url);
 
 /// Percent-encodes all but unreserved characters, for a query item or one segment of a path.
 std::string percentEncoded(std::string_view text);

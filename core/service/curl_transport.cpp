@@ -8,6 +8,7 @@
 #include <array>
 #include <cctype>
 #include <condition_variable>
+#include <cstdlib>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -41,6 +42,15 @@ struct Exchange {
 std::size_t takeBody(char* bytes, std::size_t size, std::size_t count, void* context) {
   auto& exchange = *static_cast<Exchange*>(context);
   std::size_t length = size * count;
+  try {
+    if (exchange.request.sink && exchange.answer.status >= 200 && exchange.answer.status <= 299) {
+      exchange.request.sink({bytes, length});
+      return length;
+    }
+  } catch (...) {
+    exchange.error = std::current_exception();
+    return 0;
+  }
   if (length > exchange.answerLimit - exchange.answer.body.size()) {
     exchange.tooLarge = true;
     return 0;
@@ -63,7 +73,11 @@ std::string trimmedBlanks(std::string text) {
 std::size_t takeHeader(char* bytes, std::size_t size, std::size_t count, void* context) {
   auto& exchange = *static_cast<Exchange*>(context);
   std::string line(bytes, size * count);
-  if (line.starts_with("HTTP/")) exchange.answer.headers.clear();
+  if (line.starts_with("HTTP/")) {
+    exchange.answer.headers.clear();
+    std::size_t blank = line.find(' ');
+    exchange.answer.status = blank == std::string::npos ? 0 : std::atoi(line.c_str() + blank);
+  }
   if (std::size_t colon = line.find(':'); colon != std::string::npos) {
     std::string name = line.substr(0, colon);
     std::transform(name.begin(), name.end(), name.begin(),

@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <system_error>
+#include <utility>
 
 namespace kestu {
 
@@ -45,6 +46,16 @@ RequestBody bodyOf(const std::filesystem::path& file, const UploadPart& part) {
           }};
 }
 
+/// The reader, telling how far it is; what is read again after a rewind is not told twice.
+auto told(decltype(RequestBody::read) reader, std::int64_t& read, const PartUploader::Moved& moved) {
+  return [reader = std::move(reader), &read, &moved](std::uint64_t offset, char* buffer, std::size_t capacity) {
+    std::size_t count = reader(offset, buffer, capacity);
+    auto now = static_cast<std::int64_t>(offset + count);
+    if (now > read) moved(now - std::exchange(read, now));
+    return count;
+  };
+}
+
 } // namespace
 
 UploadPart UploadPart::read(const JSONValue& value) {
@@ -65,37 +76,39 @@ UploadPart UploadPart::read(const JSONValue& value) {
 }
 
 void PartUploader::send(const std::filesystem::path& file, const std::vector<UploadPart>& parts, int atOnce,
-                        const std::stop_token& stop, const Progress& progress) const {
+                        const std::stop_token& stop, const Progress& progress, const Moved& moved) const {
   for (const UploadPart& part : parts) {
-    if (!mayUploadTo(part.url)) throw notUnderstood();
+    if (!mayTransferWith(part.url)) throw notUnderstood();
   }
   std::mutex mutex;
   std::atomic<int> done = 0;
   fewAtOnce(parts.size(), static_cast<std::size_t>(std::max(atOnce, 1)), stop,
             [&](std::size_t index, const std::stop_token& ending) {
-              sendPart(file, parts[index], done, ending);
+              sendPart(file, parts[index], done, moved, ending);
               std::lock_guard lock(mutex);
               ++done;
-              if (progress)
-                progress(done, static_cast<int>(parts.size()), static_cast<std::uint64_t>(parts[index].length));
+              if (progress) progress(done, static_cast<int>(parts.size()));
             });
 }
 
 void PartUploader::sendPart(const std::filesystem::path& file, const UploadPart& part, const std::atomic<int>& done,
-                            const std::stop_token& stop) const {
+                            const Moved& moved, const std::stop_token& stop) const {
   std::string name = printable(file.filename().string());
   auto message = [&](const std::string& reason) {
     return (done == 0 ? "Apple took no part of " + name : "Apple didn't take all of " + name) + " (" + reason +
            "). Nothing was changed; run it again.";
   };
+  std::int64_t read = 0;
   retried(
       clock_, stop,
       [&] {
+        if (moved && read > 0) moved(-std::exchange(read, 0));
         HTTPRequest request;
         request.method = part.method;
         request.url = part.url;
         request.headers = part.headers;
         request.body = bodyOf(file, part);
+        if (moved) request.body->read = told(std::move(request.body->read), read, moved);
         request.timeout = std::chrono::seconds(300);
         request.idle = true;
         return transport_.send(request, stop);

@@ -30,18 +30,22 @@ struct UploadPart {
 /// Sends a file's parts straight from the file, each read at its own offset through a handle of its own.
 class PartUploader {
  public:
-  using Progress = std::function<void(int partsDone, int partsInAll, std::uint64_t bytesOfPart)>;
+  using Progress = std::function<void(int partsDone, int partsInAll)>;
+
+  /// Bytes handed to the network since the last call; below zero when a part failed and is sent again. Called from any
+  /// thread.
+  using Moved = std::function<void(std::int64_t bytes)>;
 
   PartUploader(Transport& transport, Clock& clock) : transport_(transport), clock_(clock) {}
 
   /// At most `atOnce` parts at a time. `progress` is called after each part, one call at a time. Throws a CLIError when
   /// a part is refused three times or the file changed, after stopping the parts in flight.
   void send(const std::filesystem::path& file, const std::vector<UploadPart>& parts, int atOnce,
-            const std::stop_token& stop, const Progress& progress) const;
+            const std::stop_token& stop, const Progress& progress, const Moved& moved = {}) const;
 
  private:
   void sendPart(const std::filesystem::path& file, const UploadPart& part, const std::atomic<int>& done,
-                const std::stop_token& stop) const;
+                const Moved& moved, const std::stop_token& stop) const;
 
   Transport& transport_;
   Clock& clock_;

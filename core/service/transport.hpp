@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -29,6 +30,9 @@ struct HTTPRequest {
   std::vector<std::pair<std::string, std::string>> headers;
   std::optional<Token> token;
   std::optional<RequestBody> body;
+  /// Takes the bytes of a successful answer as they come, instead of the answer's `body`; may throw, which ends the
+  /// transfer with that error.
+  std::function<void(std::string_view)> sink;
   /// The longest the whole exchange may take, or with `idle` the longest that no byte may pass.
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
   bool idle = false;

@@ -1,5 +1,7 @@
 #include "core/support/files.hpp"
 
+#include "core/support/incoming_file.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -24,40 +26,6 @@ ssize_t restarted(auto call) {
   } while (count < 0 && errno == EINTR);
   return count;
 }
-
-/// A name beside the target that is removed again unless the rename took it away.
-class TemporaryBeside {
- public:
-  explicit TemporaryBeside(const std::filesystem::path& file)
-      : path_((file.parent_path() / ("." + file.filename().string() + ".XXXXXX")).string()) {
-    descriptor_ = mkstemp(path_.data());
-    if (descriptor_ < 0) fail(file);
-  }
-  ~TemporaryBeside() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-    if (!path_.empty()) ::unlink(path_.c_str());
-  }
-  TemporaryBeside(const TemporaryBeside&) = delete;
-  TemporaryBeside& operator=(const TemporaryBeside&) = delete;
-
-  void write(std::string_view bytes, mode_t mode) {
-    while (!bytes.empty()) {
-      ssize_t count = restarted([&] { return ::write(descriptor_, bytes.data(), bytes.size()); });
-      if (count < 0) fail(path_);
-      bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    if (::fchmod(descriptor_, mode) != 0 || ::fsync(descriptor_) != 0) fail(path_);
-  }
-
-  void renameTo(const std::filesystem::path& file) {
-    if (::rename(path_.c_str(), file.c_str()) != 0) fail(file);
-    path_.clear();
-  }
-
- private:
-  std::string path_;
-  int descriptor_ = -1;
-};
 
 } // namespace
 
@@ -122,9 +90,25 @@ void writeAtomically(const std::filesystem::path& file, std::string_view bytes) 
   struct stat facts {};
   mode_t mode = 0644;
   if (::stat(target.c_str(), &facts) == 0) mode = facts.st_mode & 07777;
-  TemporaryBeside temporary(target);
-  temporary.write(bytes, mode);
-  temporary.renameTo(target);
+  IncomingFile incoming(target);
+  incoming.write(bytes);
+  incoming.replaceTarget(mode);
+}
+
+bool moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) {
+  struct stat facts {};
+  if (::lstat(from.c_str(), &facts) != 0) fail(from);
+  if (S_ISREG(facts.st_mode)) {
+    if (::link(from.c_str(), to.c_str()) == 0) {
+      if (::unlink(from.c_str()) != 0) fail(from);
+      return true;
+    }
+    if (errno == EEXIST) return false;
+  }
+  // No hard links here, or no regular file: looked at first, which is as near as it gets.
+  if (::lstat(to.c_str(), &facts) == 0) return false;
+  if (::rename(from.c_str(), to.c_str()) != 0) fail(from);
+  return true;
 }
 
 std::optional<std::filesystem::path> inside(const std::filesystem::path& folder, std::string_view relative) {

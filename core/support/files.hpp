@@ -41,6 +41,10 @@ std::optional<std::string> read(const std::filesystem::path& file, std::uint64_t
 /// Keeps the permissions of the file that it replaces and writes through a symbolic link. Errors are std::system_error.
 void writeAtomically(const std::filesystem::path& file, std::string_view bytes);
 
+/// Renames a file, a link or a folder where nothing may be in the way: false, and nothing done, when something is. A
+/// kill in between leaves a file under both names. Errors are std::system_error.
+bool moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to);
+
 /// Joins a path from outside to a folder; none when it is empty, absolute, or leaves the folder by name.
 std::optional<std::filesystem::path> inside(const std::filesystem::path& folder, std::string_view relative);
 

@@ -1,0 +1,183 @@
+#include "core/assets/display_folders.hpp"
+
+#include "core/console/printable.hpp"
+#include "core/service/refusal.hpp"
+#include "core/support/error.hpp"
+#include "core/support/files.hpp"
+#include "core/support/md5.hpp"
+#include "core/support/text.hpp"
+
+#include <algorithm>
+#include <optional>
+#include <system_error>
+
+namespace kestu {
+
+namespace {
+
+CLIError failed(const std::string& message) { return {CLIError::Kind::failed, printable(message)}; }
+
+/// Fit to be one folder's name on any system.
+bool isFolderName(const std::string& name) {
+  bool isPlain = std::none_of(name.begin(), name.end(), [](unsigned char c) {
+    return c < 0x20 || c == 0x7F || c == '/' || c == '\\' || c == ':';
+  });
+  return isPlain && !name.empty() && name.size() <= 200 && name.front() != '.' && name == Text::trimmed(name);
+}
+
+std::string withoutInchMark(std::string name) {
+  for (std::string_view sign : {"\"", "″"}) {
+    for (std::size_t at; (at = name.find(sign)) != std::string::npos;) name.erase(at, sign.size());
+  }
+  return Text::trimmed(name);
+}
+
+bool same(const std::string& a, const std::string& b) { return Text::lowercased(a) == Text::lowercased(b); }
+
+} // namespace
+
+std::map<std::string, std::string> FolderChange::renamed() const {
+  if (isRename) return {{from, to}};
+  std::map<std::string, std::string> paths;
+  for (const auto* names : {&moved, &dropped}) {
+    for (const std::string& name : *names) paths[from + "/" + name] = to + "/" + name;
+  }
+  return paths;
+}
+
+void FolderChange::carryOut(const std::filesystem::path& kindFolder) const {
+  if (isRename) {
+    Files::moveWithoutReplacing(kindFolder / from, kindFolder / to);
+    return;
+  }
+  for (const std::string& name : moved) Files::moveWithoutReplacing(kindFolder / from / name, kindFolder / to / name);
+  for (const std::string& name : dropped) std::filesystem::remove(kindFolder / from / name);
+  std::error_code stillInUse;
+  std::filesystem::remove(kindFolder / from, stillInUse);
+}
+
+DisplayFolders::DisplayFolders(std::filesystem::path root, std::string repositoryPath, const DisplayChoice& displays,
+                               bool byIDs)
+    : kindFolder_(std::move(root) / repositoryPath), repositoryPath_(std::move(repositoryPath)), displays_(displays),
+      byIDs_(byIDs) {
+  if (!std::filesystem::is_directory(kindFolder_)) return;
+  try {
+    for (const Assets::Entry& entry : Assets::entries(kindFolder_)) {
+      if (entry.isFolder) locales_.push_back(entry.name);
+    }
+  } catch (const std::system_error& error) {
+    throw failed(Assets::unreadable(repositoryPath_, error.code()));
+  }
+  for (const std::string& locale : locales_) readLocale(locale);
+}
+
+std::string DisplayFolders::localeFolder(const std::string& locale) const {
+  if (std::find(locales_.begin(), locales_.end(), locale) != locales_.end()) return locale;
+  auto alike = [&](const std::string& name) { return same(name, locale); };
+  auto found = std::find_if(locales_.begin(), locales_.end(), alike);
+  return found == locales_.end() ? locale : *found;
+}
+
+std::string DisplayFolders::nameOf(const AssetDisplay& display) const {
+  std::string name = withoutInchMark(display.name);
+  const AssetDisplay* meant = displays_.named(name);
+  if (!byIDs_ && isFolderName(name) && meant && meant->group == display.group) return name;
+  if (!isFolderName(display.group)) throw notUnderstood();
+  return display.group;
+}
+
+DisplayFolders::Folder DisplayFolders::folder(const std::string& locale, const AssetDisplay& display) const {
+  std::string folder = localeFolder(locale);
+  auto known = folders_.find({folder, display.group});
+  if (known != folders_.end()) return known->second;
+  std::string path = folder + "/" + nameOf(display);
+  std::error_code none;
+  if (std::filesystem::symlink_status(kindFolder_ / path, none).type() != std::filesystem::file_type::not_found) {
+    throw failed(repositoryPath_ + "/" + path + " is a file, and " + display.name + " takes a folder of files.");
+  }
+  return {path, {}};
+}
+
+void DisplayFolders::readLocale(const std::string& locale) {
+  struct Found {
+    const AssetDisplay* display;
+    std::vector<std::string> names;
+  };
+  std::map<std::string, Found> byDisplay;
+  try {
+    for (const Assets::Entry& entry : Assets::entries(kindFolder_ / locale)) {
+      const AssetDisplay* display = entry.isFolder ? displays_.named(entry.name) : nullptr;
+      if (display) byDisplay.try_emplace(display->group, Found{display, {}}).first->second.names.push_back(entry.name);
+    }
+  } catch (const std::system_error& error) {
+    throw failed(Assets::unreadable(repositoryPath_ + "/" + locale, error.code()));
+  }
+  for (const auto& [group, found] : byDisplay) settle(locale, *found.display, found.names);
+}
+
+bool DisplayFolders::isNamedAsAsked(const std::string& name, const AssetDisplay& display) const {
+  bool isID = same(name, display.group);
+  return byIDs_ ? isID : !isID || same(name, nameOf(display));
+}
+
+void DisplayFolders::settle(const std::string& locale, const AssetDisplay& display,
+                            const std::vector<std::string>& names) {
+  std::string name = nameOf(display);
+  if (std::find(names.begin(), names.end(), name) == names.end()) {
+    auto asked = [&](const std::string& each) { return isNamedAsAsked(each, display); };
+    auto found = std::find_if(names.begin(), names.end(), asked);
+    if (found != names.end()) name = *found;
+  }
+  Folder folder{locale + "/" + name, {}};
+  bool exists = std::find(names.begin(), names.end(), name) != names.end();
+  if (exists) folder.entries = entriesOf(folder.path);
+  for (const std::string& other : names) {
+    if (other == name) continue;
+    FolderChange change{locale + "/" + other, folder.path, !exists, {}, {}, {}};
+    if (exists) {
+      merge(std::move(change), folder);
+    } else {
+      folder.entries = entriesOf(change.from);
+      changes_.push_back(std::move(change));
+    }
+    exists = true;
+  }
+  folders_[{locale, display.group}] = std::move(folder);
+}
+
+std::map<std::string, std::string> DisplayFolders::entriesOf(const std::string& path) const {
+  std::map<std::string, std::string> entries;
+  try {
+    for (std::string& name : Files::entries(kindFolder_ / path)) entries[name] = path + "/" + name;
+  } catch (const std::system_error& error) {
+    throw failed(Assets::unreadable(repositoryPath_ + "/" + path, error.code()));
+  }
+  return entries;
+}
+
+void DisplayFolders::merge(FolderChange change, Folder& into) {
+  for (const auto& [name, path] : entriesOf(change.from)) {
+    auto there = into.entries.find(name);
+    if (there == into.entries.end()) {
+      into.entries[name] = path;
+      change.moved.push_back(name);
+    } else {
+      (sameFile(path, there->second) ? change.dropped : change.left).push_back(name);
+    }
+  }
+  changes_.push_back(std::move(change));
+}
+
+bool DisplayFolders::sameFile(const std::string& a, const std::string& b) const {
+  try {
+    for (const std::string& path : {a, b}) {
+      if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(kindFolder_ / path))) return false;
+    }
+    return std::filesystem::file_size(kindFolder_ / a) == std::filesystem::file_size(kindFolder_ / b) &&
+           MD5::hex(kindFolder_ / a) == MD5::hex(kindFolder_ / b);
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+} // namespace kestu
