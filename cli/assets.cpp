@@ -3,6 +3,7 @@
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/project/app_choice.hpp"
+#include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -23,18 +24,34 @@ void PlatformOption::declare(Command& command) {
 }
 
 Target resolve(const Client& client, const AppTarget& app, const PlatformOption& option, const Context& context) {
-  std::int64_t appId = AppChoice::resolve(app.app, client, context.folder);
-  Target target{"/v1/apps/" + std::to_string(appId), option.platform.value_or("ios")};
-  if (option.platform) return target;
-  for (const App& one : fetchApps(client).value) {
-    bool ios = std::find(one.platforms.begin(), one.platforms.end(), "ios") != one.platforms.end();
-    if (one.appId == appId && !ios && !one.platforms.empty()) target.platform = one.platforms.front();
+  auto apps = fetchApps(client).value;
+  std::int64_t appId =
+      app.app ? AppChoice::match(*app.app, apps).appId : AppChoice::resolve(std::nullopt, client, context.folder);
+  Target target{"/v1/apps/" + std::to_string(appId), option.platform.value_or("ios"), {}};
+  for (App& one : apps) {
+    if (one.appId == appId) target.platforms = std::move(one.platforms);
   }
+  auto isOn = [&](const std::string& platform) {
+    return std::find(target.platforms.begin(), target.platforms.end(), platform) != target.platforms.end();
+  };
+  if (!option.platform && !isOn("ios") && !target.platforms.empty()) target.platform = target.platforms.front();
+  if (!isOn(target.platform)) target.platforms.push_back(target.platform);
   return target;
 }
 
 Response<AssetCatalog> fetchCatalog(const Client& client, const Target& target) {
   return client.get(target.path + "/assets/catalog", {{"platform", target.platform}}, AssetCatalog::read);
+}
+
+AssetCatalog fetchCatalogs(const Client& client, const Target& target, const std::stop_token& stop) {
+  std::vector<AssetCatalog> catalogs(target.platforms.size());
+  fewAtOnce(catalogs.size(), catalogs.size(), stop, [&](std::size_t index, const std::stop_token&) {
+    Target one{target.path, target.platforms[index], {}};
+    catalogs[index] = fetchCatalog(client, one).value;
+  });
+  AssetCatalog all;
+  for (const AssetCatalog& catalog : catalogs) all.add(catalog);
+  return all;
 }
 
 std::string platformName(const std::string& platform) {

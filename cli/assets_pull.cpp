@@ -33,7 +33,7 @@ Facts fetch(const Context& context, const Client& client, const Target& target, 
   Facts facts;
   fewAtOnce(2, 2, context.stop, [&](std::size_t index, const std::stop_token&) {
     if (index == 0) {
-      facts.catalog = fetchCatalog(client, target).value;
+      facts.catalog = fetchCatalogs(client, target, context.stop);
     } else {
       Query query = {{"version", version}, {"platform", target.platform}};
       facts.shown = client.get(target.path + "/assets", query, ShownAssets::read).value;

@@ -1,6 +1,7 @@
 #include "cli/assets.hpp"
 #include "core/assets/asset_push.hpp"
 #include "core/assets/asset_scan.hpp"
+#include "core/assets/asset_walk.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/console/progress.hpp"
@@ -31,12 +32,14 @@ struct PushOptions : ChangeOptions {
 
 /// The IDs of the displays named, each of which must be a display of one of the kinds.
 std::vector<std::string> groupsNamed(const std::vector<std::string>& names, const KindChoice& choice,
-                                     const AssetCatalog& catalog) {
+                                     const AssetCatalog& catalog, const std::string& platform) {
+  ScanOptions ofPlatform;
+  ofPlatform.platform = platform;
   std::vector<std::string> groups;
   for (const std::string& name : names) {
     std::size_t before = groups.size();
     for (AssetKind kind : choice.kinds()) {
-      AssetDisplays displays = catalog[kind];
+      DisplayChoice displays(catalog[kind], ofPlatform);
       if (const AssetDisplay* display = displays.named(name)) groups.push_back(display->group);
     }
     if (groups.size() == before) {
@@ -52,7 +55,7 @@ AssetScan scan(Context& context, const PushOptions& options, const AssetCatalog&
   ScanOptions scanOptions;
   scanOptions.platform = target.platform;
   scanOptions.locales = options.locales;
-  scanOptions.groups = groupsNamed(options.displays, options.choice, catalog);
+  scanOptions.groups = groupsNamed(options.displays, options.choice, catalog, target.platform);
   scanOptions.hashing = true;
   scanOptions.probe = context.probe;
   scanOptions.stop = context.stop;
@@ -209,7 +212,7 @@ void runPush(Context& context, const PushOptions& options) {
   Console& console = context.console;
   Client client = context.signedIn();
   Target target = resolve(client, options.app, options.platform, context);
-  AssetCatalog catalog = fetchCatalog(client, target).value;
+  AssetCatalog catalog = fetchCatalogs(client, target, context.stop);
   AssetScan found = scan(context, options, catalog, target);
   for (const std::string& note : found.notes) console.error(printable(note));
   requireSendable(found, options);

@@ -21,6 +21,7 @@ struct File {
   std::string fileName;
   std::uint64_t size;
   bool video;
+  std::string assetId; // the asset that it was pulled from, or empty
 };
 
 [[noreturn]] void refuse(const std::string& message) { throw Refused(400, "invalid_request", message); }
@@ -37,19 +38,28 @@ std::map<std::string, File> filesOf(const json& body) {
   std::map<std::string, File> files;
   if (!body.contains("files")) return files;
   for (const auto& each : body.at("files")) {
-    File file{each.at("fileName").get<std::string>(), each.at("size").get<std::uint64_t>(), each.value("video", false)};
+    File file{each.at("fileName").get<std::string>(), each.at("size").get<std::uint64_t>(), each.value("video", false),
+              each.value("assetId", std::string())};
     if (file.size == 0) refuse(fmt::format("{} is empty.", file.fileName));
     files.emplace(checksum(each.at("md5")), std::move(file));
   }
   return files;
 }
 
-// The asset that has these bytes already, whichever language or display it came for.
-const Asset* known(const State& state, std::int64_t appId, const std::string& md5) {
+// The assets that are there already, whichever language or display they came for, by checksum; one whose checksum Apple
+// doesn't tell is known by the ID that it was pulled with.
+std::map<std::string, std::string> held(const State& state, std::int64_t appId,
+                                        const std::map<std::string, File>& files) {
+  std::map<std::string, std::string> ids;
   for (const auto& [id, asset] : state.assets) {
-    if (asset.complete && asset.appId == appId && asset.md5 == md5) return &asset;
+    if (asset.complete && asset.appId == appId && !asset.checksumHidden) ids.emplace(asset.md5, id);
   }
-  return nullptr;
+  for (const auto& [md5, file] : files) {
+    const auto found = state.assets.find(file.assetId);
+    if (found == state.assets.end() || !found->second.complete || found->second.appId != appId) continue;
+    ids.emplace(md5, file.assetId);
+  }
+  return ids;
 }
 
 void checkDisplay(const std::string& platform, const json& display) {
@@ -63,10 +73,10 @@ void checkDisplay(const std::string& platform, const json& display) {
 }
 
 // Checks the whole request before anything is reserved, and answers the checksums that Apple doesn't have.
-Ids missing(const State& state, const App& app, const std::string& platform, const json& body,
+Ids missing(const std::map<std::string, std::string>& heldIds, const std::string& platform, const json& body,
             const std::map<std::string, File>& files) {
   Ids wanted;
-  std::set<std::string> locales;
+  std::set<std::string> locales, seen;
   for (const auto& language : body.at("languages")) {
     const auto locale = language.at("locale").get<std::string>();
     if (!locales.insert(locale).second) refuse(fmt::format("{} is planned twice.", locale));
@@ -74,8 +84,7 @@ Ids missing(const State& state, const App& app, const std::string& platform, con
       checkDisplay(platform, display);
       for (const auto& each : display.at("assets")) {
         auto md5 = checksum(each);
-        if (known(state, app.appId, md5) != nullptr) continue;
-        if (std::find(wanted.begin(), wanted.end(), md5) != wanted.end()) continue;
+        if (heldIds.contains(md5) || !seen.insert(md5).second) continue;
         if (!files.contains(md5)) refuse(fmt::format("No file is described for the checksum {}.", md5));
         wanted.push_back(std::move(md5));
       }
@@ -97,10 +106,11 @@ const Asset& reserve(State& state, std::int64_t appId, const std::string& md5, c
 
 // An upload that was begun and never completed is made anew, so its parts are forgotten.
 void forgetIncomplete(State& state, std::int64_t appId, const Ids& checksums) {
+  const std::set<std::string> lost(checksums.begin(), checksums.end());
   std::erase_if(state.assets, [&](const auto& entry) {
     const Asset& asset = entry.second;
     if (asset.complete || asset.appId != appId) return false;
-    if (std::find(checksums.begin(), checksums.end(), asset.md5) == checksums.end()) return false;
+    if (!lost.contains(asset.md5)) return false;
     std::error_code ignored;
     std::filesystem::remove(state.filePath(asset), ignored);
     return true;
@@ -200,18 +210,15 @@ Answer plan(State& state, const Call& call) {
   const auto& version = openVersion(state, app, call);
   const auto body = call.object();
   const auto files = filesOf(body);
-  const auto toSend = missing(state, app, version.platform, body, files);
+  auto idByChecksum = held(state, app.appId, files);
+  const auto toSend = missing(idByChecksum, version.platform, body, files);
   forgetIncomplete(state, app.appId, toSend);
 
-  std::map<std::string, std::string> idByChecksum;
   auto uploads = json::array();
   for (const auto& md5 : toSend) {
     const auto& asset = reserve(state, app.appId, md5, files.at(md5));
     idByChecksum[md5] = asset.assetId;
     uploads.push_back(uploadJson(state, asset));
-  }
-  for (const auto& [id, asset] : state.assets) {
-    if (asset.complete && asset.appId == app.appId) idByChecksum.emplace(asset.md5, id);
   }
   auto languages = json::array();
   for (const auto& language : body.at("languages")) {

@@ -27,9 +27,12 @@ std::string contentType(const std::string& fileName) {
 }
 
 json assetJson(const State& state, const Asset& asset, const Placement& placement) {
-  json value{{"assetId", asset.assetId}, {"fileName", asset.fileName},
-             {"md5", asset.md5},         {"size", asset.size},
-             {"video", asset.video},     {"url", state.origin + "/files/" + asset.assetId}};
+  json value{{"assetId", asset.assetId},
+             {"fileName", asset.fileName},
+             {"size", asset.size},
+             {"video", asset.video},
+             {"url", state.origin + "/files/" + asset.assetId}};
+  if (!asset.checksumHidden) value["md5"] = asset.md5;
   if (placement.frame) value["frame"] = *placement.frame;
   return value;
 }

@@ -9,8 +9,8 @@ namespace kestu::sandbox::Assets {
 Answer catalog(State& state, const Call& call);
 Answer listing(State& state, const Call& call);
 // Says what would change and reserves what Apple doesn't have. Beside the planned languages the body has `files`, a
-// list of {md5, fileName, size, video}, for every file that may have to be reserved; a display may have `frames`, a map
-// of a video's checksum to its poster frame, for the count of what is framed anew.
+// list of {md5, fileName, size, video, assetId?}, for every file that may have to be reserved; a display may have
+// `frames`, a map of a video's checksum to its poster frame, for the count of what is framed anew.
 Answer plan(State& state, const Call& call);
 // Takes the uploads as complete when every byte is right. Called without the state held: hashing takes its time.
 Answer uploaded(State& state, const Call& call);

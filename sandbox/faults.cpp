@@ -22,7 +22,7 @@ std::size_t Faults::count() const {
 std::optional<Fault> Faults::take(const std::string& method, const std::string& path) {
   const std::lock_guard held(mutex_);
   for (auto fault = faults_.begin(); fault != faults_.end(); ++fault) {
-    if (fault->path != "*" && !path.starts_with(fault->path)) continue;
+    if (fault->path != "*" && !(fault->exact ? path == fault->path : path.starts_with(fault->path))) continue;
     if (!fault->method.empty() && fault->method != method) continue;
     if (fault->times == 0) continue;
     if (fault->skip > 0) {

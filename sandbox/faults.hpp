@@ -23,6 +23,7 @@ struct Fault {
   std::chrono::milliseconds delay{0}; // before the answer
   bool cut = false;                   // the connection ends without an answer
   bool half = false;                  // the connection ends in the middle of the answer's body
+  bool exact = false;                 // the path itself, not only its beginning
 };
 
 class Faults {

@@ -88,7 +88,8 @@ struct Asset {
   bool video;
   std::string signature; // in the addresses of its parts
   std::vector<Part> parts;
-  bool complete = false; // every byte is there and the checksum was found right
+  bool complete = false;       // every byte is there and the checksum was found right
+  bool checksumHidden = false; // Apple doesn't tell it, so that it is only known by its ID
 };
 
 // What a test wants of the next plan: polled `waitingPolls` times as waiting, then in this state. A negative count

@@ -194,6 +194,20 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
   }
 }
 
+TEST_F(PushTest, WhatArrivedIsNotSentAgain) {
+  picture(folder + "01.png", 1);
+  picture(folder + "02.png", 2);
+  picture(folder + "03.png", 3);
+  server.onNext({.path = "/upload/", .skip = 2, .times = -1, .status = 403});
+  EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 1);
+  EXPECT_EQ(calls("POST /v1/apps/1234567890/assets/uploaded"), 1U);
+  server.faults().clear();
+  server.forgetRequests();
+  server.scriptNextPlan({});
+  EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 0);
+  EXPECT_EQ(parts(), 1U);
+}
+
 TEST(PartUploader, SendsEveryPartFromItsOwnOffset) {
   sandbox::Server server(sandbox::Options{.partSize = 1000});
   TemporaryFolder place;

@@ -310,6 +310,15 @@ TEST(VideoProbe, measuresMovies) {
       {"portrait.mov", "-i sound.mov -c copy -an -metadata:s:v rotate=90", VideoFacts{32, 64, 1.001, 29.97, false}},
       {"wide.mp4", "-f lavfi -i testsrc=s=64x32:r=25:d=2 -vf setsar=2 -c:v mpeg4", VideoFacts{128, 32, 2, 25, false}},
       {"pieces.mp4", "-i wide.mp4 -c copy -movflags frag_keyframe+empty_moov", VideoFacts{128, 32, 2, 25, false}},
+      {"clip.m4v", "-i wide.mp4 -c copy -f mp4", VideoFacts{128, 32, 2, 25, false}},
+      {"fast.mov", "-f lavfi -i testsrc=s=64x32:r=60000/1001:d=1.001 -c:v mpeg4",
+       VideoFacts{64, 32, 1.001, 59.94, false}},
+      // 20 frames at 30 a second, then every third of them: 33 in all.
+      {"uneven.mov",
+       "-f lavfi -i testsrc=s=64x32:r=30:d=2 -vf \"select='lt(n,20)+not(mod(n,3))'\" -vsync vfr -c:v mpeg4",
+       VideoFacts{64, 32, 1.934, 33 / 1.9333, false}},
+      // The edit list leaves out what comes before the key frame that it was cut at.
+      {"cut.mov", "-ss 1 -i wide.mp4 -c copy", VideoFacts{128, 32, 1, 25, false}},
       {"sound only.m4v", "-f lavfi -i sine=d=1 -c:a aac -f mp4", {}},
       {"other.avi", "-i wide.mp4 -c copy", {}},
   };
@@ -327,6 +336,10 @@ TEST(VideoProbe, measuresMovies) {
     EXPECT_NEAR(facts->fps, row.facts->fps, 0.01);
     EXPECT_EQ(facts->audio, row.facts->audio);
   }
+  // Without its end there is no index; with the index first the header still tells.
+  std::filesystem::resize_file(folder.path() / "sound.mov",
+                               std::filesystem::file_size(folder.path() / "sound.mov") - 100);
+  EXPECT_EQ(probe(folder.path() / "sound.mov"), std::nullopt);
   EXPECT_EQ(probe(folder.write("text.mov", "no movie")), std::nullopt);
   EXPECT_EQ(probe("http:/127.0.0.1:1/01.mov"), std::nullopt);
 }

@@ -113,6 +113,16 @@ AssetCatalog AssetCatalog::read(const JSONValue& value) {
   return catalog;
 }
 
+void AssetCatalog::add(const AssetCatalog& other) {
+  for (const auto& [key, displays] : other.kinds) {
+    std::vector<AssetDisplay>& list = kinds[key];
+    for (const AssetDisplay& display : displays) {
+      auto same = [&](const AssetDisplay& each) { return each.group == display.group; };
+      if (std::none_of(list.begin(), list.end(), same)) list.push_back(display);
+    }
+  }
+}
+
 AssetDisplays AssetCatalog::operator[](AssetKind kind) const { return {kind, displays(std::string(facts(kind).key))}; }
 
 const std::vector<AssetDisplay>& AssetCatalog::displays(const std::string& key) const {

@@ -125,6 +125,9 @@ struct AssetCatalog {
 
   AssetDisplays operator[](AssetKind kind) const;
 
+  /// Adds the displays of another catalog that this one lacks.
+  void add(const AssetCatalog& other);
+
   /// Empty for a key that isn't there.
   const std::vector<AssetDisplay>& displays(const std::string& key) const;
 };

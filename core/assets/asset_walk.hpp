@@ -15,6 +15,7 @@ class DisplayChoice {
  public:
   DisplayChoice(AssetDisplays all, const ScanOptions& options);
 
+  const AssetDisplays& all() const { return all_; }
   const AssetDisplays& ofPlatform() const { return ofPlatform_; }
   std::size_t position(const AssetDisplay& display) const { return all_.position(display); }
   bool keeps(const AssetDisplay& display) const;

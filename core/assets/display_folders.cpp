@@ -80,7 +80,7 @@ std::string DisplayFolders::localeFolder(const std::string& locale) const {
 
 std::string DisplayFolders::nameOf(const AssetDisplay& display) const {
   std::string name = withoutInchMark(display.name);
-  const AssetDisplay* meant = displays_.named(name);
+  const AssetDisplay* meant = displays_.all().named(name);
   if (!byIDs_ && isFolderName(name) && meant && meant->group == display.group) return name;
   if (!isFolderName(display.group)) throw notUnderstood();
   return display.group;
