@@ -56,6 +56,7 @@ void declare(const Command& command, CLI::App& app, std::vector<Level>& levels) 
                                                           for (const std::string& value : values) option.set(value);
                                                         })
           ->expected(1)
+          ->allow_extra_args(false) // the word after the value is an argument
           ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     }
   }

@@ -58,7 +58,7 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
            {{"whatsnew", "list"},
             1,
             "",
-            "kestu whatsnew is now kestu kit whats-new.\nkestu kit isn't in this version of kestu yet.\n"},
+            "kestu whatsnew is now kestu kit whats-new.\nkestu kit whats-new isn't in this version of kestu yet.\n"},
            {{"asets"}, 2, "", "kestu has no command asets. Did you mean assets?\n\nUsage: kestu"},
            {{"xyzzy"}, 2, "", "kestu has no command xyzzy.\n"},
            {{"help", "asets"}, 2, "", "kestu has no command asets. Did you mean assets?"},

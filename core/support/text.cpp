@@ -158,6 +158,13 @@ bool naturalLess(std::string_view a, std::string_view b) {
   return a < b;
 }
 
+bool isWordCharacter(char32_t value) {
+  auto point = static_cast<UChar32>(value);
+  constexpr uint32_t others = U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK;
+  return u_isUAlphabetic(point) || (U_GET_GC_MASK(point) & others) != 0 ||
+         u_hasBinaryProperty(point, UCHAR_JOIN_CONTROL);
+}
+
 std::string lowercased(std::string_view text) {
   if (UTF8::isASCII(text)) return lowercasedASCII(text);
   return utf8(unicode(text).toLower(icu::Locale::getRoot()));

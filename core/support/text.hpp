@@ -23,6 +23,9 @@ std::string folded(std::string_view text);
 /// The order of a file browser: digits compared as numbers, case ignored; equal only for the same bytes.
 bool naturalLess(std::string_view a, std::string_view b);
 
+/// Letters, marks, decimal digits and connecting punctuation, as \w of UTS #18 has them.
+bool isWordCharacter(char32_t value);
+
 std::string lowercased(std::string_view text);         ///< full Unicode lower-casing, no locale
 std::string trimmed(std::string_view text);            ///< without Unicode white space at both ends
 std::vector<std::string> words(std::string_view text); ///< split at white space, no empty pieces
