@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sandbox/listing_state.hpp"
 #include "sandbox/text.hpp"
 
 #include <array>
@@ -145,6 +146,7 @@ struct State {
   std::array<Quota, 3> quotas;
   std::vector<App> apps;
   std::vector<Version> versions; // newest first
+  Listings listings;
   std::map<std::string, Asset> assets;
   std::vector<Plan> plans; // oldest first
   std::optional<Script> nextPlan;
