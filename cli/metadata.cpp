@@ -62,7 +62,7 @@ void MetadataChoice::declare(Command& command) {
                       if (!Metadata::versionShape(value) || Text::trimmed(value).empty()) {
                         throw UsageError("A version is its number, as 1.2, not " + printable(value) + ".");
                       }
-                      version = value;
+                      version = Text::trimmed(value);
                     },
                     false});
   layout.declare(command);

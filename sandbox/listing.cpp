@@ -36,6 +36,12 @@ bool isOpen(const Version& version) {
   return among(open, version.state);
 }
 
+const json& under(const json& body, const char* key) {
+  static const json nothing = json::object();
+  const auto found = body.find(key);
+  return found == body.end() ? nothing : *found;
+}
+
 json reviewJson(const VersionInfo& info) {
   json review = info.review;
   review.erase(std::string(passwordKey));
@@ -50,7 +56,7 @@ std::vector<std::string> linesOf(const json& body, const Version* version) {
     if (!allowed) throw Refused(409, "not_taken", fmt::format("App Store Connect doesn't take {} here.", what));
   };
   const bool open = version != nullptr && isOpen(*version);
-  for (const auto& [locale, fields] : body.value("locales", json::object()).items()) {
+  for (const auto& [locale, fields] : under(body, "locales").items()) {
     for (const auto& [field, text] : fields.items()) {
       need(among(appFields, field) || among(versionFields, field), field);
       need(open || (version != nullptr && field == "promotionalText"), field);
@@ -66,7 +72,7 @@ std::vector<std::string> linesOf(const json& body, const Version* version) {
     need(rights == "USES_THIRD_PARTY_CONTENT" || rights == "DOES_NOT_USE_THIRD_PARTY_CONTENT", rights);
     lines.push_back("Content Rights: " + rights);
   }
-  for (const auto& [field, value] : body.value("review", json::object()).items()) {
+  for (const auto& [field, value] : under(body, "review").items()) {
     need(open && among(reviewFields, field), field);
     need(field == requiredKey ? value.is_boolean() : value.is_string(), field);
     lines.push_back("App Review: " + field);
@@ -76,7 +82,7 @@ std::vector<std::string> linesOf(const json& body, const Version* version) {
 }
 
 void applyTo(AppInfo& app, VersionInfo* version, const json& body) {
-  for (const auto& [locale, fields] : body.value("locales", json::object()).items()) {
+  for (const auto& [locale, fields] : under(body, "locales").items()) {
     for (const auto& [field, text] : fields.items()) {
       auto& texts = among(appFields, field) ? app.texts : version->texts;
       texts[locale][field] = text.get<std::string>();
@@ -84,7 +90,7 @@ void applyTo(AppInfo& app, VersionInfo* version, const json& body) {
   }
   if (body.contains("contentRights")) app.contentRights = body.at("contentRights").get<std::string>();
   if (body.contains("copyright")) version->copyright = body.at("copyright").get<std::string>();
-  for (const auto& [field, value] : body.value("review", json::object()).items()) {
+  for (const auto& [field, value] : under(body, "review").items()) {
     if (field == requiredKey) {
       version->demoAccountRequired = value.get<bool>();
     } else {

@@ -164,7 +164,26 @@ ListingObject ListingObject::read(const fs::path& root, const std::string& path,
 
 ListingObject ListingObject::toChange(const fs::path& root, const std::string& path) {
   auto bytes = bytesOf(root, path);
-  return {path, bytes, bytes ? objectOf(*bytes) : std::nullopt};
+  ListingObject result(path, bytes, bytes ? objectOf(*bytes) : std::nullopt);
+  result.mend();
+  return result;
+}
+
+void ListingObject::mend() {
+  auto drop = [](json& object, std::string_view key, bool refused) {
+    auto found = object.find(key);
+    if (found != object.end() && (refused || !(found->is_string() || found->is_null()))) object.erase(found);
+  };
+  for (const ListingFieldFacts& field : listingFields()) drop(object_, field.key, false);
+  for (std::string_view platform : Metadata::platforms) {
+    auto own = object_.find(platform);
+    if (own == object_.end()) continue;
+    if (own->is_object()) {
+      for (const ListingFieldFacts& field : listingFields()) drop(*own, field.key, field.isAppInfo);
+    } else {
+      object_.erase(own);
+    }
+  }
 }
 
 void ListingObject::check(std::initializer_list<std::string_view> otherKeys) const {

@@ -61,7 +61,7 @@ class ListingObject {
   /// Any JSON object.
   static ListingObject plain(const std::filesystem::path& root, const std::string& path);
 
-  /// The same for writing: what can't be read is taken as an empty object.
+  /// For writing: without what `read` refuses, empty when it isn't a JSON object.
   static ListingObject toChange(const std::filesystem::path& root, const std::string& path);
 
   const std::string& path() const { return path_; }
@@ -84,6 +84,7 @@ class ListingObject {
   ListingObject(std::string path, const std::optional<std::string>& bytes, std::optional<nlohmann::json> object)
       : path_(std::move(path)), isThere_(bytes.has_value()),
         object_(object ? std::move(*object) : nlohmann::json::object()) {}
+  void mend();
   void check(std::initializer_list<std::string_view> otherKeys) const;
   void checkPlatform(std::string_view platform) const;
 

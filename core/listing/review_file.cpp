@@ -49,6 +49,15 @@ ReviewInfo infoIn(const ListingObject& object) {
   return info;
 }
 
+ListingObject toChange(const std::filesystem::path& root, const std::string& path) {
+  ListingObject object = ListingObject::toChange(root, path);
+  const json before = object.raw();
+  for (const auto& [key, value] : before.items()) {
+    if (!isReviewKey(key) || (key == passwordKey && !value.is_string())) object.drop(key);
+  }
+  return object;
+}
+
 /// The object that decides a value: the release's own where it has one.
 ListingObject& deciding(ListingObject& app, ListingObject& release, bool inRelease) {
   return inRelease ? release : app;
@@ -72,8 +81,8 @@ void read(RepoListing& listing, const std::filesystem::path& root, const std::st
 
 void files(ListingFiles& result, const std::filesystem::path& root, const std::string& appPath,
            const std::string& releasePath, const ReviewInfo& review) {
-  ListingObject app = ListingObject::toChange(root, appPath);
-  ListingObject release = ListingObject::toChange(root, releasePath);
+  ListingObject app = toChange(root, appPath);
+  ListingObject release = toChange(root, releasePath);
   for (const ReviewTextFacts& text : reviewTexts()) {
     ListingObject& object = deciding(app, release, release.text(text.key).has_value());
     object.put(text.key, review.*text.field, "", true);
