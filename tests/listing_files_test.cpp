@@ -374,6 +374,7 @@ TEST(ListingFiles, SayingOtherwiseIsByValue) {
            {"", R"({"a":1})", false, false},
            {"Name", "Name\n", false, true},
            {"Na\r\nme\r\n", "Na\nme\n", false, true},
+           {"\xEF\xBB\xBFName", "Name\n", false, true},
            {"Name", "Other\n", true, false},
            {"Name", "", true, false},
            {" \n", "Name\n", false, false},

@@ -95,6 +95,7 @@ CLIError malformed(const std::string& path, const std::string& message) {
 }
 
 std::optional<std::string> value(std::string_view text) {
+  if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
   std::string trimmed = Text::trimmed(text);
   if (trimmed.empty()) return std::nullopt;
   std::string result;
