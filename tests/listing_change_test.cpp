@@ -121,7 +121,9 @@ TEST(ListingChange, OnlyAVersionThatCanBeEditedTakesMoreThanPromotionalText) {
     SCOPED_TRACE(state);
     ListingChange change = ListingChange::between(repo, store(state), {{}, "secret", true});
     EXPECT_EQ(change.held.size(), held);
-    if (held > 0) EXPECT_EQ(change.request(), (json{{"locales", {{"en-US", {{"promotionalText", "Q"}}}}}}));
+    if (held > 0) {
+      EXPECT_EQ(change.request(), (json{{"locales", {{"en-US", {{"promotionalText", "Q"}}}}}}));
+    }
   }
 }
 

@@ -272,9 +272,15 @@ TEST(ListingFiles, WhatIsWrittenIsReadBack) {
     EXPECT_EQ(back.testNotes, listing.testNotes);
     EXPECT_EQ(back.release, listing.release);
     EXPECT_EQ(back.demoPassword, std::nullopt);
-    if (layout != MetadataLayout::json) EXPECT_EQ(back.copyright, listing.copyright);
-    if (layout != MetadataLayout::json) EXPECT_EQ(back.review, listing.review);
-    if (layout == MetadataLayout::kestu) EXPECT_EQ(back.contentRights, listing.contentRights);
+    if (layout != MetadataLayout::json) {
+      EXPECT_EQ(back.copyright, listing.copyright);
+    }
+    if (layout != MetadataLayout::json) {
+      EXPECT_EQ(back.review, listing.review);
+    }
+    if (layout == MetadataLayout::kestu) {
+      EXPECT_EQ(back.contentRights, listing.contentRights);
+    }
     for (const auto& [path, contents] : Metadata::files(layout, repo.path(), listing)) {
       EXPECT_TRUE(Metadata::saysTheSame(*Files::read(repo.path() / path, 1 << 20), contents)) << path;
       EXPECT_EQ(contents.back(), '\n');
@@ -302,8 +308,12 @@ TEST(ListingFiles, EveryPlatformReadsItsOwnValues) {
         save(repo, Metadata::files(layout, repo.path(), listing));
         RepoListing back = Metadata::read(layout, repo.path(), "1.2", platform);
         EXPECT_EQ(back.texts, listing.texts);
-        if (layout == MetadataLayout::kestu) EXPECT_EQ(back.copyright, listing.copyright);
-        if (layout == MetadataLayout::kestu) EXPECT_EQ(back.testNotes, listing.testNotes);
+        if (layout == MetadataLayout::kestu) {
+          EXPECT_EQ(back.copyright, listing.copyright);
+        }
+        if (layout == MetadataLayout::kestu) {
+          EXPECT_EQ(back.testNotes, listing.testNotes);
+        }
       }
       if (row.pulls.size() > 1) {
         EXPECT_EQ(Metadata::read(layout, repo.path(), "1.2", "ios").texts, (LocaleTexts{{"en-US", ios}}));
