@@ -166,7 +166,7 @@ void addMetadataPull(Command& group) {
   command.discussion =
       "Writes over no file that says something else, unless --force says so, and deletes none. Another platform's "
       "values that differ from the first's stand in an object of its own (\"macos\": {…}). fastlane's layout has no "
-      "place for Content Rights and What to Test, the JSON layout for the languages' text alone.";
+      "place for those, nor for Content Rights and What to Test; the JSON layout holds the languages' text alone.";
   auto options = std::make_shared<PullOptions>();
   options->choice.declare(command);
   command.flag({"--force"}, options->force, "Write over files that say something else.");
