@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <random>
+
 namespace fs = std::filesystem;
 
 namespace kestu::tests {
@@ -365,6 +367,52 @@ TEST(ListingFiles, APullKeepsWhatItDoesNotKnow) {
   EXPECT_EQ(Metadata::read(MetadataLayout::kestu, repo.path(), "1.2", "ios").resolved({}).at("en-US"),
             listing.texts["en-US"])
       << "what could not be read is mended";
+}
+
+TEST(ListingFiles, WhateverIsThereAPullIsReadBack) {
+  std::minstd_rand random(7);
+  auto pick = [&](unsigned count) { return random() % count; };
+  auto value = [&]() -> std::optional<std::string> {
+    return pick(3) == 0 ? std::nullopt : std::optional("v" + std::to_string(pick(3)));
+  };
+  auto someFile = [&] {
+    nlohmann::json object = {{"unknown", 1}};
+    for (const ListingFieldFacts& field : listingFields()) {
+      auto given = value();
+      if (pick(2) == 0) object[std::string(field.key)] = given ? nlohmann::json(*given) : nlohmann::json(nullptr);
+      if (field.isAppInfo || pick(2) == 0) continue;
+      object[pick(2) == 0 ? "ios" : "macos"][std::string(field.key)] =
+          given ? nlohmann::json(*given) : nlohmann::json();
+    }
+    return object.dump();
+  };
+  for (int round = 0; round < 25; ++round) {
+    MetadataLayout layout = pick(2) == 0 ? MetadataLayout::kestu : MetadataLayout::json;
+    TemporaryFolder repo;
+    for (const char* folder : {"listing", "releases/1.2", "app-info", "version/1.2"}) {
+      if (pick(2) == 0) repo.write("metadata/" + std::string(folder) + "/default.json", someFile());
+      if (pick(2) == 0) repo.write("metadata/" + std::string(folder) + "/en-US.json", someFile());
+    }
+    for (int pull = 0; pull < 4; ++pull) {
+      bool first = pick(2) == 0;
+      ListingToWrite listing{"1.2", first ? "ios" : "macos", first};
+      LocaleText& wanted = listing.texts["en-US"];
+      for (const ListingFieldFacts& field : listingFields()) wanted[field.field] = value();
+      save(repo, Metadata::files(layout, repo.path(), listing));
+      RepoListing back = Metadata::read(layout, repo.path(), "1.2", listing.platform);
+      for (const ListingFieldFacts& field : listingFields()) {
+        SCOPED_TRACE(std::to_string(round) + " " + std::string(field.key));
+        auto said = back.texts["en-US"][field.field];
+        if (!said && back.defaults) said = (*back.defaults)[field.field];
+        if (wanted[field.field] || back.texts["en-US"][field.field]) {
+          EXPECT_EQ(said, wanted[field.field]);
+        }
+      }
+      for (const auto& [path, contents] : Metadata::files(layout, repo.path(), listing)) {
+        EXPECT_TRUE(Metadata::saysTheSame(*Files::read(repo.path() / path, 1 << 20), contents)) << path;
+      }
+    }
+  }
 }
 
 TEST(ListingFiles, SayingOtherwiseIsByValue) {
