@@ -12,5 +12,6 @@ void addLink(Command& command);
 void addConfig(Command& command);
 void addAssets(Command& command);
 void addKit(Command& command);
+void addMetadata(Command& command);
 
 } // namespace kestu

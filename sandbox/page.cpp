@@ -122,16 +122,37 @@ std::string shownVersions(const State& state) {
   return html.empty() ? "<p class=\"soft\">No version shows any asset yet.</p>" : html;
 }
 
+std::string shownListings(const State& state) {
+  std::string html;
+  for (const auto& app : state.apps) {
+    const auto found = state.listings.apps.find(app.appId);
+    if (found == state.listings.apps.end()) continue;
+    std::string rows;
+    for (const auto& [locale, fields] : found->second.texts) {
+      const auto text = [&fields = fields](const char* key) {
+        const auto field = fields.find(key);
+        return field == fields.end() ? std::string() : htmlEscaped(field->second);
+      };
+      rows += fmt::format(
+          R"(<div class="row"><span dir="auto">{} <span class="soft">{}</span></span><span>{}</span></div>)",
+          text("name"), text("subtitle"), htmlEscaped(locale));
+    }
+    html += fmt::format(R"(<section class="card"><h3>{}</h3>{}</section>)", htmlEscaped(app.name), rows);
+  }
+  return html;
+}
+
 std::string page(const State& state, const std::string& asked) {
   auto waiting = waitingSignIns(state, asked) + waitingPlans(state);
   if (waiting.empty()) waiting = "<p class=\"soft\">Nothing waits for you.</p>";
-  return fmt::format(R"(<!doctype html><html lang="en"><head><meta charset="utf-8"><title>kestu app (sandbox)</title>)"
-                     R"(<meta name="viewport" content="width=device-width, initial-scale=1">)"
-                     R"(<noscript><meta http-equiv="refresh" content="3"></noscript><style>{}</style>)"
-                     R"(<script src="/page.js" defer></script></head><body><header><h1>kestu app (sandbox)</h1>)"
-                     R"(<span class="soft">{}</span></header><main><h2>Waiting for you</h2>{}{})"
-                     R"(<h2>What Apple has now</h2>{}</main><footer></footer></body></html>)",
-                     style, state.origin, waiting, history(state), shownVersions(state));
+  return fmt::format(
+      R"(<!doctype html><html lang="en"><head><meta charset="utf-8"><title>kestu app (sandbox)</title>)"
+      R"(<meta name="viewport" content="width=device-width, initial-scale=1">)"
+      R"(<noscript><meta http-equiv="refresh" content="3"></noscript><style>{}</style>)"
+      R"(<script src="/page.js" defer></script></head><body><header><h1>kestu app (sandbox)</h1>)"
+      R"(<span class="soft">{}</span></header><main><h2>Waiting for you</h2>{}{})"
+      R"(<h2>What Apple has now</h2>{}<h2>Names and subtitles</h2>{}</main><footer></footer></body></html>)",
+      style, state.origin, waiting, history(state), shownVersions(state), shownListings(state));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sandbox/kit_state.hpp"
+#include "sandbox/listing_state.hpp"
 #include "sandbox/text.hpp"
 
 #include <array>
@@ -147,6 +148,7 @@ struct State {
   std::array<Quota, 3> quotas;
   std::vector<App> apps;
   std::vector<Version> versions; // newest first
+  Listings listings;
   std::map<std::string, Asset> assets;
   KitState kit;
   std::vector<Plan> plans; // oldest first

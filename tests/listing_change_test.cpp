@@ -1,0 +1,170 @@
+#include "core/listing/listing_change.hpp"
+#include "core/support/text.hpp"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+using nlohmann::json;
+using enum ListingField;
+
+constexpr const char* storeText = R"({"primaryLocale": "en-US", "copyright": "2026 A", "unknown": 1,
+  "contentRights": "USES_THIRD_PARTY_CONTENT",
+  "version": {"versionId": "v", "platform": "ios", "version": "1.2", "state": "prepareforsubmission",
+              "createdAt": "2026-11-01T00:00:00Z", "phased": false},
+  "locales": {"en-US": {"name": "A", "description": "One\r\ntwo\n", "promotionalText": "P"}, "de-DE": {"name": "D"}},
+  "review": {"contactPhone": "1", "demoAccountRequired": false, "notes": null}, "testNotes": {"en-US": "T"}})";
+
+StoreListing store(const std::string& state = "prepareforsubmission", const std::string& text = storeText) {
+  StoreListing listing = StoreListing::read(JSONValue::parse(text));
+  if (listing.version) listing.version->state = state;
+  return listing;
+}
+
+RepoListing same() {
+  RepoListing repo;
+  repo.texts["en-US"][name] = "A";
+  repo.texts["en-US"][description] = "One\ntwo";
+  repo.copyright = "2026 A";
+  repo.contentRights = ContentRights::usesThirdPartyContent;
+  repo.review = ReviewInfo{};
+  repo.review->contactPhone = "1";
+  repo.review->demoAccountRequired = false;
+  return repo;
+}
+
+TEST(ListingChange, HoldsOnlyWhatDiffers) {
+  struct Row {
+    std::string what;
+    std::function<void(RepoListing&)> edit;
+    json request;
+    ListingChange::Choice choice = {};
+  };
+  const ListingChange::Choice password = {{}, "secret", false};
+  for (const Row& row : std::vector<Row>{
+           {"nothing", [](RepoListing&) {}, json::object()},
+           {"a password alone", [](RepoListing&) {}, json::object(), password},
+           {"a password asked for",
+            [](RepoListing&) {},
+            {{"review", {{"demoAccountPassword", "secret"}}}},
+            {{}, "secret", true}},
+           {"a text",
+            [](RepoListing& repo) { repo.texts["en-US"][name] = "B"; },
+            {{"locales", {{"en-US", {{"name", "B"}}}}}},
+            password},
+           {"what the repository leaves out stays", [](RepoListing& repo) { repo = {}; }, json::object()},
+           {"a new language",
+            [](RepoListing& repo) { repo.texts["ja"][keywords] = "k"; },
+            {{"locales", {{"ja", {{"keywords", "k"}}}}}}},
+           {"defaults reach every language",
+            [](RepoListing& repo) {
+              repo.defaults.emplace();
+              (*repo.defaults)[supportUrl] = "u";
+              (*repo.defaults)[name] = "A";
+            },
+            {{"locales", {{"de-DE", {{"name", "A"}, {"supportUrl", "u"}}}, {"en-US", {{"supportUrl", "u"}}}}}}},
+           {"only some languages",
+            [](RepoListing& repo) {
+              repo.texts["ja"][name] = "J";
+              repo.texts["fr-FR"][name] = "F";
+              repo.copyright = "2027";
+              repo.review->notes = "N";
+            },
+            {{"locales", {{"fr-FR", {{"name", "F"}}}}}},
+            {{"fr-FR", "en-US"}, "secret", false}},
+           {"app-wide values",
+            [](RepoListing& repo) {
+              repo.copyright = "2027";
+              repo.contentRights = ContentRights::doesNotUseThirdPartyContent;
+            },
+            {{"copyright", "2027"}, {"contentRights", "DOES_NOT_USE_THIRD_PARTY_CONTENT"}},
+            password},
+           {"App Review, with the password",
+            [](RepoListing& repo) {
+              repo.review->demoAccountRequired = true;
+              repo.review->notes = "N";
+            },
+            {{"review", {{"demoAccountRequired", true}, {"notes", "N"}, {"demoAccountPassword", "secret"}}}},
+            password},
+       }) {
+    SCOPED_TRACE(row.what);
+    RepoListing repo = same();
+    row.edit(repo);
+    ListingChange change = ListingChange::between(repo, store(), row.choice);
+    EXPECT_EQ(change.request(), row.request);
+    EXPECT_EQ(change.isEmpty(), row.request.empty());
+    EXPECT_TRUE(change.held.empty());
+    for (const ListingDifference& each : change.differences) EXPECT_NE(each.after, "secret");
+  }
+}
+
+TEST(ListingChange, OnlyAVersionThatCanBeEditedTakesMoreThanPromotionalText) {
+  RepoListing repo = same();
+  repo.texts["en-US"][promotionalText] = "Q";
+  repo.texts["en-US"][name] = "B";
+  repo.copyright = "2027";
+  repo.review->notes = "N";
+  for (const auto& [state, held] : std::map<std::string, std::size_t>{{"prepareforsubmission", 0},
+                                                                      {"readyforreview", 0},
+                                                                      {"rejected", 0},
+                                                                      {"metadatarejected", 0},
+                                                                      {"developerrejected", 0},
+                                                                      {"invalidbinary", 0},
+                                                                      {"waitingforreview", 3},
+                                                                      {"inreview", 3},
+                                                                      {"pendingdeveloperrelease", 3},
+                                                                      {"readyfordistribution", 3},
+                                                                      {"removedfromsale", 3},
+                                                                      {"a state of tomorrow", 3}}) {
+    SCOPED_TRACE(state);
+    ListingChange change = ListingChange::between(repo, store(state), {{}, "secret", true});
+    EXPECT_EQ(change.held.size(), held);
+    if (held > 0) {
+      EXPECT_EQ(change.request(), (json{{"locales", {{"en-US", {{"promotionalText", "Q"}}}}}}));
+    }
+  }
+}
+
+TEST(ListingChange, AnAnswerIsTakenOnlyWhenItCanBeTrusted) {
+  EXPECT_EQ(store().texts.at("en-US")[description], "One\ntwo");
+  EXPECT_EQ(store().testNotes.at("en-US"), "T");
+  for (const char* text : {R"({"locales": {}})", R"({"primaryLocale": "en-US"})",
+                           R"({"primaryLocale": "en-US", "locales": {"../../x": {}}})",
+                           R"({"primaryLocale": "en-US", "locales": {"default": {}}})",
+                           R"({"primaryLocale": "en-US", "locales": {"en-US": {"name": 5}}})",
+                           R"({"primaryLocale": "en-US", "locales": {}, "testNotes": {"/etc": "x"}})",
+                           R"({"primaryLocale": "en-US", "locales": {}, "contentRights": "MAYBE"})"}) {
+    EXPECT_THROW(store("", text), JSONError) << text;
+  }
+}
+
+TEST(ListingChange, RowsFitTheirWidthAndShowWhereTextsPart) {
+  const std::string sentence = "Daylight shows how much light is left today and what the sky does ";
+  struct Row {
+    std::optional<std::string> before;
+    std::string after;
+    int width;
+    std::string text;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"old", "new", 60, "  en-US  name  old → new"},
+           {std::nullopt, "new", 60, "  en-US  name  new"},
+           {sentence + "with it.", sentence + "about it.", 60, "  en-US  name  …with it. → …about it."},
+           {sentence, sentence + "with it", 60, "  en-US  name  … → …with it"},
+           {"a", std::string(200, 'x'), 40, "  en-US  name  a → xxxxxxxxxxxxxxxxxxxx…"},
+           {"x\ny", "\x1B[31m", 60, "  en-US  name  x y → \\u{1b}[31m"},
+           {std::string(40, 'x') + "👩‍👩‍👧", std::string(40, 'x') + "👩‍👩‍👦", 60,
+            "  en-US  name  …👩‍👩‍👧 → …👩‍👩‍👦"},
+           {"天気を空から見る今日の天気", "天気を空から見る明日の天気", 40, "  en-US  name  …今日の天気 → …明日の天気"},
+       }) {
+    SCOPED_TRACE(row.text);
+    std::string text = differencesText({{"en-US", "name", row.before, row.after}}, row.width, TextStyles(false));
+    EXPECT_EQ(text, row.text);
+    EXPECT_LE(Text::columns(text), static_cast<std::size_t>(row.width));
+  }
+}
+
+} // namespace
+} // namespace kestu::tests

@@ -1,0 +1,457 @@
+#include "core/listing/metadata.hpp"
+#include "core/support/error.hpp"
+#include "core/support/files.hpp"
+#include "core/support/moments.hpp"
+#include "tests/support/temporary_folder.hpp"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <random>
+
+namespace fs = std::filesystem;
+
+namespace kestu::tests {
+namespace {
+
+using enum ListingField;
+using FileList = std::vector<std::pair<std::string, std::string>>;
+
+constexpr std::array allLayouts = {MetadataLayout::kestu, MetadataLayout::fastlane, MetadataLayout::json};
+
+LocaleText text(std::initializer_list<std::pair<ListingField, std::string>> values) {
+  LocaleText result;
+  for (const auto& [field, value] : values) result[field] = value;
+  return result;
+}
+
+void save(const TemporaryFolder& repo, const ListingFiles& files) {
+  for (const auto& [path, contents] : files) repo.write(path, contents);
+}
+
+/// What reading throws, or "" when it doesn't.
+std::string failure(MetadataLayout layout, const FileList& files, std::optional<std::string> version = "1.2",
+                    std::optional<std::string> platform = "ios") {
+  TemporaryFolder repo;
+  for (const auto& [path, contents] : files) repo.write(path, contents);
+  try {
+    Metadata::read(layout, repo.path(), version, platform);
+  } catch (const CLIError& error) {
+    return error.description;
+  }
+  return "";
+}
+
+TEST(ListingFiles, TheFirstLayoutFoundWins) {
+  struct Row {
+    std::vector<std::string> folders;
+    std::optional<MetadataLayout> layout;
+  };
+  for (const Row& row : std::vector<Row>{{{}, std::nullopt},
+                                         {{"metadata", "fastlane"}, std::nullopt},
+                                         {{"metadata/screenshots"}, std::nullopt},
+                                         {{"fastlane/metadata"}, MetadataLayout::fastlane},
+                                         {{"fastlane/metadata", "metadata/versions"}, MetadataLayout::json},
+                                         {{"metadata/version"}, MetadataLayout::json},
+                                         {{"metadata/app-info"}, MetadataLayout::json},
+                                         {{"metadata/app-info", "metadata/releases"}, MetadataLayout::kestu},
+                                         {{"fastlane/metadata", "metadata/listing"}, MetadataLayout::kestu}}) {
+    SCOPED_TRACE(row.folders.empty() ? "none" : row.folders.back());
+    TemporaryFolder repo;
+    for (const std::string& folder : row.folders) fs::create_directories(repo.path() / folder);
+    EXPECT_EQ(Metadata::detect(repo.path()), row.layout);
+  }
+  TemporaryFolder repo;
+  repo.write("metadata/listing", "a file");
+  EXPECT_EQ(Metadata::detect(repo.path()), std::nullopt);
+}
+
+TEST(ListingFiles, LocaleCodesByTheirShape) {
+  for (const char* code :
+       {"en", "en-US", "de-DE", "zh-Hans", "pt-BR", "sr-Latn-RS", "ca-ES-valencia-12345678", "fil"}) {
+    EXPECT_TRUE(Metadata::localeShape(code)) << code;
+  }
+  for (const char* code : {"", "e", "engl", "en-", "-US", "en-U", "en_US", "en-123456789", "a1", "en-US-aa-bb-cc",
+                           "screenshots", "../en", "en-US/x", "en-ÜS", "en-US ", "default"}) {
+    EXPECT_FALSE(Metadata::localeShape(code)) << code;
+  }
+}
+
+TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
+  const std::string rights = "metadata/app.json: contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or "
+                             "USES_THIRD_PARTY_CONTENT.";
+  const std::string release = "metadata/releases/1.2/release.json isn't what kestu reads: releaseType, "
+                              "earliestReleaseDate (as 2026-11-02T09:00:00Z), phased and build.";
+  const std::string review = "metadata/review.json isn't what kestu reads: contactFirstName, contactLastName, "
+                             "contactPhone, contactEmail, demoAccountName, demoAccountPassword, demoAccountRequired "
+                             "and notes.";
+  const std::string en = "metadata/listing/en-US.json";
+  struct Row {
+    std::string path, contents, message;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"metadata/app.json", R"({"contentRightsDeclaration": "YES"})", rights},
+           {"metadata/app.json", R"({"contentRightsDeclaration": 5})",
+            "metadata/app.json: contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or "
+            "USES_THIRD_PARTY_CONTENT."},
+           {"metadata/app.json", R"({"contentRightsDeclaration": null, "copyright": " "})", ""},
+           {"metadata/app.json", R"({"copyright": 2026})", "metadata/app.json: copyright isn't text or null."},
+           {"metadata/app.json", R"({"macos": "x"})",
+            "metadata/app.json: macos isn't an object of what's that platform's own."},
+           {en, "[1]", en + " isn't a JSON object."},
+           {en, "", en + " isn't a JSON object."},
+           {en, "{\"name\": \"\xFF\"}", en + " isn't a JSON object."},
+           {en, R"({"name": 5})", en + ": name isn't text or null."},
+           {en, R"({"name": null, "other": 5})", ""},
+           {en, R"({"tvos": {"keywords": ["a"]}})", en + ": keywords isn't text or null."},
+           {en, R"({"tvos": null})", en + ": tvos isn't an object of what's that platform's own."},
+           {en, R"({"ios": {"name": "A"}})",
+            en + ": name is the app's on every platform in App Store Connect, so it can't be ios's own: say it once, "
+                 "outside ios."},
+           {"metadata/releases/1.2/de-DE.json", R"({"visionos": {"privacyPolicyUrl": null}})",
+            "metadata/releases/1.2/de-DE.json: privacyPolicyUrl is the app's on every platform in App Store Connect, "
+            "so it can't be visionos's own: say it once, outside visionos."},
+           {"metadata/releases/1.2/de-DE.json", R"({"whatToTest": 1})",
+            "metadata/releases/1.2/de-DE.json: whatToTest isn't text or null."},
+           {"metadata/releases/1.3/de-DE.json", "another release's isn't read", ""},
+           {"metadata/releases/1.2/release.json", R"({"releaseTyp": "manual"})", release},
+           {"metadata/releases/1.2/release.json", R"({"phased": "yes"})", release},
+           {"metadata/releases/1.2/release.json", R"({"earliestReleaseDate": "2026-11-02"})", release},
+           {"metadata/releases/1.2/release.json", R"({"build": null})", ""},
+           {"metadata/review.json", R"({"contactName": "Kim"})", review},
+           {"metadata/review.json", R"({"notes": 5})", "metadata/review.json: notes isn't text or null."},
+           {"metadata/review.json", R"({"demoAccountPassword": 1234})",
+            "metadata/review.json: demoAccountPassword isn't text."},
+           {"metadata/review.json", R"({"demoAccountRequired": "yes"})",
+            "metadata/review.json: demoAccountRequired isn't true, false or null."},
+           {"metadata/listing/screenshots.json", "not a language", ""},
+       }) {
+    SCOPED_TRACE(row.path + " " + row.contents);
+    EXPECT_EQ(failure(MetadataLayout::kestu, {{row.path, row.contents}}), row.message);
+  }
+  EXPECT_EQ(failure(MetadataLayout::fastlane, {{"fastlane/metadata/ja/name.txt", "\xE3\x81"}}),
+            "fastlane/metadata/ja/name.txt isn't UTF-8 text.");
+  EXPECT_EQ(failure(MetadataLayout::fastlane, {{"fastlane/metadata/review_information/notes.txt", "a\xC0\x80"}}),
+            "fastlane/metadata/review_information/notes.txt isn't UTF-8 text.");
+  EXPECT_EQ(failure(MetadataLayout::json, {{"metadata/versions/1.2/ja.json", R"({"keywords": 1})"}}),
+            "metadata/versions/1.2/ja.json: keywords isn't text or null.");
+  EXPECT_EQ(failure(MetadataLayout::kestu, {{"x", ""}}, "../../etc"),
+            "../../etc can't be a version: it's a number, as 1.2.");
+}
+
+TEST(ListingFiles, ValuesAreTrimmedAndEmptyOnesArentGiven) {
+  struct Row {
+    std::string file;
+    std::optional<std::string> value;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"  Daylight \n", "Daylight"},
+           {"\xEF\xBB\xBF"
+            "Daylight\r\n",
+            "Daylight"},
+           {"\u00A0\u2028Tag\u3000", "Tag"},
+           {"a\r\n\r\nb\rc\n", "a\n\nb\nc"},
+           {" \r\n\t", std::nullopt},
+           {"", std::nullopt},
+           {"👩‍👩‍👧‍👦 \u202Bعربي\u202C", "👩‍👩‍👧‍👦 \u202Bعربي\u202C"},
+           {std::string("a\0b", 3), std::string("a\0b", 3)},
+           {std::string(1 << 20, 'x') + "\n", std::string(1 << 20, 'x')}}) {
+    SCOPED_TRACE(row.file.substr(0, 40));
+    TemporaryFolder repo;
+    repo.write("fastlane/metadata/en-US/description.txt", row.file);
+    std::string bytes =
+        nlohmann::json{{"description", row.file.starts_with("\xEF") ? row.file.substr(3) : row.file}}.dump();
+    repo.write("metadata/listing/en-US.json", "\xEF\xBB\xBF" + bytes);
+    for (MetadataLayout layout : {MetadataLayout::fastlane, MetadataLayout::kestu}) {
+      RepoListing listing = Metadata::read(layout, repo.path(), std::nullopt, std::nullopt);
+      EXPECT_EQ(listing.texts.at("en-US")[description], row.value);
+      EXPECT_EQ(listing.isEmpty(), !row.value);
+    }
+  }
+}
+
+TEST(ListingFiles, KestusLayoutIsReadWhole) {
+  TemporaryFolder repo;
+  repo.write("metadata/app.json", R"({"copyright": "2026 A", "macos": {"copyright": "2026 M"},
+    "contentRightsDeclaration": "USES_THIRD_PARTY_CONTENT"})");
+  repo.write("metadata/listing/en-US.JSON", R"({"name": "A", "whatsNew": "not here", "ios": {"keywords": "i"},
+    "keywords": "k", "macos": {"keywords": null}})");
+  repo.write("metadata/listing/default.json", R"({"supportUrl": "https://a", "name": "D"})");
+  repo.write("metadata/listing/en-GB", "not a JSON file");
+  repo.write("metadata/releases/1.10/en-US.json", R"({"whatsNew": "ten", "whatToTest": "All", "name": "not here"})");
+  repo.write("metadata/releases/1.10/default.json", R"({"whatsNew": "Fixes."})");
+  repo.write("metadata/releases/1.10/whatsnew/page.json", "{}");
+  repo.write(
+      "metadata/releases/1.10/release.json",
+      R"({"releaseType": "scheduled", "earliestReleaseDate": "2026-11-02T09:00:00Z", "phased": false, "build": "7"})");
+  repo.write("metadata/releases/1.9/en-US.json", R"({"whatsNew": "nine"})");
+  repo.write("metadata/review.json", R"({"contactPhone": "1", "notes": "N", "demoAccountPassword": "first"})");
+  repo.write("metadata/releases/1.10/review.json", R"({"notes": "ten's", "demoAccountPassword": " second "})");
+  RepoListing listing = Metadata::read(MetadataLayout::kestu, repo.path(), "1.10", "ios");
+  EXPECT_EQ(listing.texts, (LocaleTexts{{"en-US", text({{name, "A"}, {keywords, "i"}, {whatsNew, "ten"}})}}));
+  EXPECT_EQ(listing.defaults, text({{name, "D"}, {supportUrl, "https://a"}, {whatsNew, "Fixes."}}));
+  EXPECT_EQ(listing.copyright, "2026 A");
+  EXPECT_EQ(listing.contentRights, ContentRights::usesThirdPartyContent);
+  EXPECT_EQ(listing.review->notes, "ten's");
+  EXPECT_EQ(listing.review->contactPhone, "1");
+  EXPECT_EQ(listing.demoPassword, "second");
+  EXPECT_EQ(listing.demoPasswordFile, "metadata/releases/1.10/review.json");
+  EXPECT_EQ(listing.release, (ReleaseSettings{"scheduled", Moments::parse("2026-11-02T09:00:00Z"), false, "7"}));
+  EXPECT_EQ(listing.testNotes, (std::map<std::string, std::string>{{"en-US", "All"}}));
+  EXPECT_EQ(listing.whatsNewPage, "metadata/releases/1.10/whatsnew");
+  EXPECT_EQ(listing.files.at("en-US").at(keywords), "metadata/listing/en-US.JSON");
+  EXPECT_EQ(listing.files.at("en-US").at(whatsNew), "metadata/releases/1.10/en-US.json");
+
+  LocaleTexts resolved = listing.resolved({"ja"});
+  EXPECT_EQ(resolved.at("ja"), *listing.defaults);
+  EXPECT_EQ(resolved.at("en-US")[name], "A");
+  EXPECT_EQ(resolved.at("en-US")[supportUrl], "https://a");
+
+  EXPECT_EQ(Metadata::read(MetadataLayout::kestu, repo.path(), "1.10", "macos").copyright, "2026 M");
+  EXPECT_EQ(Metadata::read(MetadataLayout::kestu, repo.path(), "1.10", "macos").texts.at("en-US")[keywords],
+            std::nullopt);
+  EXPECT_EQ(Metadata::read(MetadataLayout::kestu, repo.path(), "1.9", "ios").demoPassword, "first");
+  EXPECT_EQ(Metadata::read(MetadataLayout::kestu, repo.path(), "2.0", "ios").texts.at("en-US")[whatsNew], std::nullopt);
+  EXPECT_EQ(Metadata::read(MetadataLayout::kestu, repo.path(), std::nullopt, "ios").texts.at("en-US")[whatsNew], "ten")
+      << "without a version, the highest: 1.10 comes after 1.9";
+}
+
+TEST(ListingFiles, TheOtherLayoutsTakeWhatBelongsInTheirFolders) {
+  TemporaryFolder repo;
+  repo.write("metadata/app-info/de-DE.json", R"({"name": "A", "description": "not here"})");
+  repo.write("metadata/versions/1.2/de-DE.json", R"({"name": "not here", "description": "D", "whatsNew": "W"})");
+  repo.write("fastlane/metadata/default/support_url.txt", "https://d");
+  repo.write("fastlane/metadata/en-US/release_notes.txt", "W");
+  repo.write("fastlane/metadata/ja", "a file");
+  repo.write("fastlane/metadata/review_information/first_name.txt", "Kim");
+  repo.write("fastlane/metadata/review_information/demo_password.txt", "pw\n");
+  repo.write("elsewhere/name.txt", "G");
+  fs::create_directory_symlink(repo.path() / "elsewhere", repo.path() / "fastlane/metadata/en-GB");
+  EXPECT_EQ(Metadata::read(MetadataLayout::json, repo.path(), "1.2", "ios").texts,
+            (LocaleTexts{{"de-DE", text({{name, "A"}, {description, "D"}, {whatsNew, "W"}})}}));
+  RepoListing listing = Metadata::read(MetadataLayout::fastlane, repo.path(), "1.2", "ios");
+  EXPECT_EQ(listing.texts, (LocaleTexts{{"en-GB", text({{name, "G"}})}, {"en-US", text({{whatsNew, "W"}})}}));
+  EXPECT_EQ(listing.defaults, text({{supportUrl, "https://d"}}));
+  EXPECT_EQ(listing.review->contactFirstName, "Kim");
+  EXPECT_EQ(listing.demoPassword, "pw");
+  EXPECT_EQ(listing.demoPasswordFile, "fastlane/metadata/review_information/demo_password.txt");
+}
+
+/// A listing with something in every field, in forty languages.
+ListingToWrite wholeListing() {
+  ListingToWrite listing;
+  listing.version = "1.2";
+  listing.platform = "ios";
+  listing.copyright = "2026 Ünlü & Söhne";
+  listing.contentRights = ContentRights::doesNotUseThirdPartyContent;
+  listing.review = {"Kim", "T\"arn", "+49 30 1", "a@b.c", "demo", std::nullopt, "Line 1\nLine 2 \\ / end"};
+  listing.appReviewInfo = true;
+  for (int i = 0; i < 40; ++i) {
+    std::string locale = {static_cast<char>('a' + i / 26), static_cast<char>('a' + i % 26), '-', 'X', 'X'};
+    for (const ListingFieldFacts& field : listingFields()) {
+      listing.texts[locale][field.field] = std::string(field.key) + " " + locale +
+                                           "\n\u200Fמזג אוויר 👩‍👩‍👧‍👦 \t\u2028\x01"
+                                           "end";
+    }
+  }
+  return listing;
+}
+
+TEST(ListingFiles, WhatIsWrittenIsReadBack) {
+  for (MetadataLayout layout : allLayouts) {
+    SCOPED_TRACE(facts(layout).name);
+    TemporaryFolder repo;
+    ListingToWrite listing = wholeListing();
+    if (layout == MetadataLayout::kestu) {
+      listing.release = ReleaseSettings{"manual", std::nullopt, true, "7"};
+      listing.review.demoAccountRequired = true;
+      listing.testNotes = {{"aa-XX", "Try it"}};
+    }
+    save(repo, Metadata::files(layout, repo.path(), listing));
+    EXPECT_EQ(Metadata::detect(repo.path()), layout);
+    RepoListing back = Metadata::read(layout, repo.path(), "1.2", "ios");
+    EXPECT_EQ(back.texts, listing.texts);
+    EXPECT_EQ(back.testNotes, listing.testNotes);
+    EXPECT_EQ(back.release, listing.release);
+    EXPECT_EQ(back.demoPassword, std::nullopt);
+    if (layout != MetadataLayout::json) {
+      EXPECT_EQ(back.copyright, listing.copyright);
+    }
+    if (layout != MetadataLayout::json) {
+      EXPECT_EQ(back.review, listing.review);
+    }
+    if (layout == MetadataLayout::kestu) {
+      EXPECT_EQ(back.contentRights, listing.contentRights);
+    }
+    for (const auto& [path, contents] : Metadata::files(layout, repo.path(), listing)) {
+      EXPECT_TRUE(Metadata::saysTheSame(*Files::read(repo.path() / path, 1 << 20), contents)) << path;
+      EXPECT_EQ(contents.back(), '\n');
+      EXPECT_EQ(contents.find("\\/"), std::string::npos);
+    }
+  }
+}
+
+TEST(ListingFiles, EveryPlatformReadsItsOwnValues) {
+  const LocaleText ios = text({{name, "A"}, {description, "ios"}, {keywords, "k"}, {promotionalText, "p"}});
+  const LocaleText mac = text({{name, "A"}, {description, "mac"}, {keywords, "k"}, {supportUrl, "s"}, {whatsNew, "w"}});
+  struct Row {
+    std::vector<std::string> pulls; // one after the other
+  };
+  for (MetadataLayout layout : {MetadataLayout::kestu, MetadataLayout::json}) {
+    for (const Row& row : std::vector<Row>{{{"ios", "macos"}}, {{"macos"}}, {{"ios", "macos", "ios", "macos"}}}) {
+      SCOPED_TRACE(std::string(facts(layout).word) + " " + std::to_string(row.pulls.size()));
+      TemporaryFolder repo;
+      for (const std::string& platform : row.pulls) {
+        bool first = platform == "ios";
+        ListingToWrite listing{"1.2", platform, first};
+        listing.texts = {{"en-US", first ? ios : mac}};
+        listing.copyright = first ? "2026 I" : "2026 M";
+        listing.testNotes = {{"en-US", first ? "ti" : "tm"}};
+        save(repo, Metadata::files(layout, repo.path(), listing));
+        RepoListing back = Metadata::read(layout, repo.path(), "1.2", platform);
+        EXPECT_EQ(back.texts, listing.texts);
+        if (layout == MetadataLayout::kestu) {
+          EXPECT_EQ(back.copyright, listing.copyright);
+        }
+        if (layout == MetadataLayout::kestu) {
+          EXPECT_EQ(back.testNotes, listing.testNotes);
+        }
+      }
+      if (row.pulls.size() > 1) {
+        EXPECT_EQ(Metadata::read(layout, repo.path(), "1.2", "ios").texts, (LocaleTexts{{"en-US", ios}}));
+      }
+      std::string file =
+          layout == MetadataLayout::kestu ? "metadata/listing/en-US.json" : "metadata/version/1.2/en-US.json";
+      auto own = nlohmann::json::parse(*Files::read(repo.path() / file, 9999))["macos"];
+      EXPECT_FALSE(own.contains("name"));
+      EXPECT_EQ(own.contains("keywords"), row.pulls.size() == 1) << "said at the top level already";
+    }
+  }
+}
+
+TEST(ListingFiles, APullKeepsWhatItDoesNotKnow) {
+  TemporaryFolder repo;
+  repo.write("metadata/listing/default.json", R"({"supportUrl": "https://s", "keywords": "d"})");
+  repo.write(
+      "metadata/listing/en-US.json",
+      R"({"$comment": [1], "name": " A ", "tvos": {"keywords": "t"}, "ios": {"description": "i"}, "subtitle": "S"})");
+  repo.write("metadata/review.json", R"({"demoAccountPassword": "secret", "notes": "app's", "contactPhone": "1"})");
+  repo.write("metadata/releases/1.2/review.json", R"({"notes": "release's"})");
+  ListingToWrite listing{"1.2", "ios", true};
+  listing.texts["en-US"] = text({{name, "A"}, {description, "i"}, {supportUrl, "https://s"}, {keywords, "k"}});
+  listing.review.notes = "new";
+  listing.appReviewInfo = true;
+  ListingFiles files = Metadata::files(MetadataLayout::kestu, repo.path(), listing);
+  EXPECT_EQ(files.at("metadata/listing/en-US.json"), R"({
+  "$comment": [
+    1
+  ],
+  "ios": {
+    "description": "i"
+  },
+  "keywords": "k",
+  "name": " A ",
+  "tvos": {
+    "keywords": "t"
+  }
+}
+)");
+  EXPECT_EQ(nlohmann::json::parse(files.at("metadata/review.json")),
+            (nlohmann::json{{"demoAccountPassword", "secret"}, {"notes", "app's"}}));
+  EXPECT_EQ(nlohmann::json::parse(files.at("metadata/releases/1.2/review.json")), (nlohmann::json{{"notes", "new"}}));
+  EXPECT_FALSE(files.contains("metadata/listing/default.json"));
+
+  repo.write("metadata/listing/en-US.json", R"({"name": 5, "ios": {"name": "A"}, "macos": 1})");
+  repo.write("metadata/review.json", R"({"other": 5, "demoAccountPassword": 5})");
+  save(repo, Metadata::files(MetadataLayout::kestu, repo.path(), listing));
+  EXPECT_EQ(Metadata::read(MetadataLayout::kestu, repo.path(), "1.2", "ios").resolved({}).at("en-US"),
+            listing.texts["en-US"])
+      << "what could not be read is mended";
+}
+
+TEST(ListingFiles, WhateverIsThereAPullIsReadBack) {
+  std::minstd_rand random(7);
+  auto pick = [&](unsigned count) { return random() % count; };
+  auto value = [&]() -> std::optional<std::string> {
+    return pick(3) == 0 ? std::nullopt : std::optional("v" + std::to_string(pick(3)));
+  };
+  auto someFile = [&] {
+    nlohmann::json object = {{"unknown", 1}};
+    for (const ListingFieldFacts& field : listingFields()) {
+      auto given = value();
+      if (pick(2) == 0) object[std::string(field.key)] = given ? nlohmann::json(*given) : nlohmann::json(nullptr);
+      if (field.isAppInfo || pick(2) == 0) continue;
+      object[pick(2) == 0 ? "ios" : "macos"][std::string(field.key)] =
+          given ? nlohmann::json(*given) : nlohmann::json();
+    }
+    return object.dump();
+  };
+  for (int round = 0; round < 25; ++round) {
+    MetadataLayout layout = pick(2) == 0 ? MetadataLayout::kestu : MetadataLayout::json;
+    TemporaryFolder repo;
+    for (const char* folder : {"listing", "releases/1.2", "app-info", "version/1.2"}) {
+      if (pick(2) == 0) repo.write("metadata/" + std::string(folder) + "/default.json", someFile());
+      if (pick(2) == 0) repo.write("metadata/" + std::string(folder) + "/en-US.json", someFile());
+    }
+    for (int pull = 0; pull < 4; ++pull) {
+      bool first = pick(2) == 0;
+      ListingToWrite listing{"1.2", first ? "ios" : "macos", first};
+      LocaleText& wanted = listing.texts["en-US"];
+      for (const ListingFieldFacts& field : listingFields()) wanted[field.field] = value();
+      save(repo, Metadata::files(layout, repo.path(), listing));
+      RepoListing back = Metadata::read(layout, repo.path(), "1.2", listing.platform);
+      for (const ListingFieldFacts& field : listingFields()) {
+        SCOPED_TRACE(std::to_string(round) + " " + std::string(field.key));
+        auto said = back.texts["en-US"][field.field];
+        if (!said && back.defaults) said = (*back.defaults)[field.field];
+        if (wanted[field.field] || back.texts["en-US"][field.field]) {
+          EXPECT_EQ(said, wanted[field.field]);
+        }
+      }
+      for (const auto& [path, contents] : Metadata::files(layout, repo.path(), listing)) {
+        EXPECT_TRUE(Metadata::saysTheSame(*Files::read(repo.path() / path, 1 << 20), contents)) << path;
+      }
+    }
+  }
+}
+
+TEST(ListingFiles, SayingOtherwiseIsByValue) {
+  struct Row {
+    std::string existing, wanted;
+    bool otherwise, same;
+  };
+  for (const Row& row : std::vector<Row>{
+           {R"({"b":1,  "a":"x"})", "{\"a\": \"x\", \"b\": 1}\n", false, true},
+           {R"({"a":"x"})", R"({"a":"y"})", true, false},
+           {R"({"a":"x"})", R"({"a":"x","b":"new"})", false, false},
+           {R"({"a":"x","b":"lost"})", R"({"a":"x"})", true, false},
+           {R"({"macos":{"a":"x"}})", R"({"macos":{"a":"x","b":"y"}})", false, false},
+           {R"({"macos":{"a":"x"}})", R"({"macos":{"a":"y","b":"y"}})", true, false},
+           {R"({"a":"1"})", R"({"a":1})", true, false},
+           {"not JSON", R"({"a":1})", true, false},
+           {"", R"({"a":1})", false, false},
+           {"Name", "Name\n", false, true},
+           {"Na\r\nme\r\n", "Na\nme\n", false, true},
+           {"\xEF\xBB\xBFName", "Name\n", false, true},
+           {"Name", "Other\n", true, false},
+           {"Name", "", true, false},
+           {" \n", "Name\n", false, false},
+       }) {
+    SCOPED_TRACE(row.existing + " | " + row.wanted);
+    EXPECT_EQ(Metadata::saysOtherwise(row.existing, row.wanted), row.otherwise);
+    EXPECT_EQ(Metadata::saysTheSame(row.existing, row.wanted), row.same);
+  }
+}
+
+TEST(ListingFiles, TheEnvironmentsPasswordWins) {
+  RepoListing listing;
+  listing.demoPassword = "file's";
+  auto with = [](std::string value) { return Environment({{"KESTU_REVIEW_DEMO_PASSWORD", std::move(value)}}); };
+  EXPECT_EQ(Metadata::demoPassword(listing, with("set")), "set");
+  EXPECT_EQ(Metadata::demoPassword(listing, with("")), "file's");
+  EXPECT_EQ(Metadata::demoPassword(listing, Environment()), "file's");
+  EXPECT_EQ(Metadata::demoPassword({}, Environment()), std::nullopt);
+}
+
+} // namespace
+} // namespace kestu::tests
