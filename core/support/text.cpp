@@ -72,6 +72,8 @@ std::size_t columnsOfCharacter(std::string_view character) {
   return widest;
 }
 
+bool isASCIILetter(char32_t point) { return (point >= 'A' && point <= 'Z') || (point >= 'a' && point <= 'z'); }
+
 bool isShownASCII(char byte) { return byte >= 0x20 && byte < 0x7F; }
 
 const icu::Collator* naturalCollator() {
@@ -189,6 +191,19 @@ std::vector<std::string> words(std::string_view text) {
     position += decoded.length;
   }
   return result;
+}
+
+bool isWordPoint(char32_t point) {
+  if (point < 0x80) return (point >= '0' && point <= '9') || isASCIILetter(point) || point == '_';
+  auto value = static_cast<UChar32>(point);
+  constexpr uint32_t word = U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK;
+  return (U_GET_GC_MASK(value) & word) != 0 || u_isUAlphabetic(value) != 0 ||
+         u_hasBinaryProperty(value, UCHAR_JOIN_CONTROL) != 0;
+}
+
+char32_t caseFolded(char32_t point) {
+  if (point < 0x80) return point >= 'A' && point <= 'Z' ? point - 'A' + 'a' : point;
+  return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(point), U_FOLD_CASE_DEFAULT));
 }
 
 std::vector<std::string> split(std::string_view text, char separator) {
