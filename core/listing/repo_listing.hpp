@@ -3,6 +3,7 @@
 #include "core/listing/listing_field.hpp"
 #include "core/support/clock.hpp"
 
+#include <array>
 #include <map>
 #include <optional>
 #include <string>
@@ -36,6 +37,16 @@ struct ReviewInfo {
 
   bool operator==(const ReviewInfo&) const = default;
 };
+
+struct ReviewTextFacts {
+  std::optional<std::string> ReviewInfo::*field;
+  std::string_view key;   ///< in JSON files and in the service's answers
+  std::string_view label; ///< in messages
+  std::string_view fastlaneFile;
+};
+
+/// The texts of it, all but whether a demo account is required, in the order in which they are listed.
+const std::array<ReviewTextFacts, 6>& reviewTexts();
 
 struct ReleaseSettings {
   std::optional<std::string> releaseType{};

@@ -89,14 +89,15 @@ struct Attributes {
   Attributes& operator=(const Attributes&) = delete;
 };
 
-std::vector<std::string> environmentWith(const std::vector<std::pair<std::string, std::string>>& more) {
+std::vector<std::string> environmentOf(const ProcessRequest& request) {
   std::map<std::string, std::string> values;
   for (char** entry = environ; entry && *entry; ++entry) {
     std::string_view text = *entry;
     std::size_t equals = text.find('=');
     if (equals != std::string_view::npos) values.emplace(text.substr(0, equals), text.substr(equals + 1));
   }
-  for (const auto& [name, value] : more) values[name] = value;
+  for (const auto& name : request.without) values.erase(name);
+  for (const auto& [name, value] : request.environment) values[name] = value;
   std::vector<std::string> lines;
   for (const auto& [name, value] : values) lines.push_back(name + "=" + value);
   return lines;
@@ -120,7 +121,7 @@ class Child {
     if (!request.folder.empty()) posix_spawn_file_actions_addchdir_np(&files.actions, request.folder.c_str());
     Attributes attributes;
     auto arguments = request.arguments;
-    auto variables = environmentWith(request.environment);
+    auto variables = environmentOf(request);
     int code = posix_spawnp(&id_, arguments.at(0).c_str(), &files.actions, &attributes.attributes,
                             pointers(arguments).data(), pointers(variables).data());
     if (code != 0) fail(code, request.arguments.front());

@@ -17,6 +17,7 @@ struct ProcessRequest {
   std::vector<std::pair<std::string, std::string>> environment{}; ///< set beside what this process has
   std::size_t outputLimit = std::size_t{64} << 20U;               ///< bytes of standard output
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
+  std::vector<std::string> without{}; ///< variables of this process that it doesn't get
 };
 
 struct ProcessResult {
