@@ -76,6 +76,8 @@ int runEntry(Context& context, const std::vector<std::string>& arguments) {
   } catch (const UsageError& error) {
     context.console.error(error.what());
     status = usageStatus;
+  } catch (const NotPassed&) {
+    status = failedStatus;
   } catch (const std::system_error& error) {
     context.console.error(printable(error.what()));
     status = failedStatus;

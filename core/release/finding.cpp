@@ -14,8 +14,7 @@ std::string_view rawValue(Level level) {
 nlohmann::json encoded(const Findings& findings) {
   nlohmann::json list = nlohmann::json::array();
   for (const Finding& finding : findings) {
-    nlohmann::json object = {
-        {"level", rawValue(finding.level)}, {"rule", finding.rule}, {"message", finding.message}};
+    nlohmann::json object = {{"level", rawValue(finding.level)}, {"rule", finding.rule}, {"message", finding.message}};
     if (finding.locale) object["locale"] = *finding.locale;
     list.push_back(std::move(object));
   }

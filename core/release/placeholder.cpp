@@ -21,7 +21,7 @@ std::optional<std::size_t> endOf(std::string_view words, std::string_view text, 
     if (found != static_cast<char32_t>(expected)) return std::nullopt;
     position += decoded.length;
   }
-  bool goesOn = position < text.size() && Text::isWordPoint(UTF8::decode(text, position).value);
+  bool goesOn = position < text.size() && Text::isWordCharacter(UTF8::decode(text, position).value);
   return goesOn ? std::nullopt : std::optional(position);
 }
 
@@ -36,7 +36,7 @@ std::optional<std::string> firstOf(std::span<const std::string_view> all, std::s
         }
       }
     }
-    inWord = Text::isWordPoint(decoded.value);
+    inWord = Text::isWordCharacter(decoded.value);
     position += decoded.length;
   }
   return std::nullopt;

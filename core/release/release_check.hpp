@@ -2,6 +2,8 @@
 
 #include "core/assets/asset_scan.hpp"
 #include "core/builds/managed_build.hpp"
+#include "core/kit/flag_scan.hpp"
+#include "core/kit/kit_answers.hpp"
 #include "core/listing/repo_listing.hpp"
 #include "core/listing/store_version.hpp"
 #include "core/release/finding.hpp"
@@ -33,10 +35,10 @@ Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose pur
 Findings keywords(const LocaleText& text, const std::string& locale);
 
 /// By locale, the repository path that each value came from.
-using ListingFiles = std::map<std::string, std::map<ListingField, std::string>>;
+using FieldFiles = std::map<std::string, std::map<ListingField, std::string>>;
 
 /// Translations whose file changed last before the primary language's. A path without a date is passed over.
-Findings stale(const ListingFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary);
+Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary);
 
 /// The version as App Store Connect has it (or not), and the facts of its build where they are known.
 Findings version(const std::optional<StoreVersion>& stored, const std::string& number, std::string_view platform,
@@ -55,6 +57,13 @@ Findings assets(const std::filesystem::path& root, const CLIError& noCatalog, Le
 
 /// An asset problem's language, told by its repository path; none when it stands elsewhere.
 std::optional<std::string> assetLocale(std::string_view problem, std::string_view kindFolder);
+
+/// KestuKit's pages, and the repository path of the version's own where it has one.
+Findings whatsNew(const std::vector<WhatsNewPage>& pages, const std::string& version, const std::string& platform,
+                  const std::optional<std::string>& repositoryPage);
+
+/// A read of each flag that the service lacks.
+Findings flags(const std::vector<FlagRead>& missing);
 
 /// The median wait for App Review, and what it rests on.
 struct ReviewTime {
@@ -75,6 +84,9 @@ Finding unchecked(std::string rule, std::string_view what, const CLIError& reaso
 
 /// Whether any is an error, or with `strict` a warning.
 bool fails(const Findings& findings, bool strict);
+
+/// "2 errors, with 1 warning"; empty without either.
+std::string summary(const Findings& findings);
 
 /// "a", "a and b", "a, b and c"; with `isOr` " or " in place of " and ".
 std::string list(const std::vector<std::string>& words, bool isOr = false);

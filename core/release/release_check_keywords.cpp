@@ -16,7 +16,7 @@ std::vector<std::string> bareWords(std::string_view text) {
   std::string separated;
   for (std::size_t position = 0; position < text.size();) {
     UTF8::Decoded decoded = UTF8::decode(text, position);
-    if (Text::isWordPoint(decoded.value)) {
+    if (Text::isWordCharacter(decoded.value)) {
       separated += text.substr(position, decoded.length);
     } else {
       separated += ' ';
@@ -62,7 +62,8 @@ Findings keywords(const LocaleText& text, const std::string& locale) {
     std::string lowered = Text::lowercased(keyword);
     if (!seen.insert(lowered).second) addOnce(repeated, lowered);
     std::vector<std::string> words = bareWords(keyword);
-    bool allSearched = std::all_of(words.begin(), words.end(), [&](const auto& word) { return searched.contains(word); });
+    bool allSearched =
+        std::all_of(words.begin(), words.end(), [&](const auto& word) { return searched.contains(word); });
     if (!words.empty() && allSearched) addOnce(known, lowered);
   }
   auto add = [&](const std::string& message) { findings.push_back({Level::warning, "keywords", locale, message}); };

@@ -84,8 +84,8 @@ void checkGaps(Findings& findings, const std::string& locale, const LocaleText& 
                         fmt::format("{}: no {}, which App Review needs.", locale, list(required, true))});
   }
   if (!missing.empty()) {
-    findings.push_back(
-        {Level::warning, "missing", locale, fmt::format("{}: no {}, which {} has.", locale, list(missing, true), primary)});
+    findings.push_back({Level::warning, "missing", locale,
+                        fmt::format("{}: no {}, which {} has.", locale, list(missing, true), primary)});
   }
 }
 
@@ -108,8 +108,7 @@ Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose pur
   return findings;
 }
 
-Findings stale(const ListingFiles& files, const std::map<std::string, Moment>& lastChanged,
-               const std::string& primary) {
+Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary) {
   Findings findings;
   auto ofPrimary = files.find(primary);
   if (ofPrimary == files.end()) return findings;

@@ -72,8 +72,6 @@ std::size_t columnsOfCharacter(std::string_view character) {
   return widest;
 }
 
-bool isASCIILetter(char32_t point) { return (point >= 'A' && point <= 'Z') || (point >= 'a' && point <= 'z'); }
-
 bool isShownASCII(char byte) { return byte >= 0x20 && byte < 0x7F; }
 
 const icu::Collator* naturalCollator() {
@@ -160,6 +158,13 @@ bool naturalLess(std::string_view a, std::string_view b) {
   return a < b;
 }
 
+bool isWordCharacter(char32_t value) {
+  auto point = static_cast<UChar32>(value);
+  constexpr uint32_t others = U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK;
+  return u_isUAlphabetic(point) || (U_GET_GC_MASK(point) & others) != 0 ||
+         u_hasBinaryProperty(point, UCHAR_JOIN_CONTROL);
+}
+
 std::string lowercased(std::string_view text) {
   if (UTF8::isASCII(text)) return lowercasedASCII(text);
   return utf8(unicode(text).toLower(icu::Locale::getRoot()));
@@ -193,17 +198,8 @@ std::vector<std::string> words(std::string_view text) {
   return result;
 }
 
-bool isWordPoint(char32_t point) {
-  if (point < 0x80) return (point >= '0' && point <= '9') || isASCIILetter(point) || point == '_';
-  auto value = static_cast<UChar32>(point);
-  constexpr uint32_t word = U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK;
-  return (U_GET_GC_MASK(value) & word) != 0 || u_isUAlphabetic(value) != 0 ||
-         u_hasBinaryProperty(value, UCHAR_JOIN_CONTROL) != 0;
-}
-
-char32_t caseFolded(char32_t point) {
-  if (point < 0x80) return point >= 'A' && point <= 'Z' ? point - 'A' + 'a' : point;
-  return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(point), U_FOLD_CASE_DEFAULT));
+char32_t caseFolded(char32_t value) {
+  return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(value), U_FOLD_CASE_DEFAULT));
 }
 
 std::vector<std::string> split(std::string_view text, char separator) {

@@ -23,15 +23,14 @@ std::string folded(std::string_view text);
 /// The order of a file browser: digits compared as numbers, case ignored; equal only for the same bytes.
 bool naturalLess(std::string_view a, std::string_view b);
 
+/// Letters, marks, decimal digits and connecting punctuation, as \w of UTS #18 has them.
+bool isWordCharacter(char32_t value);
+
 std::string lowercased(std::string_view text);         ///< full Unicode lower-casing, no locale
 std::string trimmed(std::string_view text);            ///< without Unicode white space at both ends
 std::vector<std::string> words(std::string_view text); ///< split at white space, no empty pieces
 
-/// Letters, marks, digits, connectors and joiners: what patterns call a word character (UTS #18).
-bool isWordPoint(char32_t point);
-
-/// The code point's simple case folding.
-char32_t caseFolded(char32_t point);
+char32_t caseFolded(char32_t value); ///< simple case folding
 
 /// Each piece between separators, empty ones too.
 std::vector<std::string> split(std::string_view text, char separator);

@@ -1,0 +1,54 @@
+#include "cli/check_options.hpp"
+
+#include "cli/context.hpp"
+#include "core/listing/metadata.hpp"
+#include "core/project/app_choice.hpp"
+#include "core/release/finding_table.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace kestu {
+
+void CheckOptions::declare(Command& command) {
+  std::vector<std::string> platforms(Metadata::platforms.begin(), Metadata::platforms.end());
+  command.option({{"--platform"},
+                  "platform",
+                  "ios, macos, tvos or visionos. The app's only one, or else ios, when left out.",
+                  [this, platforms](const std::string& value) {
+                    requireOneOf("--platform", value, platforms);
+                    platform = value;
+                  },
+                  platforms,
+                  false});
+  layout.declare(command);
+  app.declare(command, false);
+  command.flag({"--strict"}, strict, "Exit 1 on a warning too.");
+  TableOptions::declare(command);
+}
+
+void CheckOptions::write(Context& context, const Findings& findings) const {
+  if (findings.empty() && !quiet()) return;
+  Console& console = context.console;
+  std::optional<int> width;
+  if (console.isTerminal(Stream::out)) width = console.width();
+  TableOptions::write(console, JSON::compact(encoded(findings)), ReleaseCheck::rows(findings),
+                      ReleaseCheck::table(findings, console.style(), width));
+}
+
+CheckedApp CheckedApp::find(const Client& client, const CheckOptions& options, const Context& context) {
+  CheckedApp found;
+  found.appId = AppChoice::resolve(options.app.app, client, context.folder);
+  found.path = "/v1/apps/" + std::to_string(found.appId);
+  found.platform = options.platform.value_or("ios");
+  for (const App& one : fetchApps(client).value) {
+    if (one.appId != found.appId) continue;
+    found.primaryLocale = one.primaryLocale;
+    bool ios = std::find(one.platforms.begin(), one.platforms.end(), "ios") != one.platforms.end();
+    if (!options.platform && !ios && !one.platforms.empty()) found.platform = one.platforms.front();
+  }
+  return found;
+}
+
+} // namespace kestu

@@ -1,0 +1,570 @@
+#include "core/release/finding_table.hpp"
+#include "core/release/placeholder.hpp"
+#include "core/release/release_check.hpp"
+#include "core/release/web_address.hpp"
+#include "core/support/json.hpp"
+#include "tests/support/fake_clock.hpp"
+#include "tests/support/temporary_folder.hpp"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+using enum ListingField;
+using ReleaseCheck::Purpose;
+using std::chrono::days, std::chrono::hours, std::chrono::seconds;
+using Lines = std::vector<std::string>;
+
+const Moment now = FakeClock().now();
+
+Lines lines(const Findings& findings) {
+  Lines lines;
+  for (const Finding& each : findings) {
+    lines.push_back(std::string(rawValue(each.level)) + " " + each.rule + " " + each.locale.value_or("-") + " | " +
+                    each.message);
+  }
+  return lines;
+}
+
+std::string repeated(const std::string& text, std::size_t count) {
+  std::string result;
+  for (std::size_t i = 0; i < count; ++i) result += text;
+  return result;
+}
+
+LocaleText text(const std::map<ListingField, std::string>& values) {
+  LocaleText text;
+  for (const auto& [field, value] : values) text[field] = value;
+  return text;
+}
+
+LocaleText whole() {
+  return text({{name, "Daylight"},
+               {description, "The weather."},
+               {keywords, "sun,rain"},
+               {whatsNew, "Faster."},
+               {supportUrl, "https://example.com"},
+               {privacyPolicyUrl, "https://example.com/privacy"}});
+}
+
+TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
+  const std::string family = "👩‍👩‍👧‍👦";
+  struct {
+    ListingField field;
+    std::string value;
+    std::string message; // after the locale
+  } rows[] = {
+      {name, std::string(30, 'n'), ""},
+      {name, std::string(31, 'n'), "name is 31 characters, 30 at most."},
+      {name, repeated(family, 30), ""},
+      {name, repeated(family, 31), "name is 31 characters, 30 at most."},
+      {name, repeated("e\u0301", 30), ""},
+      {name, "日", "name is under 2 characters."},
+      {name, family, "name is under 2 characters."},
+      {name, "日本", ""},
+      {subtitle, std::string(31, 's'), "subtitle is 31 characters, 30 at most."},
+      {subtitle, "s", ""},
+      {description, repeated("ä", 4000), ""},
+      {description, repeated("ä", 4001), "description is 4001 characters, 4000 at most."},
+      {whatsNew, std::string(4001, 'w'), "what's new is 4001 characters, 4000 at most."},
+      {promotionalText, repeated("日", 170), ""},
+      {promotionalText, std::string(171, 'p'), "promotional text is 171 characters, 170 at most."},
+      {keywords, std::string(100, 'k'), ""},
+      {keywords, std::string(99, 'k') + "ä", "keywords are 101 bytes, 100 at most."},
+      {keywords, repeated("日", 33) + "k", ""},
+      {marketingUrl, "https://example.com/" + std::string(5000, 'u'), ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(facts(row.field).label) + ": " + row.message);
+    Lines expected;
+    if (!row.message.empty()) expected.push_back("error limit de-DE | de-DE: " + row.message);
+    EXPECT_EQ(lines(ReleaseCheck::texts({{"de-DE", text({{row.field, row.value}})}}, "", Purpose::repository, "ios")),
+              expected);
+  }
+}
+
+TEST(ReleaseCheck, FindsPlaceholders) {
+  struct {
+    std::string text;
+    std::string found;
+  } rows[] = {
+      {"LOREM Ipsum dolor", "LOREM Ipsum"},
+      {"lorem  ipsum", ""}, // one blank, as written by generators of filler
+      {"florem ipsum", ""},
+      {"Lorem ipsums", ""},
+      {"Your Text", "Your Text"},
+      {"edit your texts", ""},
+      {"(placeholder)", "placeholder"},
+      {"placeholder_1", ""},
+      {"placeholderé", ""},
+      {"placeholder\u0301", ""}, // the mark belongs to the word
+      {"éplaceholder", ""},
+      {"プplaceholder", ""},
+      {"★placeholder★", "placeholder"},
+      {"todo", ""},
+      {"TODO", "TODO"},
+      {"TODOS", ""},
+      {"x TODO_ FIXME", "FIXME"},
+      {"TBD later, text here", "text here"}, // filler before reminders
+      {"2TBD", ""},
+      {"Todo, fixme, tbd", ""},
+      {"TODO\xFF", "TODO"},
+      {"", ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    EXPECT_EQ(placeholderIn(row.text).value_or(""), row.found);
+  }
+}
+
+TEST(ReleaseCheck, TellsWebAddresses) {
+  for (const char* text : {"https://example.com", "HTTPS://Example.com/a?b#c", "http://user:pw@example.com:8080",
+                           "https://[::1]:443/", "https://bücher.example/ä", "https://example.com/a%20b", "http://x"}) {
+    EXPECT_TRUE(isWebAddress(text)) << text;
+  }
+  for (const char* text : {"",
+                           "example.com",
+                           "ftp://example.com",
+                           "https://",
+                           "https:///path",
+                           "https://?q",
+                           "https:example.com",
+                           "https//example.com",
+                           "https://exa mple.com",
+                           " https://example.com",
+                           "https://example.com/\n",
+                           "https://:80",
+                           "https://user@/",
+                           "https://[]/",
+                           "https://[::1",
+                           "https://example.com:port",
+                           "https://example.com/%2",
+                           "https://example.com/<id>",
+                           "xhttps://example.com",
+                           "https://exam\xFFple.com",
+                           "mailto://a@example.com"}) {
+    EXPECT_FALSE(isWebAddress(text)) << text;
+  }
+}
+
+TEST(ReleaseCheck, FindsWasteInKeywords) {
+  struct {
+    std::string keywords, name, subtitle;
+    Lines messages; // after the locale
+  } rows[] = {
+      {"sun,rain", "Daylight", "Weather", {}},
+      {"sun, rain", "", "", {": keywords have spaces after commas, which use up bytes of the 100."}},
+      {" sun,rain ,,", "", "", {}},
+      {"sun,\u3000rain", "", "", {": keywords have spaces after commas, which use up bytes of the 100."}},
+      {"sun,Äpfel,äpfel,SUN,sun", "", "", {": the keywords repeat äpfel and sun twice."}},
+      {"sun,suns", "", "", {}},
+      {"weather,day,light rain",
+       "Daylight: Weather",
+       "Rain & light!",
+       {": the keywords have weather and light rain from the name or subtitle, which the App Store searches anyway."}},
+      {"wetter karte", "Wetter", "", {}},
+      {"Sun, sun",
+       "Sun",
+       "",
+       {": keywords have spaces after commas, which use up bytes of the 100.", ": the keywords repeat sun twice.",
+        ": the keywords have sun from the name or subtitle, which the App Store searches anyway."}},
+      {"&,-", "A & B - C", "", {}},
+      {"", "", "", {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.keywords);
+    Lines expected;
+    for (const std::string& message : row.messages) expected.push_back("warning keywords fr-FR | fr-FR" + message);
+    LocaleText one = text({{keywords, row.keywords}, {name, row.name}, {subtitle, row.subtitle}});
+    EXPECT_EQ(lines(ReleaseCheck::keywords(one, "fr-FR")), expected);
+  }
+}
+
+TEST(ReleaseCheck, SaysWhatALanguageLacks) {
+  LocaleText primary = whole();
+  primary[subtitle] = "Weather";
+  primary[promotionalText] = "New";
+  struct {
+    const char* what;
+    Purpose purpose;
+    const char* platform;
+    LocaleText other;
+    Lines expected;
+  } rows[] = {
+      {"nothing",
+       Purpose::update,
+       "ios",
+       whole(),
+       {"warning missing de-DE | de-DE: no subtitle or promotional text, which en-US has."}},
+      {"everything",
+       Purpose::update,
+       "ios",
+       {},
+       {"error required de-DE | de-DE: no name, description, keywords, what's new, support URL or privacy policy URL, "
+        "which App Review needs.",
+        "warning missing de-DE | de-DE: no subtitle or promotional text, which en-US has."}},
+      {"empty text",
+       Purpose::update,
+       "tvos",
+       text({{name, ""},
+             {description, "D"},
+             {keywords, "k"},
+             {whatsNew, "W"},
+             {supportUrl, "https://a"},
+             {subtitle, "S"},
+             {promotionalText, "P"}}),
+       {"error limit de-DE | de-DE: name is under 2 characters.",
+        "error required de-DE | de-DE: no name, which App Review needs.",
+        "warning missing de-DE | de-DE: no privacy policy URL, which en-US has."}},
+      {"what's new of a first version",
+       Purpose::firstVersion,
+       "macos",
+       text({{name, "Name"},
+             {description, "D"},
+             {keywords, "k"},
+             {supportUrl, "https://a"},
+             {privacyPolicyUrl, "https://a"},
+             {subtitle, "S"},
+             {promotionalText, "P"}}),
+       {}},
+      {"all but promotional text of one that is out",
+       Purpose::out,
+       "ios",
+       text({{name, "N"}, {supportUrl, "ftp:"}, {keywords, "a, a"}}),
+       {"warning missing de-DE | de-DE: no promotional text, which en-US has."}},
+      {"what App Store Connect may have",
+       Purpose::repository,
+       "ios",
+       text({{name, "Name"}, {subtitle, "S"}}),
+       {"warning missing de-DE | de-DE: no description, keywords, what's new, promotional text, support URL or privacy "
+        "policy URL, which en-US has."}},
+  };
+  for (auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    // The first version's primary language has no what's new either.
+    LocaleText first = primary;
+    if (row.purpose == Purpose::firstVersion) first[whatsNew].reset();
+    EXPECT_EQ(lines(ReleaseCheck::texts({{"de-DE", row.other}, {"en-US", first}}, "en-US", row.purpose, row.platform)),
+              row.expected);
+  }
+  EXPECT_EQ(lines(ReleaseCheck::texts({}, "en-US", Purpose::update, "ios")), Lines{});
+}
+
+TEST(ReleaseCheck, ListsALanguagesFaultsInOrder) {
+  LocaleText bad = text({{name, "X"},
+                         {description, "lorem IPSUM " + std::string(4000, 'd')},
+                         {keywords, "sun, sun"},
+                         {supportUrl, "example.com"},
+                         {marketingUrl, "https://TODO.example"}});
+  LocaleTexts texts = {{"fr-FR", bad}, {"en-US", whole()}, {"de-DE", bad}};
+  Lines expected;
+  for (const std::string locale : {"de-DE", "fr-FR"}) {
+    auto add = [&](const std::string& kind, const std::string& message) {
+      expected.push_back(kind + " " + locale + " | " + locale + message);
+    };
+    add("error limit", ": name is under 2 characters.");
+    add("error limit", ": description is 4012 characters, 4000 at most.");
+    add("warning placeholder", ": description has \"lorem IPSUM\", which reads as placeholder text.");
+    add("warning placeholder", ": marketing URL has \"TODO\", which reads as placeholder text.");
+    add("error url", ": support URL isn't a web address: example.com");
+    add("error required", ": no what's new or privacy policy URL, which App Review needs.");
+    add("warning keywords", ": keywords have spaces after commas, which use up bytes of the 100.");
+    add("warning keywords", ": the keywords repeat sun twice.");
+  }
+  EXPECT_EQ(lines(ReleaseCheck::texts(texts, "en-US", Purpose::update, "ios")), expected);
+}
+
+TEST(ReleaseCheck, TranslationsOlderThanThePrimary) {
+  ReleaseCheck::FieldFiles files = {
+      {"de-DE", {{name, "de/name"}, {subtitle, "de/subtitle"}, {keywords, "de/keywords"}}},
+      {"default", {{name, "default/name"}}},
+      {"en-US", {{name, "en/name"}, {subtitle, "en/subtitle"}, {description, "en/d"}}},
+      {"fr-FR", {{name, "fr/name"}, {description, "fr/d"}}}};
+  std::map<std::string, Moment> changed = {
+      {"en/name", now},          {"en/subtitle", now},       {"de/name", now - seconds(1)}, {"de/subtitle", now},
+      {"de/keywords", Moment()}, {"default/name", Moment()}, {"fr/name", now + seconds(1)}, {"en/d", now},
+  };
+  EXPECT_EQ(lines(ReleaseCheck::stale(files, changed, "en-US")),
+            Lines{"warning stale de-DE | de-DE: name last changed before en-US's, so may not say what it says now."});
+  EXPECT_EQ(lines(ReleaseCheck::stale(files, changed, "ja")), Lines{});
+}
+
+StoreVersion stored(const std::string& state) {
+  StoreVersion version;
+  version.version = "1.2";
+  version.platform = "ios";
+  version.state = state;
+  version.build = StoreVersion::Build{"b45", "1.2", "45"};
+  return version;
+}
+
+ManagedBuild built(Moment expiresAt, const std::string& state = "readyforexternal") {
+  ManagedBuild build;
+  build.version = "1.2";
+  build.number = "45";
+  build.state = state;
+  build.expiresAt = expiresAt;
+  return build;
+}
+
+TEST(ReleaseCheck, TheVersionAndItsBuild) {
+  auto scheduled = [](Moment date) {
+    StoreVersion version = stored("prepareforsubmission");
+    version.releaseType = "scheduled";
+    version.earliestReleaseDate = date;
+    return version;
+  };
+  StoreVersion manual = scheduled(now - hours(1));
+  manual.releaseType = "manual";
+  StoreVersion bare = stored("rejected");
+  bare.build.reset();
+  ManagedBuild good = built(now + days(60));
+  ManagedBuild explained = built(now + days(60), "invalid");
+  explained.uploadError = "No icon.";
+  struct {
+    const char* what;
+    std::optional<StoreVersion> version;
+    std::optional<ManagedBuild> build;
+    const char* platform;
+    Lines expected; // without " - | "
+  } rows[] = {
+      {"all well", stored("prepareforsubmission"), good, "ios", {}},
+      {"none",
+       std::nullopt,
+       good,
+       "ios",
+       {"error version", "App Store Connect has no 1.2 yet: kestu release prepare 1.2 makes it."}},
+      {"none on the Mac",
+       std::nullopt,
+       std::nullopt,
+       "macos",
+       {"error version", "App Store Connect has no 1.2 yet: kestu release prepare 1.2 --platform macos makes it."}},
+      {"in review",
+       stored("waitingforreview"),
+       good,
+       "ios",
+       {"error version", "App Review has 1.2 already (waiting for review)."}},
+      {"approved",
+       stored("pendingdeveloperrelease"),
+       built(now),
+       "ios",
+       {"error version", "App Review has 1.2 already (waiting for you to release it)."}},
+      {"out",
+       stored("replacedwithnewversion"),
+       built(now),
+       "ios",
+       {"error version", "1.2 is on the App Store already."}},
+      {"scheduled, passed",
+       scheduled(now),
+       good,
+       "ios",
+       {"warning scheduled", "1.2's scheduled release, 12:00, has passed: it goes out once approved."}},
+      {"scheduled, ahead", scheduled(now + seconds(1)), good, "ios", {}},
+      {"a date that does not count", manual, good, "ios", {}},
+      {"no build", bare, std::nullopt, "ios", {"error build", "1.2 has no build: kestu release prepare 1.2"}},
+      {"a build of which nothing is known", stored("rejected"), std::nullopt, "ios", {}},
+      {"processing",
+       stored("rejected"),
+       built(now + days(90), "processing"),
+       "ios",
+       {"error build", "Apple is still processing 1.2 (45)."}},
+      {"failed",
+       stored("rejected"),
+       built(now + days(90), "failed"),
+       "ios",
+       {"error build", "Apple couldn't process 1.2 (45)."}},
+      {"failed, with a reason",
+       stored("rejected"),
+       explained,
+       "ios",
+       {"error build", "Apple couldn't process 1.2 (45): No icon."}},
+      {"compliance",
+       stored("rejected"),
+       built(now + days(90), "missingcompliance"),
+       "tvos",
+       {"error build",
+        "1.2 (45)'s export compliance isn't answered: kestu builds compliance '1.2 (45)' --platform tvos"}},
+      {"7 days", stored("rejected"), built(now + days(7)), "ios", {}},
+      {"6 days 23 h",
+       stored("rejected"),
+       built(now + days(7) - hours(1)),
+       "ios",
+       {"warning build", "1.2 (45) expires in TestFlight in 6 days, maybe before App Review gets to it."}},
+      {"an hour",
+       stored("rejected"),
+       built(now + hours(1)),
+       "ios",
+       {"warning build", "1.2 (45) expires in TestFlight in 1 hour, maybe before App Review gets to it."}},
+      {"now", stored("rejected"), built(now), "ios", {"error build", "1.2 (45) has expired: attach a newer build."}},
+      {"a minute ago",
+       stored("rejected"),
+       built(now - seconds(60)),
+       "ios",
+       {"error build", "1.2 (45) has expired: attach a newer build."}},
+      {"expired by hand",
+       stored("rejected"),
+       built(now + days(60), "expired"),
+       "ios",
+       {"error build", "1.2 (45) has expired: attach a newer build."}},
+      {"two faults",
+       stored("rejected"),
+       built(now + days(1), "missingcompliance"),
+       "ios",
+       {"error build", "1.2 (45)'s export compliance isn't answered: kestu builds compliance '1.2 (45)'",
+        "warning build", "1.2 (45) expires in TestFlight in 1 day, maybe before App Review gets to it."}},
+  };
+  setenv("TZ", "UTC", 1);
+  tzset();
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    Lines expected;
+    for (std::size_t i = 0; i < row.expected.size(); i += 2)
+      expected.push_back(row.expected[i] + " - | " + row.expected[i + 1]);
+    EXPECT_EQ(lines(ReleaseCheck::version(row.version, "1.2", row.platform, row.build, now)), expected);
+  }
+}
+
+TEST(ReleaseCheck, ContentRights) {
+  constexpr auto uses = ContentRights::usesThirdPartyContent;
+  constexpr auto doesNot = ContentRights::doesNotUseThirdPartyContent;
+  struct {
+    std::optional<ContentRights> answered, repository;
+    std::optional<Level> level;
+  } rows[] = {
+      {{}, {}, Level::error}, {uses, {}, {}}, {uses, uses, {}}, {uses, doesNot, Level::note}, {{}, uses, Level::note},
+  };
+  for (const auto& row : rows) {
+    Findings findings = ReleaseCheck::contentRights(row.answered, row.repository);
+    EXPECT_EQ(findings.empty() ? std::nullopt : std::optional(findings[0].level), row.level);
+  }
+}
+
+TEST(ReleaseCheck, WhatAppReviewIsTold) {
+  auto contact = [](const char* first, const char* last, const char* phone, const char* email) {
+    return ReviewInfo{.contactFirstName = first, .contactLastName = last, .contactPhone = phone, .contactEmail = email};
+  };
+  ReviewInfo all = contact("A", "B", "1", "a@example.com");
+  ReviewInfo account = all;
+  account.demoAccountRequired = true;
+  ReviewInfo named = account;
+  named.demoAccountName = "demo";
+  ReviewInfo long1 = all;
+  long1.notes = repeated("ä", 4000);
+  ReviewInfo long2 = all;
+  long2.notes = repeated("ä", 4001);
+  const std::string password =
+      "note review - | App Review needs a demo account: Apple never gives its password back, so set "
+      "KESTU_REVIEW_DEMO_PASSWORD, or demoAccountPassword in metadata/review.json, to send it.";
+  struct {
+    ReviewInfo review;
+    bool hasPassword;
+    Lines expected;
+  } rows[] = {
+      {all, false, {}},
+      {{}, false, {"error review - | App Review's contact has no first name, last name, phone and email."}},
+      {contact("A", "", "1", "e"), false, {"error review - | App Review's contact has no last name."}},
+      {contact("", "B", "", "e"), false, {"error review - | App Review's contact has no first name and phone."}},
+      {account, false, {"error review - | App Review needs a demo account, and has no name for it.", password}},
+      {named, false, {password}},
+      {named, true, {}},
+      {long1, false, {}},
+      {long2, false, {"error review - | App Review's notes are 4001 characters, 4000 at most."}},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(lines(ReleaseCheck::review(row.review, row.hasPassword)), row.expected);
+  }
+}
+
+TEST(ReleaseCheck, AssetsByLanguage) {
+  struct {
+    std::string problem;
+    std::optional<std::string> locale;
+  } rows[] = {
+      {"metadata/header/en-US/iPhone/1.png is 2 × 2", "en-US"},
+      {"metadata/header/de-DE has none", "de-DE"},
+      {"metadata/header/frames.json gives en-US/1.png", {}},
+      {"metadata/header/frames.json/x", {}},
+      {"metadata/headers/en-US/1.png", {}},
+      {"Videos weren't measured", {}},
+      {"metadata/header/", {}},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(ReleaseCheck::assetLocale(row.problem, "metadata/header"), row.locale) << row.problem;
+  }
+  TemporaryFolder repo;
+  CLIError offline(CLIError::Kind::unavailable, "Couldn't reach kestu: no route");
+  EXPECT_EQ(lines(ReleaseCheck::assets(repo.path(), offline, Level::note)), Lines{});
+  repo.write("metadata/screenshots/en-US/1.png", "");
+  repo.write("metadata/header/en-US/1.png", "");
+  EXPECT_EQ(lines(ReleaseCheck::assets(repo.path(), offline, Level::note)),
+            Lines{"note assets - | The screenshots and header assets weren't checked against Apple's specs: Couldn't "
+                  "reach kestu: no route"});
+}
+
+TEST(ReleaseCheck, HowLongAppReviewTakes) {
+  struct {
+    ReleaseCheck::ReviewTime time;
+    std::string words;
+  } rows[] = {
+      {{0.5, 1, 1}, "30 minutes now (the median of 1 review in the last 1 day)."},
+      {{1.2, 2, 7}, "1 hour now (the median of 2 reviews in the last 7 days)."},
+      {{23.6, 1234, 30}, "24 hours now (the median of 1,234 reviews in the last 30 days)."},
+      {{50, 10, 30}, "2 days 2 h now (the median of 10 reviews in the last 30 days)."},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(lines(ReleaseCheck::reviewTime({{"macos", row.time}}, "macos")),
+              Lines{"note reviewtime - | App Review on macOS takes about " + row.words});
+  }
+  EXPECT_EQ(lines(ReleaseCheck::reviewTime({{"macos", {}}}, "ios")), Lines{});
+}
+
+TEST(ReleaseCheck, FailsAndSumsUp) {
+  Finding error{Level::error, "r", {}, "e"}, warning{Level::warning, "r", {}, "w"}, note{Level::note, "r", {}, "n"};
+  struct {
+    Findings findings;
+    bool fails, failsStrictly;
+    std::string summary;
+  } rows[] = {
+      {{}, false, false, ""},
+      {{note, note}, false, false, ""},
+      {{note, warning}, false, true, "1 warning"},
+      {{error}, true, true, "1 error"},
+      {{warning, error, warning, error, note}, true, true, "2 errors, with 2 warnings"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.summary);
+    EXPECT_EQ(ReleaseCheck::fails(row.findings, false), row.fails);
+    EXPECT_EQ(ReleaseCheck::fails(row.findings, true), row.failsStrictly);
+    EXPECT_EQ(ReleaseCheck::summary(row.findings), row.summary);
+  }
+}
+
+TEST(ReleaseCheck, Lists) {
+  EXPECT_EQ(ReleaseCheck::list({}), "");
+  EXPECT_EQ(ReleaseCheck::list({"a"}, true), "a");
+  EXPECT_EQ(ReleaseCheck::list({"a", "b"}), "a and b");
+  EXPECT_EQ(ReleaseCheck::list({"a", "b", "c", "d"}, true), "a, b, c or d");
+}
+
+TEST(FindingTable, FoldsAtATerminalOnly) {
+  Findings findings = {{Level::warning, "url", "en-US", "en-US: support URL isn't a web address: example\x1b[2J.com"},
+                       {Level::error, "version", {}, "1.2 has no build: kestu release prepare 1.2"}};
+  TextStyles plain(false);
+  EXPECT_EQ(ReleaseCheck::table(findings, plain, std::nullopt),
+            "warning  en-US  en-US: support URL isn't a web address: example\\u{1b}[2J.com\n"
+            "error           1.2 has no build: kestu release prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::table(findings, plain, 42), "warning  en-US  support URL isn't a web\n"
+                                                      "                address:\n"
+ "                example\\u{1b}[2J.com\n"
+                                                      "error           1.2 has no build: kestu\n"
+                                                      "                release prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::table({findings[1]}, plain, 80), "error  1.2 has no build: kestu release prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::table({}, plain, 80), "");
+  EXPECT_EQ(JSON::compact(encoded({findings[1]})),
+            R"([{"level":"error","message":"1.2 has no build: kestu release prepare 1.2","rule":"version"}])");
+}
+
+} // namespace
+} // namespace kestu::tests
