@@ -1,0 +1,40 @@
+#include "core/listing/layouts.hpp"
+
+namespace kestu::JSONLayout {
+
+namespace {
+
+const char* const appInfoFolder = "metadata/app-info";
+const char* const versionFolder = "metadata/version";
+const char* const versionsFolder = "metadata/versions";
+
+/// Where the version's files are, or are to be.
+std::string folderToWrite(const std::filesystem::path& root, const std::string& version) {
+  for (const char* folder : {versionFolder, versionsFolder}) {
+    std::string path = std::string(folder) + "/" + version;
+    if (ListingFile::isFolder(root, path)) return path;
+  }
+  bool several = ListingFile::isFolder(root, versionsFolder) && !ListingFile::isFolder(root, versionFolder);
+  return std::string(several ? versionsFolder : versionFolder) + "/" + version;
+}
+
+} // namespace
+
+RepoListing read(const ListingPlace& place) {
+  RepoListing listing;
+  listing.layout = MetadataLayout::json;
+  LocaleFiles::read(listing, place, appInfoFolder, LocaleFiles::Fields::ofApp);
+  auto folder = ListingFile::versionFolder(place, versionFolder);
+  if (!folder) folder = ListingFile::versionFolder(place, versionsFolder);
+  if (folder) LocaleFiles::read(listing, place, *folder, LocaleFiles::Fields::ofVersion);
+  return listing;
+}
+
+ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing) {
+  ListingFiles result;
+  LocaleFiles::files(result, root, appInfoFolder, LocaleFiles::Fields::ofApp, listing);
+  LocaleFiles::files(result, root, folderToWrite(root, listing.version), LocaleFiles::Fields::ofVersion, listing);
+  return result;
+}
+
+} // namespace kestu::JSONLayout

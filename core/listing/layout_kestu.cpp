@@ -1,0 +1,80 @@
+#include "core/listing/layouts.hpp"
+
+namespace kestu::KestuLayout {
+
+namespace {
+
+constexpr std::string_view rightsKey = "contentRightsDeclaration";
+const char* const appPath = "metadata/app.json";
+const char* const listingFolder = "metadata/listing";
+const char* const releasesFolder = "metadata/releases";
+const char* const reviewPath = "metadata/review.json";
+
+bool isRights(const nlohmann::json& value) {
+  if (value.is_null()) return true;
+  if (!value.is_string()) return false;
+  auto text = ListingFile::value(value.get_ref<const std::string&>());
+  return !text || contentRightsOfApple(*text);
+}
+
+void requireRights(const nlohmann::json& object) {
+  auto found = object.find(rightsKey);
+  if (found == object.end() || isRights(*found)) return;
+  throw ListingFile::malformed(std::string(appPath) + ":",
+                               "contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or "
+                               "USES_THIRD_PARTY_CONTENT.");
+}
+
+void readApp(RepoListing& listing, const ListingPlace& place) {
+  ListingObject app = ListingObject::read(place.root, appPath, {"copyright"});
+  requireRights(app.raw());
+  for (std::string_view platform : Metadata::platforms) {
+    if (auto own = app.raw().find(platform); own != app.raw().end()) requireRights(*own);
+  }
+  listing.copyright = app.text("copyright", place.platform);
+  if (auto rights = app.text(rightsKey, place.platform)) listing.contentRights = contentRightsOfApple(*rights);
+}
+
+void readRelease(RepoListing& listing, const ListingPlace& place, const std::string& folder) {
+  LocaleFiles::read(listing, place, folder, LocaleFiles::Fields::released);
+  listing.release = ReleaseFile::read(place.root, folder + "/release.json");
+  ReviewFile::read(listing, place.root, folder + "/review.json");
+  if (ListingFile::isFolder(place.root, folder + "/whatsnew")) listing.whatsNewPage = folder + "/whatsnew";
+}
+
+void putApp(ListingFiles& result, const std::filesystem::path& root, const ListingToWrite& listing) {
+  ListingObject app = ListingObject::toChange(root, appPath);
+  app.put("copyright", listing.copyright, listing.platform, listing.firstPlatform);
+  std::optional<std::string> rights;
+  if (listing.contentRights) rights = appleValue(*listing.contentRights);
+  app.put(rightsKey, rights, listing.platform, true);
+  if (!app.isEmpty() || app.isThere()) result[app.path()] = app.serialized();
+}
+
+} // namespace
+
+RepoListing read(const ListingPlace& place) {
+  RepoListing listing;
+  listing.layout = MetadataLayout::kestu;
+  readApp(listing, place);
+  LocaleFiles::read(listing, place, listingFolder, LocaleFiles::Fields::listed);
+  ReviewFile::read(listing, place.root, reviewPath);
+  if (auto folder = ListingFile::versionFolder(place, releasesFolder)) readRelease(listing, place, *folder);
+  return listing;
+}
+
+ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing) {
+  ListingFiles result;
+  std::string folder = std::string(releasesFolder) + "/" + listing.version;
+  putApp(result, root, listing);
+  LocaleFiles::files(result, root, listingFolder, LocaleFiles::Fields::listed, listing);
+  LocaleFiles::files(result, root, folder, LocaleFiles::Fields::released, listing);
+  if (listing.appReviewInfo) ReviewFile::files(result, root, reviewPath, folder + "/review.json", listing.review);
+  if (listing.release) {
+    std::string path = folder + "/release.json";
+    result[path] = ReleaseFile::text(root, path, *listing.release);
+  }
+  return result;
+}
+
+} // namespace kestu::KestuLayout

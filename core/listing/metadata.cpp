@@ -1,0 +1,87 @@
+#include "core/listing/metadata.hpp"
+
+#include "core/console/printable.hpp"
+#include "core/listing/layouts.hpp"
+#include "core/support/error.hpp"
+
+#include <algorithm>
+
+namespace kestu::Metadata {
+
+namespace {
+
+bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+void requireVersion(const std::optional<std::string>& version) {
+  if (!version || versionShape(*version)) return;
+  throw CLIError(CLIError::Kind::usage, printable(*version) + " can't be a version: it's a number, as 1.2.");
+}
+
+/// A secret that CI doesn't know comes as empty text.
+std::optional<std::string> passwordGiven(const Environment& environment) {
+  auto given = environment.get(demoPasswordVariable);
+  return given && !given->empty() ? given : std::nullopt;
+}
+
+} // namespace
+
+bool localeShape(std::string_view text) {
+  for (std::size_t part = 0; part < 4; ++part) {
+    std::size_t length = std::min(text.find('-'), text.size());
+    std::string_view subtag = text.substr(0, length);
+    bool sized = part == 0 ? length >= 2 && length <= 3 : length >= 2 && length <= 8;
+    bool spelled =
+        std::all_of(subtag.begin(), subtag.end(), [&](char c) { return isLetter(c) || (part > 0 && isDigit(c)); });
+    if (!sized || !spelled) return false;
+    if (length == text.size()) return true;
+    text.remove_prefix(length + 1);
+  }
+  return false;
+}
+
+bool versionShape(std::string_view text) {
+  bool plain = text.find('/') == std::string_view::npos && text.find('\0') == std::string_view::npos;
+  return plain && !text.empty() && text != "." && text != "..";
+}
+
+std::optional<MetadataLayout> detect(const std::filesystem::path& root) {
+  auto has = [&](const char* folder) { return ListingFile::isFolder(root, folder); };
+  if (has("metadata/listing") || has("metadata/releases")) return MetadataLayout::kestu;
+  if (has("metadata/app-info") || has("metadata/version") || has("metadata/versions")) return MetadataLayout::json;
+  if (has("fastlane/metadata")) return MetadataLayout::fastlane;
+  return std::nullopt;
+}
+
+RepoListing read(MetadataLayout layout, const std::filesystem::path& root, const std::optional<std::string>& version,
+                 const std::optional<std::string>& platform) {
+  requireVersion(version);
+  ListingPlace place{root, version, platform};
+  if (layout == MetadataLayout::kestu) return KestuLayout::read(place);
+  return layout == MetadataLayout::json ? JSONLayout::read(place) : FastlaneLayout::read(place);
+}
+
+ListingFiles files(MetadataLayout layout, const std::filesystem::path& root, const ListingToWrite& listing) {
+  requireVersion(listing.version);
+  if (layout == MetadataLayout::kestu) return KestuLayout::files(root, listing);
+  return layout == MetadataLayout::json ? JSONLayout::files(root, listing) : FastlaneLayout::files(root, listing);
+}
+
+std::optional<std::string> demoPassword(const RepoListing& listing, const Environment& environment) {
+  auto given = passwordGiven(environment);
+  return given ? given : listing.demoPassword;
+}
+
+std::optional<std::string> trackedPasswordFile(const RepoListing& listing, const Environment& environment,
+                                               const std::filesystem::path& root, Git& git) {
+  const auto& file = listing.demoPasswordFile;
+  if (!file || passwordGiven(environment) || !git.isTracked(*file, root)) return std::nullopt;
+  return file;
+}
+
+std::string trackedPasswordWarning(const std::string& file) {
+  return printable(file) + " holds the demo account's password and git tracks it, so it's in the repo's history: " +
+         std::string(demoPasswordVariable) + " where kestu runs keeps it out.";
+}
+
+} // namespace kestu::Metadata
