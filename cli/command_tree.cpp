@@ -24,7 +24,7 @@ void expandMissing(Command& command) {
 }
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 7> built = {{
+  static constexpr std::array<std::pair<std::string_view, Expand>, 8> built = {{
       {"login", addLogin},
       {"logout", addLogout},
       {"whoami", addWhoami},
@@ -32,6 +32,7 @@ Expand expansion(std::string_view word) {
       {"link", addLink},
       {"config", addConfig},
       {"assets", addAssets},
+      {"builds", addBuilds},
   }};
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;

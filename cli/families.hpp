@@ -11,5 +11,6 @@ void addApps(Command& command);
 void addLink(Command& command);
 void addConfig(Command& command);
 void addAssets(Command& command);
+void addBuilds(Command& command);
 
 } // namespace kestu
