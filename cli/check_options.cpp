@@ -1,8 +1,11 @@
 #include "cli/check_options.hpp"
 
 #include "cli/context.hpp"
+#include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/app_choice.hpp"
+#include "core/project/git.hpp"
+#include "core/project/project.hpp"
 #include "core/release/finding_table.hpp"
 
 #include <nlohmann/json.hpp>
@@ -49,6 +52,16 @@ CheckedApp CheckedApp::find(const Client& client, const CheckOptions& options, c
     if (!options.platform && !ios && !one.platforms.empty()) found.platform = one.platforms.front();
   }
   return found;
+}
+
+AssetCatalog fetchAssetCatalog(const Client& client, const CheckedApp& app) {
+  return client.get(app.path + "/assets/catalog", {{"platform", app.platform}}, AssetCatalog::read).value;
+}
+
+void warnOfTrackedPassword(Context& context, const RepoListing& listing) {
+  SystemGit git(context.stop);
+  auto file = Metadata::trackedPasswordFile(listing, context.environment, Project::root(context.folder), git);
+  if (file) context.console.error(printable(Metadata::trackedPasswordWarning(*file)));
 }
 
 } // namespace kestu

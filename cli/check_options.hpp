@@ -2,7 +2,9 @@
 
 #include "cli/layout_option.hpp"
 #include "cli/options.hpp"
+#include "core/assets/asset_catalog.hpp"
 #include "core/release/finding.hpp"
+#include "core/service/client.hpp"
 
 #include <cstdint>
 #include <optional>
@@ -34,5 +36,11 @@ struct CheckedApp {
 
   static CheckedApp find(const Client& client, const CheckOptions& options, const Context& context);
 };
+
+/// Apple's displays for the app's platform.
+AssetCatalog fetchAssetCatalog(const Client& client, const CheckedApp& app);
+
+/// Says on standard error when git tracks the file that holds the demo account's password.
+void warnOfTrackedPassword(Context& context, const RepoListing& listing);
 
 } // namespace kestu

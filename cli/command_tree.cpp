@@ -24,7 +24,7 @@ void expandMissing(Command& command) {
 }
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 8> built = {{
+  static constexpr std::array<std::pair<std::string_view, Expand>, 10> built = {{
       {"login", addLogin},
       {"logout", addLogout},
       {"whoami", addWhoami},
@@ -33,6 +33,8 @@ Expand expansion(std::string_view word) {
       {"config", addConfig},
       {"assets", addAssets},
       {"builds", addBuilds},
+      {"metadata", addMetadata},
+      {"release", addRelease},
   }};
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;

@@ -12,5 +12,8 @@ void addLink(Command& command);
 void addConfig(Command& command);
 void addAssets(Command& command);
 void addBuilds(Command& command);
+void addMetadata(Command& command);
+void addValidate(Command& metadataGroup);
+void addRelease(Command& command);
 
 } // namespace kestu

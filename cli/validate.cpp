@@ -1,6 +1,7 @@
 #include "cli/check_options.hpp"
 #include "cli/context.hpp"
 #include "cli/families.hpp"
+#include "cli/outcome.hpp"
 #include "core/assets/asset_catalog.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
@@ -9,9 +10,6 @@
 #include "core/release/release_check.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
-
-#include <set>
-#include <variant>
 
 namespace kestu {
 
@@ -30,17 +28,15 @@ struct Remote {
 };
 
 /// Without a sign-in or the service the repository's own part is checked all the same.
-std::variant<Remote, CLIError> fetchRemote(Context& context, const ValidateOptions& options) {
-  try {
+Outcome<Remote> fetchRemote(Context& context, const ValidateOptions& options) {
+  auto remote = outcome([&] {
     Client client = context.signedIn();
-    Remote remote{CheckedApp::find(client, options, context), {}};
-    remote.catalog =
-        client.get(remote.app.path + "/assets/catalog", {{"platform", remote.app.platform}}, AssetCatalog::read).value;
-    return remote;
-  } catch (const CLIError& error) {
-    if (error.kind == Kind::usage || error.kind == Kind::outdated) throw;
-    return error;
-  }
+    CheckedApp app = CheckedApp::find(client, options, context);
+    return Remote{app, fetchAssetCatalog(client, app)};
+  });
+  const auto* error = std::get_if<CLIError>(&remote);
+  if (error && (error->kind == Kind::usage || error->kind == Kind::outdated)) throw *error;
+  return remote;
 }
 
 RepoListing read(const ValidateOptions& options, const std::filesystem::path& root, const std::string& platform) {
@@ -50,33 +46,18 @@ RepoListing read(const ValidateOptions& options, const std::filesystem::path& ro
                  "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).");
 }
 
-std::vector<std::string> paths(const ReleaseCheck::FieldFiles& files) {
-  std::set<std::string> paths;
-  for (const auto& [locale, fields] : files) {
-    for (const auto& [field, path] : fields) paths.insert(path);
-  }
-  return {paths.begin(), paths.end()};
-}
-
 /// The language that the others are compared with when the service can't be asked.
 std::string likelyPrimary(const LocaleTexts& texts) {
   if (texts.contains("en-US") || texts.empty()) return "en-US";
   return texts.begin()->first;
 }
 
-Findings translations(const RepoListing& listing, const Git::Changes& changes, const std::string& primary) {
-  if (!changes.unknown) return ReleaseCheck::stale(listing.files, changes.dates, primary);
-  if (listing.texts.size() < 2) return {};
-  return {{Level::note, "stale", std::nullopt,
-           "Whether translations are older than " + primary + "'s wasn't checked: " + *changes.unknown + "."}};
-}
-
 void append(Findings& findings, Findings more) {
   findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
-Findings check(Context& context, const RepoListing& listing, const Git::Changes& changes,
-               const std::variant<Remote, CLIError>& remote, const std::string& platform) {
+Findings check(Context& context, const RepoListing& listing, const Git::Changes& changes, const Outcome<Remote>& remote,
+               const std::string& platform) {
   using ReleaseCheck::Purpose;
   auto root = Project::root(context.folder);
   const auto* known = std::get_if<Remote>(&remote);
@@ -85,7 +66,7 @@ Findings check(Context& context, const RepoListing& listing, const Git::Changes&
   bool guessed = primary.empty() && listing.texts.size() > 1;
   if (primary.empty()) primary = likelyPrimary(listing.texts);
   append(findings, ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform));
-  append(findings, translations(listing, changes, primary));
+  append(findings, ReleaseCheck::translations(listing.files, changes, primary));
   if (guessed) {
     findings.push_back({Level::note, "missing", std::nullopt,
                         primary + " was taken for the primary language, which only kestu knows."});
@@ -106,14 +87,14 @@ void runValidate(Context& context, const ValidateOptions& options) {
   auto root = Project::root(context.folder);
   std::string platform = options.platform.value_or("ios");
   RepoListing listing = read(options, root, platform);
-  std::variant<Remote, CLIError> remote;
+  Outcome<Remote> remote;
   Git::Changes changes;
   {
     Console::Busy busy(context.console);
     fewAtOnce(2, 2, context.stop, [&](std::size_t index, const std::stop_token& stop) {
       if (index == 0) remote = fetchRemote(context, options);
       if (index == 1) {
-        changes = SystemGit(stop).lastChanged(paths(listing.files), root, context.clock.now());
+        changes = SystemGit(stop).lastChanged(ReleaseCheck::paths(listing.files), root, context.clock.now());
       }
     });
   }
@@ -121,10 +102,7 @@ void runValidate(Context& context, const ValidateOptions& options) {
     platform = known->app.platform;
     listing = read(options, root, platform);
   }
-  SystemGit git(context.stop);
-  if (auto file = Metadata::trackedPasswordFile(listing, context.environment, root, git)) {
-    context.console.error(printable(Metadata::trackedPasswordWarning(*file)));
-  }
+  warnOfTrackedPassword(context, listing);
   Findings findings = check(context, listing, changes, remote, platform);
   options.write(context, findings);
   std::string sum = ReleaseCheck::summary(findings);
@@ -149,7 +127,9 @@ void addValidate(Command& metadataGroup) {
   auto options = std::make_shared<ValidateOptions>();
   command.argument({"version", "The version whose texts are checked, as 1.2. The highest in the repo when left out.",
                     [options](const std::string& value) {
-                      if (Text::trimmed(value).empty()) throw UsageError("The version is empty.");
+                      if (!Metadata::versionShape(value)) {
+                        throw UsageError(printable(value) + " can't be a version: it's a number, as 1.2.");
+                      }
                       options->version = value;
                     },
                     false});

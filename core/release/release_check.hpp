@@ -6,6 +6,7 @@
 #include "core/kit/kit_answers.hpp"
 #include "core/listing/repo_listing.hpp"
 #include "core/listing/store_version.hpp"
+#include "core/project/git.hpp"
 #include "core/release/finding.hpp"
 #include "core/support/error.hpp"
 
@@ -39,6 +40,12 @@ using FieldFiles = std::map<std::string, std::map<ListingField, std::string>>;
 
 /// Translations whose file changed last before the primary language's. A path without a date is passed over.
 Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary);
+
+/// What git knows of the files' dates, compared by `stale`; where it knows nothing, a note says why.
+Findings translations(const FieldFiles& files, const Git::Changes& changes, const std::string& primary);
+
+/// Every path among the files, once.
+std::vector<std::string> paths(const FieldFiles& files);
 
 /// The version as App Store Connect has it (or not), and the facts of its build where they are known.
 Findings version(const std::optional<StoreVersion>& stored, const std::string& number, std::string_view platform,

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 
 namespace kestu::ReleaseCheck {
 
@@ -126,6 +127,22 @@ Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& las
     }
   }
   return findings;
+}
+
+Findings translations(const FieldFiles& files, const Git::Changes& changes, const std::string& primary) {
+  if (!changes.unknown) return stale(files, changes.dates, primary);
+  auto isTranslation = [&](const auto& language) { return language.first != primary && language.first != "default"; };
+  if (!files.contains(primary) || std::none_of(files.begin(), files.end(), isTranslation)) return {};
+  return {{Level::note, "stale", std::nullopt,
+           fmt::format("Whether translations are older than {}'s wasn't checked: {}.", primary, *changes.unknown)}};
+}
+
+std::vector<std::string> paths(const FieldFiles& files) {
+  std::set<std::string> paths;
+  for (const auto& [locale, fields] : files) {
+    for (const auto& [field, path] : fields) paths.insert(path);
+  }
+  return {paths.begin(), paths.end()};
 }
 
 } // namespace kestu::ReleaseCheck

@@ -1,0 +1,7 @@
+#include "cli/families.hpp"
+
+namespace kestu {
+
+void addMetadata(Command& command) { addValidate(command); }
+
+} // namespace kestu
