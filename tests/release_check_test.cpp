@@ -557,7 +557,7 @@ TEST(FindingTable, FoldsAtATerminalOnly) {
             "error           1.2 has no build: kestu release prepare 1.2");
   EXPECT_EQ(ReleaseCheck::table(findings, plain, 42), "warning  en-US  support URL isn't a web\n"
                                                       "                address:\n"
- "                example\\u{1b}[2J.com\n"
+                                                      "                example\\u{1b}[2J.com\n"
                                                       "error           1.2 has no build: kestu\n"
                                                       "                release prepare 1.2");
   EXPECT_EQ(ReleaseCheck::table({findings[1]}, plain, 80), "error  1.2 has no build: kestu release prepare 1.2");
