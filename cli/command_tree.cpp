@@ -24,7 +24,7 @@ void expandMissing(Command& command) {
 }
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 10> built = {{
+  static constexpr std::array<std::pair<std::string_view, Expand>, 11> built = {{
       {"login", addLogin},
       {"logout", addLogout},
       {"whoami", addWhoami},
@@ -35,6 +35,7 @@ Expand expansion(std::string_view word) {
       {"builds", addBuilds},
       {"metadata", addMetadata},
       {"release", addRelease},
+      {"kit", addKit},
   }};
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;

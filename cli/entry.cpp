@@ -70,7 +70,8 @@ int runEntry(Context& context, const std::vector<std::string>& arguments) {
     if (!words.notice.empty()) context.console.error(words.notice);
     run(context, std::move(words.arguments));
   } catch (const CLIError& error) {
-    context.console.error(error.description);
+    // A check that told its findings as its answer has nothing to add.
+    if (!error.description.empty()) context.console.error(error.description);
     if (error.kind == CLIError::Kind::outdated) return error.status();
     status = error.status();
   } catch (const UsageError& error) {

@@ -15,5 +15,6 @@ void addBuilds(Command& command);
 void addMetadata(Command& command);
 void addValidate(Command& metadataGroup);
 void addRelease(Command& command);
+void addKit(Command& command);
 
 } // namespace kestu

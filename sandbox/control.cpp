@@ -1,6 +1,7 @@
 #include "sandbox/control.hpp"
 
 #include "sandbox/accounts.hpp"
+#include "sandbox/kit.hpp"
 #include "sandbox/plans.hpp"
 
 #include <fmt/format.h>
@@ -172,6 +173,8 @@ Answer post(State& state, Faults& faults, const Call& call, const std::string& w
     setQuota(state, body);
   } else if (what == "versions") {
     setVersion(state, body);
+  } else if (what == "kit") {
+    Kit::set(state, body);
   } else if (what == "reset") {
     state.reset();
     faults.clear();

@@ -4,6 +4,7 @@
 #include "sandbox/apps.hpp"
 #include "sandbox/assets.hpp"
 #include "sandbox/control.hpp"
+#include "sandbox/kit.hpp"
 #include "sandbox/page.hpp"
 #include "sandbox/plans.hpp"
 
@@ -36,6 +37,8 @@ constexpr Route routes[] = {
     {"POST", "/v1/apps/*/assets", "release", Assets::plan},
     {"POST", "/v1/apps/*/assets/uploaded", "release", Assets::uploaded, Holds::nothing},
     {"POST", "/v1/apps/*/assets/commit", "release", Assets::commit},
+    {"GET", "/v1/apps/*/kit/flags", "kestukit", Kit::flags},
+    {"GET", "/v1/apps/*/kit/whats-new", "kestukit", Kit::whatsNew},
     {"GET", "/files/*", "-", Assets::file},
 };
 

@@ -1,5 +1,7 @@
 #include "sandbox/state.hpp"
 
+#include "sandbox/kit.hpp"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -49,6 +51,7 @@ void State::reset() {
   announced.clear();
   quotas = {Quota{"window", 5h, 2000}, Quota{"week", 24h * 7, 20000}, Quota{"minute", 60s, 60}};
   apps = demoApps();
+  kit = demoKit();
   for (const auto& app : apps) {
     for (const auto& platform : app.platforms) {
       addVersion(app.appId, platform, "1.1", "readyfordistribution").createdAt -= 24h * 60;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sandbox/kit_state.hpp"
 #include "sandbox/text.hpp"
 
 #include <array>
@@ -146,6 +147,7 @@ struct State {
   std::vector<App> apps;
   std::vector<Version> versions; // newest first
   std::map<std::string, Asset> assets;
+  KitState kit;
   std::vector<Plan> plans; // oldest first
   std::optional<Script> nextPlan;
   std::string announced; // the program version that answers announce, when not empty
