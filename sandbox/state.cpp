@@ -1,5 +1,7 @@
 #include "sandbox/state.hpp"
 
+#include "sandbox/testflight.hpp"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -55,6 +57,7 @@ void State::reset() {
       addVersion(app.appId, platform, "1.2", "prepareforsubmission");
     }
   }
+  TestFlights::makeDemo(*this);
 }
 
 Version& State::addVersion(std::int64_t appId, std::string platform, std::string version, std::string versionState) {
