@@ -1,6 +1,7 @@
 #include "sandbox/state.hpp"
 
 #include "sandbox/kit.hpp"
+#include "sandbox/testflight.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -58,6 +59,7 @@ void State::reset() {
       addVersion(app.appId, platform, "1.2", "prepareforsubmission");
     }
   }
+  TestFlights::makeDemo(*this);
 }
 
 Version& State::addVersion(std::int64_t appId, std::string platform, std::string version, std::string versionState) {
