@@ -1,7 +1,113 @@
+#include "cli/metadata.hpp"
+
 #include "cli/families.hpp"
+#include "core/console/printable.hpp"
+#include "core/listing/metadata.hpp"
+#include "core/project/app_choice.hpp"
+#include "core/support/text.hpp"
+
+#include <algorithm>
 
 namespace kestu {
 
-void addMetadata(Command& command) { addValidate(command); }
+namespace {
+
+using Kind = CLIError::Kind;
+
+std::vector<std::string> platformWords() { return {Metadata::platforms.begin(), Metadata::platforms.end()}; }
+
+std::vector<StoreVersion> readVersions(const JSONValue& value) { return value.listAt("versions", StoreVersion::read); }
+
+/// The one version of the platform that can be edited.
+std::string editableVersion(const Client& client, const std::string& appPath, const std::string& platform,
+                            const std::string& command) {
+  std::vector<std::string> found;
+  for (const StoreVersion& each : client.get(appPath + "/versions", {{"platform", platform}}, readVersions).value) {
+    if (each.platform == platform && each.takesUpdate()) found.push_back(printable(each.version));
+  }
+  if (found.size() == 1) return found.front();
+  std::string why = found.empty() ? "no version of the app can be edited now"
+                                  : "several versions can be edited, " + Text::joined(found, " and ");
+  throw UsageError("Which version, as in " + command + " 1.2? For " + platformLabel(platform) + " " + why + ".");
+}
+
+void addMissing(Command& group, const std::string& word, const std::string& abstract) {
+  Command& command = group.add(word, abstract);
+  command.takesAnything = true;
+  command.discussion = "This command isn't in this version of kestu yet.";
+  command.run = [path = command.path](Context&) {
+    throw CLIError(Kind::failed, path + " isn't in this version of kestu yet.");
+  };
+}
+
+} // namespace
+
+std::string MetadataTarget::title() const { return printable(version) + " for " + platformLabel(platform); }
+
+void declarePlatform(Command& command, std::optional<std::string>& platform) {
+  command.option({{"--platform"},
+                  "platform",
+                  "ios, macos, tvos or visionos. The app's only one, or else ios, when left out.",
+                  [&platform](const std::string& value) {
+                    requireOneOf("--platform", value, platformWords());
+                    platform = value;
+                  },
+                  platformWords(),
+                  false});
+}
+
+void MetadataChoice::declare(Command& command) {
+  command.argument({"version", "The version in App Store Connect, as 1.2. The one that can be edited when left out.",
+                    [this](const std::string& value) {
+                      if (!Metadata::versionShape(value) || Text::trimmed(value).empty()) {
+                        throw UsageError("A version is its number, as 1.2, not " + printable(value) + ".");
+                      }
+                      version = value;
+                    },
+                    false});
+  layout.declare(command);
+  command.option({{"--locale"},
+                  "locale",
+                  "Only these languages' text, as en-US, several with commas (en-US,de-DE) or the flag again.",
+                  [this](const std::string& value) { addWords(locales, value); },
+                  {},
+                  false});
+  declarePlatform(command, platform);
+  app.declare(command, false);
+}
+
+MetadataTarget MetadataChoice::resolve(const Client& client, const Context& context, const std::string& command) const {
+  std::int64_t appId = AppChoice::resolve(app.app, client, context.folder);
+  std::string appPath = "/v1/apps/" + std::to_string(appId);
+  std::vector<std::string> on;
+  for (const App& one : fetchApps(client).value) {
+    if (one.appId == appId) on = one.platforms;
+  }
+  auto first = std::find_first_of(Metadata::platforms.begin(), Metadata::platforms.end(), on.begin(), on.end());
+  std::string firstOne(first == Metadata::platforms.end() ? Metadata::platforms.front() : *first);
+  MetadataTarget target;
+  target.path = appPath + "/listing";
+  target.platform = platform.value_or(firstOne);
+  target.firstPlatform = on.empty() || target.platform == firstOne;
+  target.version = version ? *version : editableVersion(client, appPath, target.platform, command);
+  return target;
+}
+
+StoreListing fetchListing(const Client& client, const MetadataTarget& target) {
+  StoreListing listing = client.get(target.path, target.query(), StoreListing::read).value;
+  if (listing.version) return listing;
+  std::string version = printable(target.version);
+  throw CLIError(Kind::notFound, "App Store Connect has no " + target.title() + " yet: kestu release prepare " +
+                                     version + " makes it.");
+}
+
+void addMetadata(Command& command) {
+  addMetadataPull(command);
+  addMetadataPush(command);
+  addValidate(command);
+  addMissing(command, "categories", "The app's App Store categories.");
+  addMissing(command, "age-rating", "The app's age rating, and the answers it rests on.");
+  addContentRights(command);
+}
 
 } // namespace kestu

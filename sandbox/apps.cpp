@@ -24,19 +24,23 @@ Answer list(State& state, const Call& call) {
   return Answer::json({{"apps", apps}});
 }
 
+json versionJson(const Version& version) {
+  return {{"versionId", version.versionId},
+          {"platform", version.platform},
+          {"version", version.version},
+          {"state", version.state},
+          {"createdAt", isoText(version.createdAt)},
+          {"releaseType", "manual"},
+          {"phased", false}};
+}
+
 Answer versions(State& state, const Call& call) {
   const auto& app = Accounts::grantedApp(state, call, call.segments[2]);
   const auto wanted = call.param("platform").empty() ? std::string() : platform(app, call);
   auto versions = json::array();
   for (const auto& version : state.versions) {
     if (version.appId != app.appId || (!wanted.empty() && version.platform != wanted)) continue;
-    versions.push_back({{"versionId", version.versionId},
-                        {"platform", version.platform},
-                        {"version", version.version},
-                        {"state", version.state},
-                        {"createdAt", isoText(version.createdAt)},
-                        {"releaseType", "manual"},
-                        {"phased", false}});
+    versions.push_back(versionJson(version));
   }
   return Answer::json({{"versions", versions}});
 }

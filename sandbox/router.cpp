@@ -5,6 +5,7 @@
 #include "sandbox/assets.hpp"
 #include "sandbox/control.hpp"
 #include "sandbox/kit.hpp"
+#include "sandbox/listing.hpp"
 #include "sandbox/page.hpp"
 #include "sandbox/plans.hpp"
 #include "sandbox/testflight.hpp"
@@ -33,6 +34,9 @@ constexpr Route routes[] = {
     {"GET", "/v1/plans/*", "", Plans::poll},
     {"GET", "/v1/apps", "", Apps::list},
     {"GET", "/v1/apps/*/versions", "release", Apps::versions},
+    {"GET", "/v1/apps/*/listing", "release", Listing::show},
+    {"POST", "/v1/apps/*/listing", "release", Listing::change},
+    {"GET", "/v1/review-times", "release", Listing::reviewTimes},
     {"GET", "/v1/apps/*/assets/catalog", "release", Assets::catalog},
     {"GET", "/v1/apps/*/assets", "release", Assets::listing},
     {"POST", "/v1/apps/*/assets", "release", Assets::plan},

@@ -2,6 +2,7 @@
 
 #include "sandbox/kit.hpp"
 #include "sandbox/testflight.hpp"
+#include "sandbox/listing.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -60,6 +61,7 @@ void State::reset() {
     }
   }
   TestFlights::makeDemo(*this);
+  Listing::addDemo(*this);
 }
 
 Version& State::addVersion(std::int64_t appId, std::string platform, std::string version, std::string versionState) {

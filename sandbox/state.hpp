@@ -2,6 +2,7 @@
 
 #include "sandbox/kit_state.hpp"
 #include "sandbox/testflight_state.hpp"
+#include "sandbox/listing_state.hpp"
 #include "sandbox/text.hpp"
 
 #include <array>
@@ -150,6 +151,7 @@ struct State {
   std::array<Quota, 3> quotas;
   std::vector<App> apps;
   std::vector<Version> versions; // newest first
+  Listings listings;
   std::map<std::string, Asset> assets;
   KitState kit;
   TestFlight testFlight;

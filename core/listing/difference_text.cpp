@@ -1,6 +1,5 @@
 #include "core/console/printable.hpp"
 #include "core/console/table.hpp"
-#include "core/console/text_style.hpp"
 #include "core/listing/listing_change.hpp"
 #include "core/support/text.hpp"
 #include "core/support/utf8.hpp"
@@ -55,7 +54,7 @@ std::string shortened(const ListingDifference& difference, std::size_t columns) 
 
 } // namespace
 
-std::string differencesText(const std::vector<ListingDifference>& differences, int width) {
+std::string differencesText(const std::vector<ListingDifference>& differences, int width, const TextStyles& style) {
   std::size_t places = 0;
   std::size_t labels = 0;
   for (const ListingDifference& each : differences) {
@@ -67,7 +66,7 @@ std::string differencesText(const std::vector<ListingDifference>& differences, i
   std::size_t columns = std::max(narrowest, room > taken ? room - taken : 0);
   std::vector<std::vector<std::string>> rows;
   for (const ListingDifference& each : differences) {
-    rows.push_back({"  " + printable(each.place), each.label, shortened(each, columns)});
+    rows.push_back({"  " + style.bold(printable(each.place)), each.label, shortened(each, columns)});
   }
   return Format::table(rows);
 }

@@ -63,7 +63,7 @@ ListingFiles files(const std::filesystem::path& root, const ListingToWrite& list
       if (!given) put(result, root, path, value);
     }
   }
-  put(result, root, folder + "/copyright.txt", listing.copyright);
+  if (listing.appValues) put(result, root, folder + "/copyright.txt", listing.copyright);
   if (!listing.appReviewInfo) return result;
   for (const ReviewTextFacts& text : reviewTexts()) {
     put(result, root, reviewPath(text.fastlaneFile), listing.review.*text.field);

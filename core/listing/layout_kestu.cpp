@@ -66,7 +66,7 @@ RepoListing read(const ListingPlace& place) {
 ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing) {
   ListingFiles result;
   std::string folder = std::string(releasesFolder) + "/" + listing.version;
-  putApp(result, root, listing);
+  if (listing.appValues) putApp(result, root, listing);
   LocaleFiles::files(result, root, listingFolder, LocaleFiles::Fields::listed, listing);
   LocaleFiles::files(result, root, folder, LocaleFiles::Fields::released, listing);
   if (listing.appReviewInfo) ReviewFile::files(result, root, reviewPath, folder + "/review.json", listing.review);

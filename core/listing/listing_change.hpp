@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/console/text_style.hpp"
 #include "core/listing/repo_listing.hpp"
 #include "core/listing/store_version.hpp"
 #include "core/support/json.hpp"
@@ -63,6 +64,6 @@ struct ListingChange {
 };
 
 /// "en-US  name  old → new" a line, shortened to so many columns around where the texts part.
-std::string differencesText(const std::vector<ListingDifference>& differences, int width);
+std::string differencesText(const std::vector<ListingDifference>& differences, int width, const TextStyles& style);
 
 } // namespace kestu

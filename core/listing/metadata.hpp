@@ -27,6 +27,7 @@ struct ListingToWrite {
   std::optional<ReleaseSettings> release{};
   std::map<std::string, std::string> testNotes{};
   bool appReviewInfo = false; ///< whether what App Review is told is written
+  bool appValues = true;      ///< whether the copyright and Content Rights are written
 };
 
 /// Contents by repository path.
