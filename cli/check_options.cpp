@@ -1,6 +1,7 @@
 #include "cli/check_options.hpp"
 
 #include "cli/context.hpp"
+#include "cli/metadata.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/app_choice.hpp"
@@ -15,16 +16,7 @@
 namespace kestu {
 
 void CheckOptions::declare(Command& command) {
-  std::vector<std::string> platforms(Metadata::platforms.begin(), Metadata::platforms.end());
-  command.option({{"--platform"},
-                  "platform",
-                  "ios, macos, tvos or visionos. The app's only one, or else ios, when left out.",
-                  [this, platforms](const std::string& value) {
-                    requireOneOf("--platform", value, platforms);
-                    platform = value;
-                  },
-                  platforms,
-                  false});
+  declarePlatform(command, platform);
   layout.declare(command);
   app.declare(command, false);
   command.flag({"--strict"}, strict, "Exit 1 on a warning too.");
@@ -48,8 +40,10 @@ CheckedApp CheckedApp::find(const Client& client, const CheckOptions& options, c
   for (const App& one : fetchApps(client).value) {
     if (one.appId != found.appId) continue;
     found.primaryLocale = one.primaryLocale;
-    bool ios = std::find(one.platforms.begin(), one.platforms.end(), "ios") != one.platforms.end();
-    if (!options.platform && !ios && !one.platforms.empty()) found.platform = one.platforms.front();
+    if (options.platform) continue;
+    auto first = std::find_first_of(Metadata::platforms.begin(), Metadata::platforms.end(), one.platforms.begin(),
+                                    one.platforms.end());
+    if (first != Metadata::platforms.end()) found.platform = *first;
   }
   return found;
 }
