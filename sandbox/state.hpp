@@ -74,6 +74,9 @@ struct Version {
   std::int64_t appId;
   std::string versionId, platform, version, state;
   Moment createdAt;
+  std::string buildId = {}; // of TestFlight's build that goes with it; empty without one
+  std::string releaseType = "manual";
+  std::optional<Moment> earliestReleaseDate = std::nullopt;
   std::vector<ShownLanguage> languages = {};
   int revision = 0; // counts the changes of what it shows
 };
