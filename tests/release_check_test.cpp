@@ -1,3 +1,4 @@
+#include "core/console/format.hpp"
 #include "core/release/finding_table.hpp"
 #include "core/release/placeholder.hpp"
 #include "core/release/release_check.hpp"
@@ -14,7 +15,7 @@ namespace {
 
 using enum ListingField;
 using ReleaseCheck::Purpose;
-using std::chrono::days, std::chrono::hours, std::chrono::seconds;
+using std::chrono::hours, std::chrono::seconds;
 using Lines = std::vector<std::string>;
 
 const Moment now = FakeClock().now();
@@ -186,70 +187,50 @@ TEST(ReleaseCheck, SaysWhatALanguageLacks) {
   LocaleText primary = whole();
   primary[subtitle] = "Weather";
   primary[promotionalText] = "New";
+  const std::string many = "description, keywords, what's new";
   struct {
-    const char* what;
     Purpose purpose;
     const char* platform;
-    LocaleText other;
-    Lines expected;
+    std::vector<ListingField> kept; // of the primary language's text
+    std::string required, missing;
   } rows[] = {
-      {"nothing",
-       Purpose::update,
-       "ios",
-       whole(),
-       {"warning missing de-DE | de-DE: no subtitle or promotional text, which en-US has."}},
-      {"everything",
-       Purpose::update,
+      {Purpose::update,
        "ios",
        {},
-       {"error required de-DE | de-DE: no name, description, keywords, what's new, support URL or privacy policy URL, "
-        "which App Review needs.",
-        "warning missing de-DE | de-DE: no subtitle or promotional text, which en-US has."}},
-      {"empty text",
-       Purpose::update,
-       "tvos",
-       text({{name, ""},
-             {description, "D"},
-             {keywords, "k"},
-             {whatsNew, "W"},
-             {supportUrl, "https://a"},
-             {subtitle, "S"},
-             {promotionalText, "P"}}),
-       {"error limit de-DE | de-DE: name is under 2 characters.",
-        "error required de-DE | de-DE: no name, which App Review needs.",
-        "warning missing de-DE | de-DE: no privacy policy URL, which en-US has."}},
-      {"what's new of a first version",
-       Purpose::firstVersion,
+       "name, " + many + ", support URL or privacy policy URL",
+       "subtitle or promotional text"},
+      {Purpose::update, "ios", whole().given(), "", "subtitle or promotional text"},
+      {Purpose::update, "ios", primary.given(), "", ""},
+      {Purpose::firstVersion,
        "macos",
-       text({{name, "Name"},
-             {description, "D"},
-             {keywords, "k"},
-             {supportUrl, "https://a"},
-             {privacyPolicyUrl, "https://a"},
-             {subtitle, "S"},
-             {promotionalText, "P"}}),
-       {}},
-      {"all but promotional text of one that is out",
-       Purpose::out,
+       {name, subtitle, description, keywords, promotionalText, supportUrl},
+       "privacy policy URL",
+       "what's new"},
+      {Purpose::update, "tvos", {name, subtitle}, many + " or support URL", "promotional text or privacy policy URL"},
+      {Purpose::out, "ios", {name}, "", "promotional text"},
+      {Purpose::repository,
        "ios",
-       text({{name, "N"}, {supportUrl, "ftp:"}, {keywords, "a, a"}}),
-       {"warning missing de-DE | de-DE: no promotional text, which en-US has."}},
-      {"what App Store Connect may have",
-       Purpose::repository,
-       "ios",
-       text({{name, "Name"}, {subtitle, "S"}}),
-       {"warning missing de-DE | de-DE: no description, keywords, what's new, promotional text, support URL or privacy "
-        "policy URL, which en-US has."}},
+       {name, subtitle},
+       "",
+       many + ", promotional text, support URL or privacy policy URL"},
   };
-  for (auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    // The first version's primary language has no what's new either.
-    LocaleText first = primary;
-    if (row.purpose == Purpose::firstVersion) first[whatsNew].reset();
-    EXPECT_EQ(lines(ReleaseCheck::texts({{"de-DE", row.other}, {"en-US", first}}, "en-US", row.purpose, row.platform)),
-              row.expected);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.required + " | " + row.missing);
+    LocaleText other;
+    for (ListingField field : row.kept) other[field] = primary[field];
+    Lines expected;
+    if (!row.required.empty()) {
+      expected.push_back("error required de-DE | de-DE: no " + row.required + ", which App Review needs.");
+    }
+    if (!row.missing.empty()) {
+      expected.push_back("warning missing de-DE | de-DE: no " + row.missing + ", which en-US has.");
+    }
+    EXPECT_EQ(lines(ReleaseCheck::texts({{"de-DE", other}, {"en-US", primary}}, "en-US", row.purpose, row.platform)),
+              expected);
   }
   EXPECT_EQ(lines(ReleaseCheck::texts({}, "en-US", Purpose::update, "ios")), Lines{});
+  LocaleTexts out = {{"ja", text({{name, "N"}, {supportUrl, "ftp:"}, {keywords, "a, a"}})}};
+  EXPECT_EQ(lines(ReleaseCheck::texts(out, "ja", Purpose::out, "ios")), Lines{}) << "only promotional text counts";
 }
 
 TEST(ReleaseCheck, ListsALanguagesFaultsInOrder) {
@@ -291,139 +272,90 @@ TEST(ReleaseCheck, TranslationsOlderThanThePrimary) {
   EXPECT_EQ(lines(ReleaseCheck::stale(files, changed, "ja")), Lines{});
 }
 
-StoreVersion stored(const std::string& state) {
+StoreVersion version12(const std::string& state) {
   StoreVersion version;
   version.version = "1.2";
-  version.platform = "ios";
   version.state = state;
-  version.build = StoreVersion::Build{"b45", "1.2", "45"};
   return version;
 }
 
-ManagedBuild built(Moment expiresAt, const std::string& state = "readyforexternal") {
-  ManagedBuild build;
-  build.version = "1.2";
-  build.number = "45";
-  build.state = state;
-  build.expiresAt = expiresAt;
-  return build;
+TEST(ReleaseCheck, TheVersionAndItsBuild) {
+  constexpr int far = 24 * 60;
+  const std::string review = "rejected"; // sent back, so to be prepared again
+  struct {
+    std::string state, buildState; // none where empty
+    int hoursLeft;                 // of the build in TestFlight
+    const char* platform;
+    std::string expected; // a line each
+  } rows[] = {
+      {"prepareforsubmission", "readyforexternal", far, "ios", ""},
+      {"", "", far, "ios", "error version: App Store Connect has no 1.2 yet: kestu release prepare 1.2 makes it."},
+      {"", "", far, "macos",
+       "error version: App Store Connect has no 1.2 yet: kestu release prepare 1.2 --platform macos makes it."},
+      {"inreview", "readyforexternal", far, "ios", "error version: App Review has 1.2 already (in review)."},
+      {"pendingappleRelease", "readyforexternal", far, "ios", ""}, // a state that isn't known
+      {"pendingapplerelease", "expired", 0, "ios",
+       "error version: App Review has 1.2 already (waiting for Apple to release it)."},
+      {"replacedwithnewversion", "expired", 0, "ios", "error version: 1.2 is on the App Store already."},
+      {review, "", far, "ios", "error build: 1.2 has no build: kestu release prepare 1.2"},
+      {review, "unread", far, "ios", ""}, // what nothing is known of is said elsewhere
+      {review, "uploading", far, "ios", "error build: 1.2 (45) is still being uploaded."},
+      {review, "processing", far, "ios", "error build: Apple is still processing 1.2 (45)."},
+      {review, "failed", far, "ios", "error build: Apple couldn't process 1.2 (45)."},
+      {review, "invalid", far, "ios", "error build: Apple couldn't process 1.2 (45): No icon."},
+      {review, "missingcompliance", far, "tvos",
+       "error build: 1.2 (45)'s export compliance isn't answered: kestu builds compliance '1.2 (45)' --platform tvos"},
+      {review, "readyforinternal", 24 * 7, "ios", ""},
+      {review, "readyforinternal", 24 * 7 - 1, "ios",
+       "warning build: 1.2 (45) expires in TestFlight in 6 days, maybe before App Review gets to it."},
+      {review, "readyforinternal", 1, "ios",
+       "warning build: 1.2 (45) expires in TestFlight in 1 hour, maybe before App Review gets to it."},
+      {review, "readyforinternal", 0, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
+      {review, "readyforinternal", -1, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
+      {review, "expired", far, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
+      {review, "processing", 47, "ios",
+       "error build: Apple is still processing 1.2 (45).\n"
+       "warning build: 1.2 (45) expires in TestFlight in 1 day, maybe before App Review gets to it."},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.state + " " + row.buildState + " " + std::to_string(row.hoursLeft));
+    std::optional<StoreVersion> stored;
+    if (!row.state.empty()) stored = version12(row.state);
+    std::optional<ManagedBuild> build;
+    if (stored && !row.buildState.empty()) stored->build = StoreVersion::Build{"b45", "1.2", "45"};
+    if (row.buildState != "unread" && !row.buildState.empty()) {
+      build.emplace();
+      build->version = "1.2";
+      build->number = "45";
+      build->state = row.buildState;
+      build->expiresAt = now + hours(row.hoursLeft);
+      if (row.buildState == "invalid") build->uploadError = "No icon.";
+    }
+    std::string found;
+    for (const Finding& each : ReleaseCheck::version(stored, "1.2", row.platform, build, now)) {
+      found += (found.empty() ? "" : "\n") + std::string(rawValue(each.level)) + " " + each.rule + ": " + each.message;
+    }
+    EXPECT_EQ(found, row.expected);
+  }
 }
 
-TEST(ReleaseCheck, TheVersionAndItsBuild) {
-  auto scheduled = [](Moment date) {
-    StoreVersion version = stored("prepareforsubmission");
-    version.releaseType = "scheduled";
-    version.earliestReleaseDate = date;
-    return version;
+TEST(ReleaseCheck, ScheduledReleases) {
+  StoreVersion version = version12("inreview");
+  version.releaseType = "scheduled";
+  auto scheduled = [&] {
+    for (const Finding& each : ReleaseCheck::version(version, "1.2", "ios", std::nullopt, now)) {
+      if (each.rule == "scheduled") return each.message;
+    }
+    return std::string();
   };
-  StoreVersion manual = scheduled(now - hours(1));
-  manual.releaseType = "manual";
-  StoreVersion bare = stored("rejected");
-  bare.build.reset();
-  ManagedBuild good = built(now + days(60));
-  ManagedBuild explained = built(now + days(60), "invalid");
-  explained.uploadError = "No icon.";
-  struct {
-    const char* what;
-    std::optional<StoreVersion> version;
-    std::optional<ManagedBuild> build;
-    const char* platform;
-    Lines expected; // without " - | "
-  } rows[] = {
-      {"all well", stored("prepareforsubmission"), good, "ios", {}},
-      {"none",
-       std::nullopt,
-       good,
-       "ios",
-       {"error version", "App Store Connect has no 1.2 yet: kestu release prepare 1.2 makes it."}},
-      {"none on the Mac",
-       std::nullopt,
-       std::nullopt,
-       "macos",
-       {"error version", "App Store Connect has no 1.2 yet: kestu release prepare 1.2 --platform macos makes it."}},
-      {"in review",
-       stored("waitingforreview"),
-       good,
-       "ios",
-       {"error version", "App Review has 1.2 already (waiting for review)."}},
-      {"approved",
-       stored("pendingdeveloperrelease"),
-       built(now),
-       "ios",
-       {"error version", "App Review has 1.2 already (waiting for you to release it)."}},
-      {"out",
-       stored("replacedwithnewversion"),
-       built(now),
-       "ios",
-       {"error version", "1.2 is on the App Store already."}},
-      {"scheduled, passed",
-       scheduled(now),
-       good,
-       "ios",
-       {"warning scheduled", "1.2's scheduled release, 12:00, has passed: it goes out once approved."}},
-      {"scheduled, ahead", scheduled(now + seconds(1)), good, "ios", {}},
-      {"a date that does not count", manual, good, "ios", {}},
-      {"no build", bare, std::nullopt, "ios", {"error build", "1.2 has no build: kestu release prepare 1.2"}},
-      {"a build of which nothing is known", stored("rejected"), std::nullopt, "ios", {}},
-      {"processing",
-       stored("rejected"),
-       built(now + days(90), "processing"),
-       "ios",
-       {"error build", "Apple is still processing 1.2 (45)."}},
-      {"failed",
-       stored("rejected"),
-       built(now + days(90), "failed"),
-       "ios",
-       {"error build", "Apple couldn't process 1.2 (45)."}},
-      {"failed, with a reason",
-       stored("rejected"),
-       explained,
-       "ios",
-       {"error build", "Apple couldn't process 1.2 (45): No icon."}},
-      {"compliance",
-       stored("rejected"),
-       built(now + days(90), "missingcompliance"),
-       "tvos",
-       {"error build",
-        "1.2 (45)'s export compliance isn't answered: kestu builds compliance '1.2 (45)' --platform tvos"}},
-      {"7 days", stored("rejected"), built(now + days(7)), "ios", {}},
-      {"6 days 23 h",
-       stored("rejected"),
-       built(now + days(7) - hours(1)),
-       "ios",
-       {"warning build", "1.2 (45) expires in TestFlight in 6 days, maybe before App Review gets to it."}},
-      {"an hour",
-       stored("rejected"),
-       built(now + hours(1)),
-       "ios",
-       {"warning build", "1.2 (45) expires in TestFlight in 1 hour, maybe before App Review gets to it."}},
-      {"now", stored("rejected"), built(now), "ios", {"error build", "1.2 (45) has expired: attach a newer build."}},
-      {"a minute ago",
-       stored("rejected"),
-       built(now - seconds(60)),
-       "ios",
-       {"error build", "1.2 (45) has expired: attach a newer build."}},
-      {"expired by hand",
-       stored("rejected"),
-       built(now + days(60), "expired"),
-       "ios",
-       {"error build", "1.2 (45) has expired: attach a newer build."}},
-      {"two faults",
-       stored("rejected"),
-       built(now + days(1), "missingcompliance"),
-       "ios",
-       {"error build", "1.2 (45)'s export compliance isn't answered: kestu builds compliance '1.2 (45)'",
-        "warning build", "1.2 (45) expires in TestFlight in 1 day, maybe before App Review gets to it."}},
-  };
-  setenv("TZ", "UTC", 1);
-  tzset();
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    Lines expected;
-    for (std::size_t i = 0; i < row.expected.size(); i += 2)
-      expected.push_back(row.expected[i] + " - | " + row.expected[i + 1]);
-    EXPECT_EQ(lines(ReleaseCheck::version(row.version, "1.2", row.platform, row.build, now)), expected);
-  }
+  EXPECT_EQ(scheduled(), "");
+  version.earliestReleaseDate = now + seconds(1);
+  EXPECT_EQ(scheduled(), "");
+  version.earliestReleaseDate = now;
+  EXPECT_EQ(scheduled(),
+            "1.2's scheduled release, " + Format::moment(now, now) + ", has passed: it goes out once approved.");
+  version.releaseType = "manual";
+  EXPECT_EQ(scheduled(), "");
 }
 
 TEST(ReleaseCheck, ContentRights) {
