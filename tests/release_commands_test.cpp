@@ -29,7 +29,7 @@ class ReleaseTest : public CommandTest {
     info.review["contactPhone"] = "+43 1";
     for (auto& [locale, fields] : info.texts) {
       fields["whatsNew"] = "Faster.";
-      fields["keywords"] = "sky";
+      fields["keywords"] = "cloud";
     }
     for (auto& build : state.testFlight.builds) {
       if (build.platform != "ios" || build.number != "43") continue;
@@ -136,7 +136,8 @@ TEST_F(ReleaseTest, CheckSaysWhatKeepsAVersionBack) {
               info(state).review.erase("contactEmail");
               state.kit.pages[1234567890].front().state = "draft";
             },
-            {{"metadata/app.json", R"({"contentRightsDeclaration": "USES_THIRD_PARTY_CONTENT"})"},
+            {{"metadata/listing/en-US.json", "{}"},
+             {"metadata/app.json", R"({"contentRightsDeclaration": "USES_THIRD_PARTY_CONTENT"})"},
              {"metadata/review.json", R"({"demoAccountRequired": true, "demoAccountName": "demo"})"},
              {"metadata/header/en-US/1.png", "?"},
              {"App/A.swift", swift}},
