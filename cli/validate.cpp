@@ -9,7 +9,6 @@
 #include "core/project/project.hpp"
 #include "core/release/release_check.hpp"
 #include "core/support/tasks.hpp"
-#include "core/support/text.hpp"
 
 namespace kestu {
 
@@ -34,8 +33,10 @@ Outcome<Remote> fetchRemote(Context& context, const ValidateOptions& options) {
     CheckedApp app = CheckedApp::find(client, options, context);
     return Remote{app, fetchAssetCatalog(client, app)};
   });
-  const auto* error = std::get_if<CLIError>(&remote);
-  if (error && (error->kind == Kind::usage || error->kind == Kind::outdated)) throw *error;
+  if (const auto* error = std::get_if<CLIError>(&remote)) {
+    bool isMisnamed = options.app.app && (error->kind == Kind::usage || error->kind == Kind::notFound);
+    if (isMisnamed || error->kind == Kind::outdated) throw *error;
+  }
   return remote;
 }
 

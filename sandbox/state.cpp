@@ -1,8 +1,8 @@
 #include "sandbox/state.hpp"
 
 #include "sandbox/kit.hpp"
-#include "sandbox/testflight.hpp"
 #include "sandbox/listing.hpp"
+#include "sandbox/testflight.hpp"
 
 #include <algorithm>
 #include <cstdlib>

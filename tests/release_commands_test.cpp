@@ -265,6 +265,10 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
                                              "note missing -", "note assets -"}));
   EXPECT_EQ(ran.err, "1 error, with 4 warnings.\n");
   EXPECT_TRUE(server.requests().empty());
+  std::filesystem::remove(repo.path() / "kestu.json");
+  signIn();
+  EXPECT_NE(run({"metadata", "validate"}).out.find("Apple's specs: Name an app, or run kestu link"), std::string::npos);
+  EXPECT_EQ(run({"metadata", "validate", "--app", "None"}).status, 7);
   write("yb", json::array());
   EXPECT_EQ(run({"metadata", "validate"}).err, "metadata/listing/yb.json isn't a JSON object.\n");
 }
