@@ -435,6 +435,34 @@ TEST(ReleaseCheck, AssetsByLanguage) {
                   "reach kestu: no route"});
 }
 
+TEST(ReleaseCheck, TheWhatsNewPage) {
+  const std::string none = "No What's New page for 1.9, though earlier versions had one.";
+  const std::string draft = "The 1.9 What's New page is a draft, so no one sees it: kestu kit whats-new publish 1.9";
+  const std::string page = "a b/whatsnew";
+  struct {
+    std::vector<WhatsNewPage> pages;
+    std::optional<std::string> repositoryPage;
+    std::string expected;
+  } rows[] = {
+      {{}, {}, ""},
+      {{{"1.10", {}, "published"}}, {}, ""}, // a later version's
+      {{{"1.8", {}, "draft"}}, {}, none},
+      {{{"1.8", "macos", "published"}}, {}, ""},
+      {{{"1.9", "macos", "published"}, {"1.8", "ios", "published"}}, {}, none},
+      {{{"1.9", {}, "published"}, {"1.8", {}, "published"}}, page, ""},
+      {{{"1.9", {}, "published"}, {"1.9", "ios", "draft"}}, page, draft},
+      {{{"1.9", "ios", "published"}, {"1.9", {}, "draft"}}, {}, ""},
+      {{{"1.8", {}, "published"}},
+       page,
+       "a b/whatsnew isn't uploaded to kestu: kestu kit whats-new upload 'a b/whatsnew' --version 1.9"},
+  };
+  for (const auto& row : rows) {
+    Lines expected;
+    if (!row.expected.empty()) expected.push_back("warning whatsnew - | " + row.expected);
+    EXPECT_EQ(lines(ReleaseCheck::whatsNew(row.pages, "1.9", "ios", row.repositoryPage)), expected);
+  }
+}
+
 TEST(ReleaseCheck, HowLongAppReviewTakes) {
   struct {
     ReleaseCheck::ReviewTime time;
