@@ -65,4 +65,10 @@ class UsageError : public std::exception {
   std::string message_;
 };
 
+/// What was asked is answered and written, and the answer is no: status 1 without another word.
+class NotPassed : public std::exception {
+ public:
+  const char* what() const noexcept override { return "not passed"; }
+};
+
 } // namespace kestu

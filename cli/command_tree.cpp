@@ -24,7 +24,7 @@ void expandMissing(Command& command) {
 }
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 9> built = {{
+  static constexpr std::array<std::pair<std::string_view, Expand>, 11> built = {{
       {"login", addLogin},
       {"logout", addLogout},
       {"whoami", addWhoami},
@@ -32,8 +32,10 @@ Expand expansion(std::string_view word) {
       {"link", addLink},
       {"config", addConfig},
       {"assets", addAssets},
-      {"kit", addKit},
+      {"builds", addBuilds},
       {"metadata", addMetadata},
+      {"release", addRelease},
+      {"kit", addKit},
   }};
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;

@@ -70,13 +70,14 @@ int runEntry(Context& context, const std::vector<std::string>& arguments) {
     if (!words.notice.empty()) context.console.error(words.notice);
     run(context, std::move(words.arguments));
   } catch (const CLIError& error) {
-    // A check that told its findings as its answer has nothing to add.
-    if (!error.description.empty()) context.console.error(error.description);
+    context.console.error(error.description);
     if (error.kind == CLIError::Kind::outdated) return error.status();
     status = error.status();
   } catch (const UsageError& error) {
     context.console.error(error.what());
     status = usageStatus;
+  } catch (const NotPassed&) {
+    status = failedStatus;
   } catch (const std::system_error& error) {
     context.console.error(printable(error.what()));
     status = failedStatus;

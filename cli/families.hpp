@@ -11,7 +11,10 @@ void addApps(Command& command);
 void addLink(Command& command);
 void addConfig(Command& command);
 void addAssets(Command& command);
-void addKit(Command& command);
+void addBuilds(Command& command);
 void addMetadata(Command& command);
+void addValidate(Command& metadataGroup);
+void addRelease(Command& command);
+void addKit(Command& command);
 
 } // namespace kestu

@@ -75,7 +75,7 @@ void runCheck(Context& context, const CheckOptions& options) {
       context.console,
       {{"flags", known.size()}, {"reads", json(reads)}, {"missing", json(flags.missing)}, {"unread", flags.unread}},
       options.quiet() ? "" : checkText(flags, known.size(), context.console.style()));
-  if (!flags.missing.empty()) throw CLIError(Kind::failed, "");
+  if (!flags.missing.empty()) throw NotPassed();
 }
 
 void addCheck(Command& group) {

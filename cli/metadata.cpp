@@ -104,7 +104,7 @@ StoreListing fetchListing(const Client& client, const MetadataTarget& target) {
 void addMetadata(Command& command) {
   addMetadataPull(command);
   addMetadataPush(command);
-  addMissing(command, "validate", "Check the repo's listing against Apple's limits before it's sent.");
+  addValidate(command);
   addMissing(command, "categories", "The app's App Store categories.");
   addMissing(command, "age-rating", "The app's age rating, and the answers it rests on.");
   addContentRights(command);

@@ -24,14 +24,20 @@ Answer list(State& state, const Call& call) {
   return Answer::json({{"apps", apps}});
 }
 
-json versionJson(const Version& version) {
-  return {{"versionId", version.versionId},
-          {"platform", version.platform},
-          {"version", version.version},
-          {"state", version.state},
-          {"createdAt", isoText(version.createdAt)},
-          {"releaseType", "manual"},
-          {"phased", false}};
+json versionJson(const State& state, const Version& version) {
+  json value{{"versionId", version.versionId},
+             {"platform", version.platform},
+             {"version", version.version},
+             {"state", version.state},
+             {"createdAt", isoText(version.createdAt)},
+             {"releaseType", version.releaseType},
+             {"phased", false}};
+  if (version.earliestReleaseDate) value["earliestReleaseDate"] = isoText(*version.earliestReleaseDate);
+  for (const auto& build : state.testFlight.builds) {
+    if (build.buildId != version.buildId) continue;
+    value["build"] = {{"buildId", build.buildId}, {"version", build.version}, {"number", build.number}};
+  }
+  return value;
 }
 
 Answer versions(State& state, const Call& call) {
@@ -40,7 +46,7 @@ Answer versions(State& state, const Call& call) {
   auto versions = json::array();
   for (const auto& version : state.versions) {
     if (version.appId != app.appId || (!wanted.empty() && version.platform != wanted)) continue;
-    versions.push_back(versionJson(version));
+    versions.push_back(versionJson(state, version));
   }
   return Answer::json({{"versions", versions}});
 }

@@ -8,7 +8,7 @@ namespace kestu::sandbox::Apps {
 
 Answer list(State& state, const Call& call);
 Answer versions(State& state, const Call& call);
-nlohmann::json versionJson(const Version& version);
+nlohmann::json versionJson(const State& state, const Version& version);
 
 // The platform that the query names; throws Refused when the app isn't on it.
 std::string platform(const App& app, const Call& call);

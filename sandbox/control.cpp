@@ -3,6 +3,7 @@
 #include "sandbox/accounts.hpp"
 #include "sandbox/kit.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/testflight.hpp"
 
 #include <fmt/format.h>
 
@@ -77,6 +78,11 @@ Fault faultOf(const json& body) {
 }
 
 void script(State& state, const json& body) {
+  if (body.contains("build")) {
+    auto& flight = state.testFlight;
+    flight.nextError = body["build"].value("error", std::string());
+    flight.processing = std::chrono::seconds(body["build"].value("seconds", flight.processing.count()));
+  }
   if (body.contains("signIn")) state.nextSignIn = body["signIn"].get<std::vector<std::string>>();
   if (!body.contains("plan")) return;
   const auto& plan = body["plan"];
@@ -157,6 +163,9 @@ json dump(const State& state, const Faults& faults) {
                                {"md5", each.md5},
                                {"size", each.size},
                                {"complete", each.complete}});
+  }
+  for (const auto& each : state.apps) {
+    value["testFlight"][std::to_string(each.appId)] = TestFlights::listing(state, each, "", "");
   }
   return value;
 }

@@ -133,7 +133,7 @@ Answer show(State& state, const Call& call) {
     for (const auto& [locale, fields] : own.texts) {
       for (const auto& [field, text] : fields) locales[locale][field] = text;
     }
-    answer["version"] = Apps::versionJson(*version);
+    answer["version"] = Apps::versionJson(state, *version);
     if (own.copyright) answer["copyright"] = *own.copyright;
     if (const auto review = reviewJson(own); !review.empty()) answer["review"] = review;
     if (!own.testNotes.empty()) answer["testNotes"] = own.testNotes;

@@ -8,6 +8,7 @@
 #include "sandbox/listing.hpp"
 #include "sandbox/page.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/testflight.hpp"
 
 #include <algorithm>
 #include <string_view>
@@ -44,6 +45,18 @@ constexpr Route routes[] = {
     {"GET", "/v1/apps/*/kit/flags", "kestukit", Kit::flags},
     {"GET", "/v1/apps/*/kit/whats-new", "kestukit", Kit::whatsNew},
     {"GET", "/files/*", "-", Assets::file},
+    {"GET", "/v1/apps/*/testflight/builds", "testflight", TestFlights::builds},
+    {"GET", "/v1/apps/*/testflight/groups", "testflight", TestFlights::groups},
+    {"POST", "/v1/apps/*/testflight/builds/wait", "testflight", TestFlights::wait, Holds::nothing},
+    {"POST", "/v1/apps/*/testflight/builds/*/expire", "testflight", TestFlights::expire},
+    {"POST", "/v1/apps/*/testflight/builds/*/compliance", "testflight", TestFlights::compliance},
+    {"POST", "/v1/apps/*/testflight/builds/*/submit", "testflight", TestFlights::submit},
+    {"POST", "/v1/apps/*/testflight/builds/*/groups", "testflight", TestFlights::distribute},
+    {"POST", "/v1/apps/*/testflight/builds/*/test-notes", "testflight", TestFlights::testNotes},
+    {"POST", "/v1/apps/*/testflight/uploads", "testflight", TestFlights::reserve},
+    {"POST", "/v1/apps/*/testflight/uploads/*/commit", "testflight", TestFlights::commit, Holds::nothing},
+    {"GET", "/v1/apps/*/testflight/uploads", "testflight", TestFlights::unfinished},
+    {"DELETE", "/v1/apps/*/testflight/uploads/*", "testflight", TestFlights::remove},
 };
 
 bool matches(std::string_view pattern, const std::vector<std::string>& segments) {

@@ -103,7 +103,8 @@ struct Server::Listener {
 };
 
 Server::Listener::Listener(Options options)
-    : state({options.approve, options.partSize, options.interval}, std::move(options.now)), router(state, faults) {
+    : state({options.approve, options.partSize, options.interval, options.holdsWaits}, std::move(options.now)),
+      router(state, faults) {
   if (options.tls) {
     certificate = std::make_unique<Certificate>();
     http = std::make_unique<httplib::SSLServer>(certificate->certificate(), certificate->key());
@@ -150,6 +151,7 @@ void Server::Listener::bind(int wanted) {
 // Connections that are kept alive would hold their threads until they time out, so they are ended here, also those
 // that are accepted while the library stops.
 Server::Listener::~Listener() {
+  state.ending = true;
   faults.stop();
   http->stop();
   while (!ended) {

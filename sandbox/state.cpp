@@ -2,6 +2,7 @@
 
 #include "sandbox/kit.hpp"
 #include "sandbox/listing.hpp"
+#include "sandbox/testflight.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -59,6 +60,7 @@ void State::reset() {
       addVersion(app.appId, platform, "1.2", "prepareforsubmission");
     }
   }
+  TestFlights::makeDemo(*this);
   Listing::addDemo(*this);
 }
 

@@ -2,9 +2,11 @@
 
 #include "sandbox/kit_state.hpp"
 #include "sandbox/listing_state.hpp"
+#include "sandbox/testflight_state.hpp"
 #include "sandbox/text.hpp"
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -72,6 +74,9 @@ struct Version {
   std::int64_t appId;
   std::string versionId, platform, version, state;
   Moment createdAt;
+  std::string buildId = {}; // of TestFlight's build that goes with it; empty without one
+  std::string releaseType = "manual";
+  std::optional<Moment> earliestReleaseDate = std::nullopt;
   std::vector<ShownLanguage> languages = {};
   int revision = 0; // counts the changes of what it shows
 };
@@ -114,12 +119,13 @@ struct Plan {
 };
 
 // Everything that the sandbox knows, and the uploaded bytes in a temporary folder that goes with it. Whatever reads or
-// writes a field holds `mutex`, but for `clock`, `folder` and the settings, which stay as they were made.
+// writes a field holds `mutex`, but for `ending`, and `clock`, `folder` and the settings, which stay as they were made.
 struct State {
   struct Settings {
     Approve approve = Approve::ask;
     std::uint64_t partSize = 16u << 20;
-    int interval = 5; // seconds between polls of a sign-in
+    int interval = 5;       // seconds between polls of a sign-in
+    bool holdsWaits = true; // a wait for a build is held until there is news, else answered at once
   };
 
   State(Settings settings, std::function<Moment()> clock);
@@ -141,6 +147,7 @@ struct State {
   const std::function<Moment()> clock;
   std::string origin; // set once, before the first call
   std::string folder;
+  std::atomic<bool> ending = false; // calls that are held are to be answered
 
   std::map<std::string, Grant> tokens;
   std::vector<SignIn> signIns;
@@ -151,6 +158,7 @@ struct State {
   Listings listings;
   std::map<std::string, Asset> assets;
   KitState kit;
+  TestFlight testFlight;
   std::vector<Plan> plans; // oldest first
   std::optional<Script> nextPlan;
   std::string announced; // the program version that answers announce, when not empty

@@ -200,12 +200,15 @@ TEST_F(PushTest, WhatArrivedIsNotSentAgain) {
   picture(folder + "03.png", 3);
   server.onNext({.path = "/upload/", .skip = 2, .times = -1, .status = 403});
   EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 1);
-  EXPECT_EQ(calls("POST /v1/apps/1234567890/assets/uploaded"), 1U);
+  std::size_t told = 0; // a file on its way may be stopped by the failure of another
+  for (const auto& request : server.requests()) {
+    if (request.path.ends_with("/uploaded")) told += nlohmann::json::parse(request.body)["assetIds"].size();
+  }
   server.faults().clear();
   server.forgetRequests();
   server.scriptNextPlan({});
   EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 0);
-  EXPECT_EQ(parts(), 1U);
+  EXPECT_EQ(parts(), 3 - told);
 }
 
 TEST(PartUploader, SendsEveryPartFromItsOwnOffset) {

@@ -128,6 +128,14 @@ std::string ago(Moment date, Moment now) {
   return dayText(localTime(date).day, localTime(now).day);
 }
 
+std::string until(Moment date, Moment now) {
+  auto left = std::chrono::floor<std::chrono::minutes>(date - now).count();
+  if (left < 1) return "now";
+  if (left < 60) return "in " + counted(left, "minute");
+  if (left < 24 * 60) return "in " + counted(left / 60, "hour");
+  return "in " + counted(left / (24 * 60), "day");
+}
+
 std::string day(std::string_view text) {
   auto isDigit = [](char byte) { return byte >= '0' && byte <= '9'; };
   constexpr std::string_view form = "0000-00-00";

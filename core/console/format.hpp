@@ -36,6 +36,9 @@ std::string moment(Moment date, Moment now);
 /// "just now", "5 minutes ago", "3 hours ago", "2 days ago", and after 30 days the day.
 std::string ago(Moment date, Moment now);
 
+/// How far ahead a moment is, in whole units of the largest kind: "in 6 days", "in 1 hour", "in 12 minutes", "now".
+std::string until(Moment date, Moment now);
+
 /// A calendar day "2026-11-21" as "21 Nov 2026"; any other text as it is.
 std::string day(std::string_view text);
 

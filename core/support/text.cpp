@@ -198,6 +198,10 @@ std::vector<std::string> words(std::string_view text) {
   return result;
 }
 
+char32_t caseFolded(char32_t value) {
+  return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(value), U_FOLD_CASE_DEFAULT));
+}
+
 std::vector<std::string> split(std::string_view text, char separator) {
   std::vector<std::string> result;
   while (true) {

@@ -30,6 +30,8 @@ std::string lowercased(std::string_view text);         ///< full Unicode lower-c
 std::string trimmed(std::string_view text);            ///< without Unicode white space at both ends
 std::vector<std::string> words(std::string_view text); ///< split at white space, no empty pieces
 
+char32_t caseFolded(char32_t value); ///< simple case folding
+
 /// Each piece between separators, empty ones too.
 std::vector<std::string> split(std::string_view text, char separator);
 std::string joined(const std::vector<std::string>& parts, std::string_view separator);

@@ -1,0 +1,141 @@
+#include "cli/check_options.hpp"
+#include "cli/context.hpp"
+#include "cli/families.hpp"
+#include "cli/outcome.hpp"
+#include "core/assets/asset_catalog.hpp"
+#include "core/console/printable.hpp"
+#include "core/listing/metadata.hpp"
+#include "core/project/git.hpp"
+#include "core/project/project.hpp"
+#include "core/release/release_check.hpp"
+#include "core/support/tasks.hpp"
+
+namespace kestu {
+
+namespace {
+
+using Kind = CLIError::Kind;
+
+struct ValidateOptions : CheckOptions {
+  std::optional<std::string> version;
+};
+
+/// What only the service knows.
+struct Remote {
+  CheckedApp app;
+  AssetCatalog catalog;
+};
+
+/// Without a sign-in or the service the repository's own part is checked all the same.
+Outcome<Remote> fetchRemote(Context& context, const ValidateOptions& options) {
+  auto remote = outcome([&] {
+    Client client = context.signedIn();
+    CheckedApp app = CheckedApp::find(client, options, context);
+    return Remote{app, fetchAssetCatalog(client, app)};
+  });
+  if (const auto* error = std::get_if<CLIError>(&remote)) {
+    bool isMisnamed = options.app.app && (error->kind == Kind::usage || error->kind == Kind::notFound);
+    if (isMisnamed || error->kind == Kind::outdated) throw *error;
+  }
+  return remote;
+}
+
+RepoListing read(const ValidateOptions& options, const std::filesystem::path& root, const std::string& platform) {
+  auto listing = options.layout.read(root, options.version, platform);
+  if (listing && !listing->isEmpty()) return *std::move(listing);
+  throw CLIError(Kind::notFound,
+                 "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).");
+}
+
+/// The language that the others are compared with when the service can't be asked.
+std::string likelyPrimary(const LocaleTexts& texts) {
+  if (texts.contains("en-US") || texts.empty()) return "en-US";
+  return texts.begin()->first;
+}
+
+void append(Findings& findings, Findings more) {
+  findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+Findings check(Context& context, const RepoListing& listing, const Git::Changes& changes, const Outcome<Remote>& remote,
+               const std::string& platform) {
+  using ReleaseCheck::Purpose;
+  auto root = Project::root(context.folder);
+  const auto* known = std::get_if<Remote>(&remote);
+  std::string primary = known ? known->app.primaryLocale : "";
+  Findings findings;
+  bool guessed = primary.empty() && listing.texts.size() > 1;
+  if (primary.empty()) primary = likelyPrimary(listing.texts);
+  append(findings, ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform));
+  append(findings, ReleaseCheck::translations(listing.files, changes, primary));
+  if (guessed) {
+    findings.push_back({Level::note, "missing", std::nullopt,
+                        primary + " was taken for the primary language, which only kestu knows."});
+  }
+  if (const auto* why = std::get_if<CLIError>(&remote)) {
+    append(findings, ReleaseCheck::assets(root, *why, Level::note));
+    return findings;
+  }
+  ScanOptions scan;
+  scan.platform = platform;
+  scan.probe = context.probe;
+  scan.stop = context.stop;
+  append(findings, context.console.during([&] { return ReleaseCheck::assets(root, known->catalog, scan); }));
+  return findings;
+}
+
+void runValidate(Context& context, const ValidateOptions& options) {
+  auto root = Project::root(context.folder);
+  std::string platform = options.platform.value_or("ios");
+  RepoListing listing = read(options, root, platform);
+  Outcome<Remote> remote;
+  Git::Changes changes;
+  {
+    Console::Busy busy(context.console);
+    fewAtOnce(2, 2, context.stop, [&](std::size_t index, const std::stop_token& stop) {
+      if (index == 0) remote = fetchRemote(context, options);
+      if (index == 1) {
+        changes = SystemGit(stop).lastChanged(ReleaseCheck::paths(listing.files), root, context.clock.now());
+      }
+    });
+  }
+  if (const auto* known = std::get_if<Remote>(&remote); known && known->app.platform != platform) {
+    platform = known->app.platform;
+    listing = read(options, root, platform);
+  }
+  warnOfTrackedPassword(context, listing);
+  Findings findings = check(context, listing, changes, remote, platform);
+  options.write(context, findings);
+  std::string sum = ReleaseCheck::summary(findings);
+  bool fails = ReleaseCheck::fails(findings, options.strict);
+  if (fails) {
+    options.say(context.console, sum + ".");
+    throw NotPassed();
+  }
+  options.say(context.console,
+              "✓ The repo's listing keeps to Apple's limits" + (sum.empty() ? "" : ", with " + sum) + ".");
+}
+
+} // namespace
+
+void addValidate(Command& metadataGroup) {
+  Command& command =
+      metadataGroup.add("validate", "Check the repo's listing: exits 1 on an error, and with --strict on a warning.");
+  command.discussion =
+      "Checks what the repo has: Apple's limits, placeholder text, keywords, translations older than the primary "
+      "language's, and the assets (videos only where kestu can measure them). Sends nothing. Without a sign-in or "
+      "the network all but the assets is checked. kestu release check looks at what App Store Connect will have.";
+  auto options = std::make_shared<ValidateOptions>();
+  command.argument({"version", "The version whose texts are checked, as 1.2. The highest in the repo when left out.",
+                    [options](const std::string& value) {
+                      if (!Metadata::versionShape(value)) {
+                        throw UsageError(printable(value) + " can't be a version: it's a number, as 1.2.");
+                      }
+                      options->version = value;
+                    },
+                    false});
+  options->declare(command);
+  command.run = [options](Context& context) { runValidate(context, *options); };
+}
+
+} // namespace kestu

@@ -1,0 +1,143 @@
+#include "core/builds/build_wait.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace kestu {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::chrono::seconds longestCall = 25s;
+constexpr std::chrono::seconds pause = 5s;
+
+/// One wait, from its first call to its end.
+class Waiting {
+ public:
+  Waiting(const BuildWait::Goal& goal, std::chrono::minutes timeout, const Client& client, const std::string& appPath,
+          const BuildWait::Listener& listener)
+      : goal_(goal), client_(client), path_(appPath + "/testflight/builds/wait"), listener_(listener),
+        clock_(client.context().clock), deadline_(clock_.continuous() + timeout) {}
+
+  std::optional<BuildWait::Reached> run() {
+    Console::Busy busy(client_.context().console);
+    do {
+      auto asked = clock_.continuous();
+      std::optional<HTTPAnswer> answer = ask();
+      bool news = false;
+      if (answer) {
+        auto wait = client_.decoded(std::move(*answer), BuildsWait::read);
+        cursor_ = wait.value.cursor;
+        news = look(wait.value);
+        if (reached_) return reachedIn(wait);
+      }
+      // The service holds a call until there is news; one that doesn't isn't asked without a pause.
+      bool held = clock_.continuous() - asked >= 1s;
+      if (!answer || !(news || held)) rest();
+    } while (left() > 0s);
+    if (lost_ && !answered_) throw *lost_;
+    return std::nullopt;
+  }
+
+ private:
+  std::chrono::nanoseconds left() const { return std::max(0ns, deadline_ - clock_.continuous()); }
+
+  void rest() {
+    auto length = std::min<std::chrono::nanoseconds>(pause, left());
+    if (length > 0s) clock_.sleep(std::chrono::ceil<std::chrono::milliseconds>(length), client_.context().stop);
+  }
+
+  nlohmann::json request() const {
+    auto seconds = std::min<std::chrono::seconds>(longestCall, std::chrono::ceil<std::chrono::seconds>(left()));
+    nlohmann::json body = {{"platform", goal_.platform}, {"testable", goal_.testable}, {"seconds", seconds.count()}};
+    if (goal_.build.version) body["version"] = *goal_.build.version;
+    if (goal_.build.number) body["number"] = *goal_.build.number;
+    if (goal_.build.id) body["buildId"] = *goal_.build.id;
+    if (cursor_) body["cursor"] = *cursor_;
+    return body;
+  }
+
+  /// None when no answer came, or the service says that it can't answer now.
+  std::optional<HTTPAnswer> ask() {
+    try {
+      HTTPAnswer answer = client_.send("POST", path_, {}, Client::encoded(request()));
+      if (answer.status >= 500) throw client_.error(answer.status, answer.body);
+      answered_ = true;
+      lost_.reset();
+      return answer;
+    } catch (const CLIError& error) {
+      if (error.kind != CLIError::Kind::unavailable) throw;
+      if (!lost_ && listener_.connectionLost) listener_.connectionLost(error.description);
+      lost_ = error;
+      return std::nullopt;
+    }
+  }
+
+  /// Whether the answer says anything new.
+  bool look(const BuildsWait& wait) {
+    std::vector<ManagedBuild> builds = wait.builds ? wait.builds->builds : std::vector<ManagedBuild>();
+    std::erase_if(builds, [&](const ManagedBuild& build) {
+      return std::find(goal_.past.begin(), goal_.past.end(), build.buildId) != goal_.past.end();
+    });
+    const ManagedBuild* build = goal_.build.among(builds, goal_.platform);
+    if (!build) {
+      if (!goal_.listed && !seen_ && !std::exchange(unlistedSaid_, true) && listener_.notListed) listener_.notListed();
+      return false;
+    }
+    bool over = BuildWait::over(*build, goal_.testable);
+    std::string state = build->stateText();
+    bool news = seen_ != state;
+    seen_ = state;
+    if (over) {
+      reached_ = *build;
+    } else if (news && listener_.moved) {
+      listener_.moved(*build);
+    }
+    return news;
+  }
+
+  BuildWait::Reached reachedIn(const Response<BuildsWait>& wait) const {
+    nlohmann::json json;
+    JSONValue answer = JSONValue::parse(wait.body);
+    for (const JSONValue& build : answer.at("builds").at("builds").list()) {
+      if (build.at("buildId").text() == reached_->buildId) json = build.raw();
+    }
+    return {*reached_, json.dump()};
+  }
+
+  const BuildWait::Goal& goal_;
+  const Client& client_;
+  const std::string path_;
+  const BuildWait::Listener& listener_;
+  Clock& clock_;
+  const std::chrono::nanoseconds deadline_;
+  std::optional<std::string> cursor_;
+  std::optional<std::string> seen_; // the last state, once it was listed
+  std::optional<ManagedBuild> reached_;
+  std::optional<CLIError> lost_; // why the last call had no answer
+  bool answered_ = false;
+  bool unlistedSaid_ = false;
+};
+
+} // namespace
+
+BuildsWait BuildsWait::read(const JSONValue& value) {
+  return {value.at("cursor").text(), value.find("polling", &JSONValue::integer),
+          value.find("builds", TestFlightBuilds::read)};
+}
+
+bool BuildWait::over(const ManagedBuild& build, bool testable) {
+  BuildState state = build.stateKind();
+  bool never = state == BuildState::failed || state == BuildState::invalid || state == BuildState::expired;
+  return never || (testable ? build.testable() : build.processed());
+}
+
+std::optional<BuildWait::Reached> BuildWait::until(const Goal& goal, std::chrono::minutes timeout, const Client& client,
+                                                   const std::string& appPath, const Listener& listener) {
+  return Waiting(goal, timeout, client, appPath, listener).run();
+}
+
+} // namespace kestu

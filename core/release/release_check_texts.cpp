@@ -1,0 +1,148 @@
+#include "core/release/placeholder.hpp"
+#include "core/release/release_check.hpp"
+#include "core/release/web_address.hpp"
+#include "core/support/text.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+namespace kestu::ReleaseCheck {
+
+namespace {
+
+using enum ListingField;
+
+bool isLookedAt(ListingField field, Purpose purpose) { return purpose != Purpose::out || field == promotionalText; }
+
+/// What App Store Connect wants of every language before it lets a version go to App Review.
+bool isRequired(ListingField field, Purpose purpose, std::string_view platform) {
+  if (purpose == Purpose::out || purpose == Purpose::repository) return false;
+  switch (field) {
+  case name:
+  case description:
+  case keywords:
+  case supportUrl:
+    return true;
+  case whatsNew:
+    return purpose == Purpose::update;
+  case privacyPolicyUrl:
+    return platform != "tvos"; // an Apple TV app's policy is a text
+  default:
+    return false;
+  }
+}
+
+bool has(const LocaleText& text, ListingField field) { return text[field] && !text[field]->empty(); }
+
+void checkLength(Findings& findings, const std::string& locale, const ListingFieldFacts& field,
+                 const std::string& value) {
+  bool inBytes = field.field == keywords;
+  // There are never more characters than bytes, and counting them takes its time.
+  if (field.limit && value.size() > *field.limit) {
+    std::size_t count = inBytes ? value.size() : Text::characters(value);
+    if (count > *field.limit) {
+      findings.push_back({Level::error, "limit", locale,
+                          fmt::format("{}: {} {} {} {}, {} at most.", locale, field.label, inBytes ? "are" : "is",
+                                      count, inBytes ? "bytes" : "characters", *field.limit)});
+    }
+  }
+  if (field.field == name && Text::characters(value) < 2) {
+    findings.push_back({Level::error, "limit", locale, locale + ": name is under 2 characters."});
+  }
+}
+
+void checkField(Findings& findings, const std::string& locale, const ListingFieldFacts& field,
+                const std::string& value) {
+  checkLength(findings, locale, field, value);
+  if (field.isURL && !isWebAddress(value)) {
+    findings.push_back(
+        {Level::error, "url", locale, fmt::format("{}: {} isn't a web address: {}", locale, field.label, value)});
+  }
+  // A warning: "your text" is what some apps are about, and TODO is a word of Spanish.
+  if (auto found = placeholderIn(value)) {
+    findings.push_back({Level::warning, "placeholder", locale,
+                        fmt::format("{}: {} has \"{}\", which reads as placeholder text.", locale, field.label,
+                                    Text::joined(Text::words(*found), " "))});
+  }
+}
+
+void checkGaps(Findings& findings, const std::string& locale, const LocaleText& text, const LocaleText* primaryText,
+               const std::string& primary, Purpose purpose, std::string_view platform) {
+  std::vector<std::string> required;
+  std::vector<std::string> missing;
+  for (const ListingFieldFacts& field : listingFields()) {
+    if (has(text, field.field) || !isLookedAt(field.field, purpose)) continue;
+    if (isRequired(field.field, purpose, platform)) {
+      required.emplace_back(field.label);
+    } else if (primaryText && has(*primaryText, field.field)) {
+      missing.emplace_back(field.label);
+    }
+  }
+  if (!required.empty()) {
+    findings.push_back({Level::error, "required", locale,
+                        fmt::format("{}: no {}, which App Review needs.", locale, list(required, true))});
+  }
+  if (!missing.empty()) {
+    findings.push_back({Level::warning, "missing", locale,
+                        fmt::format("{}: no {}, which {} has.", locale, list(missing, true), primary)});
+  }
+}
+
+} // namespace
+
+Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform) {
+  Findings findings;
+  auto primaryText = texts.find(primary);
+  for (const auto& [locale, text] : texts) {
+    for (const ListingFieldFacts& field : listingFields()) {
+      const auto& value = text[field.field];
+      if (value && isLookedAt(field.field, purpose)) checkField(findings, locale, field, *value);
+    }
+    bool compared = primaryText != texts.end() && locale != primary;
+    checkGaps(findings, locale, text, compared ? &primaryText->second : nullptr, primary, purpose, platform);
+    if (purpose == Purpose::out) continue;
+    Findings ofKeywords = ReleaseCheck::keywords(text, locale);
+    findings.insert(findings.end(), ofKeywords.begin(), ofKeywords.end());
+  }
+  return findings;
+}
+
+Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary) {
+  Findings findings;
+  auto ofPrimary = files.find(primary);
+  if (ofPrimary == files.end()) return findings;
+  for (const auto& [locale, fields] : files) {
+    if (locale == primary || locale == "default") continue;
+    for (const auto& [field, path] : fields) {
+      auto primaryPath = ofPrimary->second.find(field);
+      if (primaryPath == ofPrimary->second.end()) continue;
+      auto own = lastChanged.find(path);
+      auto of = lastChanged.find(primaryPath->second);
+      if (own == lastChanged.end() || of == lastChanged.end() || own->second >= of->second) continue;
+      findings.push_back({Level::warning, "stale", locale,
+                          fmt::format("{}: {} last changed before {}'s, so may not say what it says now.", locale,
+                                      facts(field).label, primary)});
+    }
+  }
+  return findings;
+}
+
+Findings translations(const FieldFiles& files, const Git::Changes& changes, const std::string& primary) {
+  if (!changes.unknown) return stale(files, changes.dates, primary);
+  auto isTranslation = [&](const auto& language) { return language.first != primary && language.first != "default"; };
+  if (!files.contains(primary) || std::none_of(files.begin(), files.end(), isTranslation)) return {};
+  return {{Level::note, "stale", std::nullopt,
+           fmt::format("Whether translations are older than {}'s wasn't checked: {}.", primary, *changes.unknown)}};
+}
+
+std::vector<std::string> paths(const FieldFiles& files) {
+  std::set<std::string> paths;
+  for (const auto& [locale, fields] : files) {
+    for (const auto& [field, path] : fields) paths.insert(path);
+  }
+  return {paths.begin(), paths.end()};
+}
+
+} // namespace kestu::ReleaseCheck

@@ -1,0 +1,530 @@
+#include "core/console/format.hpp"
+#include "core/release/finding_table.hpp"
+#include "core/release/placeholder.hpp"
+#include "core/release/release_check.hpp"
+#include "core/release/web_address.hpp"
+#include "core/support/json.hpp"
+#include "tests/support/fake_clock.hpp"
+#include "tests/support/temporary_folder.hpp"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+using enum ListingField;
+using ReleaseCheck::Purpose;
+using std::chrono::hours, std::chrono::seconds;
+using Lines = std::vector<std::string>;
+
+const Moment now = FakeClock().now();
+
+Lines lines(const Findings& findings) {
+  Lines lines;
+  for (const Finding& each : findings) {
+    lines.push_back(std::string(rawValue(each.level)) + " " + each.rule + " " + each.locale.value_or("-") + " | " +
+                    each.message);
+  }
+  return lines;
+}
+
+std::string repeated(const std::string& text, std::size_t count) {
+  std::string result;
+  for (std::size_t i = 0; i < count; ++i) result += text;
+  return result;
+}
+
+LocaleText text(const std::map<ListingField, std::string>& values) {
+  LocaleText text;
+  for (const auto& [field, value] : values) text[field] = value;
+  return text;
+}
+
+LocaleText whole() {
+  return text({{name, "Daylight"},
+               {description, "The weather."},
+               {keywords, "sun,rain"},
+               {whatsNew, "Faster."},
+               {supportUrl, "https://example.com"},
+               {privacyPolicyUrl, "https://example.com/privacy"}});
+}
+
+TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
+  const std::string family = "👩‍👩‍👧‍👦";
+  struct {
+    ListingField field;
+    std::string value;
+    std::string message; // after the locale
+  } rows[] = {
+      {name, std::string(30, 'n'), ""},
+      {name, std::string(31, 'n'), "name is 31 characters, 30 at most."},
+      {name, repeated(family, 30), ""},
+      {name, repeated(family, 31), "name is 31 characters, 30 at most."},
+      {name, repeated("e\u0301", 30), ""},
+      {name, "日", "name is under 2 characters."},
+      {name, family, "name is under 2 characters."},
+      {name, "日本", ""},
+      {subtitle, std::string(31, 's'), "subtitle is 31 characters, 30 at most."},
+      {subtitle, "s", ""},
+      {description, repeated("ä", 4000), ""},
+      {description, repeated("ä", 4001), "description is 4001 characters, 4000 at most."},
+      {whatsNew, std::string(4001, 'w'), "what's new is 4001 characters, 4000 at most."},
+      {promotionalText, repeated("日", 170), ""},
+      {promotionalText, std::string(171, 'p'), "promotional text is 171 characters, 170 at most."},
+      {keywords, std::string(100, 'k'), ""},
+      {keywords, std::string(99, 'k') + "ä", "keywords are 101 bytes, 100 at most."},
+      {keywords, repeated("日", 33) + "k", ""},
+      {marketingUrl, "https://example.com/" + std::string(5000, 'u'), ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(facts(row.field).label) + ": " + row.message);
+    Lines expected;
+    if (!row.message.empty()) expected.push_back("error limit de-DE | de-DE: " + row.message);
+    EXPECT_EQ(lines(ReleaseCheck::texts({{"de-DE", text({{row.field, row.value}})}}, "", Purpose::repository, "ios")),
+              expected);
+  }
+}
+
+TEST(ReleaseCheck, FindsPlaceholders) {
+  struct {
+    std::string text;
+    std::string found;
+  } rows[] = {
+      {"LOREM Ipsum dolor", "LOREM Ipsum"},
+      {"lorem  ipsum", ""}, // one blank, as written by generators of filler
+      {"florem ipsum", ""},
+      {"Lorem ipsums", ""},
+      {"Your Text", "Your Text"},
+      {"edit your texts", ""},
+      {"(placeholder)", "placeholder"},
+      {"placeholder_1", ""},
+      {"placeholderé", ""},
+      {"placeholder\u0301", ""}, // the mark belongs to the word
+      {"éplaceholder", ""},
+      {"プplaceholder", ""},
+      {"★placeholder★", "placeholder"},
+      {"todo", ""},
+      {"TODO", "TODO"},
+      {"TODOS", ""},
+      {"x TODO_ FIXME", "FIXME"},
+      {"TBD later, text here", "text here"}, // filler before reminders
+      {"2TBD", ""},
+      {"Todo, fixme, tbd", ""},
+      {"TODO\xFF", "TODO"},
+      {"", ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    EXPECT_EQ(placeholderIn(row.text).value_or(""), row.found);
+  }
+}
+
+TEST(ReleaseCheck, TellsWebAddresses) {
+  for (const char* text : {"https://example.com", "HTTPS://Example.com/a?b#c", "http://user:pw@example.com:8080",
+                           "https://[::1]:443/", "https://bücher.example/ä", "https://example.com/a%20b", "http://x"}) {
+    EXPECT_TRUE(isWebAddress(text)) << text;
+  }
+  for (const char* text : {"",
+                           "example.com",
+                           "ftp://example.com",
+                           "https://",
+                           "https:///path",
+                           "https://?q",
+                           "https:example.com",
+                           "https//example.com",
+                           "https://exa mple.com",
+                           " https://example.com",
+                           "https://example.com/\n",
+                           "https://:80",
+                           "https://user@/",
+                           "https://[]/",
+                           "https://[::1",
+                           "https://example.com:port",
+                           "https://example.com/%2",
+                           "https://example.com/<id>",
+                           "xhttps://example.com",
+                           "https://exam\xFFple.com",
+                           "mailto://a@example.com"}) {
+    EXPECT_FALSE(isWebAddress(text)) << text;
+  }
+}
+
+TEST(ReleaseCheck, FindsWasteInKeywords) {
+  struct {
+    std::string keywords, name, subtitle;
+    Lines messages; // after the locale
+  } rows[] = {
+      {"sun,rain", "Daylight", "Weather", {}},
+      {"sun, rain", "", "", {": keywords have spaces after commas, which use up bytes of the 100."}},
+      {" sun,rain ,,", "", "", {}},
+      {"sun,\u3000rain", "", "", {": keywords have spaces after commas, which use up bytes of the 100."}},
+      {"sun,Äpfel,äpfel,SUN,sun", "", "", {": the keywords repeat äpfel and sun twice."}},
+      {"sun,suns", "", "", {}},
+      {"weather,day,light rain",
+       "Daylight: Weather",
+       "Rain & light!",
+       {": the keywords have weather and light rain from the name or subtitle, which the App Store searches anyway."}},
+      {"wetter karte", "Wetter", "", {}},
+      {"Sun, sun",
+       "Sun",
+       "",
+       {": keywords have spaces after commas, which use up bytes of the 100.", ": the keywords repeat sun twice.",
+        ": the keywords have sun from the name or subtitle, which the App Store searches anyway."}},
+      {"&,-", "A & B - C", "", {}},
+      {"", "", "", {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.keywords);
+    Lines expected;
+    for (const std::string& message : row.messages) expected.push_back("warning keywords fr-FR | fr-FR" + message);
+    LocaleText one = text({{keywords, row.keywords}, {name, row.name}, {subtitle, row.subtitle}});
+    EXPECT_EQ(lines(ReleaseCheck::keywords(one, "fr-FR")), expected);
+  }
+}
+
+TEST(ReleaseCheck, SaysWhatALanguageLacks) {
+  LocaleText primary = whole();
+  primary[subtitle] = "Weather";
+  primary[promotionalText] = "New";
+  const std::string many = "description, keywords, what's new";
+  struct {
+    Purpose purpose;
+    const char* platform;
+    std::vector<ListingField> kept; // of the primary language's text
+    std::string required, missing;
+  } rows[] = {
+      {Purpose::update,
+       "ios",
+       {},
+       "name, " + many + ", support URL or privacy policy URL",
+       "subtitle or promotional text"},
+      {Purpose::update, "ios", whole().given(), "", "subtitle or promotional text"},
+      {Purpose::update, "ios", primary.given(), "", ""},
+      {Purpose::firstVersion,
+       "macos",
+       {name, subtitle, description, keywords, promotionalText, supportUrl},
+       "privacy policy URL",
+       "what's new"},
+      {Purpose::update, "tvos", {name, subtitle}, many + " or support URL", "promotional text or privacy policy URL"},
+      {Purpose::out, "ios", {name}, "", "promotional text"},
+      {Purpose::repository,
+       "ios",
+       {name, subtitle},
+       "",
+       many + ", promotional text, support URL or privacy policy URL"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.required + " | " + row.missing);
+    LocaleText other;
+    for (ListingField field : row.kept) other[field] = primary[field];
+    Lines expected;
+    if (!row.required.empty()) {
+      expected.push_back("error required de-DE | de-DE: no " + row.required + ", which App Review needs.");
+    }
+    if (!row.missing.empty()) {
+      expected.push_back("warning missing de-DE | de-DE: no " + row.missing + ", which en-US has.");
+    }
+    EXPECT_EQ(lines(ReleaseCheck::texts({{"de-DE", other}, {"en-US", primary}}, "en-US", row.purpose, row.platform)),
+              expected);
+  }
+  EXPECT_EQ(lines(ReleaseCheck::texts({}, "en-US", Purpose::update, "ios")), Lines{});
+  LocaleTexts out = {{"ja", text({{name, "N"}, {supportUrl, "ftp:"}, {keywords, "a, a"}})}};
+  EXPECT_EQ(lines(ReleaseCheck::texts(out, "ja", Purpose::out, "ios")), Lines{}) << "only promotional text counts";
+}
+
+TEST(ReleaseCheck, ListsALanguagesFaultsInOrder) {
+  LocaleText bad = text({{name, "X"},
+                         {description, "lorem IPSUM " + std::string(4000, 'd')},
+                         {keywords, "sun, sun"},
+                         {supportUrl, "example.com"},
+                         {marketingUrl, "https://TODO.example"}});
+  LocaleTexts texts = {{"fr-FR", bad}, {"en-US", whole()}, {"de-DE", bad}};
+  Lines expected;
+  for (const std::string locale : {"de-DE", "fr-FR"}) {
+    auto add = [&](const std::string& kind, const std::string& message) {
+      expected.push_back(kind + " " + locale + " | " + locale + message);
+    };
+    add("error limit", ": name is under 2 characters.");
+    add("error limit", ": description is 4012 characters, 4000 at most.");
+    add("warning placeholder", ": description has \"lorem IPSUM\", which reads as placeholder text.");
+    add("warning placeholder", ": marketing URL has \"TODO\", which reads as placeholder text.");
+    add("error url", ": support URL isn't a web address: example.com");
+    add("error required", ": no what's new or privacy policy URL, which App Review needs.");
+    add("warning keywords", ": keywords have spaces after commas, which use up bytes of the 100.");
+    add("warning keywords", ": the keywords repeat sun twice.");
+  }
+  EXPECT_EQ(lines(ReleaseCheck::texts(texts, "en-US", Purpose::update, "ios")), expected);
+}
+
+TEST(ReleaseCheck, TranslationsOlderThanThePrimary) {
+  ReleaseCheck::FieldFiles files = {
+      {"de-DE", {{name, "de/name"}, {subtitle, "de/subtitle"}, {keywords, "de/keywords"}}},
+      {"default", {{name, "default/name"}}},
+      {"en-US", {{name, "en/name"}, {subtitle, "en/subtitle"}, {description, "en/d"}}},
+      {"fr-FR", {{name, "fr/name"}, {description, "fr/d"}}}};
+  std::map<std::string, Moment> changed = {
+      {"en/name", now},          {"en/subtitle", now},       {"de/name", now - seconds(1)}, {"de/subtitle", now},
+      {"de/keywords", Moment()}, {"default/name", Moment()}, {"fr/name", now + seconds(1)}, {"en/d", now},
+  };
+  EXPECT_EQ(lines(ReleaseCheck::stale(files, changed, "en-US")),
+            Lines{"warning stale de-DE | de-DE: name last changed before en-US's, so may not say what it says now."});
+  EXPECT_EQ(lines(ReleaseCheck::stale(files, changed, "ja")), Lines{});
+}
+
+StoreVersion version12(const std::string& state) {
+  StoreVersion version;
+  version.version = "1.2";
+  version.state = state;
+  return version;
+}
+
+TEST(ReleaseCheck, TheVersionAndItsBuild) {
+  constexpr int far = 24 * 60;
+  const std::string review = "rejected"; // sent back, so to be prepared again
+  struct {
+    std::string state, buildState; // none where empty
+    int hoursLeft;                 // of the build in TestFlight
+    const char* platform;
+    std::string expected; // a line each
+  } rows[] = {
+      {"prepareforsubmission", "readyforexternal", far, "ios", ""},
+      {"", "", far, "ios", "error version: App Store Connect has no 1.2 yet: kestu release prepare 1.2 makes it."},
+      {"", "", far, "macos",
+       "error version: App Store Connect has no 1.2 yet: kestu release prepare 1.2 --platform macos makes it."},
+      {"inreview", "readyforexternal", far, "ios", "error version: App Review has 1.2 already (in review)."},
+      {"pendingappleRelease", "readyforexternal", far, "ios", ""}, // a state that isn't known
+      {"pendingapplerelease", "expired", 0, "ios",
+       "error version: App Review has 1.2 already (waiting for Apple to release it)."},
+      {"replacedwithnewversion", "expired", 0, "ios", "error version: 1.2 is on the App Store already."},
+      {review, "", far, "ios", "error build: 1.2 has no build: kestu release prepare 1.2"},
+      {review, "unread", far, "ios", ""}, // what nothing is known of is said elsewhere
+      {review, "uploading", far, "ios", "error build: 1.2 (45) is still being uploaded."},
+      {review, "processing", far, "ios", "error build: Apple is still processing 1.2 (45)."},
+      {review, "failed", far, "ios", "error build: Apple couldn't process 1.2 (45)."},
+      {review, "invalid", far, "ios", "error build: Apple couldn't process 1.2 (45): No icon."},
+      {review, "missingcompliance", far, "tvos",
+       "error build: 1.2 (45)'s export compliance isn't answered: kestu builds compliance '1.2 (45)' --platform tvos"},
+      {review, "readyforinternal", 24 * 7, "ios", ""},
+      {review, "readyforinternal", 24 * 7 - 1, "ios",
+       "warning build: 1.2 (45) expires in TestFlight in 6 days, maybe before App Review gets to it."},
+      {review, "readyforinternal", 1, "ios",
+       "warning build: 1.2 (45) expires in TestFlight in 1 hour, maybe before App Review gets to it."},
+      {review, "readyforinternal", 0, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
+      {review, "readyforinternal", -1, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
+      {review, "expired", far, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
+      {review, "processing", 47, "ios",
+       "error build: Apple is still processing 1.2 (45).\n"
+       "warning build: 1.2 (45) expires in TestFlight in 1 day, maybe before App Review gets to it."},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.state + " " + row.buildState + " " + std::to_string(row.hoursLeft));
+    std::optional<StoreVersion> stored;
+    if (!row.state.empty()) stored = version12(row.state);
+    std::optional<ManagedBuild> build;
+    if (stored && !row.buildState.empty()) stored->build = StoreVersion::Build{"b45", "1.2", "45"};
+    if (row.buildState != "unread" && !row.buildState.empty()) {
+      build.emplace();
+      build->version = "1.2";
+      build->number = "45";
+      build->state = row.buildState;
+      build->expiresAt = now + hours(row.hoursLeft);
+      if (row.buildState == "invalid") build->uploadError = "No icon.";
+    }
+    std::string found;
+    for (const Finding& each : ReleaseCheck::version(stored, "1.2", row.platform, build, now)) {
+      found += (found.empty() ? "" : "\n") + std::string(rawValue(each.level)) + " " + each.rule + ": " + each.message;
+    }
+    EXPECT_EQ(found, row.expected);
+  }
+}
+
+TEST(ReleaseCheck, ScheduledReleases) {
+  StoreVersion version = version12("inreview");
+  version.releaseType = "scheduled";
+  auto scheduled = [&] {
+    for (const Finding& each : ReleaseCheck::version(version, "1.2", "ios", std::nullopt, now)) {
+      if (each.rule == "scheduled") return each.message;
+    }
+    return std::string();
+  };
+  EXPECT_EQ(scheduled(), "");
+  version.earliestReleaseDate = now + seconds(1);
+  EXPECT_EQ(scheduled(), "");
+  version.earliestReleaseDate = now;
+  EXPECT_EQ(scheduled(),
+            "1.2's scheduled release, " + Format::moment(now, now) + ", has passed: it goes out once approved.");
+  version.releaseType = "manual";
+  EXPECT_EQ(scheduled(), "");
+}
+
+TEST(ReleaseCheck, ContentRights) {
+  constexpr auto uses = ContentRights::usesThirdPartyContent;
+  constexpr auto doesNot = ContentRights::doesNotUseThirdPartyContent;
+  struct {
+    std::optional<ContentRights> answered, repository;
+    std::optional<Level> level;
+  } rows[] = {
+      {{}, {}, Level::error}, {uses, {}, {}}, {uses, uses, {}}, {uses, doesNot, Level::note}, {{}, uses, Level::note},
+  };
+  for (const auto& row : rows) {
+    Findings findings = ReleaseCheck::contentRights(row.answered, row.repository);
+    EXPECT_EQ(findings.empty() ? std::nullopt : std::optional(findings[0].level), row.level);
+  }
+}
+
+TEST(ReleaseCheck, WhatAppReviewIsTold) {
+  auto contact = [](const char* first, const char* last, const char* phone, const char* email) {
+    return ReviewInfo{.contactFirstName = first, .contactLastName = last, .contactPhone = phone, .contactEmail = email};
+  };
+  ReviewInfo all = contact("A", "B", "1", "a@example.com");
+  ReviewInfo account = all;
+  account.demoAccountRequired = true;
+  ReviewInfo named = account;
+  named.demoAccountName = "demo";
+  ReviewInfo long1 = all;
+  long1.notes = repeated("ä", 4000);
+  ReviewInfo long2 = all;
+  long2.notes = repeated("ä", 4001);
+  const std::string password =
+      "note review - | App Review needs a demo account: Apple never gives its password back, so set "
+      "KESTU_REVIEW_DEMO_PASSWORD, or demoAccountPassword in metadata/review.json, to send it.";
+  struct {
+    ReviewInfo review;
+    bool hasPassword;
+    Lines expected;
+  } rows[] = {
+      {all, false, {}},
+      {{}, false, {"error review - | App Review's contact has no first name, last name, phone and email."}},
+      {contact("A", "", "1", "e"), false, {"error review - | App Review's contact has no last name."}},
+      {contact("", "B", "", "e"), false, {"error review - | App Review's contact has no first name and phone."}},
+      {account, false, {"error review - | App Review needs a demo account, and has no name for it.", password}},
+      {named, false, {password}},
+      {named, true, {}},
+      {long1, false, {}},
+      {long2, false, {"error review - | App Review's notes are 4001 characters, 4000 at most."}},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(lines(ReleaseCheck::review(row.review, row.hasPassword)), row.expected);
+  }
+}
+
+TEST(ReleaseCheck, AssetsByLanguage) {
+  struct {
+    std::string problem;
+    std::optional<std::string> locale;
+  } rows[] = {
+      {"metadata/header/en-US/iPhone/1.png is 2 × 2", "en-US"},
+      {"metadata/header/de-DE has none", "de-DE"},
+      {"metadata/header/frames.json gives en-US/1.png", {}},
+      {"metadata/header/frames.json/x", {}},
+      {"metadata/headers/en-US/1.png", {}},
+      {"Videos weren't measured", {}},
+      {"metadata/header/", {}},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(ReleaseCheck::assetLocale(row.problem, "metadata/header"), row.locale) << row.problem;
+  }
+  TemporaryFolder repo;
+  CLIError offline(CLIError::Kind::unavailable, "Couldn't reach kestu: no route");
+  EXPECT_EQ(lines(ReleaseCheck::assets(repo.path(), offline, Level::note)), Lines{});
+  repo.write("metadata/screenshots/en-US/1.png", "");
+  repo.write("metadata/header/en-US/1.png", "");
+  EXPECT_EQ(lines(ReleaseCheck::assets(repo.path(), offline, Level::note)),
+            Lines{"note assets - | The screenshots and header assets weren't checked against Apple's specs: Couldn't "
+                  "reach kestu: no route"});
+}
+
+TEST(ReleaseCheck, TheWhatsNewPage) {
+  const std::string none = "No What's New page for 1.9, though earlier versions had one.";
+  const std::string draft = "The 1.9 What's New page is a draft, so no one sees it: kestu kit whats-new publish 1.9";
+  const std::string page = "a b/whatsnew";
+  struct {
+    std::vector<WhatsNewPage> pages;
+    std::optional<std::string> repositoryPage;
+    std::string expected;
+  } rows[] = {
+      {{}, {}, ""},
+      {{{"1.10", {}, "published"}}, {}, ""}, // a later version's
+      {{{"1.8", {}, "draft"}}, {}, none},
+      {{{"1.8", "macos", "published"}}, {}, ""},
+      {{{"1.9", "macos", "published"}, {"1.8", "ios", "published"}}, {}, none},
+      {{{"1.9", {}, "published"}, {"1.8", {}, "published"}}, page, ""},
+      {{{"1.9", {}, "published"}, {"1.9", "ios", "draft"}}, page, draft},
+      {{{"1.9", "ios", "published"}, {"1.9", {}, "draft"}}, {}, ""},
+      {{{"1.8", {}, "published"}},
+       page,
+       "a b/whatsnew isn't uploaded to kestu: kestu kit whats-new upload 'a b/whatsnew' --version 1.9"},
+  };
+  for (const auto& row : rows) {
+    Lines expected;
+    if (!row.expected.empty()) expected.push_back("warning whatsnew - | " + row.expected);
+    EXPECT_EQ(lines(ReleaseCheck::whatsNew(row.pages, "1.9", "ios", row.repositoryPage)), expected);
+  }
+}
+
+TEST(ReleaseCheck, HowLongAppReviewTakes) {
+  struct {
+    ReleaseCheck::ReviewTime time;
+    std::string words;
+  } rows[] = {
+      {{0.5, 1, 1}, "30 minutes now (the median of 1 review in the last 1 day)."},
+      {{1.2, 2, 7}, "1 hour now (the median of 2 reviews in the last 7 days)."},
+      {{23.6, 1234, 30}, "24 hours now (the median of 1,234 reviews in the last 30 days)."},
+      {{50, 10, 30}, "2 days 2 h now (the median of 10 reviews in the last 30 days)."},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(lines(ReleaseCheck::reviewTime({{"macos", row.time}}, "macos")),
+              Lines{"note reviewtime - | App Review on macOS takes about " + row.words});
+  }
+  EXPECT_EQ(lines(ReleaseCheck::reviewTime({{"macos", {}}}, "ios")), Lines{});
+}
+
+TEST(ReleaseCheck, FailsAndSumsUp) {
+  Finding error{Level::error, "r", {}, "e"}, warning{Level::warning, "r", {}, "w"}, note{Level::note, "r", {}, "n"};
+  struct {
+    Findings findings;
+    bool fails, failsStrictly;
+    std::string summary;
+  } rows[] = {
+      {{}, false, false, ""},
+      {{note, note}, false, false, ""},
+      {{note, warning}, false, true, "1 warning"},
+      {{error}, true, true, "1 error"},
+      {{warning, error, warning, error, note}, true, true, "2 errors, with 2 warnings"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.summary);
+    EXPECT_EQ(ReleaseCheck::fails(row.findings, false), row.fails);
+    EXPECT_EQ(ReleaseCheck::fails(row.findings, true), row.failsStrictly);
+    EXPECT_EQ(ReleaseCheck::summary(row.findings), row.summary);
+  }
+}
+
+TEST(ReleaseCheck, Lists) {
+  EXPECT_EQ(ReleaseCheck::list({}), "");
+  EXPECT_EQ(ReleaseCheck::list({"a"}, true), "a");
+  EXPECT_EQ(ReleaseCheck::list({"a", "b"}), "a and b");
+  EXPECT_EQ(ReleaseCheck::list({"a", "b", "c", "d"}, true), "a, b, c or d");
+}
+
+TEST(FindingTable, FoldsAtATerminalOnly) {
+  Findings findings = {{Level::warning, "url", "en-US", "en-US: support URL isn't a web address: example\x1b[2J.com"},
+                       {Level::error, "version", {}, "1.2 has no build: kestu release prepare 1.2"}};
+  TextStyles plain(false);
+  EXPECT_EQ(ReleaseCheck::table(findings, plain, std::nullopt),
+            "warning  en-US  en-US: support URL isn't a web address: example\\u{1b}[2J.com\n"
+            "error           1.2 has no build: kestu release prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::table(findings, plain, 42), "warning  en-US  support URL isn't a web\n"
+                                                      "                address:\n"
+                                                      "                example\\u{1b}[2J.com\n"
+                                                      "error           1.2 has no build: kestu\n"
+                                                      "                release prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::table({findings[1]}, plain, 80), "error  1.2 has no build: kestu release prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::table({}, plain, 80), "");
+  EXPECT_EQ(JSON::compact(encoded({findings[1]})),
+            R"([{"level":"error","message":"1.2 has no build: kestu release prepare 1.2","rule":"version"}])");
+}
+
+} // namespace
+} // namespace kestu::tests
