@@ -6,10 +6,12 @@ namespace {
 TEST_F(BuildsTest, ListShowsWhereEachBuildIs) {
   Ran ran = builds({"list"});
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_NE(ran.out.find("Build     Platform  State                                         Uploaded     "),
-            std::string::npos)
+  EXPECT_NE(
+      ran.out.find(
+          "Build     Platform  State                                             Uploaded     Expires        Groups\n"),
+      std::string::npos)
       << ran.out;
-  EXPECT_NE(ran.out.find("1.2 (44)  iOS       export compliance isn't answered              2 hours ago"),
+  EXPECT_NE(ran.out.find("1.2 (44)  iOS       export compliance isn't answered                  2 hours ago"),
             std::string::npos);
   EXPECT_NE(ran.out.find("ready for internal testers, for external testers"), std::string::npos);
   EXPECT_NE(ran.out.find("Team, Friends & Family\n"), std::string::npos);

@@ -62,12 +62,15 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
   make("50");
   server.withState([](sandbox::State& state) {
     state.testFlight.nextError = "No icon.";
+    state.testFlight.listing = std::chrono::minutes(1);
     state.testFlight.processing = std::chrono::minutes(7);
   });
   Ran ran = builds({"upload", "Daylight.ipa", "--wait"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(ran.err, "1.3 (50) for iOS: Apple couldn't process it: No icon.\n");
-  // Apple takes the number again, and still lists the failed one.
+  EXPECT_NE(ran.out.find("● Waiting for Apple to list 1.3 (50).\n● 1.3 (50) for iOS: processing.\n"),
+            std::string::npos);
+  // Apple takes the number again, and still lists the failed one, for a minute it alone.
   auto begun = clock.continuous();
   ran = builds({"upload", "Daylight.ipa", "--wait", "--json"});
   EXPECT_EQ(ran.status, 0) << ran.err;

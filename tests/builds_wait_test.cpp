@@ -121,7 +121,9 @@ TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
   };
   for (const Row& row : std::vector<Row>{
            {{.path = path, .status = 401}, 3, "kestu no longer takes this sign-in"},
-           {{.path = path, .status = 403}, 4, "kestu refused that (403)."},
+           {{.path = path, .status = 403, .body = R"({"error":"app_not_granted"})"},
+            4,
+            "This sign-in doesn't cover that app."},
            {{.path = path, .status = 404}, 7, "Not found.\n"},
            {{.path = path, .status = 200, .body = "{}"}, 9, "kestu's answer wasn't what this version"},
            {{.path = path, .times = -1, .status = 502},
