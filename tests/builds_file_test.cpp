@@ -172,6 +172,69 @@ TEST(InfoPlist, ReadsXMLAndBinaryAlike) {
   }
 }
 
+/// `count` arrays, each within the one before, or in binary form also several times in it.
+std::string nested(int count, int times, bool binary) {
+  std::string text;
+  if (!binary) {
+    for (int i = 0; i < count; ++i) text += "<array>";
+    for (int i = 0; i < count; ++i) text += "</array>";
+    return "<plist><dict><key>a</key>" + text + "<key>CFBundleVersion</key><string>45</string></dict></plist>";
+  }
+  auto big = [](int value, int bytes) {
+    std::string number;
+    while (bytes-- > 0) number += static_cast<char>(value >> 8 * bytes & 0xFF);
+    return number;
+  };
+  // The dictionary is object 0, its key 1 and value 2, then its other key and the arrays.
+  text = "bplist00" + std::string("\xD2") + big(1, 2) + big(3, 2) + big(2, 2) + big(4, 2);
+  text += "\x5F\x10\x0F"
+          "CFBundleVersion";
+  std::string places = big(8, 4) + big(17, 4) + big(35, 4) + big(38, 4);
+  text += "\x52"
+          "45"
+          "\x51"
+          "a";
+  for (int i = 0; i < count; ++i) {
+    places += big(static_cast<int>(text.size()), 4);
+    bool last = i == count - 1;
+    text += static_cast<char>(0xA0 + (last ? 0 : times));
+    for (int j = 0; j < times && !last; ++j) text += big(5 + i, 2);
+  }
+  int table = static_cast<int>(text.size());
+  return text + places + std::string(6, '\0') + "\x04\x02" + big(0, 4) + big(4 + count, 4) + big(0, 8) + big(0, 4) +
+         big(table, 4);
+}
+
+TEST(InfoPlist, RefusesWhatWouldExhaustItsReader) {
+  struct Row {
+    int count, times;
+    bool binary, read;
+  };
+  for (const Row& row : std::vector<Row>{
+           {50, 1, false, true},
+           {100'000, 1, false, false},
+           {50, 1, true, true},
+           {60'000, 1, true, false},
+           {12, 2, true, true},
+           {60, 2, true, false},
+       }) {
+    SCOPED_TRACE(std::to_string(row.count) + (row.binary ? " binary" : " XML"));
+    auto info = InfoPlist::read(nested(row.count, row.times, row.binary));
+    EXPECT_EQ(info.has_value(), row.read);
+    if (info) EXPECT_EQ(info->number, "45");
+  }
+  // A binary one that ends anywhere too soon, or has any byte turned, is read or refused.
+  std::string whole = nested(3, 1, true);
+  for (std::size_t at = 0; at < whole.size(); ++at) {
+    InfoPlist::read(whole.substr(0, at));
+    for (int bit = 0; bit < 8; ++bit) {
+      std::string turned = whole;
+      turned[at] = static_cast<char>(turned[at] ^ 1 << bit);
+      InfoPlist::read(turned);
+    }
+  }
+}
+
 TEST(BuildArchive, TakesOnlyTheAppsOwnInfoPlist) {
   struct Row {
     const char* names;
