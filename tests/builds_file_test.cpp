@@ -180,7 +180,7 @@ std::string nested(int count, int times, bool binary) {
     for (int i = 0; i < count; ++i) text += "</array>";
     return "<plist><dict><key>a</key>" + text + "<key>CFBundleVersion</key><string>45</string></dict></plist>";
   }
-  auto big = [](int value, int bytes) {
+  auto big = [](std::int64_t value, int bytes) {
     std::string number;
     while (bytes-- > 0) number += static_cast<char>(value >> 8 * bytes & 0xFF);
     return number;
