@@ -36,7 +36,7 @@ TEST_F(WaitTest, EndsWhereTheBuildIsReached) {
            {{"44", "--testable", "--timeout", "0"},
             "missingcompliance",
             10,
-            "● 1.2 (44) for iOS: export compliance isn't answered.\n",
+            "● 1.2 (44) for iOS: export compliance isn't answered: kestu builds compliance \"1.2 (44)\"\n",
             timeUp},
            {{"44", "--testable"}, "inbetareview", 0, "✓ 1.2 (44) for iOS: in Beta App Review.\n", ""},
            {{"44", "--testable"}, "betarejected", 0, "1.2 (44) for iOS: Beta App Review rejected it.\n", ""},
