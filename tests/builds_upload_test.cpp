@@ -88,14 +88,17 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   struct Row {
     const char* name;
     sandbox::Fault fault;
-    std::string beginning;
+    std::string reason;
     std::size_t sent;
   };
   const std::string commit = base + "uploads/";
   int number = 60;
   for (const Row& row : std::vector<Row>{
            {"refused parts", {.path = "/upload/", .times = -1, .status = 403}, "Apple took no part of A.ipa (403)", 0},
-           {"a part refused late", {.path = "/upload/", .skip = 5, .times = -1, .status = 500}, "Apple didn't take", 0},
+           {"a part refused late",
+            {.path = "/upload/", .skip = 5, .times = -1, .status = 500},
+            "A.ipa (500). Nothing was changed; run it again.",
+            0},
            {"a commit refused",
             {.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"},
             "Torn.",
@@ -107,7 +110,7 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
     server.onNext(row.fault);
     Ran ran = builds({"upload", "A.ipa", "--app", "1234567890"});
     EXPECT_EQ(ran.status, 1);
-    EXPECT_TRUE(ran.err.starts_with(row.beginning)) << ran.err;
+    EXPECT_NE(ran.err.find(row.reason), std::string::npos) << ran.err;
     EXPECT_NE(ran.err.find("The unfinished upload stays at Apple until it's removed: kestu builds remove \"1.3 (" +
                            std::to_string(number) + ")\" --app 1234567890\n"),
               std::string::npos)
@@ -117,7 +120,7 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   }
   make("70");
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
-  server.onNext({.path = "/upload/", .status = 500});
+  server.onNext({.path = "/upload/", .times = -1, .status = 500});
   EXPECT_THROW(builds({"upload", "Daylight.ipa"}), Stopped);
   EXPECT_TRUE(terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\"\n")) << terminal.errText();
 }
@@ -129,9 +132,10 @@ TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
   };
   int number = 50;
   for (const Row& row : std::vector<Row>{
-           {"cut short", [](const auto& file) { std::filesystem::resize_file(file, 100); }},
            {"grown", [](const auto& file) { std::filesystem::resize_file(file, 100'000); }},
            {"written again", [](const auto& file) { std::filesystem::last_write_time(file, {}); }},
+           // Last, as it leaves parts on their way that would meet the next row's fault.
+           {"cut short", [](const auto& file) { std::filesystem::resize_file(file, 100); }},
        }) {
     SCOPED_TRACE(row.name);
     make(std::to_string(++number));
@@ -139,7 +143,7 @@ TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
     clock.onSleep = [&](std::chrono::milliseconds) { row.change(repo.path() / "Daylight.ipa"); };
     Ran ran = builds({"upload", "Daylight.ipa"});
     EXPECT_EQ(ran.status, 1);
-    EXPECT_TRUE(ran.err.starts_with("Daylight.ipa changed while it was being sent.\n")) << ran.err;
+    EXPECT_NE(ran.err.find("Daylight.ipa changed while it was being sent.\n"), std::string::npos) << ran.err;
     EXPECT_TRUE(bodies("POST", "/commit").empty());
   }
 }
