@@ -90,11 +90,12 @@ struct ListOptions : TableOptions {
   AppTarget app;
 };
 
+/// In the order of the app's groups.
 std::string groupNames(const ManagedBuild& build, const std::vector<BuildGroup>& groups) {
   std::vector<std::string> names;
-  for (const std::string& id : build.groupIds) {
-    auto group = std::find_if(groups.begin(), groups.end(), [&](const auto& each) { return each.groupId == id; });
-    names.push_back(printable(group == groups.end() ? id : group->name.value_or(id)));
+  for (const BuildGroup& group : groups) {
+    bool in = std::find(build.groupIds.begin(), build.groupIds.end(), group.groupId) != build.groupIds.end();
+    if (in) names.push_back(printable(group.name.value_or(group.groupId)));
   }
   return Text::joined(names, ", ");
 }

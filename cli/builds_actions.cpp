@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 namespace kestu {
@@ -19,11 +20,6 @@ namespace {
 
 struct ActionOptions : ChangeOptions {
   BuildTarget target;
-
-  void declare(Command& command) {
-    target.declare(command);
-    ChangeOptions::declare(command);
-  }
 };
 
 /// A build found, and all that an action on it needs.
@@ -191,10 +187,14 @@ void runTestNotes(Context& context, const TestNotesOptions& options) {
 
 // the tree
 
+/// `own` declares what only this action takes, between the build and what all changes take.
 template <class Options>
-std::shared_ptr<Options> addAction(Command& command, void (*run)(Context&, const Options&)) {
+std::shared_ptr<Options> addAction(Command& command, void (*run)(Context&, const Options&),
+                                   const std::function<void(Options&)>& own = nullptr) {
   auto options = std::make_shared<Options>();
-  options->declare(command);
+  options->target.declare(command);
+  if (own) own(*options);
+  options->ChangeOptions::declare(command);
   command.run = [options, run](Context& context) { run(context, *options); };
   return options;
 }
@@ -211,31 +211,34 @@ void declareWord(Command& command, const std::string& name, const std::string& v
 } // namespace
 
 void addBuildsExpire(Command& group) {
-  addAction(group.add("expire", "Expire a build: testers can't install it any more, nor open it. Can't be undone, so "
-                                "it waits for your approval."),
-            runExpire);
+  addAction<ActionOptions>(
+      group.add("expire", "Expire a build: testers can't install it any more, nor open it. Can't be undone, so "
+                          "it waits for your approval."),
+      runExpire);
 }
 
 void addBuildsCompliance(Command& group) {
   Command& command = group.add("compliance", "Answer a build's export compliance: it uses no encryption that needs "
                                              "documents, so testers can have it.");
   command.discussion = "An app that does use such encryption answers in App Store Connect, with its documents.";
-  addAction(command, runCompliance);
+  addAction<ActionOptions>(command, runCompliance);
 }
 
 void addBuildsSubmit(Command& group) {
-  addAction(group.add("submit", "Submit a build to Beta App Review, for external groups. A version's first build needs "
-                                "it; Apple approves later ones itself."),
-            runSubmit);
+  addAction<ActionOptions>(
+      group.add("submit", "Submit a build to Beta App Review, for external groups. A version's first build needs "
+                          "it; Apple approves later ones itself."),
+      runSubmit);
 }
 
 void addBuildsDistribute(Command& group) {
   Command& command = group.add("distribute", "Put a build in TestFlight groups, or take it out, by the groups' names.");
-  auto options = addAction(command, runDistribute);
-  declareWord(command, "--add", "group", "A group to put it in. Repeat for several.",
-              [options](const std::string& name) { options->add.push_back(name); });
-  declareWord(command, "--remove", "group", "A group to take it out of. Repeat for several.",
-              [options](const std::string& name) { options->remove.push_back(name); });
+  auto options = addAction<DistributeOptions>(command, runDistribute, [&](DistributeOptions& own) {
+    declareWord(command, "--add", "group", "A group to put it in. Repeat for several.",
+                [&own](const std::string& name) { own.add.push_back(name); });
+    declareWord(command, "--remove", "group", "A group to take it out of. Repeat for several.",
+                [&own](const std::string& name) { own.remove.push_back(name); });
+  });
   command.validate = [options] {
     if (options->add.empty() && options->remove.empty()) throw UsageError("Name a group with --add or --remove.");
   };
@@ -244,14 +247,15 @@ void addBuildsDistribute(Command& group) {
 void addBuildsTestNotes(Command& group) {
   Command& command =
       group.add("test-notes", "A build's What to Test, what TestFlight shows its testers, in one language.");
-  auto options = addAction(command, runTestNotes);
-  command.argument({"text", "What to test; --file reads it from a file instead.",
-                    [options](const std::string& text) { options->text = text; }, false});
-  declareWord(command, "--file", "file", "A file with what to test.",
-              [options](const std::string& file) { options->file = file; });
-  declareWord(command, "--locale", "locale",
-              "Apple's code for its language (en-US). The app's primary language when left out.",
-              [options](const std::string& locale) { options->locale = locale; });
+  auto options = addAction<TestNotesOptions>(command, runTestNotes, [&](TestNotesOptions& own) {
+    command.argument({"text", "What to test; --file reads it from a file instead.",
+                      [&own](const std::string& text) { own.text = text; }, false});
+    declareWord(command, "--file", "file", "A file with what to test.",
+                [&own](const std::string& file) { own.file = file; });
+    declareWord(command, "--locale", "locale",
+                "Apple's code for its language (en-US). The app's primary language when left out.",
+                [&own](const std::string& locale) { own.locale = locale; });
+  });
   command.validate = [options] {
     if (options->text && options->file) throw UsageError("Give the text, or --file, but not both.");
     if (!options->text && !options->file) throw UsageError("Give the text, or --file.");

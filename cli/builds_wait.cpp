@@ -59,7 +59,10 @@ std::optional<BuildWait::Reached> waitFor(Context& context, const Output& output
   BuildWait::Listener listener;
   listener.notListed = [&] { output.say(context.console, "● Waiting for Apple to list " + goal.build.text() + "."); };
   listener.moved = [&](const ManagedBuild& build) {
-    output.say(context.console, "● " + build.described() + ": " + build.stateText() + ".");
+    // It stays there until someone answers.
+    bool asks = build.stateKind() == BuildState::missingCompliance;
+    std::string answer = asks ? ": kestu builds compliance " + BuildReference::of(build).word() : ".";
+    output.say(context.console, "● " + build.described() + ": " + build.stateText() + answer);
   };
   listener.connectionLost = [&](const std::string& reason) {
     context.console.error(reason + (reason.ends_with('.') ? "" : ".") + " Still waiting.");

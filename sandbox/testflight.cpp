@@ -60,7 +60,9 @@ std::vector<TestBuild> newestFirst(const State& state, const App& app) {
   for (const auto& upload : state.testFlight.uploads) {
     if (state.clock() - upload.createdAt < uploadListed) all.push_back(asBuild(upload));
   }
-  all.insert(all.end(), state.testFlight.builds.begin(), state.testFlight.builds.end());
+  for (const auto& build : state.testFlight.builds) {
+    if (!build.upload || state.clock() - build.uploadedAt >= state.testFlight.listing) all.push_back(build);
+  }
   std::erase_if(all, [&](const TestBuild& build) { return build.appId != app.appId; });
   std::stable_sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.uploadedAt > b.uploadedAt; });
   return all;

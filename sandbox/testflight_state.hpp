@@ -43,6 +43,7 @@ struct TestFlight {
   std::vector<TestGroup> groups;
   std::vector<BuildUpload> uploads;
   std::string nextError;              // Apple won't be able to process the next build, for this reason
+  std::chrono::seconds listing{1};    // how long Apple takes to list a build whose file is there
   std::chrono::seconds processing{4}; // how long Apple takes for a build
   std::chrono::seconds reviewing{4};  // for each step of the review
 };

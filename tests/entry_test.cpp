@@ -54,7 +54,7 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
            {{"assets", "screenshots", "push", "--help"}, 0, "Send the repo's screenshots to a version", ""},
            {{"assets"}, 0, "An app's App Store assets from its repo", ""},
            {{"help", "kit"}, 0, "KestuKit in an app", ""},
-           {{"builds", "list", "--whatever"}, 1, "", "kestu builds isn't in this version of kestu yet.\n"},
+           {{"reviews", "list", "--whatever"}, 1, "", "kestu reviews isn't in this version of kestu yet.\n"},
            {{"whatsnew", "list"},
             1,
             "",

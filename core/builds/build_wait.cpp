@@ -30,11 +30,12 @@ class Waiting {
       bool news = false;
       if (answer) {
         auto wait = client_.decoded(std::move(*answer), BuildsWait::read);
+        bool first = !cursor_;
         cursor_ = wait.value.cursor;
-        news = look(wait.value);
+        news = look(wait.value) || first;
         if (reached_) return reachedIn(wait);
       }
-      // The service holds a call until there is news; one that doesn't isn't asked without a pause.
+      // The service holds a call that has a cursor until there is news; one that doesn't isn't asked without a pause.
       bool held = clock_.continuous() - asked >= 1s;
       if (!answer || !(news || held)) rest();
     } while (left() > 0s);

@@ -1,5 +1,6 @@
 #include "core/builds/info_plist.hpp"
 
+#include "core/builds/plist_shape.hpp"
 #include "core/support/text.hpp"
 
 #include <plist/plist.h>
@@ -29,6 +30,7 @@ std::string platformOf(plist_t platforms) {
 } // namespace
 
 std::optional<InfoPlist> InfoPlist::read(std::string_view bytes) {
+  if (!hasPlainShape(bytes)) return std::nullopt;
   plist_t parsed = nullptr;
   plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &parsed);
   Node root(parsed, plist_free);

@@ -50,15 +50,17 @@ struct Ran {
 /// Commands run in-process, against a sandbox of their own and a repository that goes away.
 class CommandTest : public ::testing::Test {
  protected:
+  FakeClock clock;
   sandbox::Server server;
   TemporaryFolder repo;
-  FakeClock clock;
   FakeTokenStore store;
   std::map<std::string, std::string, std::less<>> environment;
   FakeTerminal terminal;
   std::stop_source stopping;
 
-  CommandTest() { std::filesystem::create_directory(repo.path() / ".git"); }
+  explicit CommandTest(sandbox::Options options = {}) : server(std::move(options)) {
+    std::filesystem::create_directory(repo.path() / ".git");
+  }
 
   void signIn(std::vector<std::string> scopes = {}) {
     store.items.insert_or_assign("token@" + server.origin(), server.tokenFor(std::move(scopes)));

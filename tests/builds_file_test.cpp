@@ -1,0 +1,359 @@
+#include "core/builds/build_file.hpp"
+#include "core/builds/build_number.hpp"
+#include "core/builds/build_reference.hpp"
+#include "core/builds/info_plist.hpp"
+#include "core/support/error.hpp"
+#include "tests/support/build_files.hpp"
+
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+
+namespace kestu::tests {
+namespace {
+
+TEST(BuildNumber, NextIsTheHighestPlusOne) {
+  struct Row {
+    std::vector<std::string> numbers;
+    const char* next;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{}, "1"},
+           {{"45", "9"}, "46"},
+           {{"1.0.9", "1.0.10"}, "1.0.11"},
+           {{"1.2", "1.10"}, "1.11"},
+           {{"2", "1.5"}, "3"},
+           {{"1", "1.0"}, "1.1"},
+           {{"007"}, "8"},
+           {{"1.09"}, "1.10"},
+           {{"1.9", "1.99"}, "1.100"},
+           {{"1..2."}, "1.3"},
+           {{"1.beta"}, "1.1"},
+           {{"beta", "0"}, "1"},
+           {{"..."}, "1"},
+           {{"99999999999999999999", "100000000000000000000"}, "100000000000000000001"},
+           {{"999999999999999999999999"}, "1000000000000000000000000"},
+       }) {
+    SCOPED_TRACE(row.next);
+    EXPECT_EQ(BuildNumber::next(row.numbers), row.next);
+  }
+}
+
+TEST(BuildNumber, SameVersionComparesWholeNumbers) {
+  using Text = std::optional<std::string>;
+  struct Row {
+    Text one, other;
+    bool same;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"1.2", "1.2", true},
+           {"1.02", "1.2", true},
+           {"1.2", "1.2.0", false},
+           {"1.2", "1.20", false},
+           {"12", "1.2", false},
+           {"1.2b", "1.2b", true},
+           {"1.2b", "1.2", false},
+           {"1.2", std::nullopt, false},
+           {std::nullopt, std::nullopt, false},
+       }) {
+    SCOPED_TRACE(row.one.value_or("-") + " " + row.other.value_or("-"));
+    EXPECT_EQ(BuildNumber::sameVersion(row.one, row.other), row.same);
+    EXPECT_EQ(BuildNumber::sameVersion(row.other, row.one), row.same);
+  }
+}
+
+TEST(BuildReference, ReadsEachWayToNameABuild) {
+  using Text = std::optional<std::string>;
+  struct Row {
+    const char* given;
+    Text version, number, id;
+    const char* text;
+    const char* word;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"45", {}, "45", {}, "45", "45"},
+           {" 1.0.8\n", {}, "1.0.8", {}, "1.0.8", "1.0.8"},
+           {"(45)", {}, "45", {}, "45", "45"},
+           {"1.2 (45)", "1.2", "45", {}, "1.2 (45)", "\"1.2 (45)\""},
+           {"1.2(45)", "1.2", "45", {}, "1.2 (45)", "\"1.2 (45)\""},
+           {"1.2\u00A045", "1.2", "45", {}, "1.2 (45)", "\"1.2 (45)\""},
+           {"1.2 ($(rm))", {}, {}, "1.2 ($(rm))", "1.2 ($(rm))", "'1.2 ($(rm))'"},
+           {"1.2 `x`", "1.2", "`x`", {}, "1.2 (`x`)", "'1.2 (`x`)'"},
+           {"1..2 45", {}, {}, "1..2 45", "1..2 45", "'1..2 45'"},
+           {"v1.2 45", {}, {}, "v1.2 45", "v1.2 45", "'v1.2 45'"},
+           {"1.2 3 45", {}, {}, "1.2 3 45", "1.2 3 45", "'1.2 3 45'"},
+           {"...", {}, {}, "...", "...", "..."},
+           {"6f9e\x1b[2J", {}, {}, "6f9e\x1b[2J", "6f9e\\u{1b}[2J", "'6f9e\\u{1b}[2J'"},
+       }) {
+    SCOPED_TRACE(row.given);
+    BuildReference read = BuildReference::read(row.given);
+    EXPECT_EQ(read.version, row.version);
+    EXPECT_EQ(read.number, row.number);
+    EXPECT_EQ(read.id, row.id);
+    EXPECT_EQ(read.text(), row.text);
+    EXPECT_EQ(read.word(), row.word);
+  }
+}
+
+ManagedBuild listed(const std::string& id, const std::string& platform, const std::string& version,
+                    const std::string& number, bool upload = false) {
+  ManagedBuild build;
+  build.buildId = id;
+  build.platform = platform;
+  build.version = version;
+  build.number = number;
+  build.upload = upload;
+  return build;
+}
+
+TEST(BuildReference, FindsTheBuildThatIsMeant) {
+  const std::vector<ManagedBuild> builds = {
+      listed("a", "ios", "1.2", "45", true), listed("b", "ios", "1.2", "45"), listed("c", "ios", "1.1", "44"),
+      listed("d", "macos", "1.1", "44"),     listed("e", "ios", "1.0", "44"), listed("f", "tvos", "1.2", "7", true),
+      listed("g", "tvos", "1.2", "7", true),
+  };
+  struct Row {
+    const char* text;
+    std::optional<std::string> platform;
+    std::string outcome; // the ID, or the message
+  };
+  for (const Row& row : std::vector<Row>{
+           {"45", {}, "b"},
+           {"1.02 (45)", {}, "b"},
+           {"1.1 (44)", "macos", "d"},
+           {"1.1 (44)", "ios", "c"},
+           {"7", {}, "f"},
+           {"a", {}, "a"},
+           {"045", {}, "No build is 045: kestu builds list lists them."},
+           {"1.1 (45)", "tvos", "No build is 1.1 (45) for tvOS: kestu builds list lists them."},
+           {"44", {}, "Several builds are 44: name its version too (\"1.2 (45)\"), or --platform."},
+           {"44", "ios", "Several builds are 44: name its version too (\"1.2 (45)\"), or --platform."},
+           {"1.1 (44)", {}, "Several builds are 1.1 (44): name its version too (\"1.2 (45)\"), or --platform."},
+       }) {
+    SCOPED_TRACE(row.text);
+    std::string outcome;
+    try {
+      outcome = BuildReference::read(row.text).find(builds, row.platform).buildId;
+    } catch (const CLIError& error) {
+      outcome = error.description;
+    }
+    EXPECT_EQ(outcome, row.outcome);
+  }
+}
+
+TEST(InfoPlist, ReadsXMLAndBinaryAlike) {
+  struct Row {
+    std::string xml;
+    const char* version;
+    const char* platform;
+  };
+  for (const Row& row : std::vector<Row>{
+           {plist("1.2", "45"), "1.2", "ios"},
+           {plist("1.2", "45", "iPhoneOS"), "1.2", "ios"},
+           {plist("1.2", "45", "AppleTVOS"), "1.2", "tvos"},
+           {plist("1.2", "45", "XROS"), "1.2", "visionos"},
+           {plist("1.2", "45", "WatchOS</string><string>XROS"), "1.2", "ios"},
+           {plist({{"CFBundleVersion", "45"}, {"CFBundleSupportedPlatforms", "XROS"}}), "", "ios"},
+           {plist(" 1.2\n", "45"), "1.2", "ios"},
+       }) {
+    for (const std::string& bytes : {row.xml, binaryPlist(row.xml)}) {
+      SCOPED_TRACE(row.xml);
+      auto info = InfoPlist::read(bytes);
+      ASSERT_TRUE(info);
+      EXPECT_EQ(info->version.value_or(""), row.version);
+      EXPECT_EQ(info->number, "45");
+      EXPECT_EQ(info->platform, row.platform);
+    }
+  }
+  for (const std::string& bytes :
+       {std::string(), std::string("bplist00"), std::string("<plist><array/></plist>"),
+        std::string("{\"CFBundleVersion\": \"45\"}"), binaryPlist(plist("1", "2")).substr(9)}) {
+    EXPECT_FALSE(InfoPlist::read(bytes)) << bytes;
+  }
+}
+
+/// `count` arrays, each within the one before, or in binary form also several times in it.
+std::string nested(int count, int times, bool binary) {
+  std::string text;
+  if (!binary) {
+    for (int i = 0; i < count; ++i) text += "<array>";
+    for (int i = 0; i < count; ++i) text += "</array>";
+    return "<plist><dict><key>a</key>" + text + "<key>CFBundleVersion</key><string>45</string></dict></plist>";
+  }
+  auto big = [](std::int64_t value, int bytes) {
+    std::string number;
+    while (bytes-- > 0) number += static_cast<char>(value >> 8 * bytes & 0xFF);
+    return number;
+  };
+  // The dictionary is object 0, its key 1 and value 2, then its other key and the arrays.
+  text = "bplist00" + std::string("\xD2") + big(1, 2) + big(3, 2) + big(2, 2) + big(4, 2);
+  text += "\x5F\x10\x0F"
+          "CFBundleVersion";
+  std::string places = big(8, 4) + big(17, 4) + big(35, 4) + big(38, 4);
+  text += "\x52"
+          "45"
+          "\x51"
+          "a";
+  for (int i = 0; i < count; ++i) {
+    places += big(static_cast<int>(text.size()), 4);
+    bool last = i == count - 1;
+    text += static_cast<char>(0xA0 + (last ? 0 : times));
+    for (int j = 0; j < times && !last; ++j) text += big(5 + i, 2);
+  }
+  int table = static_cast<int>(text.size());
+  return text + places + std::string(6, '\0') + "\x04\x02" + big(0, 4) + big(4 + count, 4) + big(0, 8) + big(0, 4) +
+         big(table, 4);
+}
+
+TEST(InfoPlist, RefusesWhatWouldExhaustItsReader) {
+  struct Row {
+    int count, times;
+    bool binary, read;
+  };
+  for (const Row& row : std::vector<Row>{
+           {50, 1, false, true},
+           {100'000, 1, false, false},
+           {50, 1, true, true},
+           {60'000, 1, true, false},
+           {12, 2, true, true},
+           {60, 2, true, false},
+       }) {
+    SCOPED_TRACE(std::to_string(row.count) + (row.binary ? " binary" : " XML"));
+    auto info = InfoPlist::read(nested(row.count, row.times, row.binary));
+    EXPECT_EQ(info.has_value(), row.read);
+    if (info) EXPECT_EQ(info->number, "45");
+  }
+  // A binary one that ends anywhere too soon, or has any byte turned, is read or refused.
+  std::string whole = nested(3, 1, true);
+  for (std::size_t at = 0; at < whole.size(); ++at) {
+    InfoPlist::read(whole.substr(0, at));
+    for (int bit = 0; bit < 8; ++bit) {
+      std::string turned = whole;
+      turned[at] = static_cast<char>(turned[at] ^ 1 << bit);
+      InfoPlist::read(turned);
+    }
+  }
+}
+
+TEST(BuildArchive, TakesOnlyTheAppsOwnInfoPlist) {
+  struct Row {
+    const char* names;
+    const char* member;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"Payload/\nPayload/A.app/\nPayload/A.app/Info.plist\n", "Payload/A.app/Info.plist"},
+           {"Payload/A.app/Watch/W.app/Info.plist\nPayload/A.app/Info.plist", "Payload/A.app/Info.plist"},
+           {"Payload/A.app/PlugIns/E.appex/Info.plist\n", ""},
+           {"payload/A.app/Info.plist\nPayload/A/Info.plist\nX/Payload/A.app/Info.plist\n", ""},
+           {"Payload/Info.plist\n/Payload/A.app/Info.plist\nPayload/A.app/Info.plist/\n", ""},
+           {"Payload/B.app/Info.plist\nPayload/A.app/Info.plist\n", "Payload/B.app/Info.plist"},
+       }) {
+    EXPECT_EQ(infoPlistMember(row.names), row.member) << row.names;
+  }
+}
+
+/// "1.2 (45) ios", or the message.
+std::string outcome(const fs::path& folder, const std::string& path, const BuildFile::Given& given = {},
+                    const std::vector<std::string>& programs = BuildArchive::unzipPrograms) {
+  try {
+    BuildFile build = BuildFile::read(folder, path, given, {}, programs);
+    return build.text() + " " + build.platform;
+  } catch (const CLIError& error) {
+    return error.description;
+  }
+}
+
+TEST(BuildFile, ReadsARealArchive) {
+  TemporaryFolder place;
+  const fs::path& folder = place.path();
+  std::string nested = plist("9.9", "99", "WatchOS");
+  auto make = [&](const std::string& name, const std::string& app, const std::string& number) {
+    ipa(folder / name, {{"Payload/" + app + ".app/Watch/W.app/Info.plist", nested},
+                        {"Payload/" + app + ".app/PlugIns/E.appex/Info.plist", nested},
+                        {"Payload/" + app + ".app/Info.plist", binaryPlist(plist("1.2", number))}});
+  };
+  struct Row {
+    const char* file;
+    const char* app;
+  };
+  int number = 1;
+  for (const Row& row : std::vector<Row>{
+           {"plain.ipa", "Daylight"},
+           {"-d.ipa", "A"},
+           {"a 'b' \"c\"\n$(d).IPA", "A"},
+           {"deep/x[1]/*?.ipa", "A"},
+           {"x1.ipa", "A"},
+           {"x[1].ipa", "A"}, // as a pattern this is the one above
+           {"b\\s.ipa", "A"},
+           {"u.ipa", "Café 天気"},
+           {"m.ipa", "x[1]*?\\y"},
+       }) {
+    SCOPED_TRACE(row.file);
+    make(row.file, row.app, std::to_string(++number));
+    EXPECT_EQ(outcome(folder, row.file), "1.2 (" + std::to_string(number) + ") ios");
+  }
+  EXPECT_EQ(outcome("/", (folder / "plain.ipa").string()), "1.2 (2) ios");
+  EXPECT_EQ(outcome(folder, "plain.ipa", {"3.0", {}, {}}), "3.0 (2) ios");
+  EXPECT_EQ(outcome(folder, "plain.ipa", {{}, "7", "tvos"}), "1.2 (7) tvos");
+}
+
+TEST(BuildFile, SaysWhyAFileIsNoBuild) {
+  TemporaryFolder place;
+  const fs::path& folder = place.path();
+  const std::string unread = "Couldn't read the version and build number from ";
+  place.write("junk.ipa", "no zip");
+  place.write("empty.pkg", "");
+  place.write("mac.pkg", "xar!");
+  place.write("app.zip", "PK");
+  fs::create_directory(folder / "folder.ipa");
+  ipa(folder / "bare.ipa", {{"Payload/A.app/Watch/W.app/Info.plist", plist("1", "2")}});
+  ipa(folder / "half.ipa", {{"Payload/A.app/Info.plist", plist({{"CFBundleVersion", "2"}})}});
+  ipa(folder / "text.ipa", {{"Payload/A.app/Info.plist", "text"}});
+  ipa(folder / "huge.ipa", {{"Payload/A.app/Info.plist", std::string(2U << 20U, ' ')}});
+  const std::vector<std::string> none = {"/nowhere/unzip", "kestu-no-unzip"};
+  struct Row {
+    const char* file;
+    BuildFile::Given given;
+    std::string message;
+    std::vector<std::string> programs = BuildArchive::unzipPrograms;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"app.zip", {}, "app.zip isn't an .ipa or a .pkg."},
+           {"ipa", {}, "ipa isn't an .ipa or a .pkg."},
+           {"gone.ipa", {}, "No file at gone.ipa"},
+           {"folder.ipa", {}, "folder.ipa isn't a file."},
+           {"empty.pkg", {"1", "2", {}}, "empty.pkg is empty."},
+           {"mac.pkg", {}, unread + "mac.pkg: give --version and --build."},
+           {"mac.pkg", {"1", {}, {}}, unread + "mac.pkg: give --version and --build."},
+           {"mac.pkg", {"1", "2", {}}, "1 (2) macos"},
+           {"junk.ipa",
+            {},
+            unread + "junk.ipa: give --version and --build. It can't be read as a zip archive, which an .ipa is."},
+           {"junk.ipa",
+            {"1", "2", {}},
+            "Couldn't read the platform from junk.ipa: give --platform. It can't be read as a zip archive, which an "
+            ".ipa is."},
+           {"bare.ipa",
+            {},
+            unread + "bare.ipa: give --version and --build. It has no Info.plist of an app in Payload."},
+           {"half.ipa", {}, unread + "half.ipa: give --version and --build."},
+           {"half.ipa", {"1", {}, {}}, "1 (2) ios"},
+           {"text.ipa", {}, unread + "text.ipa: give --version and --build. Its Info.plist isn't a property list."},
+           {"huge.ipa",
+            {},
+            unread + "huge.ipa: give --version and --build. Its Info.plist is over 1 MB, which no app's is."},
+           {"half.ipa",
+            {},
+            unread + "half.ipa: give --version and --build. This machine has no unzip to look into it with: install "
+                     "unzip.",
+            none},
+           {"half.ipa", {"1", "3", "ios"}, "1 (3) ios", none},
+           {"half.ipa", {"1", {}, {}}, "1 (2) ios", {"/nowhere/unzip", "unzip"}},
+       }) {
+    SCOPED_TRACE(row.file);
+    EXPECT_EQ(outcome(folder, row.file, row.given, row.programs), row.message);
+  }
+}
+
+} // namespace
+} // namespace kestu::tests

@@ -1,0 +1,228 @@
+#include "tests/support/builds_test.hpp"
+
+namespace kestu::tests {
+namespace {
+
+TEST_F(BuildsTest, ListShowsWhereEachBuildIs) {
+  Ran ran = builds({"list"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_NE(
+      ran.out.find(
+          "Build     Platform  State                                             Uploaded     Expires        Groups\n"),
+      std::string::npos)
+      << ran.out;
+  EXPECT_NE(ran.out.find("1.2 (44)  iOS       export compliance isn't answered                  2 hours ago"),
+            std::string::npos);
+  EXPECT_NE(ran.out.find("ready for internal testers, for external testers"), std::string::npos);
+  EXPECT_NE(ran.out.find("Team, Friends & Family\n"), std::string::npos);
+  EXPECT_EQ(ran.out.find(" \n"), std::string::npos) << "no blanks at a line's end";
+  EXPECT_TRUE(ran.out.ends_with("\nNext: kestu builds compliance \"1.2 (44)\"\n")) << ran.out;
+
+  ran = builds({"list", "--platform", "macos", "--output", "CSV"});
+  EXPECT_TRUE(ran.out.starts_with("Version,Build,Platform,State,Uploaded,Expires,Groups,ID\n"
+                                  "1.2,12,macos,ready for internal testers,2026-11-21T07:00:00Z,"))
+      << ran.out;
+  EXPECT_EQ(std::count(ran.out.begin(), ran.out.end(), '\n'), 3);
+  EXPECT_TRUE(builds({"list", "-o", "markdown"}).out.starts_with("| Version | Build |"));
+  EXPECT_EQ(nlohmann::json::parse(builds({"list", "--json"}).out)["builds"].size(), 6U);
+  EXPECT_EQ(builds({"list", "--app", "2345678901"}).out, "No builds yet: kestu builds upload sends one.\n");
+
+  setState("44", "failed");
+  server.withState([](sandbox::State& state) { state.testFlight.builds[0].error = "No icon.\x1b[31m"; });
+  EXPECT_NE(builds({"list"}).out.find("Apple couldn't process it: No icon.\\u{1b}[31m"), std::string::npos);
+}
+
+TEST_F(BuildsTest, ScriptsGetOneThingAlone) {
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string out, err;
+  };
+  server.withState([](sandbox::State& state) {
+    state.testFlight.uploads.push_back({"u", 1234567890, "ios", "1.3", "50", state.clock()});
+  });
+  const std::string none = "No build for tvOS yet: kestu builds upload sends one.\n";
+  for (const Row& row : std::vector<Row>{
+           {{"latest"}, 0, "1.2 (44)\n", ""}, // an upload that Apple hasn't got whole is no build
+           {{"latest", "--platform", "macos"}, 0, "1.2 (12)\n", ""},
+           {{"latest", "--platform", "tvos"}, 7, "", none},
+           {{"next-number"}, 0, "51\n", ""},
+           {{"next-number", "--platform", "macos"}, 0, "13\n", ""},
+           {{"next-number", "--platform", "tvos"}, 0, "1\n", ""},
+           {{"next-number", "--version", "1.1"}, 0, "43\n", ""},
+           {{"next-number", "--version", "7"}, 0, "1\n", ""},
+           {{"next-number", "--json"}, 0, "{\n  \"number\": \"51\",\n  \"platform\": \"ios\"\n}\n", ""},
+       }) {
+    SCOPED_TRACE(row.arguments.front() + " " + row.arguments.back());
+    Ran ran = builds(row.arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_EQ(ran.out, row.out);
+    EXPECT_EQ(ran.err, row.err);
+  }
+  EXPECT_EQ(nlohmann::json::parse(builds({"latest", "-ojson"}).out)["number"], "44");
+}
+
+TEST_F(BuildsTest, WrongUseEndsBeforeAnyCall) {
+  struct Row {
+    std::vector<std::string> arguments;
+    std::string message;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"list", "--json", "--output", "csv"}, "--json is --output json: one or the other."},
+           {{"list", "--platform", "watchos"}, "--platform is ios, macos, tvos or visionos, not watchos."},
+           {{"distribute", "45"}, "Name a group with --add or --remove."},
+           {{"distribute", "45", "--add", " "}, "--add is empty."},
+           {{"test-notes", "45", "text", "--file", "notes.txt"}, "Give the text, or --file, but not both."},
+           {{"test-notes", "45"}, "Give the text, or --file."},
+           {{"wait", "--timeout", "5m"}, "--timeout is a number of minutes from 0 to 10,080, not 5m."},
+           {{"wait", "--timeout", "99999999999"},
+            "--timeout is a number of minutes from 0 to 10,080, not 99999999999."},
+           {{"expire"}, "Missing <build>"},
+           {{"expire", " "}, "The build is empty."},
+           {{"upload", "a.ipa", "--version", " "}, "--version is empty."},
+       }) {
+    SCOPED_TRACE(row.message);
+    Ran ran = builds(row.arguments);
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_TRUE(ran.err.starts_with(row.message)) << ran.err;
+    EXPECT_EQ(ran.out, "");
+  }
+  EXPECT_TRUE(paths().empty());
+  Ran ran = builds({});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_NE(ran.out.find("next-number"), std::string::npos);
+}
+
+TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
+  struct Row {
+    std::vector<std::string> arguments;
+    std::string would, done;
+    std::string action;
+    nlohmann::json body;
+  };
+  std::string team = groupId("Team"), friends = groupId("Friends & Family");
+  repo.write("notes.txt", "\xEF\xBB\xBFTry the map.\nAnd the rain.\n\n");
+  const std::vector<Row> rows = {
+      {{"compliance", "44"},
+       "Answer export compliance for 1.2 (44) for iOS. It uses no encryption that needs documents.\n",
+       "✓ Answered export compliance for 1.2 (44): no encryption to document.\n"
+       "Next: kestu builds wait \"1.2 (44)\" --testable\n",
+       "compliance",
+       {{"usesNonExemptEncryption", false}}},
+      {{"submit", "1.2 (44)", "--platform", "ios"},
+       "Submit 1.2 (44) for iOS to Beta App Review.\n",
+       "✓ Submitted 1.2 (44) to Beta App Review.\n"
+       "Next: kestu builds distribute \"1.2 (44)\" --platform ios --add 'Friends & Family'\n",
+       "submit",
+       nullptr},
+      {{"distribute", "44", "--add", "Team", "--add", "FRIENDS & family"},
+       "Put 1.2 (44) for iOS in \"Team\", \"Friends & Family\".\n",
+       "✓ Put 1.2 (44) in \"Team\", \"Friends & Family\".\n",
+       "groups",
+       {{"add", {team, friends}}, {"remove", nlohmann::json::array()}}},
+      {{"distribute", "44", "--remove", "Team"},
+       "Take 1.2 (44) for iOS out of \"Team\".\n",
+       "✓ Took 1.2 (44) out of \"Team\".\n",
+       "groups",
+       {{"add", nlohmann::json::array()}, {"remove", {team}}}},
+      {{"distribute", "44", "--remove", "Friends & Family", "--add", "Team"},
+       "Put 1.2 (44) for iOS in \"Team\" and take it out of \"Friends & Family\".\n",
+       "✓ Put 1.2 (44) in \"Team\" and took it out of \"Friends & Family\".\n",
+       "groups",
+       {{"add", {team}}, {"remove", {friends}}}},
+      {{"test-notes", "44", "Rain."},
+       "Set What to Test for 1.2 (44) for iOS in en-US.\n  Rain.\n",
+       "✓ Set What to Test for 1.2 (44) in en-US.\n",
+       "test-notes",
+       {{"locale", "en-US"}, {"text", "Rain."}}},
+      {{"test-notes", "44", "--file", "notes.txt", "--locale", "de-DE"},
+       "Set What to Test for 1.2 (44) for iOS in de-DE.\n  Try the map.\n  And the rain.\n",
+       "✓ Set What to Test for 1.2 (44) in de-DE.\n",
+       "test-notes",
+       {{"locale", "de-DE"}, {"text", "Try the map.\nAnd the rain."}}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.would);
+    const std::string call = "POST " + base + "builds/" + build("44").buildId + "/" + row.action;
+    server.forgetRequests();
+    Ran ran = builds(row.arguments);
+    EXPECT_EQ(ran.status, 6);
+    EXPECT_EQ(ran.err, row.would + "Nothing sent. Run it again with --yes to make it.\n");
+    EXPECT_EQ(calls(call), 0U);
+    auto arguments = row.arguments;
+    arguments.emplace_back("--yes");
+    ran = builds(arguments);
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_EQ(ran.out, row.done);
+    ASSERT_EQ(calls(call), 1U);
+    if (!row.body.is_null()) EXPECT_EQ(bodies("POST", "/" + row.action).back(), row.body);
+  }
+  EXPECT_EQ(build("44").notes["de-DE"], "Try the map.\nAnd the rain.");
+  EXPECT_EQ(build("44").groupIds, std::set<std::string>{team});
+  Ran ran = builds({"test-notes", "44", "Sun.", "--dry-run"});
+  EXPECT_EQ(ran.out, "Dry run: would set What to Test for 1.2 (44) for iOS in en-US.\n");
+  EXPECT_EQ(build("44").notes["en-US"], "Rain.");
+  terminal.inIsTerminal = true;
+  terminal.type("no");
+  EXPECT_EQ(builds({"test-notes", "44", "Sun."}).status, 5);
+  EXPECT_TRUE(terminal.errText().ends_with("Make this change now? [y/N] Nothing sent.\n"));
+}
+
+TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string err;
+  };
+  repo.write("long.txt", std::string(4001, 'x'));
+  for (const Row& row : std::vector<Row>{
+           {{"expire", "99"}, 7, "No build is 99: kestu builds list lists them.\n"},
+           {{"distribute", "44", "--add", "Nobody\x1b[2J"},
+            7,
+            "No group is called \"Nobody\\u{1b}[2J\". The app's groups: Team, Friends & Family.\n"},
+           {{"distribute", "43", "--add", "Team", "--remove", "team"}, 2, "\"Team\" is in both --add and --remove.\n"},
+           {{"distribute", "43", "--add", "Friends & Family", "--yes"},
+            1,
+            "Friends & Family is for external testers: submit Daylight Weather 1.2 (43) for iOS to Beta App Review "
+            "first.\n"},
+           {{"test-notes", "44", "--file", "gone.txt"}, 7, "No file at gone.txt\n"},
+           {{"test-notes", "44", "--file", "long.txt"}, 2, "What to Test is 4,001 characters, 4,000 at most.\n"},
+           {{"test-notes", "44", " \n"}, 2, "The text is empty.\n"},
+           {{"compliance", "43", "-y"}, 1, "Daylight Weather 1.2 (43) for iOS doesn't wait for that answer.\n"},
+       }) {
+    SCOPED_TRACE(row.err);
+    Ran ran = builds(row.arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_EQ(ran.err, row.err);
+  }
+  server.withState([](sandbox::State& state) { state.apps[0].primaryLocale = ""; });
+  server.onNext({.path = base + "builds",
+                 .status = 200,
+                 .body = R"({"groups":[],"builds":[{"buildId":"b","platform":"ios","number":"1","state":"expired",)"
+                         R"("uploadedAt":"2026-11-21T10:00:00Z","expiresAt":"2026-11-22T10:00:00Z","groupIds":[]}]})"});
+  Ran ran = builds({"test-notes", "1", "Rain.", "--yes"});
+  EXPECT_EQ(ran.status, 2);
+  EXPECT_EQ(ran.err, "Name its language with --locale (en-US).\n");
+  signIn({"release"});
+  EXPECT_EQ(builds({"list"}).status, 4);
+}
+
+TEST_F(BuildsTest, ExpiringWaitsForTheApproval) {
+  Ran ran = builds({"expire", "42"});
+  EXPECT_EQ(ran.status, 6);
+  EXPECT_EQ(ran.err, "Expire 1.1 (42) for iOS. Testers can't install it any more, nor open it. Can't be undone.\n"
+                     "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n");
+  EXPECT_EQ(builds({"expire", "42", "--dry-run"}).out,
+            "Dry run: would expire 1.1 (42) for iOS, after your approval.\n");
+  server.scriptNextPlan({.state = "denied"});
+  EXPECT_EQ(builds({"expire", "42", "--yes"}).status, 5);
+  EXPECT_EQ(builds({"expire", "42", "-y", "--no-wait"}).out, "● Waiting for your approval in the kestu app.\n");
+  EXPECT_EQ(build("42").state, "readyforexternal");
+  server.scriptNextPlan({.waitingPolls = 1});
+  ran = builds({"expire", "42", "--yes"});
+  EXPECT_TRUE(ran.out.ends_with("✓ Expired 1.1 (42). Testers can't install or open it any more.\n")) << ran.out;
+  EXPECT_EQ(build("42").state, "expired");
+}
+
+} // namespace
+} // namespace kestu::tests

@@ -1,0 +1,200 @@
+#include "core/support/files.hpp"
+#include "core/support/md5.hpp"
+#include "tests/support/builds_test.hpp"
+
+namespace kestu::tests {
+namespace {
+
+class UploadTest : public BuildsTest {
+ protected:
+  std::string bytes;
+
+  /// A build of several parts, the last a short one.
+  void make(const std::string& number, const std::string& name = "Daylight.ipa") {
+    std::string noise;
+    std::uint32_t random = 1;
+    for (int i = 0; i < 7'300; ++i) noise += static_cast<char>((random = random * 1664525 + 1013904223) >> 24U);
+    auto file = ipa(repo.path() / name, {{"Payload/Daylight.app/Info.plist", plist("1.3", number)},
+                                         {"Payload/Daylight.app/Daylight", noise}});
+    bytes = Files::read(file, 1'000'000).value();
+  }
+  std::size_t parts() { return calls("PUT /upload/"); }
+};
+
+TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
+  make("50");
+  Ran ran = builds({"upload", "Daylight.ipa"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(ran.out, "Daylight.ipa: 1.3 (50) for iOS, 8 KB, straight to Apple…\n"
+                     "✓ Uploaded 1.3 (50) for iOS. Apple is processing it, usually 5 to 30 minutes.\n");
+  EXPECT_EQ(parts(), (bytes.size() + 999) / 1000);
+  EXPECT_EQ(build("50").md5, MD5::hex(std::string_view(bytes)));
+  for (const auto& request : server.requests()) {
+    if (request.path.starts_with("/upload/")) EXPECT_FALSE(request.headers.contains("authorization"));
+  }
+  EXPECT_EQ(bodies("POST", "/uploads").back(), (nlohmann::json{{"platform", "ios"},
+                                                               {"version", "1.3"},
+                                                               {"build", "50"},
+                                                               {"fileName", "Daylight.ipa"},
+                                                               {"fileSize", bytes.size()}}));
+  ran = builds({"upload", "Daylight.ipa"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err, "Apple has Daylight Weather 1.3 (50) for iOS already, and takes each build number of a version "
+                     "once.\n");
+  repo.write("Mac.pkg", "xar!");
+  ran = builds({"upload", "Mac.pkg", "--version", "1.3", "--build", "50", "--json"});
+  auto answer = nlohmann::json::parse(ran.out);
+  EXPECT_EQ(answer["platform"], "macos");
+  EXPECT_TRUE(answer["uploadId"].is_string());
+  EXPECT_EQ(ran.err, "Mac.pkg: 1.3 (50) for macOS, 0 KB, straight to Apple…\n");
+}
+
+TEST_F(UploadTest, ADryRunReservesNothing) {
+  make("50");
+  EXPECT_EQ(builds({"upload", "Daylight.ipa", "--dry-run"}).out,
+            "Dry run: 1.3 (50) for iOS (Daylight.ipa, 8 KB) would upload. Nothing sent.\n");
+  EXPECT_EQ(server.requests().back().query, "dryRun=true");
+  server.withState([](sandbox::State& state) { EXPECT_TRUE(state.testFlight.uploads.empty()); });
+  EXPECT_EQ(builds({"upload", "Daylight.ipa", "--build", "44", "--version", "1.2", "--dry-run"}).status, 1);
+}
+
+TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
+  make("50");
+  server.withState([](sandbox::State& state) {
+    state.testFlight.nextError = "No icon.";
+    state.testFlight.listing = std::chrono::minutes(1);
+    state.testFlight.processing = std::chrono::minutes(7);
+  });
+  Ran ran = builds({"upload", "Daylight.ipa", "--wait"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err, "1.3 (50) for iOS: Apple couldn't process it: No icon.\n");
+  EXPECT_NE(ran.out.find("● Waiting for Apple to list 1.3 (50).\n● 1.3 (50) for iOS: processing.\n"),
+            std::string::npos);
+  // Apple takes the number again, and still lists the failed one, for a minute it alone.
+  auto begun = clock.continuous();
+  ran = builds({"upload", "Daylight.ipa", "--wait", "--json"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_GE(clock.continuous() - begun, std::chrono::minutes(7));
+  EXPECT_EQ(nlohmann::json::parse(ran.out)["processed"]["state"], "missingcompliance");
+  make("51");
+  begun = clock.continuous();
+  ran = builds({"upload", "Daylight.ipa", "--wait", "--timeout", "5"});
+  EXPECT_EQ(ran.status, 10);
+  EXPECT_EQ(ran.err, "The time ran out with it still on its way. To keep waiting: kestu builds wait \"1.3 (51)\"\n");
+  EXPECT_EQ(clock.continuous() - begun, std::chrono::minutes(5));
+}
+
+TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
+  struct Row {
+    const char* name;
+    sandbox::Fault fault;
+    std::string reason;
+    std::size_t sent;
+  };
+  const std::string commit = base + "uploads/";
+  int number = 60;
+  for (const Row& row : std::vector<Row>{
+           {"refused parts", {.path = "/upload/", .times = -1, .status = 403}, "Apple took no part of A.ipa (403)", 0},
+           {"a part refused late",
+            {.path = "/upload/", .skip = 5, .times = -1, .status = 500},
+            "A.ipa (500). Nothing was changed; run it again.",
+            0},
+           {"a commit refused",
+            {.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"},
+            "Torn.",
+            9},
+       }) {
+    SCOPED_TRACE(row.name);
+    make(std::to_string(++number), "A.ipa");
+    server.forgetRequests();
+    server.onNext(row.fault);
+    Ran ran = builds({"upload", "A.ipa", "--app", "1234567890"});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_NE(ran.err.find(row.reason), std::string::npos) << ran.err;
+    EXPECT_NE(ran.err.find("The unfinished upload stays at Apple until it's removed: kestu builds remove \"1.3 (" +
+                           std::to_string(number) + ")\" --app 1234567890\n"),
+              std::string::npos)
+        << ran.err;
+    EXPECT_EQ(calls("POST " + commit), row.sent > 0 ? 1U : 0U);
+    server.faults().clear();
+  }
+  make("70");
+  clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
+  server.onNext({.path = "/upload/", .times = -1, .status = 500});
+  EXPECT_THROW(builds({"upload", "Daylight.ipa"}), Stopped);
+  EXPECT_TRUE(terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\"\n")) << terminal.errText();
+}
+
+TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
+  struct Row {
+    const char* name;
+    std::function<void(const std::filesystem::path&)> change;
+  };
+  int number = 50;
+  for (const Row& row : std::vector<Row>{
+           {"grown", [](const auto& file) { std::filesystem::resize_file(file, 100'000); }},
+           {"written again", [](const auto& file) { std::filesystem::last_write_time(file, {}); }},
+           // Last, as it leaves parts on their way that would meet the next row's fault.
+           {"cut short", [](const auto& file) { std::filesystem::resize_file(file, 100); }},
+       }) {
+    SCOPED_TRACE(row.name);
+    make(std::to_string(++number));
+    server.onNext({.path = "/upload/", .status = 500});
+    clock.onSleep = [&](std::chrono::milliseconds) { row.change(repo.path() / "Daylight.ipa"); };
+    Ran ran = builds({"upload", "Daylight.ipa"});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_NE(ran.err.find("Daylight.ipa changed while it was being sent.\n"), std::string::npos) << ran.err;
+    EXPECT_TRUE(bodies("POST", "/commit").empty());
+  }
+}
+
+TEST_F(UploadTest, RemoveClearsTheOneUploadThatIsMeant) {
+  server.withState([](sandbox::State& state) {
+    auto add = [&](const std::string& id, const std::string& platform, const std::string& version,
+                   const std::string& number) {
+      state.testFlight.uploads.push_back(
+          {id, 1234567890, platform, version, number, state.clock() - std::chrono::hours(3)});
+    };
+    add("u1", "ios", "1.3", "50");
+    add("u2", "ios", "1.3", "50");
+    add("u3", "macos", "1.3", "50");
+    add("u4", "ios", "1.2", "51");
+    add("u5", "ios", "", "52");
+  });
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string err;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"50"},
+            2,
+            "3 unfinished uploads of 50. Name one with --upload:\n"
+            "  u1  1.3 (50)  iOS    3 hours ago\n"
+            "  u2  1.3 (50)  iOS    3 hours ago\n"
+            "  u3  1.3 (50)  macOS  3 hours ago\n"},
+           {{"1.2 (50)"}, 7, "There's no unfinished upload of 1.2 (50).\n"},
+           {{"51", "--platform", "macos"}, 7, "There's no unfinished upload of 51.\n"},
+           {{"50", "--upload", "u4"}, 7, "u4 isn't an unfinished upload of 50.\n"},
+           {{"52"}, 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
+           {{"1.3 (50)", "--platform", "macos"},
+            6,
+            "Remove the unfinished upload of 1.3 (50) for macOS, begun 3 hours ago. Can't be undone.\n"
+            "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
+       }) {
+    auto arguments = row.arguments;
+    arguments.insert(arguments.begin(), "remove");
+    Ran ran = builds(arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_EQ(ran.err, row.err);
+  }
+  EXPECT_EQ(calls("DELETE "), 0U);
+  server.scriptNextPlan({.waitingPolls = -1});
+  Ran ran = builds({"remove", "50", "--upload", "u2", "--yes"});
+  EXPECT_EQ(ran.out, "✓ Removed the unfinished upload of 1.3 (50).\n") << ran.err;
+  EXPECT_EQ(bodies("DELETE", "/u2").at(0), (nlohmann::json{{"platform", "ios"}, {"version", "1.3"}, {"build", "50"}}));
+  server.withState([](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 4U); });
+}
+
+} // namespace
+} // namespace kestu::tests

@@ -1,0 +1,152 @@
+#include "tests/support/builds_test.hpp"
+
+namespace kestu::tests {
+namespace {
+
+class WaitTest : public BuildsTest {
+ protected:
+  static inline const std::string timeUp = "The time ran out with it still on its way. Run it again to keep waiting.\n";
+
+  std::vector<nlohmann::json> asked() { return bodies("POST", "/wait"); }
+  void processingFor(std::chrono::seconds length) {
+    server.withState([&](sandbox::State& state) { state.testFlight.processing = length; });
+    setState("44", "processing");
+  }
+};
+
+TEST_F(WaitTest, EndsWhereTheBuildIsReached) {
+  struct Row {
+    std::vector<std::string> arguments;
+    const char* state; // of the build 44
+    int status;
+    std::string out, err;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{}, "readyforinternal", 0, "✓ 1.2 (44) for iOS: ready for internal testers.\n", ""},
+           {{"--platform", "macos", "--testable"},
+            "processing",
+            0,
+            "✓ 1.2 (12) for macOS: ready for internal testers.\n",
+            ""},
+           {{"44"},
+            "missingcompliance",
+            0,
+            "✓ 1.2 (44) for iOS: export compliance isn't answered.\nNext: kestu builds compliance \"1.2 (44)\"\n",
+            ""},
+           {{"44", "--testable", "--timeout", "0"},
+            "missingcompliance",
+            10,
+            "● 1.2 (44) for iOS: export compliance isn't answered: kestu builds compliance \"1.2 (44)\"\n",
+            timeUp},
+           {{"44", "--testable"}, "inbetareview", 0, "✓ 1.2 (44) for iOS: in Beta App Review.\n", ""},
+           {{"44", "--testable"}, "betarejected", 0, "1.2 (44) for iOS: Beta App Review rejected it.\n", ""},
+           {{"44"}, "invalid", 1, "", "1.2 (44) for iOS: Apple couldn't process it.\n"},
+           {{"44"}, "expired", 0, "1.2 (44) for iOS: expired.\n", ""},
+           {{"44", "--testable"}, "expired", 1, "", "1.2 (44) for iOS: expired.\n"},
+           {{"some-id"}, "expired", 7, "", "No build is some-id: kestu builds list lists them.\n"},
+           {{"--platform", "tvos"},
+            "expired",
+            7,
+            "",
+            "The app has no build to wait for: kestu builds upload sends one.\n"},
+       }) {
+    SCOPED_TRACE(std::string(row.state) + " " + (row.arguments.empty() ? "" : row.arguments.back()));
+    setState("44", row.state);
+    auto arguments = row.arguments;
+    arguments.insert(arguments.begin(), "wait");
+    Ran ran = builds(arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_EQ(ran.out, row.out);
+    EXPECT_EQ(ran.err, row.err);
+  }
+}
+
+TEST_F(WaitTest, FollowsABuildFromBeforeItIsListed) {
+  clock.onSleep = [&, sleeps = 0](std::chrono::milliseconds) mutable {
+    if (++sleeps != 3) return;
+    server.withState([&](sandbox::State& state) {
+      auto build = state.testFlight.builds.front();
+      build.number = "46";
+      build.buildId = "new";
+      build.upload = true;
+      build.state = "processing";
+      build.since = clock.now();
+      state.testFlight.builds.push_back(build);
+    });
+  };
+  Ran ran = builds({"wait", "1.2 (46)"});
+  EXPECT_EQ(ran.out, "● Waiting for Apple to list 1.2 (46).\n"
+                     "● 1.2 (46) for iOS: processing.\n"
+                     "✓ 1.2 (46) for iOS: export compliance isn't answered.\n"
+                     "Next: kestu builds compliance \"1.2 (46)\"\n")
+      << ran.err;
+  auto calls = asked();
+  EXPECT_EQ(calls.front(),
+            (nlohmann::json{
+                {"platform", "ios"}, {"version", "1.2"}, {"number", "46"}, {"testable", false}, {"seconds", 25}}));
+  EXPECT_EQ(calls.back()["cursor"], "new/processing");
+  ran = builds({"wait", "46", "--json"});
+  EXPECT_EQ(nlohmann::json::parse(ran.out)["number"], "46");
+}
+
+TEST_F(WaitTest, EndsWhenTheTimeIsUp) {
+  processingFor(std::chrono::hours(9));
+  auto begun = clock.continuous();
+  Ran ran = builds({"wait", "44", "--timeout", "2"});
+  EXPECT_EQ(ran.status, 10);
+  EXPECT_EQ(ran.err, timeUp);
+  EXPECT_EQ(clock.continuous() - begun, std::chrono::minutes(2));
+  EXPECT_EQ(asked().back()["seconds"], 5) << "no call is asked to be held for longer than there is time";
+  begun = clock.continuous();
+  EXPECT_EQ(builds({"wait", "44"}).status, 10);
+  EXPECT_EQ(clock.continuous() - begun, std::chrono::hours(1));
+}
+
+TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
+  const std::string path = base + "builds/wait";
+  processingFor(std::chrono::seconds(40));
+  server.onNext({.path = path, .skip = 1, .cut = true});
+  server.onNext({.path = path, .half = true});
+  server.onNext({.path = path, .times = 2, .status = 503, .body = "<html>", .contentType = "text/html"});
+  Ran ran = builds({"wait", "44"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_TRUE(ran.out.starts_with("● 1.2 (44) for iOS: processing.\n✓ 1.2 (44)")) << ran.out;
+  EXPECT_NE(ran.err.find(" Still waiting.\n"), std::string::npos) << ran.err;
+  for (const auto sleep : clock.sleeps()) EXPECT_LE(sleep, std::chrono::seconds(5));
+
+  struct Row {
+    sandbox::Fault fault;
+    int status;
+    std::string err;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{.path = path, .status = 401}, 3, "kestu no longer takes this sign-in"},
+           {{.path = path, .status = 403, .body = R"({"error":"app_not_granted"})"},
+            4,
+            "This sign-in doesn't cover that app."},
+           {{.path = path, .status = 404}, 7, "Not found.\n"},
+           {{.path = path, .status = 200, .body = "{}"}, 9, "kestu's answer wasn't what this version"},
+           {{.path = path, .times = -1, .status = 502},
+            9,
+            "kestu couldn't answer (502). Try again in a moment. Still waiting.\nkestu couldn't answer (502)."},
+       }) {
+    SCOPED_TRACE(row.err);
+    processingFor(std::chrono::hours(9));
+    server.forgetRequests();
+    server.onNext(row.fault);
+    ran = builds({"wait", "44", "--timeout", "1"});
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
+    EXPECT_EQ(asked().size(), row.fault.times < 0 ? 12U : 1U);
+    server.faults().clear();
+  }
+}
+
+TEST_F(WaitTest, AnInterruptEndsIt) {
+  processingFor(std::chrono::hours(9));
+  clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
+  EXPECT_THROW(builds({"wait", "44"}), Stopped);
+}
+
+} // namespace
+} // namespace kestu::tests
