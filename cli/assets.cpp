@@ -23,45 +23,6 @@ void PlatformOption::declare(Command& command) {
                   false});
 }
 
-Target resolve(const Client& client, const AppTarget& app, const PlatformOption& option, const Context& context) {
-  auto apps = fetchApps(client).value;
-  std::int64_t appId =
-      app.app ? AppChoice::match(*app.app, apps).appId : AppChoice::resolve(std::nullopt, client, context.folder);
-  Target target{"/v1/apps/" + std::to_string(appId), option.platform.value_or("ios"), {}};
-  for (App& one : apps) {
-    if (one.appId == appId) target.platforms = std::move(one.platforms);
-  }
-  auto isOn = [&](const std::string& platform) {
-    return std::find(target.platforms.begin(), target.platforms.end(), platform) != target.platforms.end();
-  };
-  if (!option.platform && !isOn("ios") && !target.platforms.empty()) target.platform = target.platforms.front();
-  if (!isOn(target.platform)) target.platforms.push_back(target.platform);
-  return target;
-}
-
-Response<AssetCatalog> fetchCatalog(const Client& client, const Target& target) {
-  return client.get(target.path + "/assets/catalog", {{"platform", target.platform}}, AssetCatalog::read);
-}
-
-AssetCatalog fetchCatalogs(const Client& client, const Target& target, const std::stop_token& stop) {
-  std::vector<AssetCatalog> catalogs(target.platforms.size());
-  fewAtOnce(catalogs.size(), catalogs.size(), stop, [&](std::size_t index, const std::stop_token&) {
-    Target one{target.path, target.platforms[index], {}};
-    catalogs[index] = fetchCatalog(client, one).value;
-  });
-  AssetCatalog all;
-  for (const AssetCatalog& catalog : catalogs) all.add(catalog);
-  return all;
-}
-
-std::string platformName(const std::string& platform) {
-  if (platform == "ios") return "iOS";
-  if (platform == "macos") return "macOS";
-  if (platform == "tvos") return "tvOS";
-  if (platform == "visionos") return "visionOS";
-  return printable(platform);
-}
-
 namespace {
 
 struct SizesOptions : TableOptions {
@@ -111,7 +72,7 @@ std::string sizesText(const std::vector<AssetKind>& kinds, const AssetCatalog& c
 
 void runSizes(Context& context, const SizesOptions& options) {
   Client client = context.signedIn();
-  Target target = resolve(client, options.app, options.platform, context);
+  AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
   auto catalog = fetchCatalog(client, target);
   std::vector<AssetKind> kinds = options.choice.kinds();
   options.write(context.console, catalog.body, sizesTable(kinds, catalog.value),

@@ -3,6 +3,7 @@
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/console/progress.hpp"
+#include "core/project/platform.hpp"
 #include "core/project/project.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
@@ -29,7 +30,7 @@ struct Facts {
   ShownAssets shown;
 };
 
-Facts fetch(const Context& context, const Client& client, const Target& target, const std::string& version) {
+Facts fetch(const Context& context, const Client& client, const AppOnPlatform& target, const std::string& version) {
   Facts facts;
   fewAtOnce(2, 2, context.stop, [&](std::size_t index, const std::stop_token&) {
     if (index == 0) {
@@ -42,7 +43,7 @@ Facts fetch(const Context& context, const Client& client, const Target& target, 
   return facts;
 }
 
-PullPlan planPull(Context& context, const PullOptions& options, const Facts& facts, const Target& target,
+PullPlan planPull(Context& context, const PullOptions& options, const Facts& facts, const AppOnPlatform& target,
                   const std::filesystem::path& root) {
   auto link = Project::link(context.folder);
   ScanOptions scan;
@@ -112,11 +113,11 @@ PullReport carryOut(Context& context, const PullPlan& plan, const std::filesyste
 void runPull(Context& context, const PullOptions& options) {
   Console& console = context.console;
   Client client = context.signedIn();
-  Target target = resolve(client, options.app, options.platform, context);
+  AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
   auto root = Project::root(context.folder);
   Facts facts = fetch(context, client, target, options.version);
   PullPlan plan = planPull(context, options, facts, target, root);
-  std::string version = printable(options.version) + " for " + platformName(target.platform);
+  std::string version = printable(options.version) + " for " + platformLabel(target.platform);
   if (!plan.conflicts.empty() && !options.force) {
     std::vector<std::string> files;
     for (const std::string& path : plan.conflicts) files.push_back(printable(path));

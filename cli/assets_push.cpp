@@ -5,6 +5,7 @@
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/console/progress.hpp"
+#include "core/project/platform.hpp"
 #include "core/project/project.hpp"
 #include "core/support/text.hpp"
 
@@ -50,7 +51,7 @@ std::vector<std::string> groupsNamed(const std::vector<std::string>& names, cons
 }
 
 /// What the repository has of the kinds, or a CLIError with all that keeps it from being sent.
-AssetScan scan(Context& context, const PushOptions& options, const AssetCatalog& catalog, const Target& target) {
+AssetScan scan(Context& context, const PushOptions& options, const AssetCatalog& catalog, const AppOnPlatform& target) {
   auto root = Project::root(context.folder);
   ScanOptions scanOptions;
   scanOptions.platform = target.platform;
@@ -86,7 +87,7 @@ void requireSendable(const AssetScan& scan, const PushOptions& options) {
                                      "/<locale>/<display>/: kestu assets sizes lists the displays.");
 }
 
-AssetsPlan fetchPlan(const Client& client, const Target& target, const Query& query, const PushOptions& options,
+AssetsPlan fetchPlan(const Client& client, const AppOnPlatform& target, const Query& query, const PushOptions& options,
                      const std::vector<AssetSet>& sets, std::string& body) {
   Query planQuery = query;
   if (options.dryRun) planQuery.push_back(Client::dryRun);
@@ -151,7 +152,7 @@ std::string filesText(const Totals& sum, const std::string& after) {
 /// and in the end.
 class Arrivals {
  public:
-  Arrivals(const Client& client, const Target& target, const Query& query)
+  Arrivals(const Client& client, const AppOnPlatform& target, const Query& query)
       : client_(client), path_(target.path + "/assets/uploaded"), query_(query), told_(now()) {}
 
   void add(const std::string& assetId) {
@@ -183,7 +184,7 @@ class Arrivals {
   std::chrono::nanoseconds told_;
 };
 
-void upload(Context& context, const Client& client, const Target& target, const Query& query,
+void upload(Context& context, const Client& client, const AppOnPlatform& target, const Query& query,
             const std::vector<AssetTransfer>& transfers) {
   if (transfers.empty()) return;
   Totals sum = totals(transfers);
@@ -211,7 +212,7 @@ void upload(Context& context, const Client& client, const Target& target, const 
 void runPush(Context& context, const PushOptions& options) {
   Console& console = context.console;
   Client client = context.signedIn();
-  Target target = resolve(client, options.app, options.platform, context);
+  AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
   AssetCatalog catalog = fetchCatalogs(client, target, context.stop);
   AssetScan found = scan(context, options, catalog, target);
   for (const std::string& note : found.notes) console.error(printable(note));
@@ -222,7 +223,7 @@ void runPush(Context& context, const PushOptions& options) {
   AssetsPlan plan = fetchPlan(client, target, query, options, found.sets, body);
   std::vector<AssetTransfer> transfers = AssetPush::transfers(plan, found.sets);
   Totals sum = totals(transfers);
-  std::string version = printable(options.version) + " for " + platformName(target.platform);
+  std::string version = printable(options.version) + " for " + platformLabel(target.platform);
   if (plan.unchanged()) {
     options.emitBody(console, body,
                      "✓ " + version + " shows these " + options.choice.plural() +

@@ -20,7 +20,7 @@ namespace kestu {
 using Kind = CLIError::Kind;
 
 void BuildPlatform::declare(Command& command, const std::string& help) {
-  std::vector<std::string> words(buildPlatforms.begin(), buildPlatforms.end());
+  std::vector<std::string> words(platforms.begin(), platforms.end());
   command.option({{"--platform"},
                   "platform",
                   help,
@@ -80,7 +80,7 @@ std::string appPath(const Client& client, const AppTarget& app, const Context& c
 namespace {
 
 std::string forPlatform(const std::optional<std::string>& platform) {
-  return platform ? " for " + buildPlatformLabel(*platform) : "";
+  return platform ? " for " + platformLabel(*platform) : "";
 }
 
 // list
@@ -136,7 +136,7 @@ std::string buildsText(const TestFlightBuilds& answer, const ListOptions& option
   for (std::string& heading : rows.front()) heading = console.style().bold(heading);
   for (const ManagedBuild& build : answer.builds) {
     bool stays = build.testable() || build.stateKind() == BuildState::missingCompliance;
-    rows.push_back({build.text(), buildPlatformLabel(build.platform), styledState(build, console.style()),
+    rows.push_back({build.text(), platformLabel(build.platform), styledState(build, console.style()),
                     Format::ago(build.uploadedAt, now), stays ? Format::moment(build.expiresAt, now) : "",
                     groupNames(build, answer.groups)});
     while (rows.back().back().empty()) rows.back().pop_back();

@@ -75,7 +75,7 @@ void runUpload(Context& context, const UploadOptions& options) {
   BuildFile file = BuildFile::read(context.folder, options.file, given, context.stop);
   Client client = context.signedIn();
   std::string path = appPath(client, options.app, context);
-  std::string build = file.text() + " for " + buildPlatformLabel(file.platform);
+  std::string build = file.text() + " for " + platformLabel(file.platform);
   std::string size = Format::bytes(file.size);
   nlohmann::json request = BuildUpload::request(file);
   if (options.dryRun) {
@@ -139,7 +139,7 @@ void runRemove(Context& context, const RemoveOptions& options) {
       "DELETE", path + "/testflight/uploads/" + percentEncoded(upload.uploadId), {}, Client::encoded(upload.named())};
   std::string what = "the unfinished upload of " + upload.text();
   std::string details =
-      what + " for " + buildPlatformLabel(upload.platform) + ", begun " + Format::ago(upload.createdAt, now);
+      what + " for " + platformLabel(upload.platform) + ", begun " + Format::ago(upload.createdAt, now);
   if (options.dryRun)
     return options.send(context, client, request, "Dry run: would remove " + details + ", after your approval.");
   options.confirm(context, "Remove " + details + ". Can't be undone.", true);

@@ -4,14 +4,11 @@
 #include "cli/metadata.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
-#include "core/project/app_choice.hpp"
 #include "core/project/git.hpp"
 #include "core/project/project.hpp"
 #include "core/release/finding_table.hpp"
 
 #include <nlohmann/json.hpp>
-
-#include <algorithm>
 
 namespace kestu {
 
@@ -30,26 +27,6 @@ void CheckOptions::write(Context& context, const Findings& findings) const {
   if (console.isTerminal(Stream::out)) width = console.width();
   TableOptions::write(console, JSON::compact(encoded(findings)), ReleaseCheck::rows(findings),
                       ReleaseCheck::table(findings, console.style(), width));
-}
-
-CheckedApp CheckedApp::find(const Client& client, const CheckOptions& options, const Context& context) {
-  CheckedApp found;
-  found.appId = AppChoice::resolve(options.app.app, client, context.folder);
-  found.path = "/v1/apps/" + std::to_string(found.appId);
-  found.platform = options.platform.value_or("ios");
-  for (const App& one : fetchApps(client).value) {
-    if (one.appId != found.appId) continue;
-    found.primaryLocale = one.primaryLocale;
-    if (options.platform) continue;
-    auto first = std::find_first_of(Metadata::platforms.begin(), Metadata::platforms.end(), one.platforms.begin(),
-                                    one.platforms.end());
-    if (first != Metadata::platforms.end()) found.platform = *first;
-  }
-  return found;
-}
-
-AssetCatalog fetchAssetCatalog(const Client& client, const CheckedApp& app) {
-  return client.get(app.path + "/assets/catalog", {{"platform", app.platform}}, AssetCatalog::read).value;
 }
 
 void warnOfTrackedPassword(Context& context, const RepoListing& listing) {

@@ -1,5 +1,7 @@
 #include "cli/command.hpp"
 
+#include "core/support/error.hpp"
+
 namespace kestu {
 
 Command& Command::add(const std::string& word, std::string abstractOfIt) {
@@ -12,5 +14,19 @@ void Command::flag(std::vector<std::string> names, bool& target, std::string hel
 }
 
 std::string Command::word() const { return path.substr(path.rfind(' ') + 1); }
+
+Command& Command::addNotBuilt(const std::string& word, std::string abstractOfIt) {
+  Command& command = add(word, std::move(abstractOfIt));
+  command.notBuilt();
+  return command;
+}
+
+void Command::notBuilt() {
+  takesAnything = true;
+  discussion = "This command isn't in this version of kestu yet.";
+  run = [itsPath = path](Context&) {
+    throw CLIError(CLIError::Kind::failed, itsPath + " isn't in this version of kestu yet.");
+  };
+}
 
 } // namespace kestu

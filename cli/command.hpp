@@ -38,6 +38,12 @@ class Command {
   /// A subcommand, its word after this command's path.
   Command& add(const std::string& word, std::string abstractOfIt);
 
+  /// A subcommand that this version doesn't have.
+  Command& addNotBuilt(const std::string& word, std::string abstractOfIt);
+
+  /// In the tree, but not in this version: takes anything, says so and fails before anything is sent.
+  void notBuilt();
+
   void flag(std::vector<std::string> names, bool& target, std::string help, bool hidden = false);
   void option(Option option) { options.push_back(std::move(option)); }
   void argument(Argument argument) { arguments.push_back(std::move(argument)); }

@@ -2,7 +2,6 @@
 
 #include "cli/command_rows.hpp"
 #include "cli/families.hpp"
-#include "core/support/error.hpp"
 
 #include <array>
 #include <string_view>
@@ -13,15 +12,6 @@ namespace kestu {
 namespace {
 
 using Expand = void (*)(Command&);
-
-/// In the tree, but not built yet: fails before anything is sent.
-void expandMissing(Command& command) {
-  command.takesAnything = true;
-  command.discussion = "This command isn't in this version of kestu yet.";
-  command.run = [path = command.path](Context&) {
-    throw CLIError(CLIError::Kind::failed, path + " isn't in this version of kestu yet.");
-  };
-}
 
 Expand expansion(std::string_view word) {
   static constexpr std::array<std::pair<std::string_view, Expand>, 11> built = {{
@@ -40,7 +30,7 @@ Expand expansion(std::string_view word) {
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;
   }
-  return expandMissing;
+  return [](Command& command) { command.notBuilt(); };
 }
 
 } // namespace

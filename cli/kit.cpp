@@ -68,8 +68,9 @@ void runCheck(Context& context, const CheckOptions& options) {
   for (const KitFlag& flag : known) keys.push_back(flag.key);
   auto flags = FlagScan::compare(reads, keys);
   if (reads.empty() && !options.quiet()) {
-    return context.console.line("The code under " + printable(options.folder.value_or(folder.string())) +
-                                " reads no flags through KestuFlags.");
+    return context.console.line(
+        "The code under " + printable(options.folder.value_or(folder.lexically_proximate(context.folder).string())) +
+        " reads no flags through KestuFlags.");
   }
   options.emit(
       context.console,
@@ -96,25 +97,16 @@ void addCheck(Command& group) {
   command.run = [options](Context& context) { runCheck(context, *options); };
 }
 
-void addMissing(Command& group, const std::string& word, const std::string& abstract) {
-  Command& command = group.add(word, abstract);
-  command.takesAnything = true;
-  command.discussion = "This command isn't in this version of kestu yet.";
-  command.run = [path = command.path](Context&) {
-    throw CLIError(Kind::failed, path + " isn't in this version of kestu yet.");
-  };
-}
-
 } // namespace
 
 void addKit(Command& command) {
   Command& flags = command.add("flags", "The app's feature flags: those that the code reads, and KestuKit's own.");
   addCheck(flags);
-  addMissing(flags, "list", "The flags that KestuKit has for the app.");
-  addMissing(flags, "create", "Make a flag.");
-  addMissing(command, "experiments", "The app's experiments.");
-  addMissing(command, "update-prompts", "Prompts to update the app.");
-  addMissing(command, "whats-new", "The app's What's New pages, a version each.");
+  flags.addNotBuilt("list", "The flags that KestuKit has for the app.");
+  flags.addNotBuilt("create", "Make a flag.");
+  command.addNotBuilt("experiments", "The app's experiments.");
+  command.addNotBuilt("update-prompts", "Prompts to update the app.");
+  command.addNotBuilt("whats-new", "The app's What's New pages, a version each.");
 }
 
 } // namespace kestu

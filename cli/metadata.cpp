@@ -3,7 +3,7 @@
 #include "cli/families.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
-#include "core/project/app_choice.hpp"
+#include "core/project/platform.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace {
 
 using Kind = CLIError::Kind;
 
-std::vector<std::string> platformWords() { return {Metadata::platforms.begin(), Metadata::platforms.end()}; }
+std::vector<std::string> platformWords() { return {platforms.begin(), platforms.end()}; }
 
 std::vector<StoreVersion> readVersions(const JSONValue& value) { return value.listAt("versions", StoreVersion::read); }
 
@@ -29,15 +29,6 @@ std::string editableVersion(const Client& client, const std::string& appPath, co
   std::string why = found.empty() ? "no version of the app can be edited now"
                                   : "several versions can be edited, " + Text::joined(found, " and ");
   throw UsageError("Which version, as in " + command + " 1.2? For " + platformLabel(platform) + " " + why + ".");
-}
-
-void addMissing(Command& group, const std::string& word, const std::string& abstract) {
-  Command& command = group.add(word, abstract);
-  command.takesAnything = true;
-  command.discussion = "This command isn't in this version of kestu yet.";
-  command.run = [path = command.path](Context&) {
-    throw CLIError(Kind::failed, path + " isn't in this version of kestu yet.");
-  };
 }
 
 } // namespace
@@ -77,19 +68,12 @@ void MetadataChoice::declare(Command& command) {
 }
 
 MetadataTarget MetadataChoice::resolve(const Client& client, const Context& context, const std::string& command) const {
-  std::int64_t appId = AppChoice::resolve(app.app, client, context.folder);
-  std::string appPath = "/v1/apps/" + std::to_string(appId);
-  std::vector<std::string> on;
-  for (const App& one : fetchApps(client).value) {
-    if (one.appId == appId) on = one.platforms;
-  }
-  auto first = std::find_first_of(Metadata::platforms.begin(), Metadata::platforms.end(), on.begin(), on.end());
-  std::string firstOne(first == Metadata::platforms.end() ? Metadata::platforms.front() : *first);
+  auto on = AppOnPlatform::resolve(client, app, platform, context);
   MetadataTarget target;
-  target.path = appPath + "/listing";
-  target.platform = platform.value_or(firstOne);
-  target.firstPlatform = on.empty() || target.platform == firstOne;
-  target.version = version ? *version : editableVersion(client, appPath, target.platform, command);
+  target.path = on.path + "/listing";
+  target.platform = on.platform;
+  target.firstPlatform = on.platform == on.firstPlatform;
+  target.version = version ? *version : editableVersion(client, on.path, target.platform, command);
   return target;
 }
 
@@ -105,8 +89,8 @@ void addMetadata(Command& command) {
   addMetadataPull(command);
   addMetadataPush(command);
   addValidate(command);
-  addMissing(command, "categories", "The app's App Store categories.");
-  addMissing(command, "age-rating", "The app's age rating, and the answers it rests on.");
+  command.addNotBuilt("categories", "The app's App Store categories.");
+  command.addNotBuilt("age-rating", "The app's age rating, and the answers it rests on.");
   addContentRights(command);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/app_platform.hpp"
 #include "cli/context.hpp"
 #include "cli/layout_option.hpp"
 #include "cli/options.hpp"

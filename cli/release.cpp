@@ -26,7 +26,7 @@ struct CheckCommandOptions : CheckOptions {
 
 /// All that a check looks at.
 struct Facts {
-  CheckedApp app;
+  AppOnPlatform app;
   RepoListing repository;
   StoreListing store;
   std::vector<StoreVersion> versions;
@@ -53,7 +53,7 @@ Facts gather(Context& context, const Client& client, const CheckCommandOptions& 
   auto root = Project::root(context.folder);
   Facts facts;
   Console::Busy busy(context.console);
-  facts.app = CheckedApp::find(client, options, context);
+  facts.app = AppOnPlatform::resolve(client, options.app, options.platform, context);
   facts.repository = options.layout.read(root, options.version, facts.app.platform).value_or(RepoListing{});
   const std::string& path = facts.app.path;
   Query onPlatform = {{"platform", facts.app.platform}};
@@ -64,7 +64,7 @@ Facts gather(Context& context, const Client& client, const CheckCommandOptions& 
       [&](const auto&) {
         facts.builds = outcome([&] { return Builds::fetch(client, path, facts.app.platform, options.version).value; });
       },
-      [&](const auto&) { facts.catalog = outcome([&] { return fetchAssetCatalog(client, facts.app); }); },
+      [&](const auto&) { facts.catalog = outcome([&] { return fetchCatalogs(client, facts.app, context.stop); }); },
       [&](const auto&) { facts.pages = outcome([&] { return fetchWhatsNewPages(client, facts.app.appId).value; }); },
       [&](const auto&) { facts.flags = outcome([&] { return fetchKitFlags(client, facts.app.appId).value; }); },
       [&](const auto&) { facts.times = client.get("/v1/review-times", {}, readTimes).value; },
@@ -214,25 +214,16 @@ void addCheck(Command& group) {
   command.run = [options](Context& context) { runCheck(context, *options); };
 }
 
-void addMissing(Command& group, const std::string& word, std::string abstract) {
-  Command& command = group.add(word, std::move(abstract));
-  command.takesAnything = true;
-  command.discussion = "This command isn't in this version of kestu yet.";
-  command.run = [path = command.path](Context&) {
-    throw CLIError(Kind::failed, path + " isn't in this version of kestu yet.");
-  };
-}
-
 } // namespace
 
 void addRelease(Command& command) {
   command.discussion = "kestu release check 1.2 says what App Review would trip on.";
-  addMissing(command, "prepare", "Get a version ready for App Review from the repo.");
+  command.addNotBuilt("prepare", "Get a version ready for App Review from the repo.");
   addCheck(command);
-  addMissing(command, "now",
-             "Release a version App Review approved, which waits for you, to the App Store: it reaches users and can't "
+  command.addNotBuilt(
+      "now", "Release a version App Review approved, which waits for you, to the App Store: it reaches users and can't "
              "be undone, so it waits for your approval.");
-  addMissing(command, "phased", "Pause, resume or complete a version's phased release.");
+  command.addNotBuilt("phased", "Pause, resume or complete a version's phased release.");
 }
 
 } // namespace kestu

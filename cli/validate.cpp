@@ -22,7 +22,7 @@ struct ValidateOptions : CheckOptions {
 
 /// What only the service knows.
 struct Remote {
-  CheckedApp app;
+  AppOnPlatform app;
   AssetCatalog catalog;
 };
 
@@ -30,8 +30,8 @@ struct Remote {
 Outcome<Remote> fetchRemote(Context& context, const ValidateOptions& options) {
   auto remote = outcome([&] {
     Client client = context.signedIn();
-    CheckedApp app = CheckedApp::find(client, options, context);
-    return Remote{app, fetchAssetCatalog(client, app)};
+    AppOnPlatform app = AppOnPlatform::resolve(client, options.app, options.platform, context);
+    return Remote{app, fetchCatalogs(client, app, context.stop)};
   });
   if (const auto* error = std::get_if<CLIError>(&remote)) {
     bool isMisnamed = options.app.app && (error->kind == Kind::usage || error->kind == Kind::notFound);

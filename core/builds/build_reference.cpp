@@ -76,7 +76,7 @@ const ManagedBuild& BuildReference::find(const std::vector<ManagedBuild>& builds
                                          const std::optional<std::string>& platform) const {
   if (const ManagedBuild* found = among(builds, platform)) return *found;
   throw CLIError(CLIError::Kind::notFound, "No build is " + text() +
-                                               (platform ? " for " + buildPlatformLabel(*platform) : "") +
+                                               (platform ? " for " + platformLabel(*platform) : "") +
                                                ": kestu builds list lists them.");
 }
 

@@ -37,7 +37,7 @@ bool isMeant(const UnfinishedUpload& upload, const BuildReference& build, const 
 std::string listed(const std::vector<const UnfinishedUpload*>& uploads, Moment now) {
   std::vector<std::vector<std::string>> rows;
   for (const UnfinishedUpload* upload : uploads) {
-    rows.push_back({"  " + printable(upload->uploadId), upload->text(), buildPlatformLabel(upload->platform),
+    rows.push_back({"  " + printable(upload->uploadId), upload->text(), platformLabel(upload->platform),
                     Format::ago(upload->createdAt, now)});
   }
   return Format::table(rows);

@@ -7,13 +7,6 @@
 
 namespace kestu {
 
-std::string buildPlatformLabel(std::string_view platform) {
-  static constexpr std::array<std::string_view, 4> labels = {"iOS", "macOS", "tvOS", "visionOS"};
-  const auto* found = std::find(buildPlatforms.begin(), buildPlatforms.end(), platform);
-  if (found == buildPlatforms.end()) return printable(platform);
-  return std::string(labels.at(static_cast<std::size_t>(found - buildPlatforms.begin())));
-}
-
 const BuildStateFacts& buildStateFacts(std::string_view raw) {
   static constexpr std::array<BuildStateFacts, 12> all = {{
       {BuildState::uploading, "uploading", "uploading", false, false},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/project/platform.hpp"
 #include "core/service/client.hpp"
 #include "core/support/clock.hpp"
 
@@ -10,12 +11,6 @@
 #include <vector>
 
 namespace kestu {
-
-/// The platforms that have builds, in the order in which they are listed.
-inline constexpr std::array<std::string_view, 4> buildPlatforms = {"ios", "macos", "tvos", "visionos"};
-
-/// "iOS" for "ios"; what it doesn't know is made printable.
-std::string buildPlatformLabel(std::string_view platform);
 
 /// Where a build is on its way to testers. `other` is a state that this version doesn't know.
 enum class BuildState {
@@ -70,7 +65,7 @@ struct ManagedBuild {
   std::string text() const;
 
   /// "1.2 (45) for iOS"
-  std::string described() const { return text() + " for " + buildPlatformLabel(platform); }
+  std::string described() const { return text() + " for " + platformLabel(platform); }
 
   /// Its state in words: "ready for internal testers", "Apple couldn't process it: …"; printable.
   std::string stateText() const;

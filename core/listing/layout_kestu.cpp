@@ -1,5 +1,7 @@
 #include "core/listing/layouts.hpp"
 
+#include "core/project/platform.hpp"
+
 namespace kestu::KestuLayout {
 
 namespace {
@@ -28,7 +30,7 @@ void requireRights(const nlohmann::json& object) {
 void readApp(RepoListing& listing, const ListingPlace& place) {
   ListingObject app = ListingObject::read(place.root, appPath, {"copyright"});
   requireRights(app.raw());
-  for (std::string_view platform : Metadata::platforms) {
+  for (std::string_view platform : platforms) {
     if (auto own = app.raw().find(platform); own != app.raw().end()) requireRights(*own);
   }
   listing.copyright = app.text("copyright", place.platform);

@@ -3,6 +3,7 @@
 #include "core/console/printable.hpp"
 #include "core/listing/listing_field.hpp"
 #include "core/listing/metadata.hpp"
+#include "core/project/platform.hpp"
 #include "core/support/files.hpp"
 #include "core/support/json.hpp"
 #include "core/support/text.hpp"
@@ -176,7 +177,7 @@ void ListingObject::mend() {
     if (found != object.end() && (refused || !(found->is_string() || found->is_null()))) object.erase(found);
   };
   for (const ListingFieldFacts& field : listingFields()) drop(object_, field.key, false);
-  for (std::string_view platform : Metadata::platforms) {
+  for (std::string_view platform : platforms) {
     auto own = object_.find(platform);
     if (own == object_.end()) continue;
     if (own->is_object()) {
@@ -190,7 +191,7 @@ void ListingObject::mend() {
 void ListingObject::check(std::initializer_list<std::string_view> otherKeys) const {
   for (const ListingFieldFacts& field : listingFields()) requireText(object_, field.key, path_);
   for (std::string_view key : otherKeys) requireText(object_, key, path_);
-  for (std::string_view platform : Metadata::platforms) {
+  for (std::string_view platform : platforms) {
     if (!object_.contains(platform)) continue;
     checkPlatform(platform);
     for (std::string_view key : otherKeys) requireText(object_.at(std::string(platform)), key, path_);

@@ -37,7 +37,6 @@ using ListingFiles = std::map<std::string, std::string>;
 /// that begins with its path, a missing one gives nothing.
 namespace Metadata {
 
-inline constexpr std::array<std::string_view, 4> platforms = {"ios", "macos", "tvos", "visionos"};
 inline constexpr std::string_view demoPasswordVariable = "KESTU_REVIEW_DEMO_PASSWORD";
 
 /// Whether the text looks like a locale code: "en-US", "zh-Hans".

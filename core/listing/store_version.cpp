@@ -72,13 +72,4 @@ std::string StoreVersion::stateText() const {
   return known ? std::string(known->text) : printable(state);
 }
 
-std::string platformLabel(const std::string& platform) {
-  static constexpr std::array<std::pair<std::string_view, std::string_view>, 4> labels = {
-      {{"ios", "iOS"}, {"macos", "macOS"}, {"tvos", "tvOS"}, {"visionos", "visionOS"}}};
-  for (const auto& [word, label] : labels) {
-    if (word == platform) return std::string(label);
-  }
-  return printable(platform);
-}
-
 } // namespace kestu

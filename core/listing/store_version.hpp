@@ -50,7 +50,4 @@ struct StoreVersion {
   std::string stateText() const;
 };
 
-/// "iOS" of "ios"; any other text made printable.
-std::string platformLabel(const std::string& platform);
-
 } // namespace kestu

@@ -60,10 +60,10 @@ Findings reviewTime(const ReviewTimes& times, const std::string& platform) {
   auto counted = [](std::int64_t count, std::string_view unit) {
     return fmt::format("{} {}{}", Format::number(count), unit, count == 1 ? "" : "s");
   };
-  return {{Level::note, "reviewtime", std::nullopt,
-           fmt::format("App Review on {} takes about {} now (the median of {} in the last {}).",
-                       buildPlatformLabel(platform), Format::minutes(minutes), counted(time.reviews, "review"),
-                       counted(time.days, "day"))}};
+  return {
+      {Level::note, "reviewtime", std::nullopt,
+       fmt::format("App Review on {} takes about {} now (the median of {} in the last {}).", platformLabel(platform),
+                   Format::minutes(minutes), counted(time.reviews, "review"), counted(time.days, "day"))}};
 }
 
 } // namespace kestu::ReleaseCheck

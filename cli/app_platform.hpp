@@ -1,0 +1,36 @@
+#pragma once
+
+#include "cli/options.hpp"
+#include "core/assets/asset_catalog.hpp"
+#include "core/service/client.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace kestu {
+
+struct Context;
+
+/// The app that a command is about as the service has it, and the platform.
+struct AppOnPlatform {
+  std::int64_t appId = 0;
+  std::string path;                   ///< of the app's calls: "/v1/apps/1234567890"
+  std::string platform;               ///< the one asked for, else the app's first
+  std::string firstPlatform;          ///< of ios, macos, tvos and visionos; ios when the app has none yet
+  std::vector<std::string> platforms; ///< every one that the app is on, and the one asked for
+  std::string primaryLocale;          ///< empty when the sign-in doesn't list the app
+
+  static AppOnPlatform resolve(const Client& client, const AppTarget& app, const std::optional<std::string>& platform,
+                               const Context& context);
+};
+
+/// The displays of the platform.
+Response<AssetCatalog> fetchCatalog(const Client& client, const AppOnPlatform& app);
+
+/// The displays of all the app's platforms, so that a folder of another one's display is known for what it is.
+AssetCatalog fetchCatalogs(const Client& client, const AppOnPlatform& app, const std::stop_token& stop);
+
+} // namespace kestu
