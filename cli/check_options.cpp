@@ -29,6 +29,10 @@ void CheckOptions::write(Context& context, const Findings& findings) const {
                       ReleaseCheck::table(findings, console.style(), width));
 }
 
+void tellNotes(Context& context, const RepoListing& listing) {
+  for (const std::string& note : listing.notes) context.console.error(printable(note));
+}
+
 void warnOfTrackedPassword(Context& context, const RepoListing& listing) {
   SystemGit git(context.stop);
   auto file = Metadata::trackedPasswordFile(listing, context.environment, Project::root(context.folder), git);

@@ -26,6 +26,9 @@ struct CheckOptions : TableOptions {
   void write(Context& context, const Findings& findings) const;
 };
 
+/// Says on standard error what lies among the listing's files and isn't read.
+void tellNotes(Context& context, const RepoListing& listing);
+
 /// Says on standard error when git tracks the file that holds the demo account's password.
 void warnOfTrackedPassword(Context& context, const RepoListing& listing);
 

@@ -38,7 +38,6 @@ void runShow(Context& context, const ShowOptions& options) {
 }
 
 void runSet(Context& context, const SetOptions& options) {
-  if (!options.rights) throw UsageError("--third-party-content says yes or no.");
   Client client = context.signedIn();
   std::string path = listingPath(options.app, client, context);
   auto now = client.get(path, {}, StoreListing::read).value.contentRights;
@@ -61,10 +60,14 @@ void runSet(Context& context, const SetOptions& options) {
 
 void addContentRights(Command& group) {
   Command& command = group.add("content-rights", "Whether the app uses content of others: the answer, and setting it.");
-  auto shown = std::make_shared<ShowOptions>();
-  shown->app.declare(command, false);
-  shown->GlobalOptions::declare(command);
-  command.run = [shown](Context& context) { runShow(context, *shown); };
+  auto addShow = [](Command& to) {
+    auto shown = std::make_shared<ShowOptions>();
+    shown->app.declare(to, false);
+    shown->GlobalOptions::declare(to);
+    to.run = [shown](Context& context) { runShow(context, *shown); };
+  };
+  addShow(command);
+  addShow(command.add("show", "The answer that App Store Connect has."));
 
   Command& set = command.add("set", "Answer Content Rights, for the app on every platform.");
   set.discussion = "Yes says too that you have the rights to that content. In kestu's layout the answer can stand in "
@@ -82,6 +85,9 @@ void addContentRights(Command& group) {
               false});
   options->app.declare(set, false);
   options->ChangeOptions::declare(set);
+  set.validate = [options] {
+    if (!options->rights) throw UsageError("--third-party-content says yes or no.");
+  };
   set.run = [options](Context& context) { runSet(context, *options); };
 }
 

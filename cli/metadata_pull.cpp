@@ -1,4 +1,5 @@
 #include "cli/metadata.hpp"
+#include "cli/outcome.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/project.hpp"
@@ -76,7 +77,8 @@ Writing compared(const ListingFiles& files, const fs::path& root) {
         writing.unchanged.push_back(path);
         continue;
       }
-      if (before && Metadata::saysOtherwise(*before, contents)) writing.conflicts.push_back(path);
+      bool isLink = !before && fs::is_symlink(fs::symlink_status(root / path));
+      if (isLink || (before && Metadata::saysOtherwise(*before, contents))) writing.conflicts.push_back(path);
       writing.changed.push_back({path, std::move(before), contents});
     } catch (const std::system_error& error) {
       throw failure(path, "read", error.code());
@@ -113,15 +115,41 @@ void write(const std::vector<Writing::File>& files, const fs::path& root) {
   }
 }
 
+/// What the files say otherwise all the same, since they have no place to tell the two apart.
+std::vector<std::string> leftApart(const StoreListing& store, const PullOptions& options, const MetadataTarget& target,
+                                   MetadataLayout layout, const fs::path& root) {
+  std::vector<std::string> values;
+  auto listing = outcome([&] { return Metadata::read(layout, root, target.version, target.platform); });
+  if (!std::holds_alternative<RepoListing>(listing)) return values; // a broken file that this pull has nothing to do with
+  auto change = ListingChange::between(std::get<RepoListing>(listing), store, {.locales = options.choice.locales});
+  for (const auto* list : {&change.differences, &change.held}) {
+    for (const ListingDifference& each : *list) values.push_back(printable(each.place) + " " + each.label);
+  }
+  return values;
+}
+
+std::string apartText(std::vector<std::string> values, const MetadataTarget& target) {
+  constexpr std::size_t most = 6;
+  std::size_t more = values.size() > most ? values.size() - most : 0;
+  values.resize(values.size() - more);
+  std::string list = Text::joined(values, ", ");
+  if (more > 0) list += " and " + std::to_string(more) + " more";
+  return "The repo still says otherwise than " + target.title() + ", and a push would send it: " + list +
+         ". Its files have one place for what App Store Connect has apart: a default.json that every language takes, "
+         "or "
+         "a review.json for every platform.";
+}
+
 std::string counted(std::size_t count) { return count == 1 ? "1 file" : std::to_string(count) + " files"; }
 
-std::string doneText(const Writing& writing, const MetadataTarget& target, MetadataLayout layout) {
+std::string doneText(const Writing& writing, const MetadataTarget& target, MetadataLayout layout, bool same) {
   if (writing.changed.empty() && writing.unchanged.empty()) {
     return "✓ App Store Connect says nothing of " + target.title() + " yet: nothing to write.";
   }
   if (writing.changed.empty()) {
-    return "✓ The repo says what " + target.title() + " does already: nothing written, " +
-           counted(writing.unchanged.size()) + " already so.";
+    std::string count = counted(writing.unchanged.size());
+    if (!same) return "✓ Nothing written for " + target.title() + ": " + count + " already so.";
+    return "✓ The repo says what " + target.title() + " does already: nothing written, " + count + " already so.";
   }
   std::string text;
   for (const Writing::File& file : writing.changed) {
@@ -156,7 +184,11 @@ void runPull(Context& context, const PullOptions& options) {
                                writing.conflicts);
   }
   write(writing.changed, root);
-  options.emit(context.console, answerOf(writing, target, layout), doneText(writing, target, layout));
+  auto apart = leftApart(store, options, target, layout, root);
+  if (!apart.empty()) context.console.error(apartText(apart, target));
+  auto answer = answerOf(writing, target, layout);
+  answer["apart"] = apart;
+  options.emit(context.console, answer, doneText(writing, target, layout, apart.empty()));
 }
 
 } // namespace

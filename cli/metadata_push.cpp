@@ -1,7 +1,7 @@
+#include "cli/check_options.hpp"
 #include "cli/metadata.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
-#include "core/project/git.hpp"
 #include "core/project/project.hpp"
 #include "core/support/text.hpp"
 
@@ -29,9 +29,11 @@ ListingChange::Choice choiceOf(const Context& context, const PushOptions& option
   choice.demoPassword = Metadata::demoPassword(listing, context.environment);
   choice.sendPassword = options.demoPassword;
   if (options.demoPassword && !choice.demoPassword) {
+    bool fastlane = listing.layout == MetadataLayout::fastlane;
     throw CLIError(Kind::usage, "There is no demo account's password to send: set " +
-                                    std::string(Metadata::demoPasswordVariable) +
-                                    ", or demoAccountPassword in metadata/review.json.");
+                                    std::string(Metadata::demoPasswordVariable) + ", or " +
+                                    (fastlane ? "fastlane/metadata/review_information/demo_password.txt."
+                                              : "demoAccountPassword in metadata/review.json."));
   }
   return choice;
 }
@@ -59,23 +61,20 @@ std::string heldText(const ListingChange& change, const StoreVersion& version, c
          ".";
 }
 
-void warn(Context& context, const RepoListing& listing, const fs::path& root) {
-  SystemGit git(context.stop);
-  auto file = Metadata::trackedPasswordFile(listing, context.environment, root, git);
-  if (file) context.console.error(Metadata::trackedPasswordWarning(*file));
-}
-
 void send(Context& context, const Client& client, const PushOptions& options, const MetadataTarget& target,
           const ListingChange& change) {
   std::string count = counted(change.differences.size());
   std::string lines = differencesText(change.differences, context.console.width(), context.console.style());
-  ChangeRequest request{"POST", target.path, target.query(), Client::encoded(change.request())};
   if (options.dryRun) {
+    ListingChange shown = change;
+    shown.demoPassword.reset(); // nothing that is only looked at needs it
+    ChangeRequest request{"POST", target.path, target.query(), Client::encoded(shown.request())};
     options.say(context.console, lines);
     options.send(context, client, request,
                  "Dry run: " + target.title() + " would take " + count + " from the repo, after your approval.");
     return;
   }
+  ChangeRequest request{"POST", target.path, target.query(), Client::encoded(change.request())};
   if (options.yes) options.say(context.console, lines);
   options.confirm(context, target.title() + ", " + count + " from the repo, after your approval:\n" + lines, true);
   options.send(context, client, request, "✓ " + target.title() + " has the repo's listing, " + count + " changed.");
@@ -89,7 +88,8 @@ void runPush(Context& context, const PushOptions& options) {
   auto listing = options.choice.layout.read(root, target.version, target.platform);
   if (!listing || listing->isEmpty()) throw noListing();
   ListingChange::Choice choice = choiceOf(context, options, *listing);
-  warn(context, *listing, root);
+  tellNotes(context, *listing);
+  warnOfTrackedPassword(context, *listing);
   StoreListing store = fetchListing(client, target);
   requireLocales(*listing, store, options.choice.locales);
   ListingChange change = ListingChange::between(*listing, store, choice);

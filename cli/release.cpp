@@ -10,6 +10,7 @@
 #include "core/project/project.hpp"
 #include "core/release/release_check.hpp"
 #include "core/support/tasks.hpp"
+#include "core/support/text.hpp"
 
 #include <algorithm>
 #include <iterator>
@@ -36,7 +37,7 @@ struct Facts {
   Outcome<std::vector<KitFlag>> flags;
   std::vector<FlagRead> reads;
   Git::Changes changes;
-  ReleaseCheck::ReviewTimes times;
+  Outcome<ReleaseCheck::ReviewTimes> times;
 };
 
 std::vector<StoreVersion> readVersions(const JSONValue& value) { return value.listAt("versions", StoreVersion::read); }
@@ -67,7 +68,7 @@ Facts gather(Context& context, const Client& client, const CheckCommandOptions& 
       [&](const auto&) { facts.catalog = outcome([&] { return fetchCatalogs(client, facts.app, context.stop); }); },
       [&](const auto&) { facts.pages = outcome([&] { return fetchWhatsNewPages(client, facts.app.appId).value; }); },
       [&](const auto&) { facts.flags = outcome([&] { return fetchKitFlags(client, facts.app.appId).value; }); },
-      [&](const auto&) { facts.times = client.get("/v1/review-times", {}, readTimes).value; },
+      [&](const auto&) { facts.times = outcome([&] { return client.get("/v1/review-times", {}, readTimes).value; }); },
       [&](const auto& stop) { facts.reads = FlagScan::reads(root, stop); },
       [&](const auto& stop) {
         facts.changes =
@@ -166,13 +167,19 @@ Findings check(Context& context, const Facts& facts, const std::string& number) 
   add(checkAssets(context, facts));
   add(checkPages(facts, number));
   add(checkFlags(facts));
-  add(ReleaseCheck::reviewTime(facts.times, facts.app.platform));
+  if (const auto* why = std::get_if<CLIError>(&facts.times)) {
+    findings.push_back(
+        {Level::note, "reviewtime", std::nullopt, "How long App Review takes wasn't found out: " + why->description});
+  } else {
+    add(ReleaseCheck::reviewTime(std::get<0>(facts.times), facts.app.platform));
+  }
   return findings;
 }
 
 void runCheck(Context& context, const CheckCommandOptions& options) {
   Client client = context.signedIn();
   Facts facts = gather(context, client, options);
+  tellNotes(context, facts.repository);
   warnOfTrackedPassword(context, facts.repository);
   Findings findings = check(context, facts, options.version);
   options.write(context, findings);
@@ -181,6 +188,12 @@ void runCheck(Context& context, const CheckCommandOptions& options) {
   if (!facts.store.version) {
     options.say(context.console, "The rest is checked once " + number +
                                      " exists: kestu metadata validate checks the repo's listing now.");
+  }
+  bool review =
+      std::any_of(findings.begin(), findings.end(), [](const Finding& each) { return each.rule == "review" && each.level == Level::error; });
+  if (review && facts.repository.layout == MetadataLayout::kestu && !options.quiet()) {
+    options.say(context.console, "What App Review is told goes in metadata/review.json: kestu metadata push " +
+                                     Format::shellWord(options.version) + " sends it.");
   }
   if (ReleaseCheck::fails(findings, options.strict)) {
     options.say(context.console, number + " isn't ready for App Review: " + sum + ".");
@@ -207,7 +220,7 @@ void addCheck(Command& group) {
                       if (!Metadata::versionShape(value)) {
                         throw UsageError(printable(value) + " can't be a version: it's a number, as 1.2.");
                       }
-                      options->version = value;
+                      options->version = Text::trimmed(value);
                     },
                     true});
   options->declare(command);

@@ -9,6 +9,7 @@
 #include "core/project/project.hpp"
 #include "core/release/release_check.hpp"
 #include "core/support/tasks.hpp"
+#include "core/support/text.hpp"
 
 namespace kestu {
 
@@ -20,29 +21,47 @@ struct ValidateOptions : CheckOptions {
   std::optional<std::string> version;
 };
 
-/// What only the service knows.
+/// What only the service knows, as far as it can be had.
 struct Remote {
-  AppOnPlatform app;
-  AssetCatalog catalog;
+  Outcome<AppOnPlatform> app;
+  Outcome<AssetCatalog> catalog;
+
+  const AppOnPlatform* known() const { return std::get_if<AppOnPlatform>(&app); }
 };
 
-/// Without a sign-in or the service the repository's own part is checked all the same.
-Outcome<Remote> fetchRemote(Context& context, const ValidateOptions& options) {
-  auto remote = outcome([&] {
-    Client client = context.signedIn();
-    AppOnPlatform app = AppOnPlatform::resolve(client, options.app, options.platform, context);
-    return Remote{app, fetchCatalogs(client, app, context.stop)};
-  });
-  if (const auto* error = std::get_if<CLIError>(&remote)) {
-    bool isMisnamed = options.app.app && (error->kind == Kind::usage || error->kind == Kind::notFound);
+/// Without a sign-in or the service the repository's own part is checked all the same; what was asked for by name must
+/// be there.
+template <class Fetch>
+auto attempt(const ValidateOptions& options, Fetch fetch) {
+  auto result = outcome(fetch);
+  if (const auto* error = std::get_if<CLIError>(&result)) {
+    bool isNamed = options.app.app || options.platform;
+    bool isMisnamed = isNamed && (error->kind == Kind::usage || error->kind == Kind::notFound);
     if (isMisnamed || error->kind == Kind::outdated) throw *error;
+  }
+  return result;
+}
+
+Remote fetchRemote(Context& context, const ValidateOptions& options) {
+  std::optional<Client> client;
+  Remote remote;
+  remote.app = attempt(options, [&] {
+    client.emplace(context.signedIn());
+    return AppOnPlatform::resolve(*client, options.app, options.platform, context);
+  });
+  if (const auto* why = std::get_if<CLIError>(&remote.app)) {
+    remote.catalog = *why;
+  } else {
+    remote.catalog = attempt(options, [&] { return fetchCatalogs(*client, *remote.known(), context.stop); });
   }
   return remote;
 }
 
-RepoListing read(const ValidateOptions& options, const std::filesystem::path& root, const std::string& platform) {
+RepoListing read(Context& context, const ValidateOptions& options, const std::filesystem::path& root,
+                 const std::string& platform) {
   auto listing = options.layout.read(root, options.version, platform);
   if (listing && !listing->isEmpty()) return *std::move(listing);
+  if (listing) tellNotes(context, *listing);
   throw CLIError(Kind::notFound,
                  "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).");
 }
@@ -57,12 +76,16 @@ void append(Findings& findings, Findings more) {
   findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
-Findings check(Context& context, const RepoListing& listing, const Git::Changes& changes, const Outcome<Remote>& remote,
+std::string reason(const Remote& remote) {
+  const auto* why = std::get_if<CLIError>(&remote.app);
+  return why ? ": " + why->description : ".";
+}
+
+Findings check(Context& context, const RepoListing& listing, const Git::Changes& changes, const Remote& remote,
                const std::string& platform) {
   using ReleaseCheck::Purpose;
   auto root = Project::root(context.folder);
-  const auto* known = std::get_if<Remote>(&remote);
-  std::string primary = known ? known->app.primaryLocale : "";
+  std::string primary = remote.known() ? remote.known()->primaryLocale : "";
   Findings findings;
   bool guessed = primary.empty() && listing.texts.size() > 1;
   if (primary.empty()) primary = likelyPrimary(listing.texts);
@@ -70,9 +93,9 @@ Findings check(Context& context, const RepoListing& listing, const Git::Changes&
   append(findings, ReleaseCheck::translations(listing.files, changes, primary));
   if (guessed) {
     findings.push_back({Level::note, "missing", std::nullopt,
-                        primary + " was taken for the primary language, which only kestu knows."});
+                        primary + " was taken for the primary language, which only kestu knows" + reason(remote)});
   }
-  if (const auto* why = std::get_if<CLIError>(&remote)) {
+  if (const auto* why = std::get_if<CLIError>(&remote.catalog)) {
     append(findings, ReleaseCheck::assets(root, *why, Level::note));
     return findings;
   }
@@ -80,15 +103,17 @@ Findings check(Context& context, const RepoListing& listing, const Git::Changes&
   scan.platform = platform;
   scan.probe = context.probe;
   scan.stop = context.stop;
-  append(findings, context.console.during([&] { return ReleaseCheck::assets(root, known->catalog, scan); }));
+  append(findings, context.console.during(
+                       [&] { return ReleaseCheck::assets(root, std::get<AssetCatalog>(remote.catalog), scan); }));
   return findings;
 }
 
 void runValidate(Context& context, const ValidateOptions& options) {
   auto root = Project::root(context.folder);
+  Project::link(context.folder); // a broken one is told, whether or not it is needed
   std::string platform = options.platform.value_or("ios");
-  RepoListing listing = read(options, root, platform);
-  Outcome<Remote> remote;
+  RepoListing listing = read(context, options, root, platform);
+  Remote remote;
   Git::Changes changes;
   {
     Console::Busy busy(context.console);
@@ -99,12 +124,17 @@ void runValidate(Context& context, const ValidateOptions& options) {
       }
     });
   }
-  if (const auto* known = std::get_if<Remote>(&remote); known && known->app.platform != platform) {
-    platform = known->app.platform;
-    listing = read(options, root, platform);
+  if (const auto* known = remote.known(); known && known->platform != platform) {
+    platform = known->platform;
+    listing = read(context, options, root, platform);
   }
+  tellNotes(context, listing);
   warnOfTrackedPassword(context, listing);
   Findings findings = check(context, listing, changes, remote, platform);
+  if (std::string folder = "metadata/releases/" + options.version.value_or("");
+      options.version && listing.layout == MetadataLayout::kestu && !std::filesystem::is_directory(root / folder)) {
+    findings.push_back({Level::note, "version", std::nullopt, folder + " isn't there, so no what's new was checked."});
+  }
   options.write(context, findings);
   std::string sum = ReleaseCheck::summary(findings);
   bool fails = ReleaseCheck::fails(findings, options.strict);
@@ -131,7 +161,7 @@ void addValidate(Command& metadataGroup) {
                       if (!Metadata::versionShape(value)) {
                         throw UsageError(printable(value) + " can't be a version: it's a number, as 1.2.");
                       }
-                      options->version = value;
+                      options->version = Text::trimmed(value);
                     },
                     false});
   options->declare(command);

@@ -115,6 +115,22 @@ TEST(Git, SaysWhenEachFileLastChanged) {
   }
 }
 
+TEST(Git, FollowsLinks) {
+  TemporaryFolder folder, other;
+  Repository repository(folder.path());
+  folder.write("real/de/name.txt", "1");
+  repository.commit(3);
+  std::filesystem::create_directory_symlink("real", folder.path() / "metadata");
+  std::filesystem::create_directory_symlink(other.path(), folder.path() / "away");
+  repository.commit(5);
+  auto changes = SystemGit().lastChanged({"metadata/de/name.txt", "real/de/name.txt"}, folder.path(), now);
+  EXPECT_EQ(changes.dates,
+            (std::map<std::string, Moment>{{"metadata/de/name.txt", day(3)}, {"real/de/name.txt", day(3)}}));
+  EXPECT_TRUE(SystemGit().isTracked("metadata/de/name.txt", folder.path()));
+  EXPECT_EQ(SystemGit().lastChanged({"away/a.txt"}, folder.path(), now).unknown,
+            "away/a.txt lies outside the repository");
+}
+
 TEST(Git, SaysWhyItHasNoDates) {
   TemporaryFolder folder;
   auto in = [&](const char* name) { return folder.path() / name; };

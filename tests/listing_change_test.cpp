@@ -112,12 +112,12 @@ TEST(ListingChange, OnlyAVersionThatCanBeEditedTakesMoreThanPromotionalText) {
                                                                       {"metadatarejected", 0},
                                                                       {"developerrejected", 0},
                                                                       {"invalidbinary", 0},
-                                                                      {"waitingforreview", 3},
-                                                                      {"inreview", 3},
-                                                                      {"pendingdeveloperrelease", 3},
-                                                                      {"readyfordistribution", 3},
-                                                                      {"removedfromsale", 3},
-                                                                      {"a state of tomorrow", 3}}) {
+                                                                      {"waitingforreview", 4},
+                                                                      {"inreview", 4},
+                                                                      {"pendingdeveloperrelease", 4},
+                                                                      {"readyfordistribution", 4},
+                                                                      {"removedfromsale", 4},
+                                                                      {"a state of tomorrow", 4}}) {
     SCOPED_TRACE(state);
     ListingChange change = ListingChange::between(repo, store(state), {{}, "secret", true});
     EXPECT_EQ(change.held.size(), held);

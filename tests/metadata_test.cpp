@@ -1,4 +1,5 @@
 #include "core/support/files.hpp"
+#include "sandbox/listing.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>
@@ -194,6 +195,37 @@ TEST_F(MetadataTest, APushIsLimitedAsAsked) {
     EXPECT_EQ(ran.status, row.status) << row.said;
     EXPECT_NE((ran.out + ran.err).find(row.said), std::string::npos) << ran.out << ran.err;
   }
+}
+
+TEST_F(MetadataTest, WhatTheFilesCantTellApartIsSaid) {
+  server.withState([](sandbox::State& state) {
+    auto& info = sandbox::Listing::of(state, *state.version(1234567890, "macos", "1.2"));
+    info.review["notes"] = "Mac: open the demo.";
+  });
+  run({"metadata", "pull", "1.2"});
+  edit("metadata/review.json", [](json& object) { object["notes"] = "iOS: tap the demo."; });
+  Ran ran = run({"metadata", "pull", "1.2", "--platform", "macos"});
+  EXPECT_NE(ran.err.find("a push would send it: App Review notes"), std::string::npos) << ran.err << ran.out;
+  ran = run({"metadata", "pull", "1.2", "--platform", "macos"});
+  EXPECT_TRUE(ran.out.starts_with("✓ Nothing written for 1.2 for macOS")) << ran.out;
+}
+
+TEST_F(MetadataTest, WhatIsNotReadIsTold) {
+  run({"metadata", "pull", "1.2"});
+  edit("metadata/listing/en-US.json", [](json& object) {
+    object["whatsNew"] = "Faster";
+    object["describtion"] = "?";
+    object["macos"] = {{"titel", "?"}};
+  });
+  repo.write("metadata/listing/en_GB.json", "{}");
+  repo.write("metadata/releases/1.2/en-US.json", R"({"name": "A", "whatToTest": "All"})");
+  EXPECT_EQ(
+      run({"metadata", "push"}).err,
+      "metadata/listing/en-US.json: describtion isn't a key that kestu reads.\n"
+      "metadata/listing/en-US.json: titel isn't a key that kestu reads.\n"
+      "metadata/listing/en-US.json: whatsNew isn't read here: it goes in metadata/releases/<version>/<locale>.json.\n"
+      "metadata/listing/en_GB.json isn't read: no language is written so, as en-US is.\n"
+      "metadata/releases/1.2/en-US.json: name isn't read here: it goes in metadata/listing/<locale>.json.\n");
 }
 
 TEST_F(MetadataTest, ATrackedPasswordIsWarnedOf) {

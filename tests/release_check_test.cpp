@@ -296,13 +296,18 @@ TEST(ReleaseCheck, TheVersionAndItsBuild) {
       {"pendingappleRelease", "readyforexternal", far, "ios", ""}, // a state that isn't known
       {"pendingapplerelease", "expired", 0, "ios",
        "error version: App Review has 1.2 already (waiting for Apple to release it)."},
-      {"replacedwithnewversion", "expired", 0, "ios", "error version: 1.2 is on the App Store already."},
+      {"replacedwithnewversion", "expired", 0, "ios",
+       "error version: 1.2 is out already (replaced by a newer version)."},
       {review, "", far, "ios", "error build: 1.2 has no build: kestu release prepare 1.2"},
       {review, "unread", far, "ios", ""}, // what nothing is known of is said elsewhere
-      {review, "uploading", far, "ios", "error build: 1.2 (45) is still being uploaded."},
-      {review, "processing", far, "ios", "error build: Apple is still processing 1.2 (45)."},
-      {review, "failed", far, "ios", "error build: Apple couldn't process 1.2 (45)."},
-      {review, "invalid", far, "ios", "error build: Apple couldn't process 1.2 (45): No icon."},
+      {review, "uploading", far, "ios",
+       "error build: 1.2 (45) is still being uploaded: kestu builds wait '1.2 (45)' waits for it."},
+      {review, "processing", far, "ios",
+       "error build: Apple is still processing 1.2 (45): kestu builds wait '1.2 (45)' waits for it."},
+      {review, "failed", far, "ios",
+       "error build: Apple couldn't process 1.2 (45): send another one with kestu builds upload."},
+      {review, "invalid", far, "ios",
+       "error build: Apple couldn't process 1.2 (45) (No icon.): send another one with kestu builds upload."},
       {review, "missingcompliance", far, "tvos",
        "error build: 1.2 (45)'s export compliance isn't answered: kestu builds compliance '1.2 (45)' --platform tvos"},
       {review, "readyforinternal", 24 * 7, "ios", ""},
@@ -314,7 +319,7 @@ TEST(ReleaseCheck, TheVersionAndItsBuild) {
       {review, "readyforinternal", -1, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
       {review, "expired", far, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
       {review, "processing", 47, "ios",
-       "error build: Apple is still processing 1.2 (45).\n"
+       "error build: Apple is still processing 1.2 (45): kestu builds wait '1.2 (45)' waits for it.\n"
        "warning build: 1.2 (45) expires in TestFlight in 1 day, maybe before App Review gets to it."},
   };
   for (const auto& row : rows) {

@@ -153,6 +153,7 @@ TEST_F(ReleaseTest, CheckSaysWhatKeepsAVersionBack) {
             "warning         The 1.2 What's New page is a draft, so no one sees it: kestu kit whats-new publish 1.2\n"
             "warning         The code reads the flag a-b c (App/A.swift:1), which kestu doesn't have: kestu kit flags "
             "create 'a-b c'\n",
+            "What App Review is told goes in metadata/review.json: kestu metadata push 1.2 sends it.\n"
             "1.2 isn't ready for App Review: 3 errors, with 3 warnings.\n"},
            {"a page that only the repo has",
             [&](auto& state) { state.kit.pages.clear(); },
@@ -202,6 +203,9 @@ TEST_F(ReleaseTest, CheckGoesOnWithoutWhatCannotBeRead) {
     EXPECT_EQ(ran.out.find(start, at), at) << ran.out;
     at = ran.out.find('\n', at) + 1;
   }
+  server.onNext({.path = "/v1/review-times", .status = 503});
+  ran = run({"release", "check", "1.2"});
+  EXPECT_NE(ran.out.find("How long App Review takes wasn't found out: "), std::string::npos) << ran.out;
   // What nothing can be said without stops it.
   server.onNext({.path = "/v1/apps/1234567890/listing", .status = 503});
   EXPECT_EQ(run({"release", "check", "1.2"}).status, 9);
@@ -246,10 +250,10 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
   for (const std::string& locale : locales) write(locale, {{"name", "Name"}, {"keywords", "a,b"}});
   ran = run({"metadata", "validate", "--strict"});
   EXPECT_EQ(ran.status, 0) << ran.out;
-  EXPECT_TRUE(
-      ran.out.ends_with("note  en-US was taken for the primary language, which only kestu knows.\n"
-                        "note  The screenshots weren't checked against Apple's specs: Not signed in. Run kestu login.\n"
-                        "✓ The repo's listing keeps to Apple's limits.\n"))
+  EXPECT_TRUE(ran.out.ends_with(
+      "note  en-US was taken for the primary language, which only kestu knows: Not signed in. Run kestu login.\n"
+      "note  The screenshots weren't checked against Apple's specs: Not signed in. Run kestu login.\n"
+      "✓ The repo's listing keeps to Apple's limits.\n"))
       << ran.out;
   write("yb", {{"name", "N"}, {"description", "TODO"}, {"keywords", "a, A"}});
   write("xc", {{"keywords", "a,b"}});
@@ -271,6 +275,21 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
   EXPECT_EQ(run({"metadata", "validate", "--app", "None"}).status, 7);
   write("yb", json::array());
   EXPECT_EQ(run({"metadata", "validate"}).err, "metadata/listing/yb.json isn't a JSON object.\n");
+}
+
+TEST_F(ReleaseTest, ValidateUsesWhatItCanHave) {
+  server.withState([](sandbox::State& state) { state.app(1234567890)->primaryLocale = "de-DE"; });
+  repo.write("metadata/listing/de-DE.json", R"({"name": "Tageslicht", "subtitle": "Der Himmel"})");
+  repo.write("metadata/listing/en-US.json", R"({"name": "Daylight"})");
+  server.onNext({.path = "/v1/apps/1234567890/assets/catalog", .times = -1, .status = 503});
+  Ran ran = run({"metadata", "validate", "7.7"});
+  EXPECT_NE(ran.out.find("en-US: no subtitle, which de-DE has."), std::string::npos) << ran.out;
+  EXPECT_NE(ran.out.find("metadata/releases/7.7 isn't there"), std::string::npos) << ran.out;
+  EXPECT_EQ(run({"metadata", "validate", "--platform", "tvos"}).status, 0);
+  server.faults().clear();
+  EXPECT_EQ(run({"metadata", "validate", "--platform", "tvos"}).status, 7);
+  repo.write("kestu.json", "{");
+  EXPECT_EQ(run({"metadata", "validate"}).status, 1);
 }
 
 TEST_F(ReleaseTest, ValidateWithGitAndTheCatalog) {

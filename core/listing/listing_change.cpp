@@ -93,6 +93,8 @@ class Comparison {
     if (choice.demoPassword && editable_ && (choice.sendPassword || change.review != ReviewInfo{})) {
       change.demoPassword = choice.demoPassword;
       change.differences.push_back({"App Review", "demo account's password", std::nullopt, "sent, never shown"});
+    } else if (choice.demoPassword && !editable_ && choice.sendPassword) {
+      change.held.push_back({"App Review", "demo account's password", std::nullopt, ""});
     }
   }
 

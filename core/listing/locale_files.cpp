@@ -1,5 +1,10 @@
 #include "core/listing/layouts.hpp"
 
+#include "core/project/platform.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace kestu::LocaleFiles {
@@ -14,6 +19,44 @@ std::string pathOf(const std::vector<ListingEntry>& entries, const std::string& 
     if (entry.locale == locale) return entry.path;
   }
   return folder + "/" + locale + ".json";
+}
+
+void noteKeys(RepoListing& listing, const std::string& path, const nlohmann::json& object, Fields fields) {
+  for (const auto& [key, value] : object.items()) {
+    if (std::find(platforms.begin(), platforms.end(), key) != platforms.end()) {
+      if (value.is_object()) noteKeys(listing, path, value, fields);
+      continue;
+    }
+    auto field = listingFieldOfKey(key);
+    bool released = key == notesKey || (field && *field == ListingField::whatsNew);
+    if (released ? fields == Fields::released : field && holds(fields, *field)) continue;
+    listing.notes.push_back(path + ": " + key +
+                            (released ? " isn't read here: it goes in metadata/releases/<version>/<locale>.json."
+                             : field  ? " isn't read here: it goes in metadata/listing/<locale>.json."
+                                      : " isn't a key that kestu reads."));
+  }
+}
+
+/// Keys that nobody reads, and files that no language names: as often as not a slip.
+void noteUnread(RepoListing& listing, const ListingPlace& place, const std::string& folder, Fields fields,
+                const std::vector<ListingEntry>& entries) {
+  if (fields != Fields::listed && fields != Fields::released) return;
+  for (const ListingEntry& entry : entries) {
+    noteKeys(listing, entry.path, ListingObject::plain(place.root, entry.path).raw(), fields);
+  }
+  std::error_code none;
+  std::vector<std::string> names;
+  for (const auto& item : std::filesystem::directory_iterator(place.root / folder, none)) {
+    std::string name = item.path().filename().string();
+    bool isOther = name == "release.json" || name == "review.json" || name.starts_with('.');
+    auto isEntry = [&](const ListingEntry& entry) { return entry.path == folder + "/" + name; };
+    if (!name.ends_with(".json") || isOther || std::any_of(entries.begin(), entries.end(), isEntry)) continue;
+    names.push_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  for (const std::string& name : names) {
+    listing.notes.push_back(folder + "/" + name + " isn't read: no language is written so, as en-US is.");
+  }
 }
 
 } // namespace
@@ -43,7 +86,8 @@ void take(RepoListing& listing, const ListingEntry& entry, ListingField field, s
 
 void read(RepoListing& listing, const ListingPlace& place, const std::string& folder, Fields fields) {
   std::optional<std::string> defaultNotes;
-  for (const ListingEntry& entry : ListingFile::languages(place.root, folder, ListingFile::Entries::jsonFiles)) {
+  auto entries = ListingFile::languages(place.root, folder, ListingFile::Entries::jsonFiles);
+  for (const ListingEntry& entry : entries) {
     ListingObject object = ListingObject::read(place.root, entry.path, {notesKey});
     if (entry.locale != "default") listing.texts.try_emplace(entry.locale);
     for (const ListingFieldFacts& field : listingFields()) {
@@ -54,6 +98,7 @@ void read(RepoListing& listing, const ListingPlace& place, const std::string& fo
     auto notes = object.text(notesKey, place.platform);
     if (notes) (entry.locale == "default" ? defaultNotes.emplace() : listing.testNotes[entry.locale]) = *notes;
   }
+  noteUnread(listing, place, folder, fields, entries);
   if (!defaultNotes) return;
   for (const auto& [locale, text] : listing.texts) listing.testNotes.try_emplace(locale, *defaultNotes);
 }

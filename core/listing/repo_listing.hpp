@@ -79,6 +79,7 @@ struct RepoListing {
   std::map<std::string, std::string> testNotes{}; ///< What to Test by locale
   std::optional<std::string> whatsNewPage{};      ///< repository path of the release's folder of that name
   std::map<std::string, std::map<ListingField, std::string>> files{}; ///< repository path that each value came from
+  std::vector<std::string> notes{}; ///< what lies among its files and isn't read, whole sentences
 
   bool isEmpty() const;
 

@@ -119,6 +119,16 @@ void readLog(std::string_view text, Dates& dates) {
   }
 }
 
+/// A path as git knows it, with the links on its way followed; none when that leads out of the folder.
+std::optional<std::string> realPath(const std::string& path, const std::filesystem::path& root) {
+  std::error_code failed;
+  auto folder = std::filesystem::weakly_canonical(root, failed);
+  auto file = std::filesystem::weakly_canonical(root / path, failed);
+  std::string under = file.lexically_relative(folder).generic_string();
+  if (failed || under.empty() || under.starts_with("..")) return std::nullopt;
+  return under;
+}
+
 std::vector<std::string> joined(std::vector<std::string> arguments, const std::vector<std::string>& more) {
   arguments.insert(arguments.end(), more.begin(), more.end());
   return arguments;
@@ -155,14 +165,22 @@ ProcessResult SystemGit::run(const std::vector<std::string>& arguments, const st
 Git::Changes SystemGit::lastChanged(const std::vector<std::string>& paths, const std::filesystem::path& root,
                                     Moment now) {
   if (paths.empty()) return {};
+  std::map<std::string, std::vector<std::string>> byReal; // several may be links to one
+  for (const auto& path : paths) {
+    auto real = realPath(path, root);
+    if (!real) return {.unknown = path + " lies outside the repository"};
+    byReal[*real].push_back(path);
+  }
+  std::vector<std::string> reals;
+  for (const auto& [real, names] : byReal) reals.push_back(real);
   try {
     auto where = run({"rev-parse", "--is-shallow-repository", "--is-inside-work-tree", "--show-prefix"}, root);
     std::string_view facts = output(where);
     if (takeUntil(facts, '\n') == "true") return {.unknown = "this is a shallow clone"};
     if (takeUntil(facts, '\n') != "true") return {.unknown = "this is no git work tree"};
     if (facts.ends_with('\n')) facts.remove_suffix(1);
-    Dates dates(paths, std::string(facts));
-    auto pathspecs = asked(paths);
+    Dates dates(reals, std::string(facts));
+    auto pathspecs = asked(reals);
     auto status =
         run(joined({"status", "--porcelain", "-z", "--untracked-files=all", "--no-renames", "--"}, pathspecs), root);
     readStatus(output(status), now, dates);
@@ -177,7 +195,11 @@ Git::Changes SystemGit::lastChanged(const std::vector<std::string>& paths, const
       throw Failure(reason(log));
     }
     readLog(log.out, dates);
-    return {.dates = std::move(dates.dates)};
+    Changes changes;
+    for (const auto& [real, date] : dates.dates) {
+      for (const auto& name : byReal[real]) changes.dates.emplace(name, date);
+    }
+    return changes;
   } catch (const Failure& failure) {
     return {.unknown = failure.what()};
   } catch (const std::system_error&) {
@@ -187,7 +209,9 @@ Git::Changes SystemGit::lastChanged(const std::vector<std::string>& paths, const
 
 bool SystemGit::isTracked(const std::string& path, const std::filesystem::path& root) {
   try {
-    return run({"ls-files", "--error-unmatch", "--", path}, root).succeeded();
+    // Asked where the file really lies, which may be behind a link or in a repository inside this one.
+    auto file = std::filesystem::weakly_canonical(root / path);
+    return run({"ls-files", "--error-unmatch", "--", file.filename().string()}, file.parent_path()).succeeded();
   } catch (const std::system_error&) {
     return false;
   }

@@ -27,7 +27,9 @@ std::optional<std::string> notTaken(const StoreVersion& version, const std::stri
   case VersionStage::approved:
     return fmt::format("App Review has {} already ({}).", number, version.stateText());
   case VersionStage::out:
-    return number + " is on the App Store already.";
+    return version.state == "readyfordistribution"
+               ? number + " is on the App Store already."
+               : fmt::format("{} is out already ({}).", number, version.stateText());
   default:
     return std::nullopt;
   }
@@ -35,14 +37,16 @@ std::optional<std::string> notTaken(const StoreVersion& version, const std::stri
 
 std::optional<std::string> notUsable(const ManagedBuild& build, std::string_view platform) {
   std::string named = build.text();
+  std::string wait = "kestu builds wait " + Format::shellWord(named) + platformOption(platform);
   switch (build.stateKind()) {
   case BuildState::uploading:
-    return named + " is still being uploaded.";
+    return named + " is still being uploaded: " + wait + " waits for it.";
   case BuildState::processing:
-    return "Apple is still processing " + named + ".";
+    return "Apple is still processing " + named + ": " + wait + " waits for it.";
   case BuildState::failed:
   case BuildState::invalid:
-    return "Apple couldn't process " + named + (build.uploadError ? ": " + *build.uploadError : ".");
+    return "Apple couldn't process " + named + (build.uploadError ? " (" + *build.uploadError + ")" : "") +
+           ": send another one with kestu builds upload.";
   case BuildState::missingCompliance:
     return named + "'s export compliance isn't answered: kestu builds compliance " + Format::shellWord(named) +
            platformOption(platform);
