@@ -120,7 +120,8 @@ std::vector<std::string> leftApart(const StoreListing& store, const PullOptions&
                                    MetadataLayout layout, const fs::path& root) {
   std::vector<std::string> values;
   auto listing = outcome([&] { return Metadata::read(layout, root, target.version, target.platform); });
-  if (!std::holds_alternative<RepoListing>(listing)) return values; // a broken file that this pull has nothing to do with
+  if (!std::holds_alternative<RepoListing>(listing))
+    return values; // a broken file that this pull has nothing to do with
   auto change = ListingChange::between(std::get<RepoListing>(listing), store, {.locales = options.choice.locales});
   for (const auto* list : {&change.differences, &change.held}) {
     for (const ListingDifference& each : *list) values.push_back(printable(each.place) + " " + each.label);

@@ -189,8 +189,8 @@ void runCheck(Context& context, const CheckCommandOptions& options) {
     options.say(context.console, "The rest is checked once " + number +
                                      " exists: kestu metadata validate checks the repo's listing now.");
   }
-  bool review =
-      std::any_of(findings.begin(), findings.end(), [](const Finding& each) { return each.rule == "review" && each.level == Level::error; });
+  bool review = std::any_of(findings.begin(), findings.end(),
+                            [](const Finding& each) { return each.rule == "review" && each.level == Level::error; });
   if (review && facts.repository.layout == MetadataLayout::kestu && !options.quiet()) {
     options.say(context.console, "What App Review is told goes in metadata/review.json: kestu metadata push " +
                                      Format::shellWord(options.version) + " sends it.");

@@ -56,9 +56,9 @@ void FolderChange::carryOut(const std::filesystem::path& kindFolder) const {
   std::filesystem::remove(kindFolder / from, stillInUse);
 }
 
-DisplayFolders::DisplayFolders(std::filesystem::path root, std::string repositoryPath, const DisplayChoice& displays,
-                               bool byIDs)
-    : kindFolder_(std::move(root) / repositoryPath), repositoryPath_(std::move(repositoryPath)), displays_(displays),
+DisplayFolders::DisplayFolders(const std::filesystem::path& root, std::string repositoryPath,
+                               const DisplayChoice& displays, bool byIDs)
+    : kindFolder_(root / repositoryPath), repositoryPath_(std::move(repositoryPath)), displays_(displays),
       byIDs_(byIDs) {
   if (!std::filesystem::is_directory(kindFolder_)) return;
   try {

@@ -37,7 +37,8 @@ class DisplayFolders {
 
   /// Reads the kind's folder, which may not exist. Throws CLIError when a folder can't be read, or a file is where a
   /// folder goes.
-  DisplayFolders(std::filesystem::path root, std::string repositoryPath, const DisplayChoice& displays, bool byIDs);
+  DisplayFolders(const std::filesystem::path& root, std::string repositoryPath, const DisplayChoice& displays,
+                 bool byIDs);
 
   const std::vector<FolderChange>& changes() const { return changes_; }
 
