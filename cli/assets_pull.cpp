@@ -5,6 +5,7 @@
 #include "core/console/progress.hpp"
 #include "core/project/platform.hpp"
 #include "core/project/project.hpp"
+#include "core/support/folder_lock.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
 
@@ -69,6 +70,7 @@ std::string done(const PullReport& report, const std::string& version, const std
                     Format::bytes(report.bytes) + ")");
   }
   if (!report.folders.empty()) parts.push_back("renamed " + counted(report.folders.size(), "folder", "folders"));
+  if (!report.merged.empty()) parts.push_back("merged " + counted(report.merged.size(), "folder", "folders"));
   if (!report.moved.empty()) parts.push_back("renamed " + counted(report.moved.size(), "file", "files"));
   if (!report.removed.empty()) parts.push_back("removed " + counted(report.removed.size(), "file", "files"));
   if (report.nothing()) {
@@ -92,6 +94,7 @@ nlohmann::json answer(const PullReport& report, const PullPlan& plan, const std:
           {"written", report.written},
           {"bytes", report.bytes},
           {"folders", pairs(report.folders)},
+          {"merged", pairs(report.merged)},
           {"moved", pairs(report.moved)},
           {"removed", report.removed},
           {"updated", report.bookkeeping},
@@ -115,6 +118,11 @@ void runPull(Context& context, const PullOptions& options) {
   Client client = context.signedIn();
   AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
   auto root = Project::root(context.folder);
+  FolderLock lock(root);
+  if (lock.isTaken()) {
+    throw CLIError(CLIError::Kind::failed,
+                   "Another kestu assets pull is writing in this repo. Run it again when it's done.");
+  }
   Facts facts = fetch(context, client, target, options.version);
   PullPlan plan = planPull(context, options, facts, target, root);
   std::string version = printable(options.version) + " for " + platformLabel(target.platform);
@@ -151,7 +159,7 @@ void addAssetPull(Command& group, const KindChoice& choice) {
   command.argument({"version", "The version in App Store Connect, as 1.2.",
                     [options](const std::string& value) {
                       if (Text::trimmed(value).empty()) throw UsageError("The version is empty.");
-                      options->version = value;
+                      options->version = Text::trimmed(value);
                     },
                     true});
   command.flag({"--force"}, options->force, "Write over display folders that have other files in them.");

@@ -11,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <mutex>
@@ -39,12 +40,14 @@ std::vector<std::string> groupsNamed(const std::vector<std::string>& names, cons
   std::vector<std::string> groups;
   for (const std::string& name : names) {
     std::size_t before = groups.size();
+    std::string unknown;
     for (AssetKind kind : choice.kinds()) {
       DisplayChoice displays(catalog[kind], ofPlatform);
+      if (unknown.empty() || !displays.all().sharing(name).empty()) unknown = displays.unknown(name);
       if (const AssetDisplay* display = displays.named(name)) groups.push_back(display->group);
     }
     if (groups.size() == before) {
-      throw CLIError(Kind::usage, "No display is called " + printable(name) + ": kestu assets sizes lists them.");
+      throw CLIError(Kind::usage, printable(unknown));
     }
   }
   return groups;
@@ -153,32 +156,46 @@ std::string filesText(const Totals& sum, const std::string& after) {
 class Arrivals {
  public:
   Arrivals(const Client& client, const AppOnPlatform& target, const Query& query)
-      : client_(client), path_(target.path + "/assets/uploaded"), query_(query), told_(now()) {}
+      : client_(client), path_(target.path + "/assets/uploaded"), query_(query), begun_(now()), told_(begun_) {}
 
   void add(const std::string& assetId) {
     std::vector<std::string> ids;
     {
       std::lock_guard lock(mutex_);
       waiting_.push_back(assetId);
-      if (now() - told_ < std::chrono::seconds(5)) return;
+      if (now() - told_ < pause()) return;
       ids = std::exchange(waiting_, {});
       told_ = now();
     }
-    tell(ids);
+    tell(client_, ids);
   }
 
-  void tellAll() { tell(std::exchange(waiting_, {})); }
+  void tellAll() { tell(client_, std::exchange(waiting_, {})); }
+
+  /// In an end that wasn't meant to come; what keeps it from being told is of no use to the user.
+  void tellBeforeTheEnd() {
+    try {
+      tell(client_.unstopped(), std::exchange(waiting_, {}));
+    } catch (const std::exception&) {
+    }
+  }
 
  private:
   std::chrono::nanoseconds now() const { return client_.context().clock.continuous(); }
 
-  void tell(const std::vector<std::string>& ids) const {
-    if (!ids.empty()) client_.checked(client_.send("POST", path_, query_, Client::encoded({{"assetIds", ids}})));
+  /// Seldom enough that a long push spends no more calls on it than a short one.
+  std::chrono::nanoseconds pause() const {
+    return std::max<std::chrono::nanoseconds>(std::chrono::seconds(2), (now() - begun_) / 20);
+  }
+
+  void tell(const Client& client, const std::vector<std::string>& ids) const {
+    if (!ids.empty()) client.checked(client.send("POST", path_, query_, Client::encoded({{"assetIds", ids}})));
   }
 
   const Client& client_;
   const std::string path_;
   const Query& query_;
+  const std::chrono::nanoseconds begun_;
   std::mutex mutex_; // guards what follows
   std::vector<std::string> waiting_;
   std::chrono::nanoseconds told_;
@@ -198,12 +215,8 @@ void upload(Context& context, const Client& client, const AppOnPlatform& target,
           progress.advance(0, 1);
           arrivals.add(transfer.upload->assetId);
         });
-  } catch (const CLIError&) {
-    try {
-      arrivals.tellAll();
-    } catch (const std::exception&) {
-      // What the push failed of is what the user needs to know.
-    }
+  } catch (const std::exception&) {
+    arrivals.tellBeforeTheEnd();
     throw;
   }
   arrivals.tellAll();
@@ -259,19 +272,25 @@ void addAssetPush(Command& group, const KindChoice& choice) {
   command.argument({"version", "The version in App Store Connect, as 1.2.",
                     [options](const std::string& value) {
                       if (Text::trimmed(value).empty()) throw UsageError("The version is empty.");
-                      options->version = value;
+                      options->version = Text::trimmed(value);
                     },
                     true});
   command.option({{"--locale"},
                   "locale",
                   "Only these languages, as en-US, several with commas (en-US,de-DE) or the flag again.",
-                  [options](const std::string& value) { addWords(options->locales, value); },
+                  [options](const std::string& value) {
+                    addWords(options->locales, value);
+                    if (options->locales.empty()) throw UsageError("--locale names no language.");
+                  },
                   {},
                   false});
   command.option({{"--display"},
                   "display",
                   "Only these displays, as iPhone Duo or IPHONE_DUO_PROFILE, several with commas or the flag again.",
-                  [options](const std::string& value) { addWords(options->displays, value); },
+                  [options](const std::string& value) {
+                    addWords(options->displays, value);
+                    if (options->displays.empty()) throw UsageError("--display names no display.");
+                  },
                   {},
                   false});
   options->platform.declare(command);

@@ -1,7 +1,9 @@
+#include "core/support/folder_lock.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -311,6 +313,88 @@ TEST_F(PullTest, AssetsWithoutAChecksumAreKnownByPulledJson) {
   EXPECT_NE(run({"assets", "push", "1.2"}).out.find("nothing to upload"), std::string::npos);
   fs::remove(repo.path() / (shots + "pulled.json"));
   EXPECT_EQ(pull().status, 1) << "without it they may be anybody's";
+}
+
+TEST_F(PullTest, WhatIsInTheWayIsSaidBeforeAnythingIsWritten) {
+  const std::string movies = "metadata/previews/en-US/";
+  put({{movies + "iPhone 6.9/01.mov", "one"}});
+  push();
+  put({{movies + "IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"}, {movies + "iPhone 6.9", "a file"}});
+  Tree before = tree();
+  EXPECT_EQ(pull().err, movies + "iPhone 6.9 is a file, and iPhone 6.9″ takes a folder of files.\n");
+  EXPECT_EQ(tree(), before);
+  put({{phone + "02.png", shot(1)}});
+  fs::create_symlink("01.png", repo.path() / (phone + "01.png"));
+  EXPECT_EQ(pull().status, 0) << "a link in a circle is no asset of a display that shows none";
+}
+
+TEST_F(PullTest, AssetsWithoutAChecksumSurviveAFailedPull) {
+  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}});
+  push();
+  server.withState([](sandbox::State& state) {
+    for (auto& [id, asset] : state.assets) asset.checksumHidden = true;
+  });
+  put({});
+  EXPECT_EQ(pull().status, 0);
+  server.withState([](sandbox::State& state) {
+    auto& assets = state.version(1234567890, "ios", "1.2")->languages.front().displays.front().assets;
+    std::reverse(assets.begin(), assets.end());
+  });
+  fs::remove(repo.path() / (phone + "02.png"));
+  server.onNext({.path = "/files/", .times = -1, .status = 404});
+  EXPECT_EQ(pull().status, 1);
+  server.faults().clear();
+  Ran ran = pull();
+  EXPECT_EQ(ran.status, 0) << "files that were renamed are still known: " << ran.err;
+  EXPECT_EQ(tree(false), (Tree{{phone + "01.png", shot(3)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(1)}}));
+}
+
+TEST_F(PullTest, LinkedLanguagesShareWhatTheyShow) {
+  put({{phone + "01.png", shot(1)}, {shots + "de-DE/iPhone 6.9/01.png", shot(1)}});
+  push();
+  fs::remove_all(repo.path() / (shots + "de-DE"));
+  fs::create_directory_symlink("en-US", repo.path() / (shots + "de-DE"));
+  useIDs(true);
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_TRUE(fs::exists(repo.path() / (phoneID + "01.png")));
+  EXPECT_EQ(downloads(), 0U);
+  server.withState([](sandbox::State& state) {
+    auto& languages = state.version(1234567890, "ios", "1.2")->languages;
+    languages.back().displays.front().assets.clear();
+    state.assets.begin()->second.md5 = std::string(32, '0');
+    languages.back().displays.front().assets = {{state.assets.begin()->first}, {state.assets.begin()->first}};
+  });
+  Tree before = tree();
+  EXPECT_NE(pull({"--force"}).err.find("and App Store Connect shows different screenshots in them."),
+            std::string::npos);
+  EXPECT_EQ(tree(), before);
+}
+
+TEST_F(PullTest, ANameThatTwoDisplaysShareIsNone) {
+  repo.write("metadata/header/en-US/Header/01.png", png(2000, 900));
+  for (const std::string platform : {"ios", "macos"}) {
+    Ran ran = run({"assets", "push", "1.2", "--platform", platform});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_NE(ran.err.find("metadata/header/en-US/Header: HEADER_IPHONE and HEADER_MAC are both called Header: an ID "
+                           "says which one is meant."),
+              std::string::npos)
+        << ran.err;
+  }
+  fs::rename(repo.path() / "metadata/header/en-US/Header", repo.path() / "metadata/header/en-US/HEADER_MAC");
+  EXPECT_NE(run({"assets", "push", "1.2", "--platform", "macos", "--dry-run"}).out.find("1 added"), std::string::npos);
+  EXPECT_EQ(run({"assets", "push", "1.2", "--platform", "ios", "--dry-run"}).status, 7);
+}
+
+TEST_F(PullTest, WhatAKillLeftGoesAway) {
+  put({{phone + "01.png", shot(1)}});
+  push();
+  repo.write(phone + ".01.png.kestu-aB3xYz", "half");
+  repo.write(shots + ".pulled.json.kestu-aB3xYz", "half");
+  repo.write(shots + ".pulled.json.kestu", "mine");
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_EQ(names(tree()), (std::vector<std::string>{shots + ".pulled.json.kestu", phone + "01.png"}));
+  FolderLock other(repo.path());
+  EXPECT_EQ(pull().err, "Another kestu assets pull is writing in this repo. Run it again when it's done.\n");
 }
 
 TEST_F(PullTest, AnswersNeverLeaveTheFolder) {

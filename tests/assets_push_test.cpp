@@ -211,6 +211,19 @@ TEST_F(PushTest, WhatArrivedIsNotSentAgain) {
   EXPECT_EQ(parts(), 3 - told);
 }
 
+TEST_F(PushTest, AnInterruptionTellsWhatArrived) {
+  for (int i = 1; i <= 8; ++i) picture(folder + std::to_string(i) + ".png", static_cast<std::uint8_t>(i));
+  server.onNext({.path = "/upload/", .skip = 7, .times = -1, .status = 500});
+  clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
+  EXPECT_THROW(run({"assets", "push", "1.2", "--yes"}), Stopped);
+  std::size_t told = 0;
+  for (const auto& request : server.requests()) {
+    if (request.path.ends_with("/uploaded")) told += nlohmann::json::parse(request.body)["assetIds"].size();
+  }
+  EXPECT_GE(told, 4U) << "at most three others were on their way";
+  EXPECT_LE(told, 7U);
+}
+
 TEST(PartUploader, SendsEveryPartFromItsOwnOffset) {
   sandbox::Server server(sandbox::Options{.partSize = 1000});
   TemporaryFolder place;

@@ -103,6 +103,14 @@ const AssetDisplay* AssetDisplays::named(std::string_view text) const& {
   return found;
 }
 
+std::vector<std::string> AssetDisplays::sharing(std::string_view text) const {
+  std::vector<std::string> groups;
+  for (const AssetDisplay& display : displays) {
+    if (plainName(display.name) == plainName(text)) groups.push_back(display.group);
+  }
+  return groups.size() < 2 || named(text) ? std::vector<std::string>() : groups;
+}
+
 AssetCatalog AssetCatalog::read(const JSONValue& value) {
   AssetCatalog catalog;
   for (const auto& [key, list] : value.members()) {

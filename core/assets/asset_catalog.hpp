@@ -102,6 +102,9 @@ struct AssetDisplays {
   const AssetDisplay* named(std::string_view text) const&;
   const AssetDisplay* named(std::string_view text) const&& = delete;
 
+  /// The IDs of the displays that share a name, for which `named` therefore finds none; empty otherwise.
+  std::vector<std::string> sharing(std::string_view text) const;
+
   /// The first display that takes the size, turned where the device can be: sized(&AssetDisplay::images, 1290, 2796).
   template <class Spec>
   std::optional<Sized<Spec>> sized(std::vector<Spec> AssetDisplay::*specs, std::int64_t width,

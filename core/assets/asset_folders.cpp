@@ -60,6 +60,13 @@ std::string unreadable(const std::string& repositoryPath, const std::error_code&
   return repositoryPath + " can't be read (" + reason.message() + ").";
 }
 
+std::string textOf(const std::system_error& error, const std::filesystem::path& root) {
+  std::string text = error.what();
+  std::string prefix = root.string() + "/";
+  for (std::size_t at; (at = text.find(prefix)) != std::string::npos;) text.erase(at, prefix.size());
+  return text;
+}
+
 std::string movedPath(const std::string& path, const std::map<std::string, std::string>& renamed) {
   std::size_t end = path.size();
   while (end != std::string::npos && end > 0) {

@@ -38,6 +38,9 @@ std::vector<std::filesystem::path> mediaFiles(const std::filesystem::path& folde
 /// "metadata/previews/en-US can't be read (Permission denied)."
 std::string unreadable(const std::string& repositoryPath, const std::error_code& reason);
 
+/// An error's text with paths as the repository has them.
+std::string textOf(const std::system_error& error, const std::filesystem::path& root);
+
 /// The path after files or whole folders were renamed, all at once: a file's own entry counts before its folder's.
 std::string movedPath(const std::string& path, const std::map<std::string, std::string>& renamed);
 

@@ -62,7 +62,8 @@ class Puller {
   PullReport run() {
     for (const KindPull& kind : plan_.kinds) {
       pulled_[kind.kind] = before_[kind.kind] = Pulled::read(kind.kind, root_).assets;
-      for (const FolderChange& change : kind.changes) changeFolder(kind, change);
+      removeAbandoned(kind);
+      if (!kind.changes.empty()) changeFolders(kind);
     }
     for (const KindPull& kind : plan_.kinds) {
       for (const DisplayPull& display : kind.displays) arrange(kind, display);
@@ -80,21 +81,35 @@ class Puller {
     return root_ / kind.folder / path;
   }
 
-  /// The new paths are known in the books before the folder has its new name, and the old ones until it has: a kill at
-  /// any moment leaves each video with its poster frame.
-  void changeFolder(const KindPull& kind, const FolderChange& change) {
-    auto renamed = change.renamed();
-    if (!change.isRename && renamed.empty()) return;
+  /// What a program that was killed left behind.
+  void removeAbandoned(const KindPull& kind) const {
+    std::set<std::filesystem::path> folders = {root_ / kind.folder};
+    for (const DisplayPull& display : kind.displays) {
+      for (const PullSlot& slot : display.slots) folders.insert(absolute(kind, slot.path).parent_path());
+    }
+    for (const auto& folder : folders) IncomingFile::removeAbandoned(folder);
+  }
+
+  /// The new paths are in the books before the folders have their new names, and the old ones until they have: a kill
+  /// at any moment leaves each video with its poster frame.
+  void changeFolders(const KindPull& kind) {
+    std::map<std::string, std::string> renamed;
+    for (const FolderChange& change : kind.changes) renamed.merge(change.renamed());
     Frames::moved(kind.kind, root_, renamed, Frames::Old::kept);
     PulledAssets& pulled = pulled_[kind.kind];
     PulledAssets after = pulled;
     for (const auto& [path, asset] : pulled) after.emplace(Assets::movedPath(path, renamed), asset);
     if (after != pulled) Pulled::write(kind.kind, root_, after);
-    change.carryOut(root_ / kind.folder);
+    for (const FolderChange& change : kind.changes) {
+      if (stop_.stop_requested()) throw Stopped();
+      if (!change.isRename && change.renamed().empty()) continue;
+      change.carryOut(root_ / kind.folder);
+      (change.isRename ? report_.folders : report_.merged)
+          .emplace_back(kind.folder + "/" + change.from, kind.folder + "/" + change.to);
+    }
     std::erase_if(after, [&](const auto& entry) { return Assets::movedPath(entry.first, renamed) != entry.first; });
     pulled = std::move(after);
     Frames::moved(kind.kind, root_, renamed, Frames::Old::forgotten);
-    report_.folders.emplace_back(kind.folder + "/" + change.from, kind.folder + "/" + change.to);
   }
 
   /// Gives files that are there their names, whatever order that takes.
@@ -105,7 +120,6 @@ class Puller {
       if (slot.from && slot.from != slot.path) moves[slot.path] = *slot.from;
       std::filesystem::create_directories(absolute(kind, slot.path).parent_path());
     }
-    IncomingFile::removeAbandoned(absolute(kind, display.slots.front().path).parent_path());
     auto isOther = [&](const std::string& path) {
       return std::find(display.others.begin(), display.others.end(), path) != display.others.end();
     };
@@ -120,13 +134,22 @@ class Puller {
       if (free == pending.end()) {
         // They go round in a circle: one makes room.
         auto& from = pending.begin()->second;
-        std::filesystem::path aside = IncomingFile::asideOf(from);
+        std::filesystem::path aside = asideOf(from);
         std::filesystem::rename(from, aside);
         from = aside;
         continue;
       }
       move(free->second, absolute(kind, free->first), isOther(free->first));
       pending.erase(free);
+    }
+  }
+
+  /// A name that shows: should this be the end, the file is still one of the display's.
+  static std::filesystem::path asideOf(const std::filesystem::path& file) {
+    for (int number = 1;; ++number) {
+      auto name = file.stem().string() + " moving " + std::to_string(number) + file.extension().string();
+      std::filesystem::path aside = file.parent_path() / name;
+      if (!std::filesystem::exists(std::filesystem::symlink_status(aside))) return aside;
     }
   }
 
@@ -258,11 +281,9 @@ PullReport AssetPull::carryOut(const PullPlan& plan, const std::filesystem::path
                                const std::stop_token& stop, const Progress& progress) {
   try {
     return Puller(plan, root, downloader, stop, progress).run();
-  } catch (const std::filesystem::filesystem_error& error) {
-    std::string path = error.path2().empty() ? error.path1().string() : error.path2().string();
-    throw CLIError(CLIError::Kind::failed, "Couldn't write " + printable(path) + " (" + error.code().message() + ").");
   } catch (const std::system_error& error) {
-    throw CLIError(CLIError::Kind::failed, "Couldn't write " + printable(std::string(error.what())) + ".");
+    throw CLIError(CLIError::Kind::failed, "Couldn't write in the repo (" + printable(Assets::textOf(error, root)) +
+                                               "). What came whole is kept; run it again to go on.");
   }
 }
 

@@ -15,7 +15,8 @@ namespace kestu {
 
 /// What a pull did; paths are the repository's.
 struct PullReport {
-  std::vector<std::pair<std::string, std::string>> folders; ///< display folders renamed or merged: from, to
+  std::vector<std::pair<std::string, std::string>> folders; ///< display folders renamed: from, to
+  std::vector<std::pair<std::string, std::string>> merged;  ///< display folders emptied into another: from, to
   std::vector<std::pair<std::string, std::string>> moved;   ///< files: from, to
   std::vector<std::string> written;                         ///< files that came, in the plan's order
   std::vector<std::string> removed;
@@ -23,7 +24,8 @@ struct PullReport {
   std::vector<std::string> bookkeeping; ///< pulled.json and frames.json files that changed
 
   bool nothing() const {
-    return folders.empty() && moved.empty() && written.empty() && removed.empty() && bookkeeping.empty();
+    return folders.empty() && merged.empty() && moved.empty() && written.empty() && removed.empty() &&
+           bookkeeping.empty();
   }
 };
 

@@ -74,6 +74,7 @@ class KindPlanner {
                                           folder_, change.from, name, folder_, change.to));
       }
     }
+    whole.notes.insert(whole.notes.end(), folders_.notes().begin(), folders_.notes().end());
     if (shelves_.empty() && plan_.changes.empty()) return;
     Frames::write(plan_.kind, root_, {}, {}); // throws now rather than when all is downloaded
     findLocals();
@@ -92,7 +93,9 @@ class KindPlanner {
   bool isNew(const Shelf& shelf) const {
     for (const Shelf& other : shelves_) {
       if (other.folder.path != shelf.folder.path) continue;
-      auto same = [](const ShownAsset& a, const ShownAsset& b) { return a.assetId == b.assetId || a.md5 == b.md5; };
+      auto same = [](const ShownAsset& a, const ShownAsset& b) {
+        return a.assetId == b.assetId || (a.md5 && a.md5 == b.md5);
+      };
       if (std::equal(other.shown->assets.begin(), other.shown->assets.end(), shelf.shown->assets.begin(),
                      shelf.shown->assets.end(), same)) {
         return false;
@@ -107,7 +110,8 @@ class KindPlanner {
     for (Shelf& shelf : shelves_) {
       std::vector<std::string> names;
       for (const auto& [name, now] : shelf.folder.entries) {
-        bool isFolder = std::filesystem::is_directory(absolute(now));
+        std::error_code unreadable;
+        bool isFolder = std::filesystem::is_directory(absolute(now), unreadable);
         if (mediaType(name) && !isFolder) names.push_back(name);
       }
       std::sort(names.begin(), names.end(), Text::naturalLess);
@@ -176,8 +180,10 @@ class KindPlanner {
   bool isAsset(const Local& file, const ShownAsset& asset) const {
     if (!file.md5 || file.size != static_cast<std::uint64_t>(asset.size)) return false;
     if (asset.md5) return file.md5 == asset.md5;
-    auto known = pulled_.find(file.now);
-    return known != pulled_.end() && known->second.assetId == asset.assetId && known->second.md5 == *file.md5;
+    return Pulled::assetOf(pulled_, file.now, *file.md5) == asset.assetId ||
+           std::any_of(pulled_.begin(), pulled_.end(), [&](const auto& entry) {
+             return entry.second == PulledAsset{asset.assetId, *file.md5};
+           });
   }
 
   void place(const Shelf& shelf, PullPlan& whole) {
@@ -215,7 +221,8 @@ class KindPlanner {
     std::size_t digits = std::max<std::size_t>(2, std::to_string(shelf.shown->assets.size()).size());
     std::string name = fmt::format("{:0{}}{}", index + 1, digits, shelf.shown->assets[index].extension());
     auto entry = shelf.folder.entries.find(name);
-    if (entry != shelf.folder.entries.end() && std::filesystem::is_directory(absolute(entry->second))) {
+    std::error_code none;
+    if (entry != shelf.folder.entries.end() && std::filesystem::is_directory(absolute(entry->second), none)) {
       throw failed(folder_ + "/" + entry->second + " is a folder, where a file goes.");
     }
     return shelf.folder.path + "/" + name;
@@ -296,10 +303,14 @@ PullPlan AssetPull::plan(const ShownAssets& shown, const std::vector<AssetKind>&
                          const std::filesystem::path& root, const AssetCatalog& catalog, const ScanOptions& options,
                          bool byIDs) {
   PullPlan whole;
-  for (AssetKind kind : kinds) {
-    KindPlanner planner(kind, root, catalog, options, byIDs);
-    for (const ShownLanguage& language : shown.languages) planner.add(language, whole);
-    planner.finish(whole);
+  try {
+    for (AssetKind kind : kinds) {
+      KindPlanner planner(kind, root, catalog, options, byIDs);
+      for (const ShownLanguage& language : shown.languages) planner.add(language, whole);
+      planner.finish(whole);
+    }
+  } catch (const std::system_error& error) {
+    throw failed("Couldn't read the repo's assets (" + Assets::textOf(error, root) + "), so nothing was written.");
   }
   return whole;
 }

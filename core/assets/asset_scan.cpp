@@ -142,8 +142,9 @@ class Scanner {
     append(scan_.problems, std::move(candidate.problems));
     if (!candidate.display) return;
     const AssetPlace& place = *candidate.place;
-    auto known = pulled.find(underKind(candidate.path));
-    if (known != pulled.end() && (!candidate.file.md5 || candidate.file.md5 == known->second.md5)) {
+    if (candidate.file.md5) {
+      candidate.file.assetId = Pulled::assetOf(pulled, underKind(candidate.path), *candidate.file.md5);
+    } else if (auto known = pulled.find(underKind(candidate.path)); known != pulled.end()) {
       candidate.file.assetId = known->second.assetId;
     }
     AssetSet& set = sets_[{place.locale, displays_.position(*candidate.display)}];

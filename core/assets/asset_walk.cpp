@@ -57,7 +57,7 @@ class Walker {
     if (place.display) {
       if (!place.files.empty() && displays_.keeps(*place.display)) walk_.places.push_back(std::move(place));
     } else if (!place.files.empty()) {
-      walk_.problems.push_back(place.folder + ": No display is called " + name + ": kestu assets sizes lists them.");
+      walk_.problems.push_back(place.folder + ": " + displays_.unknown(name));
     } else if (walk_.problems.size() == problems) {
       walk_.notes.push_back(place.folder + " is called as no display is, and has no media files.");
     }
@@ -88,11 +88,7 @@ bool DisplayChoice::keeps(const AssetDisplay& display) const {
   return asked && ofPlatform_.position(display) < ofPlatform_.displays.size();
 }
 
-const AssetDisplay* DisplayChoice::named(const std::string& folder) const {
-  const AssetDisplay* found = all_.named(folder);
-  // A name that two platforms share still names one display of this one.
-  return found ? found : ofPlatform_.named(folder);
-}
+const AssetDisplay* DisplayChoice::named(const std::string& folder) const { return all_.named(folder); }
 
 const AssetDisplay* DisplayChoice::fitting(const AssetFile& file) const {
   if (file.isVideo && !file.facts) {
@@ -110,6 +106,12 @@ const AssetDisplay* DisplayChoice::fitting(const AssetFile& file) const {
     }
   }
   return nullptr;
+}
+
+std::string DisplayChoice::unknown(const std::string& name) const {
+  auto groups = all_.sharing(name);
+  if (groups.empty()) return "No display is called " + name + ": kestu assets sizes lists them.";
+  return Text::joined(groups, " and ") + " are both called " + name + ": an ID says which one is meant.";
 }
 
 bool DisplayChoice::takes(const AssetDisplay* display, MediaType type) const {

@@ -23,6 +23,9 @@ class DisplayChoice {
   /// Null when no display, or more than one, is called so.
   const AssetDisplay* named(const std::string& folder) const;
 
+  /// What to say of a name that `named` finds no display for.
+  std::string unknown(const std::string& name) const;
+
   /// The display of a file that lies in no display's folder: the platform's first that takes its size, then any other.
   /// An unmeasured video can only go to the one display that takes videos. Null when there is none.
   const AssetDisplay* fitting(const AssetFile& file) const;

@@ -46,11 +46,12 @@ std::map<std::string, std::string> FolderChange::renamed() const {
 }
 
 void FolderChange::carryOut(const std::filesystem::path& kindFolder) const {
-  if (isRename) {
-    Files::moveWithoutReplacing(kindFolder / from, kindFolder / to);
-    return;
-  }
-  for (const std::string& name : moved) Files::moveWithoutReplacing(kindFolder / from / name, kindFolder / to / name);
+  auto move = [&](const std::string& path, const std::string& target) {
+    if (Files::moveWithoutReplacing(kindFolder / path, kindFolder / target)) return;
+    throw failed(path + " can't be renamed: something else is called " + target + ".");
+  };
+  if (isRename) return move(from, to);
+  for (const std::string& name : moved) move(from + "/" + name, to + "/" + name);
   for (const std::string& name : dropped) std::filesystem::remove(kindFolder / from / name);
   std::error_code stillInUse;
   std::filesystem::remove(kindFolder / from, stillInUse);
@@ -60,22 +61,31 @@ DisplayFolders::DisplayFolders(const std::filesystem::path& root, std::string re
                                const DisplayChoice& displays, bool byIDs)
     : kindFolder_(root / repositoryPath), repositoryPath_(std::move(repositoryPath)), displays_(displays),
       byIDs_(byIDs) {
-  if (!std::filesystem::is_directory(kindFolder_)) return;
+  std::error_code none;
+  if (!std::filesystem::is_directory(kindFolder_, none)) return;
+  std::map<std::filesystem::path, std::string> real;
+  std::vector<std::string> locales;
   try {
     for (const Assets::Entry& entry : Assets::entries(kindFolder_)) {
-      if (entry.isFolder) locales_.push_back(entry.name);
+      if (entry.isFolder) locales.push_back(entry.name);
+    }
+    auto isLink = [&](const std::string& locale) { return std::filesystem::is_symlink(kindFolder_ / locale); };
+    std::stable_partition(locales.begin(), locales.end(), [&](const std::string& locale) { return !isLink(locale); });
+    for (const std::string& locale : locales) {
+      auto [at, isFirst] = real.emplace(std::filesystem::canonical(kindFolder_ / locale), locale);
+      if (!isFirst) aliases_[locale] = at->second;
     }
   } catch (const std::system_error& error) {
     throw failed(Assets::unreadable(repositoryPath_, error.code()));
   }
-  for (const std::string& locale : locales_) readLocale(locale);
+  for (const std::string& locale : locales) {
+    if (!aliases_.contains(locale)) readLocale(locale);
+  }
 }
 
 std::string DisplayFolders::localeFolder(const std::string& locale) const {
-  if (std::find(locales_.begin(), locales_.end(), locale) != locales_.end()) return locale;
-  auto alike = [&](const std::string& name) { return same(name, locale); };
-  auto found = std::find_if(locales_.begin(), locales_.end(), alike);
-  return found == locales_.end() ? locale : *found;
+  auto alias = aliases_.find(locale);
+  return alias == aliases_.end() ? locale : alias->second;
 }
 
 std::string DisplayFolders::nameOf(const AssetDisplay& display) const {
@@ -91,11 +101,14 @@ DisplayFolders::Folder DisplayFolders::folder(const std::string& locale, const A
   auto known = folders_.find({folder, display.group});
   if (known != folders_.end()) return known->second;
   std::string path = folder + "/" + nameOf(display);
-  std::error_code none;
-  if (std::filesystem::symlink_status(kindFolder_ / path, none).type() != std::filesystem::file_type::not_found) {
-    throw failed(repositoryPath_ + "/" + path + " is a file, and " + display.name + " takes a folder of files.");
-  }
+  requireFree(path, display);
   return {path, {}};
+}
+
+void DisplayFolders::requireFree(const std::string& path, const AssetDisplay& display) const {
+  std::error_code none;
+  if (std::filesystem::symlink_status(kindFolder_ / path, none).type() == std::filesystem::file_type::not_found) return;
+  throw failed(repositoryPath_ + "/" + path + " is a file, and " + display.name + " takes a folder of files.");
 }
 
 void DisplayFolders::readLocale(const std::string& locale) {
@@ -107,6 +120,9 @@ void DisplayFolders::readLocale(const std::string& locale) {
   try {
     for (const Assets::Entry& entry : Assets::entries(kindFolder_ / locale)) {
       const AssetDisplay* display = entry.isFolder ? displays_.named(entry.name) : nullptr;
+      if (entry.isFolder && !displays_.all().sharing(entry.name).empty()) {
+        notes_.push_back(repositoryPath_ + "/" + locale + "/" + entry.name + ": " + displays_.unknown(entry.name));
+      }
       if (display) byDisplay.try_emplace(display->group, Found{display, {}}).first->second.names.push_back(entry.name);
     }
   } catch (const std::system_error& error) {
@@ -130,7 +146,11 @@ void DisplayFolders::settle(const std::string& locale, const AssetDisplay& displ
   }
   Folder folder{locale + "/" + name, {}};
   bool exists = std::find(names.begin(), names.end(), name) != names.end();
-  if (exists) folder.entries = entriesOf(folder.path);
+  if (exists) {
+    folder.entries = entriesOf(folder.path);
+  } else {
+    requireFree(folder.path, display);
+  }
   for (const std::string& other : names) {
     if (other == name) continue;
     FolderChange change{locale + "/" + other, folder.path, !exists, {}, {}, {}};
@@ -162,7 +182,9 @@ void DisplayFolders::merge(FolderChange change, Folder& into) {
       into.entries[name] = path;
       change.moved.push_back(name);
     } else {
-      (sameFile(path, there->second) ? change.dropped : change.left).push_back(name);
+      // What the Finder keeps of a folder is of no use in another one.
+      bool isSpare = name == ".DS_Store" || sameFile(path, there->second);
+      (isSpare ? change.dropped : change.left).push_back(name);
     }
   }
   changes_.push_back(std::move(change));

@@ -22,7 +22,8 @@ struct FolderChange {
   /// What files and folders are called afterwards, by what they are called now.
   std::map<std::string, std::string> renamed() const;
 
-  /// Renames, under the kind's folder; writes over nothing. What can't be moved stays. Throws std::system_error.
+  /// Renames, under the kind's folder; writes over nothing. What can't be moved stays. Throws CLIError for
+  /// what is in the way, and std::system_error.
   void carryOut(const std::filesystem::path& kindFolder) const;
 };
 
@@ -42,10 +43,13 @@ class DisplayFolders {
 
   const std::vector<FolderChange>& changes() const { return changes_; }
 
+  /// Folders that name no display since several share the name; whole sentences.
+  const std::vector<std::string>& notes() const { return notes_; }
+
   /// The repository's own for the language and the display, or one as the setting names it.
   Folder folder(const std::string& locale, const AssetDisplay& display) const;
 
-  /// The language's folder, however its case is written in the repository.
+  /// The language's folder; of two that are one, as links make them, the real one.
   std::string localeFolder(const std::string& locale) const;
 
   /// As App Store Connect names it without the inch mark ("iPhone 6.9"), or Apple's ID where `byIDs` is set or where
@@ -55,6 +59,7 @@ class DisplayFolders {
  private:
   using Key = std::pair<std::string, std::string>; ///< language folder, display's ID
 
+  void requireFree(const std::string& path, const AssetDisplay& display) const;
   void readLocale(const std::string& locale);
   void settle(const std::string& locale, const AssetDisplay& display, const std::vector<std::string>& names);
   bool isNamedAsAsked(const std::string& name, const AssetDisplay& display) const;
@@ -66,9 +71,10 @@ class DisplayFolders {
   std::string repositoryPath_;
   const DisplayChoice& displays_;
   bool byIDs_;
-  std::vector<std::string> locales_;
+  std::map<std::string, std::string> aliases_; ///< language folders that are links to another one
   std::map<Key, Folder> folders_;
   std::vector<FolderChange> changes_;
+  std::vector<std::string> notes_;
 };
 
 } // namespace kestu

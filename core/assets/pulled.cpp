@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
+
 namespace kestu::Pulled {
 
 namespace {
@@ -36,6 +38,15 @@ Reading read(AssetKind kind, const std::filesystem::path& root) {
     reading.notes.push_back(Assets::unreadable(file, error.code()));
   }
   return reading;
+}
+
+std::optional<std::string> assetOf(const PulledAssets& assets, const std::string& path, const std::string& md5) {
+  auto known = assets.find(path);
+  if (known != assets.end() && known->second.md5 == md5) return known->second.assetId;
+  for (const auto& [other, asset] : assets) {
+    if (asset.md5 == md5) return asset.assetId;
+  }
+  return std::nullopt;
 }
 
 void write(AssetKind kind, const std::filesystem::path& root, const PulledAssets& assets) {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,9 @@ struct Reading {
 
 /// Without a usable file there are no assets, which costs no more than sending a file's facts again.
 Reading read(AssetKind kind, const std::filesystem::path& root);
+
+/// The asset that a file is: by its path, or where that isn't known with these bytes, by the bytes alone.
+std::optional<std::string> assetOf(const PulledAssets& assets, const std::string& path, const std::string& md5);
 
 /// Writes the whole file; removes it when there are no assets. Throws std::system_error.
 void write(AssetKind kind, const std::filesystem::path& root, const PulledAssets& assets);

@@ -18,6 +18,12 @@ RequestBody bodyOf(std::string bytes) {
           }};
 }
 
+Client Client::unstopped() const {
+  ServiceContext context = context_;
+  context.stop = {};
+  return {std::move(context), base_, token_};
+}
+
 std::string Client::encoded(const nlohmann::json& body) { return JSON::compact(body); }
 
 HTTPAnswer Client::perform(HTTPRequest request) const {

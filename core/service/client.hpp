@@ -80,6 +80,9 @@ class Client {
 
   static std::string encoded(const nlohmann::json& body);
 
+  /// The same for a last call after a stop, which ends at its time limit alone.
+  Client unstopped() const;
+
   const ServiceContext& context() const { return context_; }
   const APIURL& base() const { return base_; }
 

@@ -94,6 +94,4 @@ void IncomingFile::removeAbandoned(const std::filesystem::path& folder) {
   }
 }
 
-std::filesystem::path IncomingFile::asideOf(const std::filesystem::path& file) { return hidden(file, "moving"); }
-
 } // namespace kestu

@@ -30,9 +30,6 @@ class IncomingFile {
   /// Removes what programs that were killed left in a folder; files that are still being written stay.
   static void removeAbandoned(const std::filesystem::path& folder);
 
-  /// A hidden name in the same manner, for a file that has to make room for a moment.
-  static std::filesystem::path asideOf(const std::filesystem::path& file);
-
  private:
   void flush(mode_t mode);
 
