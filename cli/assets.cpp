@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <numeric>
+#include <utility>
 
 namespace kestu {
 
@@ -31,13 +33,13 @@ struct SizesOptions : TableOptions {
   PlatformOption platform;
 };
 
-std::string sizesOf(const AssetDisplay& display) {
+std::vector<std::string> sizesOf(const AssetDisplay& display) {
   std::vector<std::string> sizes = display.sizes(MediaType::image);
   for (const VideoSpec& spec : display.videos) {
     std::string details = spec.text();
     sizes.push_back(spec.dimensions.text() + (details.empty() ? "" : " (" + details + ")"));
   }
-  return Text::joined(sizes, ", ");
+  return sizes;
 }
 
 Table sizesTable(const std::vector<AssetKind>& kinds, const AssetCatalog& catalog) {
@@ -46,23 +48,53 @@ Table sizesTable(const std::vector<AssetKind>& kinds, const AssetCatalog& catalo
   for (AssetKind kind : kinds) {
     for (const AssetDisplay& display : catalog[kind].displays) {
       table.rows.push_back({std::string(facts(kind).word), printable(display.name), printable(display.group),
-                            std::to_string(display.max), sizesOf(display)});
+                            std::to_string(display.max), Text::joined(sizesOf(display), ", ")});
     }
   }
   return table;
+}
+
+/// The sizes in as many lines of so many columns as they need, the later ones indented; one line where there is no
+/// room.
+std::string foldedSizes(const std::vector<std::string>& sizes, int width, std::size_t indent) {
+  if (width < 24) return Text::joined(sizes, ", ");
+  std::string text, line;
+  for (std::size_t i = 0; i < sizes.size(); ++i) {
+    std::string more = sizes[i] + (i + 1 < sizes.size() ? "," : "");
+    if (!line.empty() && Text::columns(line + " " + more) > static_cast<std::size_t>(width)) {
+      text += std::exchange(line, "") + "\n" + std::string(indent, ' ');
+    }
+    line += (line.empty() ? "" : " ") + more;
+  }
+  return text + line;
+}
+
+/// The columns that a table's first cells take.
+std::size_t columnsOf(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<std::size_t> widest(rows.front().size(), 0);
+  for (const auto& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) widest[i] = std::max(widest[i], TextStyle::width(row[i]) + 2);
+  }
+  return std::accumulate(widest.begin(), widest.end(), std::size_t{0});
 }
 
 /// A paragraph for each kind, its sizes folded into the width that is left.
 std::string sizesText(const std::vector<AssetKind>& kinds, const AssetCatalog& catalog, const Console& console) {
   std::string text;
   for (AssetKind kind : kinds) {
-    std::vector<std::vector<std::string>> rows = {{"Display", "ID", "Most", "Sizes"}};
-    for (std::string& heading : rows.front()) heading = console.style().dim(heading);
-    for (const AssetDisplay& display : catalog[kind].displays) {
-      rows.push_back(
-          {printable(display.name), printable(display.group), std::to_string(display.max), sizesOf(display)});
+    const AssetDisplays displays = catalog[kind];
+    if (displays.displays.empty()) continue;
+    std::vector<std::vector<std::string>> rows = {{"Display", "ID", "Most"}};
+    for (const AssetDisplay& display : displays.displays) {
+      rows.push_back({printable(display.name), printable(display.group), std::to_string(display.max)});
     }
-    if (rows.size() == 1) continue;
+    std::size_t before = columnsOf(rows);
+    int left = console.isTerminal(Stream::out) ? console.width() - static_cast<int>(before) : 0;
+    rows.front().emplace_back("Sizes");
+    for (std::string& heading : rows.front()) heading = console.style().dim(heading);
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+      rows[i].push_back(foldedSizes(sizesOf(displays.displays[i - 1]), left, before));
+    }
     std::string heading(facts(kind).plural);
     heading.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(heading.front())));
     text += (text.empty() ? "" : "\n\n") + console.style().bold(heading) + "\n" + Format::table(rows);
