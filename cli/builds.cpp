@@ -5,6 +5,7 @@
 #include "core/builds/build_number.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
+#include "core/console/text_style.hpp"
 #include "core/project/app_choice.hpp"
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
@@ -46,6 +47,7 @@ void WaitTime::declare(Command& command, const std::string& help) {
                                        ", not " + printable(value) + ".");
                     }
                     limit = std::chrono::minutes(minutes);
+                    given = true;
                   },
                   {},
                   false});
@@ -67,11 +69,12 @@ void BuildTarget::declare(Command& command) {
 }
 
 std::string BuildTarget::next(const std::string& command, const ManagedBuild& about) const {
-  std::string line = "kestu builds " + command + " " + BuildReference::of(about).word();
-  if (platform.platform) line += " --platform " + *platform.platform;
-  if (app.app) line += " --app " + Format::shellWord(printable(*app.app));
-  return line;
+  // Another platform's build may have the same name, and some commands take iOS where none is said.
+  return "kestu builds " + command + " " + BuildReference::of(about).word() + " --platform " +
+         Format::shellWord(printable(about.platform)) + ofApp();
 }
+
+std::string BuildTarget::ofApp() const { return app.app ? " --app " + Format::shellWord(printable(*app.app)) : ""; }
 
 std::string appPath(const Client& client, const AppTarget& app, const Context& context) {
   return "/v1/apps/" + std::to_string(AppChoice::resolve(app.app, client, context.folder));
@@ -128,6 +131,27 @@ std::string styledState(const ManagedBuild& build, const TextStyles& style) {
   }
 }
 
+/// The same facts below each other, for a window that the table is too wide for.
+std::string narrowText(const std::vector<std::vector<std::string>>& rows, int width) {
+  std::vector<std::string> lines;
+  for (std::size_t at = 1; at < rows.size(); ++at) {
+    const std::vector<std::string>& row = rows[at];
+    lines.push_back(row[0] + "  " + row[1]);
+    for (std::size_t column = 2; column < row.size(); ++column) {
+      if (row[column].empty()) continue;
+      const std::string text = column == 2 ? row[column] : rows.front()[column] + ": " + row[column];
+      lines.push_back("  " + TextStyle::wrap(text, width - 2, 2));
+    }
+  }
+  return Text::joined(lines, "\n");
+}
+
+bool fits(const std::string& text, int width) {
+  auto lines = Text::split(TextStyle::plain(text), '\n');
+  return std::all_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return Text::columns(line) <= static_cast<std::size_t>(width); });
+}
+
 std::string buildsText(const TestFlightBuilds& answer, const ListOptions& options, const Console& console, Moment now) {
   if (answer.builds.empty()) {
     return "No builds" + forPlatform(options.platform.platform) + " yet: kestu builds upload sends one.";
@@ -142,6 +166,7 @@ std::string buildsText(const TestFlightBuilds& answer, const ListOptions& option
     while (rows.back().back().empty()) rows.back().pop_back();
   }
   std::string text = Format::table(rows);
+  if (console.isTerminal(Stream::out) && !fits(text, console.width())) text = narrowText(rows, console.width());
   auto unanswered = std::find_if(answer.builds.begin(), answer.builds.end(), [](const ManagedBuild& build) {
     return build.stateKind() == BuildState::missingCompliance && build.canDeclareExempt;
   });
@@ -184,7 +209,8 @@ void runLatest(Context& context, const NewestOptions& options) {
 void runNextNumber(Context& context, const NewestOptions& options) {
   Client client = context.signedIn();
   std::string platform = options.platformOrFirst();
-  auto answer = Builds::fetch(client, appPath(client, options.app, context), platform, options.version);
+  // Not of the version alone: the service doesn't take 1.01 for 1.1.
+  auto answer = Builds::fetch(client, appPath(client, options.app, context), platform);
   std::vector<std::string> numbers;
   for (const ManagedBuild& build : answer.value.builds) {
     bool counts = !options.version || BuildNumber::sameVersion(build.version, options.version);
