@@ -131,25 +131,31 @@ std::string styledState(const ManagedBuild& build, const TextStyles& style) {
   }
 }
 
-/// The same facts below each other, for a window that the table is too wide for.
-std::string narrowText(const std::vector<std::vector<std::string>>& rows, int width) {
-  std::vector<std::string> lines;
-  for (std::size_t at = 1; at < rows.size(); ++at) {
-    const std::vector<std::string>& row = rows[at];
-    lines.push_back(row[0] + "  " + row[1]);
-    for (std::size_t column = 2; column < row.size(); ++column) {
-      if (row[column].empty()) continue;
-      const std::string text = column == 2 ? row[column] : rows.front()[column] + ": " + row[column];
-      lines.push_back("  " + TextStyle::wrap(text, width - 2, 2));
-    }
-  }
-  return Text::joined(lines, "\n");
-}
-
 bool fits(const std::string& text, int width) {
   auto lines = Text::split(TextStyle::plain(text), '\n');
   return std::all_of(lines.begin(), lines.end(),
                      [&](const std::string& line) { return Text::columns(line) <= static_cast<std::size_t>(width); });
+}
+
+/// The same rows for a window that they are too wide for: what a build is, and below it the rest.
+std::string narrowText(const std::vector<std::vector<std::string>>& rows, int width) {
+  constexpr std::size_t first = 3;
+  std::vector<std::vector<std::string>> heads;
+  for (const auto& row : rows) heads.emplace_back(row.begin(), row.begin() + first);
+  auto lines = Text::split(Format::table(heads), '\n');
+  bool wide = fits(Text::joined(lines, "\n"), width);
+  std::string text = wide ? lines.front() : "";
+  for (std::size_t at = 1; at < rows.size(); ++at) {
+    const auto& row = rows[at];
+    if (!text.empty()) text += "\n";
+    text += wide ? lines[at] : row[0] + "  " + row[1] + "\n  " + TextStyle::wrap(row[2], width - 2, 2);
+    std::vector<std::string> rest;
+    for (std::size_t column = first; column < row.size(); ++column) {
+      if (!row[column].empty()) rest.push_back(rows.front()[column] + " " + row[column]);
+    }
+    text += "\n  " + TextStyle::wrap(Text::joined(rest, "  "), width - 2, 2);
+  }
+  return text;
 }
 
 std::string buildsText(const TestFlightBuilds& answer, const ListOptions& options, const Console& console, Moment now) {

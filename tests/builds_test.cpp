@@ -1,6 +1,10 @@
 #include "tests/support/builds_test.hpp"
+
+#include <array>
+
 #include "core/console/text_style.hpp"
 #include "core/support/text.hpp"
+#include <unistd.h>
 
 namespace kestu::tests {
 namespace {
@@ -37,15 +41,16 @@ TEST_F(BuildsTest, ListShowsWhereEachBuildIs) {
 
 TEST_F(BuildsTest, ListFitsTheWindow) {
   terminal.outIsTerminal = true;
-  for (int width : {200, 60, 30}) {
+  for (int width : {200, 80, 60, 30}) {
     SCOPED_TRACE(width);
     terminal.windowColumns = width;
     std::string text = TextStyle::plain(builds({"list"}).out);
     std::string above = text.substr(0, text.find("\nNext: "));
     for (const std::string& line : Text::split(above, '\n'))
       EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
-    EXPECT_EQ(above.starts_with("Build "), width == 200) << above;
-    for (const char* part : {"1.1 (42)  iOS", "for external", "Team, Friends", "2 hours ago"})
+    EXPECT_EQ(above.starts_with("Build "), width >= 80) << above;
+    EXPECT_EQ(above.find("\n  ") == std::string::npos, width == 200) << above;
+    for (const char* part : {"1.1 (42)  iOS", "external", "Friends", "2 hours ago"})
       EXPECT_NE(above.find(part), std::string::npos) << part;
   }
 }
@@ -197,6 +202,17 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
   terminal.type("no");
   EXPECT_EQ(builds({"test-notes", "44", "Sun."}).status, 5);
   EXPECT_TRUE(terminal.errText().ends_with("Make this change now? [y/N] Nothing sent.\n"));
+}
+
+TEST_F(BuildsTest, TestNotesComeThroughAPipeToo) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  ASSERT_EQ(::write(ends[1], "Rain.\nSun.\n", 11), 11);
+  ::close(ends[1]);
+  Ran ran = builds({"test-notes", "44", "--file", "/dev/fd/" + std::to_string(ends[0]), "--yes"});
+  ::close(ends[0]);
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(build("44").notes["en-US"], "Rain.\nSun.");
 }
 
 TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
