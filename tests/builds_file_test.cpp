@@ -229,7 +229,9 @@ TEST(InfoPlist, RefusesWhatWouldExhaustItsReader) {
     SCOPED_TRACE(std::to_string(row.count) + (row.binary ? " binary" : " XML"));
     auto info = InfoPlist::read(nested(row.count, row.times, row.binary));
     EXPECT_EQ(info.has_value(), row.read);
-    if (info) EXPECT_EQ(info->number, "45");
+    if (info) {
+      EXPECT_EQ(info->number, "45");
+    }
   }
   // A binary one that ends anywhere too soon, or has any byte turned, is read or refused.
   std::string whole = nested(3, 1, true);
