@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <numeric>
 
@@ -99,17 +100,19 @@ const Command& lookedUp(const Command& root, const std::vector<std::string>& arg
   return *at;
 }
 
-void takeArguments(const Command& command, const std::vector<std::string>& words) {
+/// `words` are all that is left once the options are taken, `plain` those that follow a "--".
+void takeArguments(const Command& command, std::vector<std::string> words, const std::vector<std::string>& plain) {
   if (command.takesAnything) return;
+  auto option =
+      std::find_if(words.begin(), words.end(), [](const auto& word) { return word.size() > 1 && word.front() == '-'; });
+  if (option != words.end()) {
+    wrong(command, "There's no option " + shown(*option) + " here." +
+                       didYouMean(option->substr(0, option->find('=')), optionNames(command)));
+  }
+  words.insert(words.end(), plain.begin(), plain.end());
   std::size_t next = 0;
-  bool onlyArguments = false;
   for (const std::string& word : words) {
-    if (word == "--" && !onlyArguments) {
-      onlyArguments = true;
-    } else if (!onlyArguments && word.size() > 1 && word.starts_with('-')) {
-      wrong(command, "There's no option " + shown(word) + " here." +
-                         didYouMean(word.substr(0, word.find('=')), optionNames(command)));
-    } else if (next < command.arguments.size()) {
+    if (next < command.arguments.size()) {
       command.arguments[next++].set(word);
     } else if (!command.run) {
       wrong(command,
@@ -153,8 +156,11 @@ Parsed parse(const Command& root, const std::vector<std::string>& arguments) {
   declare(root, app, levels);
   const Command* chosen = &root;
   std::string misused;
+  // The library is kept from what follows "--", which it would take for options all the same.
+  auto end = std::find(arguments.begin(), arguments.end(), "--");
+  std::vector<std::string> plain(end == arguments.end() ? end : end + 1, arguments.end());
   try {
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    app.parse(std::vector<std::string>(std::make_reverse_iterator(end), arguments.rend()));
   } catch (const UsageError& error) {
     misused = error.what();
   } catch (const CLI::ParseError& error) {
@@ -174,7 +180,7 @@ Parsed parse(const Command& root, const std::vector<std::string>& arguments) {
   }
   if (!misused.empty()) wrong(*chosen, misused);
   try {
-    takeArguments(*chosen, app.remaining(true));
+    takeArguments(*chosen, app.remaining(true), plain);
     if (chosen->validate) chosen->validate();
   } catch (const UsageError& error) {
     if (std::string(error.what()).find("\n\nUsage: ") != std::string::npos) throw;

@@ -5,6 +5,7 @@
 #include "core/builds/build_number.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
+#include "core/console/text_style.hpp"
 #include "core/project/app_choice.hpp"
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
@@ -46,6 +47,7 @@ void WaitTime::declare(Command& command, const std::string& help) {
                                        ", not " + printable(value) + ".");
                     }
                     limit = std::chrono::minutes(minutes);
+                    given = true;
                   },
                   {},
                   false});
@@ -67,11 +69,12 @@ void BuildTarget::declare(Command& command) {
 }
 
 std::string BuildTarget::next(const std::string& command, const ManagedBuild& about) const {
-  std::string line = "kestu builds " + command + " " + BuildReference::of(about).word();
-  if (platform.platform) line += " --platform " + *platform.platform;
-  if (app.app) line += " --app " + Format::shellWord(printable(*app.app));
-  return line;
+  // Another platform's build may have the same name, and some commands take iOS where none is said.
+  return "kestu builds " + command + " " + BuildReference::of(about).word() + " --platform " +
+         Format::shellWord(printable(about.platform)) + ofApp();
 }
+
+std::string BuildTarget::ofApp() const { return app.app ? " --app " + Format::shellWord(printable(*app.app)) : ""; }
 
 std::string appPath(const Client& client, const AppTarget& app, const Context& context) {
   return "/v1/apps/" + std::to_string(AppChoice::resolve(app.app, client, context.folder));
@@ -128,6 +131,33 @@ std::string styledState(const ManagedBuild& build, const TextStyles& style) {
   }
 }
 
+bool fits(const std::string& text, int width) {
+  auto lines = Text::split(TextStyle::plain(text), '\n');
+  return std::all_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return Text::columns(line) <= static_cast<std::size_t>(width); });
+}
+
+/// The same rows for a window that they are too wide for: what a build is, and below it the rest.
+std::string narrowText(const std::vector<std::vector<std::string>>& rows, int width) {
+  constexpr std::size_t first = 3;
+  std::vector<std::vector<std::string>> heads;
+  for (const auto& row : rows) heads.emplace_back(row.begin(), row.begin() + first);
+  auto lines = Text::split(Format::table(heads), '\n');
+  bool wide = fits(Text::joined(lines, "\n"), width);
+  std::string text = wide ? lines.front() : "";
+  for (std::size_t at = 1; at < rows.size(); ++at) {
+    const auto& row = rows[at];
+    if (!text.empty()) text += "\n";
+    text += wide ? lines[at] : row[0] + "  " + row[1] + "\n  " + TextStyle::wrap(row[2], width - 2, 2);
+    std::vector<std::string> rest;
+    for (std::size_t column = first; column < row.size(); ++column) {
+      if (!row[column].empty()) rest.push_back(rows.front()[column] + " " + row[column]);
+    }
+    text += "\n  " + TextStyle::wrap(Text::joined(rest, "  "), width - 2, 2);
+  }
+  return text;
+}
+
 std::string buildsText(const TestFlightBuilds& answer, const ListOptions& options, const Console& console, Moment now) {
   if (answer.builds.empty()) {
     return "No builds" + forPlatform(options.platform.platform) + " yet: kestu builds upload sends one.";
@@ -142,6 +172,7 @@ std::string buildsText(const TestFlightBuilds& answer, const ListOptions& option
     while (rows.back().back().empty()) rows.back().pop_back();
   }
   std::string text = Format::table(rows);
+  if (console.isTerminal(Stream::out) && !fits(text, console.width())) text = narrowText(rows, console.width());
   auto unanswered = std::find_if(answer.builds.begin(), answer.builds.end(), [](const ManagedBuild& build) {
     return build.stateKind() == BuildState::missingCompliance && build.canDeclareExempt;
   });
@@ -184,7 +215,8 @@ void runLatest(Context& context, const NewestOptions& options) {
 void runNextNumber(Context& context, const NewestOptions& options) {
   Client client = context.signedIn();
   std::string platform = options.platformOrFirst();
-  auto answer = Builds::fetch(client, appPath(client, options.app, context), platform, options.version);
+  // Not of the version alone: the service doesn't take 1.01 for 1.1.
+  auto answer = Builds::fetch(client, appPath(client, options.app, context), platform);
   std::vector<std::string> numbers;
   for (const ManagedBuild& build : answer.value.builds) {
     bool counts = !options.version || BuildNumber::sameVersion(build.version, options.version);

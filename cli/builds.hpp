@@ -19,6 +19,7 @@ struct BuildPlatform {
 /// How long to wait; an hour when it isn't said.
 struct WaitTime {
   std::chrono::minutes limit{60};
+  bool given = false;
   void declare(Command& command, const std::string& help);
 };
 
@@ -35,15 +36,19 @@ struct BuildTarget {
 
   /// The command line of another command about the build, for a "Next:".
   std::string next(const std::string& command, const ManagedBuild& about) const;
+
+  /// The app as it was given, as an option of another command line; empty when it wasn't.
+  std::string ofApp() const;
 };
 
 /// The app's path ("/v1/apps/123").
 std::string appPath(const Client& client, const AppTarget& app, const Context& context);
 
 /// Waits with the lines that a person reads meanwhile; none when the time ran out. A build that Apple couldn't process
-/// is a CLIError, and so is, for testers, one that has expired.
+/// is a CLIError, and so is, for testers, one that has expired. `target` is for the command lines that they name.
 std::optional<BuildWait::Reached> waitFor(Context& context, const Output& output, const Client& client,
-                                          const std::string& path, const BuildWait::Goal& goal, WaitTime time);
+                                          const std::string& path, const BuildWait::Goal& goal, WaitTime time,
+                                          const BuildTarget& target);
 
 /// "✓ 1.2 (45) for iOS: ready for internal testers.", and what to do next where something is.
 std::string reachedText(const ManagedBuild& build, const BuildTarget& target);

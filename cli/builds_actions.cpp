@@ -1,9 +1,9 @@
 #include "cli/builds.hpp"
 #include "cli/context.hpp"
 #include "core/builds/build_groups.hpp"
+#include "core/builds/build_notes.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
-#include "core/support/files.hpp"
 #include "core/support/text.hpp"
 
 #include <nlohmann/json.hpp>
@@ -87,13 +87,14 @@ void runCompliance(Context& context, const ActionOptions& options) {
 /// What gets a submitted build to somebody: a group of outsiders, once it's in none.
 std::string afterSubmit(const Action& action, const BuildTarget& target) {
   const BuildGroup* open = nullptr;
+  const std::string list = "kestu builds list" + target.ofApp();
   for (const BuildGroup& group : action.all.groups) {
     if (group.internal || !group.name) continue;
     const auto& ids = action.build.groupIds;
-    if (std::find(ids.begin(), ids.end(), group.groupId) != ids.end()) return "kestu builds list";
+    if (std::find(ids.begin(), ids.end(), group.groupId) != ids.end()) return list;
     if (!open) open = &group;
   }
-  if (!open) return "kestu builds list";
+  if (!open) return list;
   return target.next("distribute", action.build) + " --add " + Format::shellWord(printable(*open->name));
 }
 
@@ -134,6 +135,9 @@ std::string moves(const std::string& put, const std::string& build, const std::v
 void runDistribute(Context& context, const DistributeOptions& options) {
   Action action = Action::on(options.target, context);
   auto groups = BuildGroups::fetch(action.client, action.appPath);
+  auto all = options.add;
+  all.insert(all.end(), options.remove.begin(), options.remove.end());
+  BuildGroups::named(all, groups); // tells of all the unknown names at once
   auto add = BuildGroups::named(options.add, groups);
   auto remove = BuildGroups::named(options.remove, groups);
   for (const BuildGroup& group : add) {
@@ -154,26 +158,9 @@ struct TestNotesOptions : ActionOptions {
   std::optional<std::string> text, file, locale;
 };
 
-constexpr std::size_t longestNotes = 4000; // characters, in App Store Connect
-
-std::string notesText(const TestNotesOptions& options, const Context& context) {
-  std::string text = options.text.value_or("");
-  if (options.file) {
-    auto read = Files::read(context.folder / *options.file, std::uint64_t{1} << 20U);
-    if (!read) throw CLIError(Kind::notFound, "No file at " + printable(*options.file));
-    text = read->starts_with("\xEF\xBB\xBF") ? read->substr(3) : *read;
-  }
-  text = Text::trimmed(text);
-  if (text.empty()) throw CLIError(Kind::usage, "The text is empty.");
-  if (std::size_t length = Text::characters(text); length > longestNotes) {
-    throw CLIError(Kind::usage, "What to Test is " + Format::number(static_cast<std::int64_t>(length)) +
-                                    " characters, " + Format::number(longestNotes) + " at most.");
-  }
-  return text;
-}
-
 void runTestNotes(Context& context, const TestNotesOptions& options) {
-  std::string text = notesText(options, context);
+  std::string text = options.file ? BuildNotes::readFile(context.folder, *options.file, context.stop)
+                                  : BuildNotes::read(*options.text, "The text");
   Action action = Action::on(options.target, context);
   auto locale = options.locale ? options.locale : action.all.primaryLocale;
   if (!locale) throw CLIError(Kind::usage, "Name its language with --locale (en-US).");
@@ -247,6 +234,7 @@ void addBuildsDistribute(Command& group) {
 void addBuildsTestNotes(Command& group) {
   Command& command =
       group.add("test-notes", "A build's What to Test, what TestFlight shows its testers, in one language.");
+  command.discussion = "--file - reads it from standard input.";
   auto options = addAction<TestNotesOptions>(command, runTestNotes, [&](TestNotesOptions& own) {
     command.argument({"text", "What to test; --file reads it from a file instead.",
                       [&own](const std::string& text) { own.text = text; }, false});

@@ -31,12 +31,28 @@ struct UploadOptions : GlobalOptions {
 
 BuildReference referenceTo(const BuildFile& file) { return {file.version, file.number, std::nullopt}; }
 
-/// The command line that removes what an upload that ended too soon leaves at Apple.
-std::string removal(const BuildFile& file, const UploadOptions& options) {
-  std::string line = "kestu builds remove " + referenceTo(file).word();
-  if (file.platform != "ios") line += " --platform " + file.platform;
-  if (options.app.app) line += " --app " + Format::shellWord(printable(*options.app.app));
-  return "The unfinished upload stays at Apple until it's removed: " + line;
+/// Another command line about the file's build.
+std::string commandAbout(const std::string& command, const BuildFile& file, const UploadOptions& options) {
+  ManagedBuild named;
+  named.version = file.version;
+  named.number = file.number;
+  named.platform = file.platform;
+  return BuildTarget{std::nullopt, options.platform, options.app}.next(command, named);
+}
+
+/// The step's result. When it ends too soon, what that leaves at Apple is said: `undone` after a refusal, `unsure`
+/// where no answer tells whether the step was done.
+template <class Step>
+auto orSay(Context& context, const std::string& undone, const std::string& unsure, Step step) {
+  try {
+    return step();
+  } catch (const CLIError& error) {
+    const std::string& left = error.kind == Kind::unavailable ? unsure : undone;
+    throw CLIError(error.kind, error.description + (left.empty() ? "" : "\n" + left));
+  } catch (const Stopped&) {
+    context.console.error(unsure);
+    throw;
+  }
 }
 
 /// The builds and uploads that have this name already, which a wait for the new one must not take for it.
@@ -48,24 +64,31 @@ std::vector<std::string> sameName(const Client& client, const std::string& path,
   return ids;
 }
 
-/// Sends the file and commits; the ID of the upload. Whatever keeps it from its end says how to clear up.
-void sendAndCommit(Context& context, const Client& client, const std::string& path, const BuildFile& file,
-                   const UploadReservation& reserved, const UploadOptions& options) {
-  try {
-    {
-      Progress progress(context.console, context.clock, "Sending", file.size, static_cast<int>(reserved.parts.size()));
-      BuildUpload::send(
-          file, reserved.parts, PartUploader(context.transport, context.clock), context.stop,
-          [&](int, int) { progress.advance(0, 1); }, [&](std::int64_t bytes) { progress.advance(bytes, 0); });
-      progress.finish();
-    }
-    client.post(path + "/testflight/uploads/" + percentEncoded(reserved.uploadId) + "/commit");
-  } catch (const CLIError& error) {
-    throw CLIError(error.kind, error.description + "\n" + removal(file, options));
-  } catch (const Stopped&) {
-    context.console.error(removal(file, options));
-    throw;
-  }
+void sendParts(Context& context, const BuildFile& file, const std::vector<UploadPart>& parts) {
+  Progress progress(context.console, context.clock, "Sending", file.size, static_cast<int>(parts.size()));
+  PartUploader uploader(context.transport, context.clock, "Run it again to send it anew.");
+  BuildUpload::send(
+      file, parts, uploader, context.stop, [&](int, int) { progress.advance(0, 1); },
+      [&](std::int64_t bytes) { progress.advance(bytes, 0); });
+  progress.finish();
+}
+
+/// Reserves, sends the file and commits; the ID of the upload.
+std::string upload(Context& context, const Client& client, const std::string& path, const BuildFile& file,
+                   const UploadOptions& options) {
+  const std::string uploads = path + "/testflight/uploads";
+  const std::string look = "kestu builds list" + BuildTarget{{}, {}, options.app}.ofApp();
+  const std::string removal = commandAbout("remove", file, options);
+  const std::string stays = "The unfinished upload stays at Apple until it's removed: " + removal;
+  UploadReservation reserved =
+      orSay(context, "", "An unfinished upload may be at Apple now. " + look + " shows it; to remove it: " + removal,
+            [&] { return client.post(uploads, {}, BuildUpload::request(file), UploadReservation::read).value; });
+  orSay(context, stays, stays, [&] { sendParts(context, file, reserved.parts); });
+  orSay(context, stays,
+        "Whether Apple has the whole file now isn't known. " + look +
+            " shows where it is; if it's still uploading, remove it: " + removal,
+        [&] { client.post(uploads + "/" + percentEncoded(reserved.uploadId) + "/commit"); });
+  return reserved.uploadId;
 }
 
 void runUpload(Context& context, const UploadOptions& options) {
@@ -73,6 +96,7 @@ void runUpload(Context& context, const UploadOptions& options) {
   BuildFile::Given given = options.given;
   given.platform = options.platform.platform;
   BuildFile file = BuildFile::read(context.folder, options.file, given, context.stop);
+  if (!file.problem.empty()) console.error(file.name() + " goes as it is. " + file.problem);
   Client client = context.signedIn();
   std::string path = appPath(client, options.app, context);
   std::string build = file.text() + " for " + platformLabel(file.platform);
@@ -85,23 +109,19 @@ void runUpload(Context& context, const UploadOptions& options) {
   }
   options.say(console, file.name() + ": " + build + ", " + size + ", straight to Apple…");
   std::vector<std::string> past = options.wait ? sameName(client, path, file) : std::vector<std::string>();
-  auto reserved = client.post(path + "/testflight/uploads", {}, request, UploadReservation::read);
-  sendAndCommit(context, client, path, file, reserved.value, options);
+  std::string uploadId = upload(context, client, path, file, options);
   std::string done = "✓ Uploaded " + build + ". Apple is processing it, usually 5 to 30 minutes.";
   nlohmann::json answer = request;
-  answer["uploadId"] = reserved.value.uploadId;
+  answer["uploadId"] = uploadId;
   if (!options.wait) return options.emit(console, answer, done);
   options.say(console, done);
-  auto reached =
-      waitFor(context, options, client, path, {referenceTo(file), file.platform, false, false, past}, options.time);
   BuildTarget target{std::nullopt, options.platform, options.app};
+  BuildWait::Goal goal{referenceTo(file), file.platform, false, false, past};
+  auto reached = waitFor(context, options, client, path, goal, options.time, target);
   if (!reached) {
     // Running the same again would send the file a second time.
-    ManagedBuild named;
-    named.version = file.version;
-    named.number = file.number;
-    throw CLIError(Kind::pending,
-                   "The time ran out with it still on its way. To keep waiting: " + target.next("wait", named));
+    throw CLIError(Kind::pending, "The time ran out with it still on its way. To keep waiting: " +
+                                      commandAbout("wait", file, options));
   }
   answer["processed"] = nlohmann::json::parse(reached->json);
   options.emit(console, answer, reachedText(reached->build, target));
@@ -165,6 +185,9 @@ void addBuildsUpload(Command& group) {
   command.flag({"--dry-run"}, options->dryRun, "Show what it would upload, and send nothing.");
   options->app.declare(command, false);
   options->GlobalOptions::declare(command);
+  command.validate = [options] {
+    if (options->time.given && !options->wait) throw UsageError("--timeout is for --wait: give both, or neither.");
+  };
   command.run = [options](Context& context) { runUpload(context, *options); };
 }
 

@@ -20,6 +20,8 @@ struct WaitOptions : GlobalOptions {
 
 const ManagedBuild* newest(const std::vector<ManagedBuild>& builds, const std::optional<std::string>& platform) {
   for (const ManagedBuild& build : builds) {
+    // A file that Apple hasn't got whole may never become a build.
+    if (build.stateKind() == BuildState::uploading) continue;
     if (!platform || build.platform == *platform) return &build;
   }
   return nullptr;
@@ -45,7 +47,7 @@ void runWait(Context& context, const WaitOptions& options) {
   std::string path = appPath(client, options.target.app, context);
   auto listed = Builds::fetch(client, path, options.target.platform.platform);
   BuildWait::Goal goal = goalOf(options, listed.value.builds);
-  auto reached = waitFor(context, options, client, path, goal, options.time);
+  auto reached = waitFor(context, options, client, path, goal, options.time, options.target);
   if (!reached) {
     throw CLIError(Kind::pending, "The time ran out with it still on its way. Run it again to keep waiting.");
   }
@@ -55,16 +57,17 @@ void runWait(Context& context, const WaitOptions& options) {
 } // namespace
 
 std::optional<BuildWait::Reached> waitFor(Context& context, const Output& output, const Client& client,
-                                          const std::string& path, const BuildWait::Goal& goal, WaitTime time) {
+                                          const std::string& path, const BuildWait::Goal& goal, WaitTime time,
+                                          const BuildTarget& target) {
   BuildWait::Listener listener;
   listener.notListed = [&] { output.say(context.console, "● Waiting for Apple to list " + goal.build.text() + "."); };
   listener.moved = [&](const ManagedBuild& build) {
     // It stays there until someone answers.
     bool asks = build.stateKind() == BuildState::missingCompliance;
-    std::string answer = asks ? ": kestu builds compliance " + BuildReference::of(build).word() : ".";
+    std::string answer = asks ? ": " + target.next("compliance", build) : ".";
     output.say(context.console, "● " + build.described() + ": " + build.stateText() + answer);
   };
-  listener.connectionLost = [&](const std::string& reason) {
+  listener.trouble = [&](const std::string& reason) {
     context.console.error(reason + (reason.ends_with('.') ? "" : ".") + " Still waiting.");
   };
   auto reached = BuildWait::until(goal, time.limit, client, path, listener);

@@ -22,6 +22,7 @@ kestu-sandbox [options]
   --port N               listen on this port (0, the default, takes a free one)
   --approve WHO          ask (the default): you decide on the page; all; none
   --interval SECONDS     between polls of a sign-in (2)
+  --token TEXT           take this token too, as one of every scope, also after a restart
   --part-size BYTES      the largest upload part (16777216)
   --tls                  speak https, with a certificate made for this run
   --certificate FILE     write that certificate there, for clients that check it
@@ -38,6 +39,7 @@ class Misuse : public std::runtime_error {
 struct Arguments {
   kestu::sandbox::Options options;
   std::string certificateFile;
+  std::string token;
   bool help = false;
 };
 
@@ -76,6 +78,8 @@ Arguments parsed(int count, char** words) {
       options.interval = number(option, value(), 0, 600);
     } else if (option == "--part-size") {
       options.partSize = number<std::uint64_t>(option, value(), 1, std::uint64_t{1} << 32);
+    } else if (option == "--token") {
+      arguments.token = value();
     } else if (option == "--tls") {
       options.tls = true;
     } else if (option == "--certificate") {
@@ -97,7 +101,8 @@ void serve(const Arguments& arguments) {
   sigaddset(&ends, SIGINT);
   sigaddset(&ends, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-  const kestu::sandbox::Server server(arguments.options);
+  kestu::sandbox::Server server(arguments.options);
+  if (!arguments.token.empty()) server.accept(arguments.token);
   if (!arguments.certificateFile.empty()) {
     std::ofstream file(arguments.certificateFile);
     file << server.certificate() << std::flush;

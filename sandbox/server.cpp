@@ -228,6 +228,10 @@ std::string Server::tokenFor(std::vector<std::string> scopes, std::optional<std:
   return Accounts::makeToken(listener_->state, {"test", "test", std::move(scopes), std::move(appIds)});
 }
 
+void Server::accept(const std::string& token) {
+  withState([&](State& state) { state.tokens.emplace(token, Grant{"kept", "kept", Accounts::allScopes()}); });
+}
+
 std::vector<Request> Server::requests() const {
   const std::lock_guard held(listener_->logMutex);
   return listener_->requests;

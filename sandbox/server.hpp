@@ -41,6 +41,9 @@ class Server {
   std::string tokenFor(std::vector<std::string> scopes = {},
                        std::optional<std::vector<std::int64_t>> appIds = std::nullopt);
 
+  // Takes this token as one of every scope and app, so that a sign-in outlives a restart.
+  void accept(const std::string& token);
+
   // Every call so far but those of the page and the control calls; upload parts without their bytes.
   std::vector<Request> requests() const;
   void forgetRequests();

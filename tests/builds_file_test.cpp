@@ -126,9 +126,17 @@ TEST(BuildReference, FindsTheBuildThatIsMeant) {
            {"a", {}, "a"},
            {"045", {}, "No build is 045: kestu builds list lists them."},
            {"1.1 (45)", "tvos", "No build is 1.1 (45) for tvOS: kestu builds list lists them."},
-           {"44", {}, "Several builds are 44: name its version too (\"1.2 (45)\"), or --platform."},
-           {"44", "ios", "Several builds are 44: name its version too (\"1.2 (45)\"), or --platform."},
-           {"1.1 (44)", {}, "Several builds are 1.1 (44): name its version too (\"1.2 (45)\"), or --platform."},
+           {"44",
+            {},
+            "Several builds are 44: name its version too (\"1.2 (45)\"), or --platform.\n  1.1 (44) for iOS\n  1.1 "
+            "(44) for macOS\n  1.0 (44) for iOS"},
+           {"44", "ios",
+            "Several builds are 44: name its version too (\"1.2 (45)\"), or --platform.\n  1.1 (44) for iOS\n  1.0 "
+            "(44) for iOS"},
+           {"1.1 (44)",
+            {},
+            "Several builds are 1.1 (44): name its version too (\"1.2 (45)\"), or --platform.\n  1.1 (44) for iOS\n  "
+            "1.1 (44) for macOS"},
        }) {
     SCOPED_TRACE(row.text);
     std::string outcome;
@@ -221,7 +229,9 @@ TEST(InfoPlist, RefusesWhatWouldExhaustItsReader) {
     SCOPED_TRACE(std::to_string(row.count) + (row.binary ? " binary" : " XML"));
     auto info = InfoPlist::read(nested(row.count, row.times, row.binary));
     EXPECT_EQ(info.has_value(), row.read);
-    if (info) EXPECT_EQ(info->number, "45");
+    if (info) {
+      EXPECT_EQ(info->number, "45");
+    }
   }
   // A binary one that ends anywhere too soon, or has any byte turned, is read or refused.
   std::string whole = nested(3, 1, true);
@@ -305,11 +315,15 @@ TEST(BuildFile, SaysWhyAFileIsNoBuild) {
   place.write("empty.pkg", "");
   place.write("mac.pkg", "xar!");
   place.write("app.zip", "PK");
+  place.write("Payload/A.app/Info.plist", plist("1", "2"));
   fs::create_directory(folder / "folder.ipa");
   ipa(folder / "bare.ipa", {{"Payload/A.app/Watch/W.app/Info.plist", plist("1", "2")}});
   ipa(folder / "half.ipa", {{"Payload/A.app/Info.plist", plist({{"CFBundleVersion", "2"}})}});
   ipa(folder / "text.ipa", {{"Payload/A.app/Info.plist", "text"}});
   ipa(folder / "huge.ipa", {{"Payload/A.app/Info.plist", std::string(2U << 20U, ' ')}});
+  auto encrypted =
+      Process::run({.arguments = {"zip", "-q", "-r", "-P", "pw", "secret.ipa", "Payload"}, .folder = folder}, {});
+  ASSERT_TRUE(encrypted.succeeded()) << encrypted.err;
   const std::vector<std::string> none = {"/nowhere/unzip", "kestu-no-unzip"};
   struct Row {
     const char* file;
@@ -349,10 +363,24 @@ TEST(BuildFile, SaysWhyAFileIsNoBuild) {
             none},
            {"half.ipa", {"1", "3", "ios"}, "1 (3) ios", none},
            {"half.ipa", {"1", {}, {}}, "1 (2) ios", {"/nowhere/unzip", "unzip"}},
+           {"half.ipa", {"1", {}, {}}, "1 (2) ios", {(folder / "app.zip").string(), "unzip"}}, // not to be run
+           {"huge.ipa", {"1", "2", "ios"}, "huge.ipa can't be sent. Its Info.plist is over 1 MB, which no app's is."},
+           {"secret.ipa", {}, unread + "secret.ipa: give --version and --build. Its Info.plist is encrypted."},
        }) {
     SCOPED_TRACE(row.file);
     EXPECT_EQ(outcome(folder, row.file, row.given, row.programs), row.message);
   }
+}
+
+TEST(BuildFile, NeedsAFolderForThePathsThatUnzipTakesForPatterns) {
+  TemporaryFolder place;
+  ipa(place.path() / "x[1].ipa", {{"Payload/A.app/Info.plist", plist("1", "2")}});
+  const char* before = std::getenv("TMPDIR");
+  const std::string kept = before ? before : "";
+  ::setenv("TMPDIR", (place.path() / "gone").c_str(), 1);
+  std::string message = outcome(place.path(), "x[1].ipa");
+  before ? ::setenv("TMPDIR", kept.c_str(), 1) : ::unsetenv("TMPDIR");
+  EXPECT_TRUE(message.ends_with("no temporary folder can be made to read it through: set TMPDIR.")) << message;
 }
 
 } // namespace

@@ -1,5 +1,11 @@
 #include "tests/support/builds_test.hpp"
 
+#include <array>
+
+#include "core/console/text_style.hpp"
+#include "core/support/text.hpp"
+#include <unistd.h>
+
 namespace kestu::tests {
 namespace {
 
@@ -16,7 +22,7 @@ TEST_F(BuildsTest, ListShowsWhereEachBuildIs) {
   EXPECT_NE(ran.out.find("ready for internal testers, for external testers"), std::string::npos);
   EXPECT_NE(ran.out.find("Team, Friends & Family\n"), std::string::npos);
   EXPECT_EQ(ran.out.find(" \n"), std::string::npos) << "no blanks at a line's end";
-  EXPECT_TRUE(ran.out.ends_with("\nNext: kestu builds compliance \"1.2 (44)\"\n")) << ran.out;
+  EXPECT_TRUE(ran.out.ends_with("\nNext: kestu builds compliance \"1.2 (44)\" --platform ios\n")) << ran.out;
 
   ran = builds({"list", "--platform", "macos", "--output", "CSV"});
   EXPECT_TRUE(ran.out.starts_with("Version,Build,Platform,State,Uploaded,Expires,Groups,ID\n"
@@ -25,11 +31,28 @@ TEST_F(BuildsTest, ListShowsWhereEachBuildIs) {
   EXPECT_EQ(std::count(ran.out.begin(), ran.out.end(), '\n'), 3);
   EXPECT_TRUE(builds({"list", "-o", "markdown"}).out.starts_with("| Version | Build |"));
   EXPECT_EQ(nlohmann::json::parse(builds({"list", "--json"}).out)["builds"].size(), 6U);
+  EXPECT_TRUE(builds({"list", "--app", "1234567890"}).out.ends_with(" --platform ios --app 1234567890\n"));
   EXPECT_EQ(builds({"list", "--app", "2345678901"}).out, "No builds yet: kestu builds upload sends one.\n");
 
   setState("44", "failed");
   server.withState([](sandbox::State& state) { state.testFlight.builds[0].error = "No icon.\x1b[31m"; });
   EXPECT_NE(builds({"list"}).out.find("Apple couldn't process it: No icon.\\u{1b}[31m"), std::string::npos);
+}
+
+TEST_F(BuildsTest, ListFitsTheWindow) {
+  terminal.outIsTerminal = true;
+  for (int width : {200, 80, 60, 30}) {
+    SCOPED_TRACE(width);
+    terminal.windowColumns = width;
+    std::string text = TextStyle::plain(builds({"list"}).out);
+    std::string above = text.substr(0, text.find("\nNext: "));
+    for (const std::string& line : Text::split(above, '\n'))
+      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
+    EXPECT_EQ(above.starts_with("Build "), width >= 80) << above;
+    EXPECT_EQ(above.find("\n  ") == std::string::npos, width == 200) << above;
+    for (const char* part : {"1.1 (42)  iOS", "external", "Friends", "2 hours ago"})
+      EXPECT_NE(above.find(part), std::string::npos) << part;
+  }
 }
 
 TEST_F(BuildsTest, ScriptsGetOneThingAlone) {
@@ -50,6 +73,7 @@ TEST_F(BuildsTest, ScriptsGetOneThingAlone) {
            {{"next-number", "--platform", "macos"}, 0, "13\n", ""},
            {{"next-number", "--platform", "tvos"}, 0, "1\n", ""},
            {{"next-number", "--version", "1.1"}, 0, "43\n", ""},
+           {{"next-number", "--version", "1.01"}, 0, "43\n", ""},
            {{"next-number", "--version", "7"}, 0, "1\n", ""},
            {{"next-number", "--json"}, 0, "{\n  \"number\": \"51\",\n  \"platform\": \"ios\"\n}\n", ""},
        }) {
@@ -77,6 +101,8 @@ TEST_F(BuildsTest, WrongUseEndsBeforeAnyCall) {
            {{"wait", "--timeout", "5m"}, "--timeout is a number of minutes from 0 to 10,080, not 5m."},
            {{"wait", "--timeout", "99999999999"},
             "--timeout is a number of minutes from 0 to 10,080, not 99999999999."},
+           {{"upload", "a.ipa", "--timeout", "5"}, "--timeout is for --wait: give both, or neither."},
+           {{"upload", ""}, "The file's path is empty."},
            {{"expire"}, "Missing <build>"},
            {{"expire", " "}, "The build is empty."},
            {{"upload", "a.ipa", "--version", " "}, "--version is empty."},
@@ -101,12 +127,12 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
     nlohmann::json body;
   };
   std::string team = groupId("Team"), friends = groupId("Friends & Family");
-  repo.write("notes.txt", "\xEF\xBB\xBFTry the map.\nAnd the rain.\n\n");
+  repo.write("notes.txt", "\xEF\xBB\xBFTry the map.\r\nAnd\tthe rain.\r\n\n");
   const std::vector<Row> rows = {
       {{"compliance", "44"},
        "Answer export compliance for 1.2 (44) for iOS. It uses no encryption that needs documents.\n",
        "✓ Answered export compliance for 1.2 (44): no encryption to document.\n"
-       "Next: kestu builds wait \"1.2 (44)\" --testable\n",
+       "Next: kestu builds wait \"1.2 (44)\" --platform ios --testable\n",
        "compliance",
        {{"usesNonExemptEncryption", false}}},
       {{"submit", "1.2 (44)", "--platform", "ios"},
@@ -120,6 +146,11 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
        "✓ Put 1.2 (44) in \"Team\", \"Friends & Family\".\n",
        "groups",
        {{"add", {team, friends}}, {"remove", nlohmann::json::array()}}},
+      {{"distribute", "44", "--add", "Team", "--add", " team ", "--add", "Team"},
+       "Put 1.2 (44) for iOS in \"Team\".\n",
+       "✓ Put 1.2 (44) in \"Team\".\n",
+       "groups",
+       {{"add", {team}}, {"remove", nlohmann::json::array()}}},
       {{"distribute", "44", "--remove", "Team"},
        "Take 1.2 (44) for iOS out of \"Team\".\n",
        "✓ Took 1.2 (44) out of \"Team\".\n",
@@ -135,11 +166,16 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
        "✓ Set What to Test for 1.2 (44) in en-US.\n",
        "test-notes",
        {{"locale", "en-US"}, {"text", "Rain."}}},
+      {{"test-notes", "44", "--", "- Rain.\n- Sun."},
+       "Set What to Test for 1.2 (44) for iOS in en-US.\n  - Rain.\n  - Sun.\n",
+       "✓ Set What to Test for 1.2 (44) in en-US.\n",
+       "test-notes",
+       {{"locale", "en-US"}, {"text", "- Rain.\n- Sun."}}},
       {{"test-notes", "44", "--file", "notes.txt", "--locale", "de-DE"},
        "Set What to Test for 1.2 (44) for iOS in de-DE.\n  Try the map.\n  And the rain.\n",
        "✓ Set What to Test for 1.2 (44) in de-DE.\n",
        "test-notes",
-       {{"locale", "de-DE"}, {"text", "Try the map.\nAnd the rain."}}},
+       {{"locale", "de-DE"}, {"text", "Try the map.\nAnd\tthe rain."}}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.would);
@@ -150,22 +186,33 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
     EXPECT_EQ(ran.err, row.would + "Nothing sent. Run it again with --yes to make it.\n");
     EXPECT_EQ(calls(call), 0U);
     auto arguments = row.arguments;
-    arguments.emplace_back("--yes");
+    arguments.insert(arguments.begin() + 1, "--yes");
     ran = builds(arguments);
     EXPECT_EQ(ran.status, 0) << ran.err;
     EXPECT_EQ(ran.out, row.done);
     ASSERT_EQ(calls(call), 1U);
     if (!row.body.is_null()) EXPECT_EQ(bodies("POST", "/" + row.action).back(), row.body);
   }
-  EXPECT_EQ(build("44").notes["de-DE"], "Try the map.\nAnd the rain.");
+  EXPECT_EQ(build("44").notes["de-DE"], "Try the map.\nAnd\tthe rain.");
   EXPECT_EQ(build("44").groupIds, std::set<std::string>{team});
   Ran ran = builds({"test-notes", "44", "Sun.", "--dry-run"});
   EXPECT_EQ(ran.out, "Dry run: would set What to Test for 1.2 (44) for iOS in en-US.\n");
-  EXPECT_EQ(build("44").notes["en-US"], "Rain.");
+  EXPECT_EQ(build("44").notes["en-US"], "- Rain.\n- Sun.");
   terminal.inIsTerminal = true;
   terminal.type("no");
   EXPECT_EQ(builds({"test-notes", "44", "Sun."}).status, 5);
   EXPECT_TRUE(terminal.errText().ends_with("Make this change now? [y/N] Nothing sent.\n"));
+}
+
+TEST_F(BuildsTest, TestNotesComeThroughAPipeToo) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  ASSERT_EQ(::write(ends[1], "Rain.\nSun.\n", 11), 11);
+  ::close(ends[1]);
+  Ran ran = builds({"test-notes", "44", "--file", "/dev/fd/" + std::to_string(ends[0]), "--yes"});
+  ::close(ends[0]);
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(build("44").notes["en-US"], "Rain.\nSun.");
 }
 
 TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
@@ -175,11 +222,17 @@ TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
     std::string err;
   };
   repo.write("long.txt", std::string(4001, 'x'));
+  repo.write("vast.txt", std::string(3'000'000, 'x'));
+  repo.write("latin.txt", "caf\xE9");
+  repo.write("nul.txt", std::string("a\0b", 3));
   for (const Row& row : std::vector<Row>{
            {{"expire", "99"}, 7, "No build is 99: kestu builds list lists them.\n"},
            {{"distribute", "44", "--add", "Nobody\x1b[2J"},
             7,
             "No group is called \"Nobody\\u{1b}[2J\". The app's groups: Team, Friends & Family.\n"},
+           {{"distribute", "44", "--add", "A", "--add", "Team", "--add", " B", "--remove", "C"},
+            7,
+            "No groups are called \"A\", \"B\", \"C\". The app's groups: Team, Friends & Family.\n"},
            {{"distribute", "43", "--add", "Team", "--remove", "team"}, 2, "\"Team\" is in both --add and --remove.\n"},
            {{"distribute", "43", "--add", "Friends & Family", "--yes"},
             1,
@@ -188,6 +241,11 @@ TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
            {{"test-notes", "44", "--file", "gone.txt"}, 7, "No file at gone.txt\n"},
            {{"test-notes", "44", "--file", "long.txt"}, 2, "What to Test is 4,001 characters, 4,000 at most.\n"},
            {{"test-notes", "44", " \n"}, 2, "The text is empty.\n"},
+           {{"test-notes", "44", "--file", "vast.txt"}, 2, "What to Test is over 4,000 characters, 4,000 at most.\n"},
+           {{"test-notes", "44", "--file", "latin.txt"}, 2, "latin.txt isn't UTF-8 text.\n"},
+           {{"test-notes", "44", "--file", "nul.txt"}, 2, "nul.txt has a control character in it (\\u{0}).\n"},
+           {{"test-notes", "44", "a\x1b[2J"}, 2, "The text has a control character in it (\\u{1b}).\n"},
+           {{"test-notes", "44", "--file", "."}, 1, ". isn't a file.\n"},
            {{"compliance", "43", "-y"}, 1, "Daylight Weather 1.2 (43) for iOS doesn't wait for that answer.\n"},
        }) {
     SCOPED_TRACE(row.err);

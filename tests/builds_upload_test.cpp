@@ -1,3 +1,4 @@
+#include "core/builds/build_upload.hpp"
 #include "core/support/files.hpp"
 #include "core/support/md5.hpp"
 #include "tests/support/builds_test.hpp"
@@ -56,6 +57,10 @@ TEST_F(UploadTest, ADryRunReservesNothing) {
   EXPECT_EQ(server.requests().back().query, "dryRun=true");
   server.withState([](sandbox::State& state) { EXPECT_TRUE(state.testFlight.uploads.empty()); });
   EXPECT_EQ(builds({"upload", "Daylight.ipa", "--build", "44", "--version", "1.2", "--dry-run"}).status, 1);
+  repo.write("junk.ipa", "no zip");
+  Ran ran = builds({"upload", "junk.ipa", "--build", "50", "--version", "1.3", "--platform", "ios", "--dry-run"});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_EQ(ran.err, "junk.ipa goes as it is. It can't be read as a zip archive, which an .ipa is.\n");
 }
 
 TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
@@ -80,8 +85,15 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
   begun = clock.continuous();
   ran = builds({"upload", "Daylight.ipa", "--wait", "--timeout", "5"});
   EXPECT_EQ(ran.status, 10);
-  EXPECT_EQ(ran.err, "The time ran out with it still on its way. To keep waiting: kestu builds wait \"1.3 (51)\"\n");
+  EXPECT_EQ(
+      ran.err,
+      "The time ran out with it still on its way. To keep waiting: kestu builds wait \"1.3 (51)\" --platform ios\n");
   EXPECT_EQ(clock.continuous() - begun, std::chrono::minutes(5));
+  // The file alone says that it is for macOS; the command that is named next must too.
+  repo.write("Mac.pkg", "xar!");
+  ran = builds({"upload", "Mac.pkg", "--version", "1.3-beta", "--build", "52", "--wait", "--timeout", "0"});
+  EXPECT_EQ(ran.status, 10);
+  EXPECT_TRUE(ran.err.ends_with(" To keep waiting: kestu builds wait 52 --platform macos\n")) << ran.err;
 }
 
 TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
@@ -97,7 +109,7 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
            {"refused parts", {.path = "/upload/", .times = -1, .status = 403}, "Apple took no part of A.ipa (403)", 0},
            {"a part refused late",
             {.path = "/upload/", .skip = 5, .times = -1, .status = 500},
-            "A.ipa (500). Nothing was changed; run it again.",
+            "A.ipa (500). Run it again to send it anew.\nThe unfinished",
             0},
            {"a commit refused",
             {.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"},
@@ -112,17 +124,48 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
     EXPECT_EQ(ran.status, 1);
     EXPECT_NE(ran.err.find(row.reason), std::string::npos) << ran.err;
     EXPECT_NE(ran.err.find("The unfinished upload stays at Apple until it's removed: kestu builds remove \"1.3 (" +
-                           std::to_string(number) + ")\" --app 1234567890\n"),
+                           std::to_string(number) + ")\" --platform ios --app 1234567890\n"),
               std::string::npos)
         << ran.err;
     EXPECT_EQ(calls("POST " + commit), row.sent > 0 ? 1U : 0U);
+    server.faults().clear();
+  }
+  // Where no answer came, nobody knows what the service did.
+  struct Unsure {
+    sandbox::Fault fault;
+    std::string note;
+  };
+  for (const Unsure& row : std::vector<Unsure>{
+           {{.path = base + "uploads", .method = "POST", .half = true, .exact = true},
+            "An unfinished upload may be at Apple now. kestu builds list --app 1234567890 shows it; to remove it: "},
+           {{.path = commit, .method = "POST", .times = -1, .cut = true}, // an idle connection's loss is tried again
+            "Whether Apple has the whole file now isn't known. kestu builds list --app 1234567890 shows where it is; "
+            "if it's still uploading, remove it: "},
+       }) {
+    SCOPED_TRACE(row.note);
+    make(std::to_string(++number), "A.ipa");
+    server.withState([](sandbox::State& state) { state.testFlight.uploads.clear(); });
+    server.onNext(row.fault);
+    Ran ran = builds({"upload", "A.ipa", "--app", "1234567890"});
+    EXPECT_EQ(ran.status, 9);
+    EXPECT_TRUE(ran.err.ends_with("\n" + row.note + "kestu builds remove \"1.3 (" + std::to_string(number) +
+                                  ")\" --platform ios --app 1234567890\n"))
+        << ran.err;
+    EXPECT_EQ(ran.err.find("stays"), std::string::npos);
+    server.withState([&](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 1U); });
     server.faults().clear();
   }
   make("70");
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   server.onNext({.path = "/upload/", .times = -1, .status = 500});
   EXPECT_THROW(builds({"upload", "Daylight.ipa"}), Stopped);
-  EXPECT_TRUE(terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\"\n")) << terminal.errText();
+  EXPECT_TRUE(terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\" --platform ios\n"))
+      << terminal.errText();
+  repo.write("Mac.pkg", "xar!");
+  EXPECT_THROW(builds({"upload", "Mac.pkg", "--version", "1", "--build", "71"}), Stopped);
+  EXPECT_TRUE(terminal.errText().ends_with("\nAn unfinished upload may be at Apple now. kestu builds list shows it; to "
+                                           "remove it: kestu builds remove \"1 (71)\" --platform macos\n"))
+      << terminal.errText();
 }
 
 TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
@@ -133,6 +176,14 @@ TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
   int number = 50;
   for (const Row& row : std::vector<Row>{
            {"grown", [](const auto& file) { std::filesystem::resize_file(file, 100'000); }},
+           {"another of the same size and time",
+            [](const auto& file) {
+              auto time = std::filesystem::last_write_time(file);
+              auto other = file.parent_path() / "other";
+              std::filesystem::copy_file(file, other);
+              std::filesystem::last_write_time(other, time);
+              std::filesystem::rename(other, file);
+            }},
            {"written again", [](const auto& file) { std::filesystem::last_write_time(file, {}); }},
            // Last, as it leaves parts on their way that would meet the next row's fault.
            {"cut short", [](const auto& file) { std::filesystem::resize_file(file, 100); }},
@@ -146,6 +197,16 @@ TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
     EXPECT_NE(ran.err.find("Daylight.ipa changed while it was being sent.\n"), std::string::npos) << ran.err;
     EXPECT_TRUE(bodies("POST", "/commit").empty());
   }
+}
+
+TEST_F(UploadTest, AFileThatChangedSinceItWasReadIsNotSent) {
+  make("50");
+  BuildFile file = BuildFile::read(repo.path(), "Daylight.ipa", {}, {});
+  std::filesystem::last_write_time(file.file, {});
+  CurlTransport transport;
+  const UploadPart part{"PUT", server.origin() + "/upload/x", 0, 10, {}};
+  EXPECT_THROW(BuildUpload::send(file, {part}, PartUploader(transport, clock), {}, {}, {}), CLIError);
+  EXPECT_EQ(parts(), 0U);
 }
 
 TEST_F(UploadTest, RemoveClearsTheOneUploadThatIsMeant) {

@@ -31,12 +31,20 @@ TEST_F(WaitTest, EndsWhereTheBuildIsReached) {
            {{"44"},
             "missingcompliance",
             0,
-            "✓ 1.2 (44) for iOS: export compliance isn't answered.\nNext: kestu builds compliance \"1.2 (44)\"\n",
+            "✓ 1.2 (44) for iOS: export compliance isn't answered.\nNext: kestu builds compliance \"1.2 (44)\" "
+            "--platform ios\n",
             ""},
            {{"44", "--testable", "--timeout", "0"},
             "missingcompliance",
             10,
-            "● 1.2 (44) for iOS: export compliance isn't answered: kestu builds compliance \"1.2 (44)\"\n",
+            "● 1.2 (44) for iOS: export compliance isn't answered: kestu builds compliance \"1.2 (44)\" --platform "
+            "ios\n",
+            timeUp},
+           {{"44", "--testable", "--timeout", "0", "--app", "1234567890"},
+            "missingcompliance",
+            10,
+            "● 1.2 (44) for iOS: export compliance isn't answered: kestu builds compliance \"1.2 (44)\" --platform ios "
+            "--app 1234567890\n",
             timeUp},
            {{"44", "--testable"}, "inbetareview", 0, "✓ 1.2 (44) for iOS: in Beta App Review.\n", ""},
            {{"44", "--testable"}, "betarejected", 0, "1.2 (44) for iOS: Beta App Review rejected it.\n", ""},
@@ -78,7 +86,7 @@ TEST_F(WaitTest, FollowsABuildFromBeforeItIsListed) {
   EXPECT_EQ(ran.out, "● Waiting for Apple to list 1.2 (46).\n"
                      "● 1.2 (46) for iOS: processing.\n"
                      "✓ 1.2 (46) for iOS: export compliance isn't answered.\n"
-                     "Next: kestu builds compliance \"1.2 (46)\"\n")
+                     "Next: kestu builds compliance \"1.2 (46)\" --platform ios\n")
       << ran.err;
   auto calls = asked();
   EXPECT_EQ(calls.front(),
@@ -87,6 +95,16 @@ TEST_F(WaitTest, FollowsABuildFromBeforeItIsListed) {
   EXPECT_EQ(calls.back()["cursor"], "new/processing");
   ran = builds({"wait", "46", "--json"});
   EXPECT_EQ(nlohmann::json::parse(ran.out)["number"], "46");
+}
+
+TEST_F(WaitTest, TheNewestIsNoUnfinishedUpload) {
+  server.withState([](sandbox::State& state) {
+    state.testFlight.uploads.push_back({"u", 1234567890, "ios", "1.3", "50", state.clock()});
+    state.testFlight.uploads.push_back({"v", 1234567890, "tvos", "1.3", "50", state.clock()});
+  });
+  EXPECT_EQ(builds({"wait", "--platform", "ios", "--timeout", "0"}).out.substr(0, 12), "✓ 1.2 (44)");
+  EXPECT_EQ(builds({"wait", "--platform", "tvos", "--timeout", "0"}).status, 7);
+  EXPECT_EQ(builds({"wait", "50", "--platform", "tvos", "--timeout", "0"}).status, 10);
 }
 
 TEST_F(WaitTest, EndsWhenTheTimeIsUp) {
@@ -112,6 +130,26 @@ TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_TRUE(ran.out.starts_with("● 1.2 (44) for iOS: processing.\n✓ 1.2 (44)")) << ran.out;
   EXPECT_NE(ran.err.find(" Still waiting.\n"), std::string::npos) << ran.err;
+  struct Passing {
+    sandbox::Fault fault;
+    std::string err;
+  };
+  for (const Passing& row : std::vector<Passing>{
+           {{.path = path, .status = 200, .body = "{\"curs"}, "kestu's answer couldn't be read. Still waiting.\n"},
+           {{.path = path, .status = 429}, "Too many requests. Still waiting.\n"},
+           {{.path = path, .status = 429, .body = R"({"error":"agent_quota","limit":"minute"})"},
+            "Too many requests. Still waiting.\n"},
+           {{.path = path, .times = 3, .status = 503}, "kestu couldn't answer (503). Still waiting.\n"},
+           {{.path = path, .status = 503, .body = R"({"message":"Apple is away."})"},
+            "Apple is away. Still waiting.\n"},
+       }) {
+    SCOPED_TRACE(row.err);
+    processingFor(std::chrono::seconds(40));
+    server.onNext(row.fault);
+    ran = builds({"wait", "44"});
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.err, row.err);
+  }
   for (const auto sleep : clock.sleeps()) EXPECT_LE(sleep, std::chrono::seconds(5));
 
   struct Row {
@@ -125,10 +163,15 @@ TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
             4,
             "This sign-in doesn't cover that app."},
            {{.path = path, .status = 404}, 7, "Not found.\n"},
-           {{.path = path, .status = 200, .body = "{}"}, 9, "kestu's answer wasn't what this version"},
+           {{.path = path, .status = 429, .body = R"({"error":"agent_quota","limit":"week"})"},
+            8,
+            "Over the account's calls for this week."},
+           {{.path = path, .times = -1, .status = 200, .body = "{}"},
+            9,
+            "kestu's answer couldn't be read. Still waiting.\nkestu's answer wasn't what this version"},
            {{.path = path, .times = -1, .status = 502},
             9,
-            "kestu couldn't answer (502). Try again in a moment. Still waiting.\nkestu couldn't answer (502)."},
+            "kestu couldn't answer (502). Still waiting.\nkestu couldn't answer (502). Try again in a moment.\n"},
        }) {
     SCOPED_TRACE(row.err);
     processingFor(std::chrono::hours(9));

@@ -152,6 +152,16 @@ TEST(Progress, ShowsAtATerminalAtMostTenTimesASecond) {
                                 "\r\x1B[2KUploading  45 MB of 1.0 GB  3 of 64 parts  45 MB/s  0:22 left\r\x1B[2K");
 }
 
+TEST(Progress, KeepsTheTimeLeftInANarrowWindow) {
+  FakeTerminal terminal(50);
+  FakeClock clock;
+  Console console(terminal, Environment(), clock);
+  Progress progress(console, clock, "Uploading", 1ULL << 30, 64);
+  clock.advance(1000ms);
+  progress.advance(45ULL << 20, 3);
+  EXPECT_TRUE(terminal.errText().ends_with("\x1B[2KUploading  45 MB of 1.0 GB  45 MB/s  0:22 left"));
+}
+
 TEST(Progress, TellsAScriptEveryFiveSeconds) {
   FakeTerminal terminal;
   FakeClock clock;

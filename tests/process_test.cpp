@@ -65,5 +65,13 @@ TEST(Process, EndsWhatTakesTooLongOrIsStopped) {
   }
 }
 
+TEST(Process, AnOwnSessionHasNoTerminalToAskAt) {
+  const char* script = "import os; print(os.getsid(0) == os.getpid())";
+  for (bool own : {false, true}) {
+    auto result = Process::run({.arguments = {"python3", "-c", script}, .ownSession = own}, {});
+    EXPECT_EQ(result.out, own ? "True\n" : "False\n");
+  }
+}
+
 } // namespace
 } // namespace kestu::tests

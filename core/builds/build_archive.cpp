@@ -22,13 +22,17 @@ constexpr std::string_view patternCharacters = "\\*?[";
 /// the right one.
 class PlainPath {
  public:
-  explicit PlainPath(const std::filesystem::path& file) : path_(file) {
-    if (file.native().find_first_of(patternCharacters) == std::string::npos) return;
-    std::string made = (std::filesystem::temp_directory_path() / "kestu-XXXXXX").string();
-    if (!mkdtemp(made.data())) throw std::system_error(errno, std::generic_category(), made);
+  explicit PlainPath(const std::filesystem::path& file) {
+    if (file.native().find_first_of(patternCharacters) == std::string::npos) {
+      path_ = file;
+      return;
+    }
+    std::error_code error;
+    std::string made = (std::filesystem::temp_directory_path(error) / "kestu-XXXXXX").string();
+    if (error || !mkdtemp(made.data())) return;
     folder_ = made;
-    path_ = folder_ / "build.ipa";
-    std::filesystem::create_symlink(file, path_);
+    std::filesystem::create_symlink(file, folder_ / "build.ipa", error);
+    if (!error) path_ = folder_ / "build.ipa";
   }
   ~PlainPath() {
     std::error_code ignored;
@@ -37,13 +41,14 @@ class PlainPath {
   PlainPath(const PlainPath&) = delete;
   PlainPath& operator=(const PlainPath&) = delete;
 
+  /// Empty when no link could be made.
   std::string text() const { return path_.string(); }
 
  private:
   std::filesystem::path folder_, path_;
 };
 
-/// None when the machine has none of the programs.
+/// None when the machine has none of the programs, or none that runs.
 std::optional<ProcessResult> unzip(const std::vector<std::string>& programs, std::vector<std::string> arguments,
                                    std::size_t limit, const std::stop_token& stop) {
   arguments.insert(arguments.begin(), "");
@@ -54,10 +59,13 @@ std::optional<ProcessResult> unzip(const std::vector<std::string>& programs, std
     // Options that the user keeps in the environment would change what it prints.
     request.environment = {{"UNZIP", ""}, {"UNZIPOPT", ""}, {"ZIPINFO", ""}, {"ZIPINFOOPT", ""}, {"LC_ALL", "C.UTF-8"}};
     request.outputLimit = limit;
+    request.ownSession = true; // it asks at the terminal for a password
     try {
       return Process::run(request, stop);
     } catch (const std::system_error& error) {
-      if (error.code() != std::errc::no_such_file_or_directory) throw;
+      bool next = error.code() == std::errc::no_such_file_or_directory ||
+                  error.code() == std::errc::permission_denied || error.code() == std::errc::executable_format_error;
+      if (!next) throw;
     }
   }
   return std::nullopt;
@@ -77,6 +85,10 @@ BuildArchive::BuildArchive(std::filesystem::path file, std::vector<std::string> 
 
 BuildArchive::InfoPlistBytes BuildArchive::infoPlist() const {
   PlainPath path(file_);
+  if (path.text().empty()) {
+    return {"",
+            "Its path has one of \\ * ? [ in it, and no temporary folder can be made to read it through: set TMPDIR."};
+  }
   constexpr std::size_t largestListing = std::size_t{256} << 20U;
   auto names = unzip(programs_, {"-Z1", path.text()}, largestListing, stop_);
   if (!names) return {"", "This machine has no unzip to look into it with: install unzip."};
@@ -86,8 +98,10 @@ BuildArchive::InfoPlistBytes BuildArchive::infoPlist() const {
   if (member.empty()) return {"", "It has no Info.plist of an app in Payload."};
   auto bytes = unzip(programs_, {"-p", path.text(), unzipPattern(member)}, largestInfoPlist, stop_);
   if (bytes && bytes->end == ProcessResult::End::tooMuchOutput) {
-    return {"", "Its Info.plist is over " + Format::bytes(largestInfoPlist) + ", which no app's is."};
+    return {"", "Its Info.plist is over " + Format::bytes(largestInfoPlist) + ", which no app's is.", true};
   }
+  bool encrypted = bytes && !readAll(*bytes) && bytes->err.find("unable to get password") != std::string::npos;
+  if (encrypted) return {"", "Its Info.plist is encrypted."};
   if (!bytes || !readAll(*bytes)) return {"", "Its Info.plist can't be read from the archive."};
   return {std::move(bytes->out), ""};
 }

@@ -22,6 +22,7 @@ class BuildArchive {
   struct InfoPlistBytes {
     std::string bytes;
     std::string problem;
+    bool noBuild = false; ///< Apple wouldn't take it either
   };
   InfoPlistBytes infoPlist() const;
 

@@ -11,13 +11,26 @@
 
 namespace kestu {
 
+/// What tells a file from another at the same path, or from itself before it was written again.
+struct FileStamp {
+  std::uint64_t device = 0, inode = 0, size = 0; ///< the size in bytes
+  std::int64_t written = 0, changed = 0;         ///< nanoseconds of the system's clock
+
+  bool operator==(const FileStamp&) const = default;
+
+  /// None for what can't be looked at.
+  static std::optional<FileStamp> of(const std::filesystem::path& file);
+};
+
 /// A build to send: an .ipa, or a Mac app's .pkg.
 struct BuildFile {
   std::filesystem::path file; ///< absolute
   std::uint64_t size = 0;     ///< bytes
+  FileStamp stamp{};          ///< of the file before any of it was read
   std::string version;
   std::string number;
   std::string platform;
+  std::string problem{}; ///< why the file itself says nothing, though the user did; a whole sentence, or empty
 
   /// What the user says of a file; wins over what the file says.
   struct Given {

@@ -3,6 +3,7 @@
 #include "core/console/printable.hpp"
 #include "core/support/text.hpp"
 
+#include <algorithm>
 #include <functional>
 
 namespace kestu::BuildGroups {
@@ -20,22 +21,28 @@ std::vector<const BuildGroup*> those(const std::vector<BuildGroup>& groups,
   return found;
 }
 
-const BuildGroup& one(const std::string& name, const std::vector<BuildGroup>& groups) {
+/// None when no group is called so.
+const BuildGroup* one(const std::string& name, const std::vector<BuildGroup>& groups) {
+  auto folded = [](const std::string& text) { return Text::folded(Text::trimmed(text)); };
   auto found = those(groups, [&](const std::string& each) { return each == name; });
   if (found.empty()) {
-    found = those(groups, [&](const std::string& each) { return Text::folded(each) == Text::folded(name); });
+    found = those(groups, [&](const std::string& each) { return folded(each) == folded(name); });
   }
-  if (found.size() == 1) return *found.front();
-  if (!found.empty()) {
+  if (found.size() > 1) {
     throw CLIError(Kind::usage,
                    "Several groups are called \"" + printable(name) + "\". Give them names of their own first.");
   }
+  return found.empty() ? nullptr : found.front();
+}
+
+CLIError noneCalled(const std::vector<std::string>& unknown, const std::vector<BuildGroup>& groups) {
   std::vector<std::string> names;
   for (const BuildGroup* group : those(groups, [](const std::string&) { return true; })) {
     names.push_back(printable(*group->name));
   }
-  throw CLIError(Kind::notFound, "No group is called \"" + printable(name) + "\". The app's groups: " +
-                                     (names.empty() ? "none yet" : Text::joined(names, ", ")) + ".");
+  return {Kind::notFound, (unknown.size() == 1 ? "No group is called " : "No groups are called ") +
+                              Text::joined(unknown, ", ") +
+                              ". The app's groups: " + (names.empty() ? "none yet" : Text::joined(names, ", ")) + "."};
 }
 
 } // namespace
@@ -47,7 +54,17 @@ std::vector<BuildGroup> fetch(const Client& client, const std::string& appPath) 
 
 std::vector<BuildGroup> named(const std::vector<std::string>& names, const std::vector<BuildGroup>& groups) {
   std::vector<BuildGroup> found;
-  for (const std::string& name : names) found.push_back(one(name, groups));
+  std::vector<std::string> unknown;
+  for (const std::string& name : names) {
+    const BuildGroup* group = one(name, groups);
+    if (!group) {
+      unknown.push_back("\"" + printable(Text::trimmed(name)) + "\"");
+    } else if (std::none_of(found.begin(), found.end(),
+                            [&](const BuildGroup& other) { return other.groupId == group->groupId; })) {
+      found.push_back(*group);
+    }
+  }
+  if (!unknown.empty()) throw noneCalled(unknown, groups);
   return found;
 }
 

@@ -44,6 +44,8 @@ std::string BuildReference::text() const {
 
 std::string BuildReference::word() const {
   std::string name = text();
+  // A version that no command reads back ("1.3-beta") is left out.
+  if (version && number && !id && read(name).number != number) return BuildReference{{}, number, {}}.word();
   bool plain = name.find_first_not_of("0123456789.() ") == std::string::npos;
   return plain && version && !id ? "\"" + name + "\"" : Format::shellWord(name);
 }
@@ -56,18 +58,19 @@ bool BuildReference::names(const ManagedBuild& build) const {
 const ManagedBuild* BuildReference::among(const std::vector<ManagedBuild>& builds,
                                           const std::optional<std::string>& platform) const {
   const ManagedBuild* found = nullptr;
+  std::vector<std::string> all;
   for (const ManagedBuild& build : builds) {
     if ((platform && build.platform != *platform) || !names(build)) continue;
-    if (!found) {
-      found = &build;
-      continue;
-    }
-    if (found->platform != build.platform || found->version != build.version) {
-      throw CLIError(CLIError::Kind::usage,
-                     "Several builds are " + text() + ": name its version too (\"1.2 (45)\"), or --platform.");
+    if (std::string one = "\n  " + build.described(); std::find(all.begin(), all.end(), one) == all.end()) {
+      all.push_back(one);
     }
     // A number may be uploaded again as long as no build came of it; what did become one is meant then.
-    if (found->upload && !build.upload) found = &build;
+    if (!found || (found->upload && !build.upload)) found = &build;
+  }
+  if (all.size() > 1) {
+    throw CLIError(CLIError::Kind::usage, "Several builds are " + text() +
+                                              ": name its version too (\"1.2 (45)\"), or --platform." +
+                                              Text::joined(all, ""));
   }
   return found;
 }

@@ -24,7 +24,7 @@ struct BuildReference {
   /// The ID, "1.2 (45)" or "45"; printable.
   std::string text() const;
 
-  /// The text as a word of a command line: "\"1.2 (45)\"".
+  /// The text as a word of a command line ("\"1.2 (45)\""), or the number alone where the text wouldn't be read so.
   std::string word() const;
 
   bool names(const ManagedBuild& build) const;

@@ -17,18 +17,6 @@ namespace {
 
 constexpr int partsAtOnce = 4;
 
-struct FileStamp {
-  std::uintmax_t size;
-  std::filesystem::file_time_type written;
-  bool operator==(const FileStamp&) const = default;
-};
-
-std::optional<FileStamp> stampOf(const std::filesystem::path& file) {
-  std::error_code size, written;
-  FileStamp stamp{std::filesystem::file_size(file, size), std::filesystem::last_write_time(file, written)};
-  return size || written ? std::nullopt : std::optional(stamp);
-}
-
 bool isMeant(const UnfinishedUpload& upload, const BuildReference& build, const std::optional<std::string>& platform) {
   if (platform && upload.platform != *platform) return false;
   return build.number == upload.build && (!build.version || BuildNumber::sameVersion(build.version, upload.version));
@@ -75,12 +63,12 @@ nlohmann::json BuildUpload::request(const BuildFile& file) {
 void BuildUpload::send(const BuildFile& file, const std::vector<UploadPart>& parts, const PartUploader& uploader,
                        const std::stop_token& stop, const PartUploader::Progress& progress,
                        const PartUploader::Moved& moved) {
-  auto before = stampOf(file.file);
+  auto same = [&] { return FileStamp::of(file.file) == file.stamp; };
+  const CLIError changed(Kind::failed, file.name() + " changed while it was being sent.");
+  if (!same()) throw changed;
   uploader.send(file.file, parts, partsAtOnce, stop, progress, moved);
   // Parts of two builds that are as long would make one that is neither.
-  if (!before || before->size != file.size || stampOf(file.file) != before) {
-    throw CLIError(Kind::failed, file.name() + " changed while it was being sent.");
-  }
+  if (!same()) throw changed;
 }
 
 std::vector<UnfinishedUpload> BuildUpload::fetchUnfinished(const Client& client, const std::string& appPath) {

@@ -42,7 +42,7 @@ namespace BuildUpload {
 /// The reservation's request.
 nlohmann::json request(const BuildFile& file);
 
-/// Sends all parts, four at once. A CLIError when the file is another one at the end than at the start.
+/// Sends all parts, four at once. A CLIError when the file isn't the one that was read any more.
 void send(const BuildFile& file, const std::vector<UploadPart>& parts, const PartUploader& uploader,
           const std::stop_token& stop, const PartUploader::Progress& progress, const PartUploader::Moved& moved);
 

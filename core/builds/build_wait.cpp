@@ -14,6 +14,18 @@ namespace {
 constexpr std::chrono::seconds longestCall = 25s;
 constexpr std::chrono::seconds pause = 5s;
 
+/// Too many calls for the moment, unlike those of some hours or days, whose end no wait outlasts.
+bool crowded(int status, const Refusal& refusal) {
+  return status == 429 && (refusal.error != "agent_quota" || refusal.limit == "minute");
+}
+
+/// What went wrong, without the advice to try again: the wait does that itself.
+std::string troubleOf(int status) {
+  if (status == 429) return "Too many requests.";
+  if (status >= 500) return "kestu couldn't answer (" + std::to_string(status) + ").";
+  return "kestu's answer couldn't be read.";
+}
+
 /// One wait, from its first call to its end.
 class Waiting {
  public:
@@ -26,18 +38,17 @@ class Waiting {
     Console::Busy busy(client_.context().console);
     do {
       auto asked = clock_.continuous();
-      std::optional<HTTPAnswer> answer = ask();
+      auto wait = ask();
       bool news = false;
-      if (answer) {
-        auto wait = client_.decoded(std::move(*answer), BuildsWait::read);
+      if (wait) {
         bool first = !cursor_;
-        cursor_ = wait.value.cursor;
-        news = look(wait.value) || first;
-        if (reached_) return reachedIn(wait);
+        cursor_ = wait->value.cursor;
+        news = look(wait->value) || first;
+        if (reached_) return reachedIn(*wait);
       }
       // The service holds a call that has a cursor until there is news; one that doesn't isn't asked without a pause.
       bool held = clock_.continuous() - asked >= 1s;
-      if (!answer || !(news || held)) rest();
+      if (!wait || !(news || held)) rest();
     } while (left() > 0s);
     if (lost_ && !answered_) throw *lost_;
     return std::nullopt;
@@ -61,17 +72,22 @@ class Waiting {
     return body;
   }
 
-  /// None when no answer came, or the service says that it can't answer now.
-  std::optional<HTTPAnswer> ask() {
+  /// None when no answer came, or none that is of use now.
+  std::optional<Response<BuildsWait>> ask() {
+    int status = 0;
+    Refusal refusal;
     try {
       HTTPAnswer answer = client_.send("POST", path_, {}, Client::encoded(request()));
-      if (answer.status >= 500) throw client_.error(answer.status, answer.body);
+      status = answer.status;
+      refusal = Refusal::read(answer.body);
+      auto wait = client_.decoded(std::move(answer), BuildsWait::read);
       answered_ = true;
       lost_.reset();
-      return answer;
+      return wait;
     } catch (const CLIError& error) {
-      if (error.kind != CLIError::Kind::unavailable) throw;
-      if (!lost_ && listener_.connectionLost) listener_.connectionLost(error.description);
+      if (error.kind != CLIError::Kind::unavailable && !crowded(status, refusal)) throw;
+      bool said = status == 0 || (status >= 300 && refusal.message);
+      if (!lost_ && listener_.trouble) listener_.trouble(said ? error.description : troubleOf(status));
       lost_ = error;
       return std::nullopt;
     }
@@ -118,7 +134,7 @@ class Waiting {
   std::optional<std::string> cursor_;
   std::optional<std::string> seen_; // the last state, once it was listed
   std::optional<ManagedBuild> reached_;
-  std::optional<CLIError> lost_; // why the last call had no answer
+  std::optional<CLIError> lost_; // why the last call had no answer of use
   bool answered_ = false;
   bool unlistedSaid_ = false;
 };

@@ -33,9 +33,9 @@ struct Goal {
 
 /// What a person is told meanwhile. One call at a time.
 struct Listener {
-  std::function<void()> notListed;                               ///< once, when Apple hasn't listed it yet
-  std::function<void(const ManagedBuild&)> moved;                ///< when it is first seen, and at each new state
-  std::function<void(const std::string& reason)> connectionLost; ///< once for each time without an answer
+  std::function<void()> notListed;                        ///< once, when Apple hasn't listed it yet
+  std::function<void(const ManagedBuild&)> moved;         ///< when it is first seen, and at each new state
+  std::function<void(const std::string& reason)> trouble; ///< once for each time without an answer of use
 };
 
 struct Reached {
@@ -46,8 +46,8 @@ struct Reached {
 /// Whether there is no use in waiting for longer: the goal is reached, or never will be.
 bool over(const ManagedBuild& build, bool testable);
 
-/// Asks the service again and again, through dropped connections and its restarts, until the wait is over; none when
-/// the time ran out first. A service that never answered, and any refusal, is a CLIError.
+/// Asks the service again and again, through dropped connections, its restarts and a rush of calls, until the wait is
+/// over; none when the time ran out first. A service that never answered, and any other refusal, is a CLIError.
 std::optional<Reached> until(const Goal& goal, std::chrono::minutes timeout, const Client& client,
                              const std::string& appPath, const Listener& listener);
 

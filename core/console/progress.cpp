@@ -61,6 +61,7 @@ void Progress::show(std::chrono::nanoseconds elapsed) {
 std::string Progress::text(std::chrono::nanoseconds elapsed) const {
   std::vector<std::string> facts = {name_.empty() ? label_ : label_ + " " + name_};
   if (totalBytes_ > 0) facts.push_back(Format::bytes(bytes_) + " of " + Format::bytes(totalBytes_));
+  auto parts = facts.size();
   if (totalParts_ > 0) {
     facts.push_back(fmt::format("{} of {} {}", parts_, totalParts_, totalParts_ == 1 ? unit_.one : unit_.many));
   }
@@ -73,6 +74,11 @@ std::string Progress::text(std::chrono::nanoseconds elapsed) const {
     // Beyond days it would only be noise, and too large to count.
     if (left < 100 * 3600) facts.push_back(clockFace(static_cast<std::uint64_t>(std::llround(left))) + " left");
   }
+  std::string line = Text::joined(facts, "  ");
+  bool narrow = console_.redraws() && Text::columns(line) >= static_cast<std::size_t>(console_.width());
+  if (!narrow || totalParts_ == 0 || facts.size() <= parts + 1) return line;
+  // Where the line would be cut, the speed and the time left tell more than the parts.
+  facts.erase(facts.begin() + static_cast<std::ptrdiff_t>(parts));
   return Text::joined(facts, "  ");
 }
 

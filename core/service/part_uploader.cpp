@@ -95,8 +95,8 @@ void PartUploader::sendPart(const std::filesystem::path& file, const UploadPart&
                             const Moved& moved, const std::stop_token& stop) const {
   std::string name = printable(file.filename().string());
   auto message = [&](const std::string& reason) {
-    return (done == 0 ? "Apple took no part of " + name : "Apple didn't take all of " + name) + " (" + reason +
-           "). Nothing was changed; run it again.";
+    return (done == 0 ? "Apple took no part of " + name : "Apple didn't take all of " + name) + " (" + reason + "). " +
+           advice_;
   };
   std::int64_t read = 0;
   retried(

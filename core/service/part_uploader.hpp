@@ -36,7 +36,9 @@ class PartUploader {
   /// thread.
   using Moved = std::function<void(std::int64_t bytes)>;
 
-  PartUploader(Transport& transport, Clock& clock) : transport_(transport), clock_(clock) {}
+  /// `advice` is the sentence that ends the message when a part isn't taken.
+  PartUploader(Transport& transport, Clock& clock, std::string advice = "Nothing was changed; run it again.")
+      : transport_(transport), clock_(clock), advice_(std::move(advice)) {}
 
   /// At most `atOnce` parts at a time. `progress` is called after each part, one call at a time. Throws a CLIError when
   /// a part is refused three times or the file changed, after stopping the parts in flight.
@@ -49,6 +51,7 @@ class PartUploader {
 
   Transport& transport_;
   Clock& clock_;
+  std::string advice_;
 };
 
 } // namespace kestu

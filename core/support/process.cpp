@@ -74,7 +74,7 @@ struct FileActions {
 /// A child does not inherit that this program waits for its signals elsewhere and ignores SIGPIPE.
 struct Attributes {
   posix_spawnattr_t attributes{};
-  Attributes() {
+  explicit Attributes(bool ownSession) {
     posix_spawnattr_init(&attributes);
     sigset_t none, usual;
     sigemptyset(&none);
@@ -82,7 +82,9 @@ struct Attributes {
     for (int signal : {SIGPIPE, SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&usual, signal);
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setsigdefault(&attributes, &usual);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    auto session = static_cast<short>(ownSession ? POSIX_SPAWN_SETSID : 0);
+    auto flags = static_cast<short>(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setflags(&attributes, static_cast<short>(flags | session));
   }
   ~Attributes() { posix_spawnattr_destroy(&attributes); }
   Attributes(const Attributes&) = delete;
@@ -119,7 +121,7 @@ class Child {
     posix_spawn_file_actions_adddup2(&files.actions, out.writing.get(), 1);
     posix_spawn_file_actions_adddup2(&files.actions, err.writing.get(), 2);
     if (!request.folder.empty()) posix_spawn_file_actions_addchdir_np(&files.actions, request.folder.c_str());
-    Attributes attributes;
+    Attributes attributes(request.ownSession);
     auto arguments = request.arguments;
     auto variables = environmentOf(request);
     int code = posix_spawnp(&id_, arguments.at(0).c_str(), &files.actions, &attributes.attributes,

@@ -18,6 +18,7 @@ struct ProcessRequest {
   std::size_t outputLimit = std::size_t{64} << 20U;               ///< bytes of standard output
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
   std::vector<std::string> without{}; ///< variables of this process that it doesn't get
+  bool ownSession = false; ///< without this one's terminal, so that it can't ask there, nor gets the keyboard's signals
 };
 
 struct ProcessResult {
