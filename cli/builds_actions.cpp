@@ -87,7 +87,7 @@ void runCompliance(Context& context, const ActionOptions& options) {
 /// What gets a submitted build to somebody: a group of outsiders, once it's in none.
 std::string afterSubmit(const Action& action, const BuildTarget& target) {
   const BuildGroup* open = nullptr;
-  const std::string list = "kestu builds list" + target.ofApp();
+  std::string list = "kestu builds list" + target.ofApp();
   for (const BuildGroup& group : action.all.groups) {
     if (group.internal || !group.name) continue;
     const auto& ids = action.build.groupIds;
