@@ -152,6 +152,9 @@ TEST_F(PullTest, FilesThatAreThereAreRenamedNotFetched) {
            {"a chain", {{phone + "02.png", shot(1)}, {phone + "03.png", shot(2)}}, 1},
            {"in the language's folder", {{shots + "en-US/z.png", shot(1)}, {phone + "x.png", shot(2)}}, 1},
            {"in both folders", {{phone + "01.png", shot(1)}, {phoneID + "02.png", shot(2)}}, 1},
+           {"a copy that a kill left",
+            {{phone + "01.png", shot(2)}, {phone + "02.png", shot(2)}, {phone + "04.png", shot(1)}},
+            1},
            {"in another's case", {{shots + "en-US/iphone  6.9/01.png", shot(1)}}, 2},
        }) {
     SCOPED_TRACE(row.what);

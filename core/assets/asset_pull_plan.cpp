@@ -211,8 +211,12 @@ class KindPlanner {
     for (std::size_t i = 0; i < shelf.locals.size(); ++i) {
       plan_.replacing.insert(shelf.locals[i].after);
       if (used[i]) continue;
-      pull.others.push_back(shelf.locals[i].after);
-      whole.conflicts.push_back(folder_ + "/" + shelf.locals[i].now);
+      const Local& file = shelf.locals[i];
+      pull.others.push_back(file.after);
+      // A second copy of an asset, as a kill between two names leaves it, is no loss.
+      bool isCopy = !file.isLink && std::any_of(assets.begin(), assets.end(),
+                                                [&](const ShownAsset& asset) { return isAsset(file, asset); });
+      if (!isCopy) whole.conflicts.push_back(folder_ + "/" + file.now);
     }
     plan_.displays.push_back(std::move(pull));
   }
