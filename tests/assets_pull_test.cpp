@@ -1,4 +1,6 @@
+#include "core/assets/asset_pull.hpp"
 #include "core/support/folder_lock.hpp"
+#include "sandbox/catalog.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>
@@ -235,6 +237,22 @@ TEST_F(PullTest, MergingNeverWritesOverADifferentFile) {
   EXPECT_TRUE(after.contains(shots + "de-DE/iPad 13/01.png")) << "also where App Store Connect shows nothing";
   EXPECT_EQ(after.at(movies + "frames.json"), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
   EXPECT_EQ(downloads(), 0U);
+}
+
+TEST_F(PullTest, RenamesThatEndEarlyLeaveTheirFrames) {
+  const std::string frames = "metadata/previews/frames.json";
+  const std::string byID = R"({"en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov": "00:00:03:00"})";
+  put({{"metadata/previews/en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"}, {frames, byID}});
+  auto catalog = AssetCatalog::read(JSONValue::parse(sandbox::Catalog::displays("ios").dump()));
+  ScanOptions options;
+  options.platform = "ios";
+  PullPlan plan = AssetPull::plan({}, {AssetKind::previews}, repo.path(), catalog, options, false);
+  CurlTransport transport;
+  stopping.request_stop();
+  EXPECT_THROW(AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), stopping.get_token(), {}), Stopped);
+  EXPECT_EQ(nlohmann::json::parse(tree().at(frames)), nlohmann::json::parse(byID));
+  AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), {}, {});
+  EXPECT_EQ(tree().at(frames), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
 }
 
 TEST_F(PullTest, APosterFrameOfOnesOwnIsKept) {

@@ -95,21 +95,42 @@ class Puller {
   void changeFolders(const KindPull& kind) {
     std::map<std::string, std::string> renamed;
     for (const FolderChange& change : kind.changes) renamed.merge(change.renamed());
+    const PosterFrames framesBefore = Frames::read(kind.kind, root_).frames;
     Frames::moved(kind.kind, root_, renamed, Frames::Old::kept);
     PulledAssets& pulled = pulled_[kind.kind];
     PulledAssets after = pulled;
     for (const auto& [path, asset] : pulled) after.emplace(Assets::movedPath(path, renamed), asset);
     if (after != pulled) Pulled::write(kind.kind, root_, after);
-    for (const FolderChange& change : kind.changes) {
-      if (stop_.stop_requested()) throw Stopped();
-      if (!change.isRename && change.renamed().empty()) continue;
-      change.carryOut(root_ / kind.folder);
-      (change.isRename ? report_.folders : report_.merged)
-          .emplace_back(kind.folder + "/" + change.from, kind.folder + "/" + change.to);
+    std::map<std::string, std::string> done;
+    try {
+      for (const FolderChange& change : kind.changes) {
+        if (stop_.stop_requested()) throw Stopped();
+        if (!change.isRename && change.renamed().empty()) continue;
+        change.carryOut(root_ / kind.folder);
+        (change.isRename ? report_.folders : report_.merged)
+            .emplace_back(kind.folder + "/" + change.from, kind.folder + "/" + change.to);
+        done.merge(change.renamed());
+      }
+    } catch (...) {
+      settleFrames(kind, framesBefore, done);
+      throw;
     }
     std::erase_if(after, [&](const auto& entry) { return Assets::movedPath(entry.first, renamed) != entry.first; });
     pulled = std::move(after);
     Frames::moved(kind.kind, root_, renamed, Frames::Old::forgotten);
+  }
+
+  /// Renaming ended early: the frames are those of before, at the paths that their videos have got to.
+  void settleFrames(const KindPull& kind, const PosterFrames& before,
+                    const std::map<std::string, std::string>& done) const {
+    PosterFrames now;
+    for (const auto& [path, frame] : before) {
+      if (Assets::movedPath(path, done) == path) now[path] = frame;
+    }
+    for (const auto& [path, frame] : before) now.emplace(Assets::movedPath(path, done), frame);
+    std::set<std::string> known;
+    for (const auto& [path, frame] : Frames::read(kind.kind, root_).frames) known.insert(path);
+    Frames::write(kind.kind, root_, now, known);
   }
 
   /// Gives files that are there their names, whatever order that takes.
