@@ -156,12 +156,8 @@ void addAssetPull(Command& group, const KindChoice& choice) {
       "its kind's frames.json. A display folder with other files in it is only written over with --force.";
   auto options = std::make_shared<PullOptions>();
   options->choice = choice;
-  command.argument({"version", "The version in App Store Connect, as 1.2.",
-                    [options](const std::string& value) {
-                      if (Text::trimmed(value).empty()) throw UsageError("The version is empty.");
-                      options->version = Text::trimmed(value);
-                    },
-                    true});
+  declareVersion(command, "The version in App Store Connect, as 1.2.", true,
+                 [options](std::string version) { options->version = std::move(version); });
   command.flag({"--force"}, options->force, "Write over display folders that have other files in them.");
   options->platform.declare(command);
   options->app.declare(command, false);

@@ -269,12 +269,8 @@ void addAssetPush(Command& group, const KindChoice& choice) {
   if (!choice.only) command.discussion = "Every kind goes as one change.";
   auto options = std::make_shared<PushOptions>();
   options->choice = choice;
-  command.argument({"version", "The version in App Store Connect, as 1.2.",
-                    [options](const std::string& value) {
-                      if (Text::trimmed(value).empty()) throw UsageError("The version is empty.");
-                      options->version = Text::trimmed(value);
-                    },
-                    true});
+  declareVersion(command, "The version in App Store Connect, as 1.2.", true,
+                 [options](std::string version) { options->version = std::move(version); });
   command.option({{"--locale"},
                   "locale",
                   "Only these languages, as en-US, several with commas (en-US,de-DE) or the flag again.",

@@ -33,6 +33,18 @@ std::string editableVersion(const Client& client, const std::string& appPath, co
 
 } // namespace
 
+CLIError noListing() {
+  return {CLIError::Kind::notFound,
+          "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/)."};
+}
+
+std::string shortList(std::vector<std::string> texts) {
+  constexpr std::size_t most = 6;
+  std::size_t more = texts.size() > most ? texts.size() - most : 0;
+  texts.resize(texts.size() - more);
+  return Text::joined(texts, ", ") + (more > 0 ? " and " + std::to_string(more) + " more" : "");
+}
+
 std::string MetadataTarget::title() const { return printable(version) + " for " + platformLabel(platform); }
 
 void declarePlatform(Command& command, std::optional<std::string>& platform) {
@@ -48,14 +60,8 @@ void declarePlatform(Command& command, std::optional<std::string>& platform) {
 }
 
 void MetadataChoice::declare(Command& command) {
-  command.argument({"version", "The version in App Store Connect, as 1.2. The one that can be edited when left out.",
-                    [this](const std::string& value) {
-                      if (!Metadata::versionShape(value) || Text::trimmed(value).empty()) {
-                        throw UsageError("A version is its number, as 1.2, not " + printable(value) + ".");
-                      }
-                      version = Text::trimmed(value);
-                    },
-                    false});
+  declareVersion(command, "The version in App Store Connect, as 1.2. The one that can be edited when left out.", false,
+                 [this](std::string given) { version = std::move(given); });
   layout.declare(command);
   command.option({{"--locale"},
                   "locale",

@@ -42,6 +42,11 @@ void declarePlatform(Command& command, std::optional<std::string>& platform);
 /// App Store Connect's listing of the version; a CLIError when it has no such version.
 StoreListing fetchListing(const Client& client, const MetadataTarget& target);
 
+CLIError noListing();
+
+/// "a, b, c", and how many more there are from the seventh on.
+std::string shortList(std::vector<std::string> texts);
+
 void addMetadataPull(Command& group);
 void addMetadataPush(Command& group);
 void addContentRights(Command& group);

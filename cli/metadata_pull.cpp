@@ -129,13 +129,8 @@ std::vector<std::string> leftApart(const StoreListing& store, const PullOptions&
   return values;
 }
 
-std::string apartText(std::vector<std::string> values, const MetadataTarget& target) {
-  constexpr std::size_t most = 6;
-  std::size_t more = values.size() > most ? values.size() - most : 0;
-  values.resize(values.size() - more);
-  std::string list = Text::joined(values, ", ");
-  if (more > 0) list += " and " + std::to_string(more) + " more";
-  return "The repo still says otherwise than " + target.title() + ", and a push would send it: " + list +
+std::string apartText(const std::vector<std::string>& values, const MetadataTarget& target) {
+  return "The repo still says otherwise than " + target.title() + ", and a push would send it: " + shortList(values) +
          ". Its files have one place for what App Store Connect has apart: a default.json that every language takes, "
          "or "
          "a review.json for every platform.";

@@ -19,10 +19,6 @@ struct PushOptions : ChangeOptions {
   bool demoPassword = false;
 };
 
-CLIError noListing() {
-  return {Kind::notFound, "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/)."};
-}
-
 ListingChange::Choice choiceOf(const Context& context, const PushOptions& options, const RepoListing& listing) {
   ListingChange::Choice choice;
   choice.locales = options.choice.locales;
@@ -52,13 +48,8 @@ std::string counted(std::size_t count) { return count == 1 ? "1 value" : std::to
 std::string heldText(const ListingChange& change, const StoreVersion& version, const MetadataTarget& target) {
   std::vector<std::string> held;
   for (const ListingDifference& each : change.held) held.push_back(printable(each.place) + " " + each.label);
-  constexpr std::size_t most = 6;
-  std::size_t more = held.size() > most ? held.size() - most : 0;
-  held.resize(held.size() - more);
-  std::string list = Text::joined(held, ", ");
-  if (more > 0) list += " and " + std::to_string(more) + " more";
-  return target.title() + " is " + version.stateText() + " and takes only promotional text, so these stay: " + list +
-         ".";
+  return target.title() + " is " + version.stateText() +
+         " and takes only promotional text, so these stay: " + shortList(held) + ".";
 }
 
 void send(Context& context, const Client& client, const PushOptions& options, const MetadataTarget& target,

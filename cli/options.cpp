@@ -2,6 +2,7 @@
 
 #include "cli/context.hpp"
 #include "core/console/format.hpp"
+#include "core/listing/metadata.hpp"
 #include "core/support/printable_ascii.hpp"
 #include "core/support/text.hpp"
 
@@ -36,6 +37,18 @@ void declareAnswerFormat(Command& command, Output& output) {
 void requireOneOf(const std::string& name, const std::string& value, const std::vector<std::string>& words) {
   if (std::find(words.begin(), words.end(), value) != words.end()) return;
   throw UsageError(name + " is " + Text::orList(words) + ", not " + shown(value) + "." + "");
+}
+
+void declareVersion(Command& command, std::string help, bool required, std::function<void(std::string version)> set) {
+  command.argument({"version", std::move(help),
+                    [set = std::move(set)](const std::string& value) {
+                      std::string version = Text::trimmed(value);
+                      if (!Metadata::versionShape(version)) {
+                        throw UsageError(shown(value) + " can't be a version: it's a number, as 1.2.");
+                      }
+                      set(std::move(version));
+                    },
+                    required});
 }
 
 void addWords(std::vector<std::string>& target, const std::string& value) {

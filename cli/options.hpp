@@ -75,4 +75,7 @@ void requireOneOf(const std::string& name, const std::string& value, const std::
 /// Adds the pieces between commas.
 void addWords(std::vector<std::string>& target, const std::string& value);
 
+/// The argument that names a version; anything that can't name one is a UsageError.
+void declareVersion(Command& command, std::string help, bool required, std::function<void(std::string version)> set);
+
 } // namespace kestu

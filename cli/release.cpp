@@ -215,14 +215,8 @@ void addCheck(Command& group) {
       "on the Mac only), the version's What's New page and the flags the code reads. Says how long App Review takes "
       "now.";
   auto options = std::make_shared<CheckCommandOptions>();
-  command.argument({"version", "The version in App Store Connect, as 1.2.",
-                    [options](const std::string& value) {
-                      if (!Metadata::versionShape(value)) {
-                        throw UsageError(printable(value) + " can't be a version: it's a number, as 1.2.");
-                      }
-                      options->version = Text::trimmed(value);
-                    },
-                    true});
+  declareVersion(command, "The version in App Store Connect, as 1.2.", true,
+                 [options](std::string version) { options->version = std::move(version); });
   options->declare(command);
   command.run = [options](Context& context) { runCheck(context, *options); };
 }

@@ -1,6 +1,7 @@
 #include "cli/check_options.hpp"
 #include "cli/context.hpp"
 #include "cli/families.hpp"
+#include "cli/metadata.hpp"
 #include "cli/outcome.hpp"
 #include "core/assets/asset_catalog.hpp"
 #include "core/console/printable.hpp"
@@ -62,8 +63,7 @@ RepoListing read(Context& context, const ValidateOptions& options, const std::fi
   auto listing = options.layout.read(root, options.version, platform);
   if (listing && !listing->isEmpty()) return *std::move(listing);
   if (listing) tellNotes(context, *listing);
-  throw CLIError(Kind::notFound,
-                 "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).");
+  throw noListing();
 }
 
 /// The language that the others are compared with when the service can't be asked.
@@ -156,14 +156,8 @@ void addValidate(Command& metadataGroup) {
       "language's, and the assets (videos only where kestu can measure them). Sends nothing. Without a sign-in or "
       "the network all but the assets is checked. kestu release check looks at what App Store Connect will have.";
   auto options = std::make_shared<ValidateOptions>();
-  command.argument({"version", "The version whose texts are checked, as 1.2. The highest in the repo when left out.",
-                    [options](const std::string& value) {
-                      if (!Metadata::versionShape(value)) {
-                        throw UsageError(printable(value) + " can't be a version: it's a number, as 1.2.");
-                      }
-                      options->version = Text::trimmed(value);
-                    },
-                    false});
+  declareVersion(command, "The version whose texts are checked, as 1.2. The highest in the repo when left out.", false,
+                 [options](std::string version) { options->version = std::move(version); });
   options->declare(command);
   command.run = [options](Context& context) { runValidate(context, *options); };
 }
