@@ -43,6 +43,7 @@ void declareVersion(Command& command, std::string help, bool required, std::func
   command.argument({"version", std::move(help),
                     [set = std::move(set)](const std::string& value) {
                       std::string version = Text::trimmed(value);
+                      if (version.empty()) throw UsageError("The version is empty.");
                       if (!Metadata::versionShape(version)) {
                         throw UsageError(shown(value) + " can't be a version: it's a number, as 1.2.");
                       }
