@@ -1,9 +1,9 @@
 #include "sandbox/control.hpp"
 
-#include "sandbox/accounts.hpp"
-#include "sandbox/kit.hpp"
+#include "sandbox/account/accounts.hpp"
+#include "sandbox/builds/testflight.hpp"
+#include "sandbox/kit/kit.hpp"
 #include "sandbox/plans.hpp"
-#include "sandbox/testflight.hpp"
 
 #include <fmt/format.h>
 

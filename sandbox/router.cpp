@@ -1,14 +1,14 @@
 #include "sandbox/router.hpp"
 
-#include "sandbox/accounts.hpp"
-#include "sandbox/apps.hpp"
-#include "sandbox/assets.hpp"
+#include "sandbox/account/accounts.hpp"
+#include "sandbox/account/apps.hpp"
+#include "sandbox/assets/assets.hpp"
+#include "sandbox/builds/testflight.hpp"
 #include "sandbox/control.hpp"
-#include "sandbox/kit.hpp"
-#include "sandbox/listing.hpp"
-#include "sandbox/page.hpp"
+#include "sandbox/kit/kit.hpp"
+#include "sandbox/metadata/listing.hpp"
+#include "sandbox/page/page.hpp"
 #include "sandbox/plans.hpp"
-#include "sandbox/testflight.hpp"
 
 #include <algorithm>
 #include <string_view>

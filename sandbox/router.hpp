@@ -1,9 +1,9 @@
 #pragma once
 
+#include "sandbox/assets/uploads.hpp"
 #include "sandbox/faults.hpp"
 #include "sandbox/http.hpp"
 #include "sandbox/state.hpp"
-#include "sandbox/uploads.hpp"
 
 namespace kestu::sandbox {
 

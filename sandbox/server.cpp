@@ -1,6 +1,6 @@
 #include "sandbox/server.hpp"
 
-#include "sandbox/accounts.hpp"
+#include "sandbox/account/accounts.hpp"
 #include "sandbox/certificate.hpp"
 #include "sandbox/plans.hpp"
 #include "sandbox/router.hpp"

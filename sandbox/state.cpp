@@ -1,8 +1,8 @@
 #include "sandbox/state.hpp"
 
-#include "sandbox/kit.hpp"
-#include "sandbox/listing.hpp"
-#include "sandbox/testflight.hpp"
+#include "sandbox/builds/testflight.hpp"
+#include "sandbox/kit/kit.hpp"
+#include "sandbox/metadata/listing.hpp"
 
 #include <algorithm>
 #include <cstdlib>

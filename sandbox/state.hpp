@@ -1,8 +1,8 @@
 #pragma once
 
-#include "sandbox/kit_state.hpp"
-#include "sandbox/listing_state.hpp"
-#include "sandbox/testflight_state.hpp"
+#include "sandbox/builds/testflight_state.hpp"
+#include "sandbox/kit/kit_state.hpp"
+#include "sandbox/metadata/listing_state.hpp"
 #include "sandbox/text.hpp"
 
 #include <array>

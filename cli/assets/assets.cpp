@@ -1,0 +1,142 @@
+#include "cli/assets/assets.hpp"
+#include "cli/families.hpp"
+#include "core/console/format.hpp"
+#include "core/console/printable.hpp"
+#include "core/project/app_choice.hpp"
+#include "core/support/tasks.hpp"
+#include "core/support/text.hpp"
+
+#include <algorithm>
+#include <memory>
+#include <numeric>
+#include <utility>
+
+namespace kestu {
+
+void PlatformOption::declare(Command& command) {
+  command.option({{"--platform"},
+                  "platform",
+                  "ios or macos. The app's only one, or else ios, when left out.",
+                  [this](const std::string& value) {
+                    requireOneOf("--platform", value, {"ios", "macos"});
+                    platform = value;
+                  },
+                  {"ios", "macos"},
+                  false});
+}
+
+namespace {
+
+struct SizesOptions : TableOptions {
+  KindChoice choice;
+  AppTarget app;
+  PlatformOption platform;
+};
+
+std::vector<std::string> sizesOf(const AssetDisplay& display) {
+  std::vector<std::string> sizes = display.sizes(MediaType::image);
+  for (const VideoSpec& spec : display.videos) {
+    std::string details = spec.text();
+    sizes.push_back(spec.dimensions.text() + (details.empty() ? "" : " (" + details + ")"));
+  }
+  return sizes;
+}
+
+Table sizesTable(const std::vector<AssetKind>& kinds, const AssetCatalog& catalog) {
+  Table table;
+  table.headings = {"Kind", "Display", "ID", "Most", "Sizes"};
+  for (AssetKind kind : kinds) {
+    for (const AssetDisplay& display : catalog[kind].displays) {
+      table.rows.push_back({std::string(facts(kind).word), printable(display.name), printable(display.group),
+                            std::to_string(display.max), Text::joined(sizesOf(display), ", ")});
+    }
+  }
+  return table;
+}
+
+/// The sizes in as many lines of so many columns as they need, the later ones indented; one line where there is no
+/// room.
+std::string foldedSizes(const std::vector<std::string>& sizes, int width, std::size_t indent) {
+  if (width < 24) return Text::joined(sizes, ", ");
+  std::string text, line;
+  for (std::size_t i = 0; i < sizes.size(); ++i) {
+    std::string more = sizes[i] + (i + 1 < sizes.size() ? "," : "");
+    if (!line.empty() && Text::columns(line + " " + more) > static_cast<std::size_t>(width)) {
+      text += std::exchange(line, "") + "\n" + std::string(indent, ' ');
+    }
+    line += (line.empty() ? "" : " ") + more;
+  }
+  return text + line;
+}
+
+/// The columns that a table's first cells take.
+std::size_t columnsOf(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<std::size_t> widest(rows.front().size(), 0);
+  for (const auto& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) widest[i] = std::max(widest[i], TextStyle::width(row[i]) + 2);
+  }
+  return std::accumulate(widest.begin(), widest.end(), std::size_t{0});
+}
+
+/// A paragraph for each kind, its sizes folded into the width that is left.
+std::string sizesText(const std::vector<AssetKind>& kinds, const AssetCatalog& catalog, const Console& console) {
+  std::string text;
+  for (AssetKind kind : kinds) {
+    const AssetDisplays displays = catalog[kind];
+    if (displays.displays.empty()) continue;
+    std::vector<std::vector<std::string>> rows = {{"Display", "ID", "Most"}};
+    for (const AssetDisplay& display : displays.displays) {
+      rows.push_back({printable(display.name), printable(display.group), std::to_string(display.max)});
+    }
+    std::size_t before = columnsOf(rows);
+    int left = console.isTerminal(Stream::out) ? console.width() - static_cast<int>(before) : 0;
+    rows.front().emplace_back("Sizes");
+    for (std::string& heading : rows.front()) heading = console.style().dim(heading);
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+      rows[i].push_back(foldedSizes(sizesOf(displays.displays[i - 1]), left, before));
+    }
+    std::string heading(facts(kind).plural);
+    heading.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(heading.front())));
+    text += (text.empty() ? "" : "\n\n") + console.style().bold(heading) + "\n" + Format::table(rows);
+  }
+  return text.empty() ? "App Store Connect has no displays for these." : text;
+}
+
+void runSizes(Context& context, const SizesOptions& options) {
+  Client client = context.signedIn();
+  AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
+  auto catalog = fetchCatalog(client, target);
+  std::vector<AssetKind> kinds = options.choice.kinds();
+  options.write(context.console, catalog.body, sizesTable(kinds, catalog.value),
+                sizesText(kinds, catalog.value, context.console));
+}
+
+void addSizes(Command& group, const KindChoice& choice) {
+  Command& command = group.add("sizes", "Apple's displays for " + choice.plural() +
+                                            ", as App Store Connect has them now, and the sizes each takes.");
+  auto options = std::make_shared<SizesOptions>();
+  options->choice = choice;
+  options->platform.declare(command);
+  options->app.declare(command, false);
+  options->TableOptions::declare(command);
+  command.run = [options](Context& context) { runSizes(context, *options); };
+}
+
+void addAll(Command& group, const KindChoice& choice) {
+  addAssetPush(group, choice);
+  addAssetPull(group, choice);
+  addSizes(group, choice);
+}
+
+} // namespace
+
+void addAssets(Command& command) {
+  addAll(command, {});
+  for (AssetKind kind : allAssetKinds) {
+    std::string plural(facts(kind).plural);
+    Command& group = command.add(std::string(facts(kind).word), "Only the " + plural + ": push, pull and sizes.");
+    addAll(group, {kind});
+  }
+}
+
+} // namespace kestu

@@ -1,0 +1,253 @@
+#include "cli/builds/builds.hpp"
+#include "cli/context.hpp"
+#include "core/builds/build_groups.hpp"
+#include "core/builds/build_notes.hpp"
+#include "core/console/format.hpp"
+#include "core/console/printable.hpp"
+#include "core/support/text.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+
+namespace kestu {
+
+using Kind = CLIError::Kind;
+
+namespace {
+
+struct ActionOptions : ChangeOptions {
+  BuildTarget target;
+};
+
+/// A build found, and all that an action on it needs.
+struct Action {
+  Client client;
+  std::string appPath;
+  TestFlightBuilds all;
+  ManagedBuild build;
+
+  static Action on(const BuildTarget& target, const Context& context) {
+    Client client = context.signedIn();
+    std::string path = kestu::appPath(client, target.app, context);
+    TestFlightBuilds all = Builds::fetch(client, path, target.platform.platform).value;
+    ManagedBuild build = target.build->find(all.builds, target.platform.platform);
+    return {std::move(client), std::move(path), std::move(all), std::move(build)};
+  }
+
+  ChangeRequest request(const std::string& word, const std::optional<nlohmann::json>& body) const {
+    return {"POST",
+            appPath + "/testflight/builds/" + percentEncoded(build.buildId) + "/" + word,
+            {},
+            body ? std::optional(Client::encoded(*body)) : std::nullopt};
+  }
+};
+
+std::string capitalized(std::string text) {
+  text.front() = static_cast<char>(text.front() - 'a' + 'A');
+  return text;
+}
+
+/// What a change does, for before and after it is sent.
+struct ChangeWords {
+  std::string would; ///< "expire 1.2 (45) for iOS"; also shown with a capital letter before the question
+  std::string more;  ///< sentences after it
+  std::string done;
+  bool waits = false;
+};
+
+void change(Context& context, const ChangeOptions& options, const Client& client, const ChangeRequest& request,
+            const ChangeWords& words) {
+  if (options.dryRun) {
+    std::string line = "Dry run: would " + words.would + (words.waits ? ", after your approval." : ".");
+    return options.send(context, client, request, line);
+  }
+  options.confirm(context, capitalized(words.would) + "." + words.more, words.waits);
+  options.send(context, client, request, words.done);
+}
+
+void runExpire(Context& context, const ActionOptions& options) {
+  Action action = Action::on(options.target, context);
+  change(context, options, action.client, action.request("expire", std::nullopt),
+         {"expire " + action.build.described(), " Testers can't install it any more, nor open it. Can't be undone.",
+          "✓ Expired " + action.build.text() + ". Testers can't install or open it any more.", true});
+}
+
+void runCompliance(Context& context, const ActionOptions& options) {
+  Action action = Action::on(options.target, context);
+  nlohmann::json body = {{"usesNonExemptEncryption", false}};
+  change(context, options, action.client, action.request("compliance", body),
+         {"answer export compliance for " + action.build.described(), " It uses no encryption that needs documents.",
+          "✓ Answered export compliance for " + action.build.text() +
+              ": no encryption to document.\nNext: " + options.target.next("wait", action.build) + " --testable"});
+}
+
+/// What gets a submitted build to somebody: a group of outsiders, once it's in none.
+std::string afterSubmit(const Action& action, const BuildTarget& target) {
+  const BuildGroup* open = nullptr;
+  std::string list = "kestu builds list" + target.ofApp();
+  for (const BuildGroup& group : action.all.groups) {
+    if (group.internal || !group.name) continue;
+    const auto& ids = action.build.groupIds;
+    if (std::find(ids.begin(), ids.end(), group.groupId) != ids.end()) return list;
+    if (!open) open = &group;
+  }
+  if (!open) return list;
+  return target.next("distribute", action.build) + " --add " + Format::shellWord(printable(*open->name));
+}
+
+void runSubmit(Context& context, const ActionOptions& options) {
+  Action action = Action::on(options.target, context);
+  change(context, options, action.client, action.request("submit", std::nullopt),
+         {"submit " + action.build.described() + " to Beta App Review", "",
+          "✓ Submitted " + action.build.text() + " to Beta App Review.\nNext: " + afterSubmit(action, options.target)});
+}
+
+// distribute
+
+struct DistributeOptions : ActionOptions {
+  std::vector<std::string> add, remove;
+};
+
+std::string quotedNames(const std::vector<BuildGroup>& groups) {
+  std::vector<std::string> names;
+  for (const BuildGroup& group : groups) names.push_back("\"" + printable(group.name.value_or(group.groupId)) + "\"");
+  return Text::joined(names, ", ");
+}
+
+std::vector<std::string> ids(const std::vector<BuildGroup>& groups) {
+  std::vector<std::string> all;
+  for (const BuildGroup& group : groups) all.push_back(group.groupId);
+  return all;
+}
+
+/// "put 1.2 (45) in "Team" and take it out of "Friends"".
+std::string moves(const std::string& put, const std::string& build, const std::vector<BuildGroup>& add,
+                  const std::string& take, const std::vector<BuildGroup>& remove) {
+  std::string text;
+  if (!add.empty()) text = put + " " + build + " in " + quotedNames(add);
+  if (remove.empty()) return text;
+  return text + (add.empty() ? take + " " + build : " and " + take + " it") + " out of " + quotedNames(remove);
+}
+
+void runDistribute(Context& context, const DistributeOptions& options) {
+  Action action = Action::on(options.target, context);
+  auto groups = BuildGroups::fetch(action.client, action.appPath);
+  auto all = options.add;
+  all.insert(all.end(), options.remove.begin(), options.remove.end());
+  BuildGroups::named(all, groups); // tells of all the unknown names at once
+  auto add = BuildGroups::named(options.add, groups);
+  auto remove = BuildGroups::named(options.remove, groups);
+  for (const BuildGroup& group : add) {
+    auto both = [&](const BuildGroup& other) { return other.groupId == group.groupId; };
+    if (std::any_of(remove.begin(), remove.end(), both)) {
+      throw CLIError(Kind::usage, "\"" + printable(*group.name) + "\" is in both --add and --remove.");
+    }
+  }
+  nlohmann::json body = {{"add", ids(add)}, {"remove", ids(remove)}};
+  std::string done = capitalized(moves("put", action.build.text(), add, "took", remove));
+  change(context, options, action.client, action.request("groups", body),
+         {moves("put", action.build.described(), add, "take", remove), "", "✓ " + done + "."});
+}
+
+// test-notes
+
+struct TestNotesOptions : ActionOptions {
+  std::optional<std::string> text, file, locale;
+};
+
+void runTestNotes(Context& context, const TestNotesOptions& options) {
+  std::string text = options.file ? BuildNotes::readFile(context.folder, *options.file, context.stop)
+                                  : BuildNotes::read(*options.text, "The text");
+  Action action = Action::on(options.target, context);
+  auto locale = options.locale ? options.locale : action.all.primaryLocale;
+  if (!locale) throw CLIError(Kind::usage, "Name its language with --locale (en-US).");
+  std::string in = " in " + printable(*locale);
+  std::string indented = "\n  " + Text::joined(Text::split(printableText(text), '\n'), "\n  ");
+  nlohmann::json body = {{"locale", *locale}, {"text", text}};
+  change(context, options, action.client, action.request("test-notes", body),
+         {"set What to Test for " + action.build.described() + in, indented,
+          "✓ Set What to Test for " + action.build.text() + in + "."});
+}
+
+// the tree
+
+/// `own` declares what only this action takes, between the build and what all changes take.
+template <class Options>
+std::shared_ptr<Options> addAction(Command& command, void (*run)(Context&, const Options&),
+                                   const std::function<void(Options&)>& own = nullptr) {
+  auto options = std::make_shared<Options>();
+  options->target.declare(command);
+  if (own) own(*options);
+  options->ChangeOptions::declare(command);
+  command.run = [options, run](Context& context) { run(context, *options); };
+  return options;
+}
+
+void declareWord(Command& command, const std::string& name, const std::string& value, const std::string& help,
+                 const std::function<void(const std::string&)>& set) {
+  auto setWord = [name, set](const std::string& given) {
+    if (Text::trimmed(given).empty()) throw UsageError(name + " is empty.");
+    set(given);
+  };
+  command.option({{name}, value, help, setWord, {}, false});
+}
+
+} // namespace
+
+void addBuildsExpire(Command& group) {
+  addAction<ActionOptions>(
+      group.add("expire", "Expire a build: testers can't install it any more, nor open it. Can't be undone, so "
+                          "it waits for your approval."),
+      runExpire);
+}
+
+void addBuildsCompliance(Command& group) {
+  Command& command = group.add("compliance", "Answer a build's export compliance: it uses no encryption that needs "
+                                             "documents, so testers can have it.");
+  command.discussion = "An app that does use such encryption answers in App Store Connect, with its documents.";
+  addAction<ActionOptions>(command, runCompliance);
+}
+
+void addBuildsSubmit(Command& group) {
+  addAction<ActionOptions>(
+      group.add("submit", "Submit a build to Beta App Review, for external groups. A version's first build needs "
+                          "it; Apple approves later ones itself."),
+      runSubmit);
+}
+
+void addBuildsDistribute(Command& group) {
+  Command& command = group.add("distribute", "Put a build in TestFlight groups, or take it out, by the groups' names.");
+  auto options = addAction<DistributeOptions>(command, runDistribute, [&](DistributeOptions& own) {
+    declareWord(command, "--add", "group", "A group to put it in. Repeat for several.",
+                [&own](const std::string& name) { own.add.push_back(name); });
+    declareWord(command, "--remove", "group", "A group to take it out of. Repeat for several.",
+                [&own](const std::string& name) { own.remove.push_back(name); });
+  });
+  command.validate = [options] {
+    if (options->add.empty() && options->remove.empty()) throw UsageError("Name a group with --add or --remove.");
+  };
+}
+
+void addBuildsTestNotes(Command& group) {
+  Command& command =
+      group.add("test-notes", "A build's What to Test, what TestFlight shows its testers, in one language.");
+  command.discussion = "--file - reads it from standard input.";
+  auto options = addAction<TestNotesOptions>(command, runTestNotes, [&](TestNotesOptions& own) {
+    command.argument({"text", "What to test; --file reads it from a file instead.",
+                      [&own](const std::string& text) { own.text = text; }, false});
+    declareWord(command, "--file", "file", "A file with what to test.",
+                [&own](const std::string& file) { own.file = file; });
+    declareWord(command, "--locale", "locale",
+                "Apple's code for its language (en-US). The app's primary language when left out.",
+                [&own](const std::string& locale) { own.locale = locale; });
+  });
+  command.validate = [options] {
+    if (options->text && options->file) throw UsageError("Give the text, or --file, but not both.");
+    if (!options->text && !options->file) throw UsageError("Give the text, or --file.");
+  };
+}
+
+} // namespace kestu

@@ -1,0 +1,109 @@
+#include "cli/builds/builds.hpp"
+#include "cli/context.hpp"
+#include "core/support/text.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+
+namespace kestu {
+
+using Kind = CLIError::Kind;
+
+namespace {
+
+struct WaitOptions : GlobalOptions {
+  BuildTarget target;
+  WaitTime time;
+  bool testable = false;
+};
+
+const ManagedBuild* newest(const std::vector<ManagedBuild>& builds, const std::optional<std::string>& platform) {
+  for (const ManagedBuild& build : builds) {
+    // A file that Apple hasn't got whole may never become a build.
+    if (build.stateKind() == BuildState::uploading) continue;
+    if (!platform || build.platform == *platform) return &build;
+  }
+  return nullptr;
+}
+
+/// What the wait is for. A number that isn't listed yet is waited for too, an ID that isn't can't be one.
+BuildWait::Goal goalOf(const WaitOptions& options, const std::vector<ManagedBuild>& builds) {
+  const auto& platform = options.target.platform.platform;
+  const auto& named = options.target.build;
+  const ManagedBuild* build = nullptr;
+  if (!named) {
+    build = newest(builds, platform);
+    if (!build) throw CLIError(Kind::notFound, "The app has no build to wait for: kestu builds upload sends one.");
+  } else {
+    build = named->id ? &named->find(builds, platform) : named->among(builds, platform);
+  }
+  if (!build) return {*named, platform.value_or("ios"), options.testable};
+  return {BuildReference::of(*build), build->platform, options.testable, true};
+}
+
+void runWait(Context& context, const WaitOptions& options) {
+  Client client = context.signedIn();
+  std::string path = appPath(client, options.target.app, context);
+  auto listed = Builds::fetch(client, path, options.target.platform.platform);
+  BuildWait::Goal goal = goalOf(options, listed.value.builds);
+  auto reached = waitFor(context, options, client, path, goal, options.time, options.target);
+  if (!reached) {
+    throw CLIError(Kind::pending, "The time ran out with it still on its way. Run it again to keep waiting.");
+  }
+  options.emit(context.console, nlohmann::json::parse(reached->json), reachedText(reached->build, options.target));
+}
+
+} // namespace
+
+std::optional<BuildWait::Reached> waitFor(Context& context, const Output& output, const Client& client,
+                                          const std::string& path, const BuildWait::Goal& goal, WaitTime time,
+                                          const BuildTarget& target) {
+  BuildWait::Listener listener;
+  listener.notListed = [&] { output.say(context.console, "● Waiting for Apple to list " + goal.build.text() + "."); };
+  listener.moved = [&](const ManagedBuild& build) {
+    // It stays there until someone answers.
+    bool asks = build.stateKind() == BuildState::missingCompliance;
+    std::string answer = asks ? ": " + target.next("compliance", build) : ".";
+    output.say(context.console, "● " + build.described() + ": " + build.stateText() + answer);
+  };
+  listener.trouble = [&](const std::string& reason) {
+    context.console.error(reason + (reason.ends_with('.') ? "" : ".") + " Still waiting.");
+  };
+  auto reached = BuildWait::until(goal, time.limit, client, path, listener);
+  if (!reached) return reached;
+  const ManagedBuild& build = reached->build;
+  BuildState state = build.stateKind();
+  if (state == BuildState::failed || state == BuildState::invalid || (state == BuildState::expired && goal.testable)) {
+    throw CLIError(Kind::failed,
+                   build.described() + ": " + build.stateText() + (build.stateText().ends_with('.') ? "" : "."));
+  }
+  return reached;
+}
+
+std::string reachedText(const ManagedBuild& build, const BuildTarget& target) {
+  bool refused = build.stateKind() == BuildState::betaRejected || build.stateKind() == BuildState::expired;
+  std::string text = std::string(refused ? "" : "✓ ") + build.described() + ": " + build.stateText() + ".";
+  if (build.stateKind() == BuildState::missingCompliance) text += "\nNext: " + target.next("compliance", build);
+  return text;
+}
+
+void addBuildsWait(Command& group) {
+  Command& command = group.add("wait", "Wait until Apple has processed a build, or until testers can install it.");
+  command.discussion =
+      "kestu hears from App Store Connect's webhook as Apple moves the build on, or without one checks "
+      "Apple itself at intervals. Exits " +
+      std::to_string(static_cast<int>(Kind::pending)) +
+      " when the time's up with the build still on its way: run it again to keep waiting.";
+  auto options = std::make_shared<WaitOptions>();
+  declareBuild(command, options->target.build,
+               "The build: its number (45), version and number (\"1.2 (45)\"). The newest when left out.", false);
+  options->target.platform.declare(command, "ios, macos, tvos or visionos.");
+  command.flag({"--testable"}, options->testable, "Until testers can install it, not only until it's processed.");
+  options->time.declare(command, "How long to wait, in minutes.");
+  options->target.app.declare(command, false);
+  options->GlobalOptions::declare(command);
+  command.run = [options](Context& context) { runWait(context, *options); };
+}
+
+} // namespace kestu

@@ -1,0 +1,94 @@
+#include "cli/metadata/metadata.hpp"
+#include "core/listing/metadata.hpp"
+#include "core/project/app_choice.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace kestu {
+
+namespace {
+
+struct ShowOptions : GlobalOptions {
+  AppTarget app;
+};
+
+struct SetOptions : ChangeOptions {
+  AppTarget app;
+  std::optional<ContentRights> rights;
+};
+
+std::string listingPath(const AppTarget& app, const Client& client, const Context& context) {
+  return "/v1/apps/" + std::to_string(AppChoice::resolve(app.app, client, context.folder)) + "/listing";
+}
+
+std::string words(ContentRights rights) {
+  return rights == ContentRights::usesThirdPartyContent ? "uses third-party content, with the rights to it"
+                                                        : "uses no third-party content";
+}
+
+void runShow(Context& context, const ShowOptions& options) {
+  Client client = context.signedIn();
+  auto rights = client.get(listingPath(options.app, client, context), {}, StoreListing::read).value.contentRights;
+  nlohmann::json answer = {{"contentRights", nullptr}};
+  if (rights) answer["contentRights"] = appleValue(*rights);
+  options.emit(context.console, answer,
+               rights ? "Content Rights: the app " + words(*rights) + "."
+                      : "Content Rights isn't answered, and App Review requires it.\nNext: kestu metadata "
+                        "content-rights set --third-party-content yes or no");
+}
+
+void runSet(Context& context, const SetOptions& options) {
+  Client client = context.signedIn();
+  std::string path = listingPath(options.app, client, context);
+  auto now = client.get(path, {}, StoreListing::read).value.contentRights;
+  if (now == options.rights) {
+    options.emit(context.console, {{"unchanged", true}},
+                 "✓ Content Rights says that the app " + words(*now) + " already: nothing sent.");
+    return;
+  }
+  std::string lines =
+      "Content Rights: the app " + words(*options.rights) + (now ? "; now it " + words(*now) : "") + ".";
+  if (!options.dryRun) options.confirm(context, lines, true);
+  ChangeRequest request{"POST", path, {}, Client::encoded({{"contentRights", appleValue(*options.rights)}})};
+  options.send(
+      context, client, request,
+      (options.dryRun ? "Dry run: Content Rights would say that the app " : "✓ Content Rights says that the app ") +
+          words(*options.rights) + (options.dryRun ? ", after your approval." : "."));
+}
+
+} // namespace
+
+void addContentRights(Command& group) {
+  Command& command = group.add("content-rights", "Whether the app uses content of others: the answer, and setting it.");
+  auto addShow = [](Command& to) {
+    auto shown = std::make_shared<ShowOptions>();
+    shown->app.declare(to, false);
+    shown->GlobalOptions::declare(to);
+    to.run = [shown](Context& context) { runShow(context, *shown); };
+  };
+  addShow(command);
+  addShow(command.add("show", "The answer that App Store Connect has."));
+
+  Command& set = command.add("set", "Answer Content Rights, for the app on every platform.");
+  set.discussion = "Yes says too that you have the rights to that content. In kestu's layout the answer can stand in "
+                   "metadata/app.json (contentRightsDeclaration), which the next push sends.";
+  auto options = std::make_shared<SetOptions>();
+  set.option({{"--third-party-content"},
+              "yes|no",
+              "Whether the app contains, shows or accesses content of others: yes or no.",
+              [options](const std::string& value) {
+                requireOneOf("--third-party-content", value, {"yes", "no"});
+                options->rights =
+                    value == "yes" ? ContentRights::usesThirdPartyContent : ContentRights::doesNotUseThirdPartyContent;
+              },
+              {"yes", "no"},
+              false});
+  options->app.declare(set, false);
+  options->ChangeOptions::declare(set);
+  set.validate = [options] {
+    if (!options->rights) throw UsageError("--third-party-content says yes or no.");
+  };
+  set.run = [options](Context& context) { runSet(context, *options); };
+}
+
+} // namespace kestu

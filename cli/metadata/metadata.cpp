@@ -1,0 +1,103 @@
+#include "cli/metadata/metadata.hpp"
+
+#include "cli/families.hpp"
+#include "core/console/printable.hpp"
+#include "core/listing/metadata.hpp"
+#include "core/project/platform.hpp"
+#include "core/support/text.hpp"
+
+#include <algorithm>
+
+namespace kestu {
+
+namespace {
+
+using Kind = CLIError::Kind;
+
+std::vector<std::string> platformWords() { return {platforms.begin(), platforms.end()}; }
+
+std::vector<StoreVersion> readVersions(const JSONValue& value) { return value.listAt("versions", StoreVersion::read); }
+
+/// The one version of the platform that can be edited.
+std::string editableVersion(const Client& client, const std::string& appPath, const std::string& platform,
+                            const std::string& command) {
+  std::vector<std::string> found;
+  for (const StoreVersion& each : client.get(appPath + "/versions", {{"platform", platform}}, readVersions).value) {
+    if (each.platform == platform && each.takesUpdate()) found.push_back(printable(each.version));
+  }
+  if (found.size() == 1) return found.front();
+  std::string why = found.empty() ? "no version of the app can be edited now"
+                                  : "several versions can be edited, " + Text::joined(found, " and ");
+  throw UsageError("Which version, as in " + command + " 1.2? For " + platformLabel(platform) + " " + why + ".");
+}
+
+} // namespace
+
+CLIError noListing() {
+  return {CLIError::Kind::notFound,
+          "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/)."};
+}
+
+std::string shortList(std::vector<std::string> texts) {
+  constexpr std::size_t most = 6;
+  std::size_t more = texts.size() > most ? texts.size() - most : 0;
+  texts.resize(texts.size() - more);
+  return Text::joined(texts, ", ") + (more > 0 ? " and " + std::to_string(more) + " more" : "");
+}
+
+std::string MetadataTarget::title() const { return printable(version) + " for " + platformLabel(platform); }
+
+void declarePlatform(Command& command, std::optional<std::string>& platform) {
+  command.option({{"--platform"},
+                  "platform",
+                  "ios, macos, tvos or visionos. The app's only one, or else ios, when left out.",
+                  [&platform](const std::string& value) {
+                    requireOneOf("--platform", value, platformWords());
+                    platform = value;
+                  },
+                  platformWords(),
+                  false});
+}
+
+void MetadataChoice::declare(Command& command) {
+  declareVersion(command, "The version in App Store Connect, as 1.2. The one that can be edited when left out.", false,
+                 [this](std::string given) { version = std::move(given); });
+  layout.declare(command);
+  command.option({{"--locale"},
+                  "locale",
+                  "Only these languages' text, as en-US, several with commas (en-US,de-DE) or the flag again.",
+                  [this](const std::string& value) { addWords(locales, value); },
+                  {},
+                  false});
+  declarePlatform(command, platform);
+  app.declare(command, false);
+}
+
+MetadataTarget MetadataChoice::resolve(const Client& client, const Context& context, const std::string& command) const {
+  auto on = AppOnPlatform::resolve(client, app, platform, context);
+  MetadataTarget target;
+  target.path = on.path + "/listing";
+  target.platform = on.platform;
+  target.firstPlatform = on.platform == on.firstPlatform;
+  target.version = version ? *version : editableVersion(client, on.path, target.platform, command);
+  return target;
+}
+
+StoreListing fetchListing(const Client& client, const MetadataTarget& target) {
+  StoreListing listing = client.get(target.path, target.query(), StoreListing::read).value;
+  if (listing.version) return listing;
+  std::string version = printable(target.version);
+  throw CLIError(Kind::notFound, "App Store Connect has no " + target.title() + " yet: kestu release prepare " +
+                                     version + " makes it.");
+}
+
+void addMetadata(Command& command) {
+  addMetadataPull(command);
+  addMetadataPush(command);
+  addValidate(command);
+  command.addNotBuilt("categories", "The app's App Store categories.");
+  command.addNotBuilt("age-rating", "The app's age rating, and the answers it rests on.");
+  addContentRights(command);
+}
+
+} // namespace kestu

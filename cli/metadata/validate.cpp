@@ -1,0 +1,165 @@
+#include "cli/context.hpp"
+#include "cli/families.hpp"
+#include "cli/metadata/check_options.hpp"
+#include "cli/metadata/metadata.hpp"
+#include "cli/outcome.hpp"
+#include "core/assets/asset_catalog.hpp"
+#include "core/console/printable.hpp"
+#include "core/listing/metadata.hpp"
+#include "core/project/git.hpp"
+#include "core/project/project.hpp"
+#include "core/release/release_check.hpp"
+#include "core/support/tasks.hpp"
+#include "core/support/text.hpp"
+
+namespace kestu {
+
+namespace {
+
+using Kind = CLIError::Kind;
+
+struct ValidateOptions : CheckOptions {
+  std::optional<std::string> version;
+};
+
+/// What only the service knows, as far as it can be had.
+struct Remote {
+  Outcome<AppOnPlatform> app;
+  Outcome<AssetCatalog> catalog;
+
+  const AppOnPlatform* known() const { return std::get_if<AppOnPlatform>(&app); }
+};
+
+/// Without a sign-in or the service the repository's own part is checked all the same; what was asked for by name must
+/// be there.
+template <class Fetch>
+auto attempt(const ValidateOptions& options, Fetch fetch) {
+  auto result = outcome(fetch);
+  if (const auto* error = std::get_if<CLIError>(&result)) {
+    bool isNamed = options.app.app || options.platform;
+    bool isMisnamed = isNamed && (error->kind == Kind::usage || error->kind == Kind::notFound);
+    if (isMisnamed || error->kind == Kind::outdated) throw *error;
+  }
+  return result;
+}
+
+Remote fetchRemote(Context& context, const ValidateOptions& options) {
+  std::optional<Client> client;
+  Remote remote;
+  remote.app = attempt(options, [&] {
+    client.emplace(context.signedIn());
+    return AppOnPlatform::resolve(*client, options.app, options.platform, context);
+  });
+  if (const auto* why = std::get_if<CLIError>(&remote.app)) {
+    remote.catalog = *why;
+  } else {
+    remote.catalog = attempt(options, [&] { return fetchCatalogs(*client, *remote.known(), context.stop); });
+  }
+  return remote;
+}
+
+RepoListing read(Context& context, const ValidateOptions& options, const std::filesystem::path& root,
+                 const std::string& platform) {
+  auto listing = options.layout.read(root, options.version, platform);
+  if (listing && !listing->isEmpty()) return *std::move(listing);
+  if (listing) tellNotes(context, *listing);
+  throw noListing();
+}
+
+/// The language that the others are compared with when the service can't be asked.
+std::string likelyPrimary(const LocaleTexts& texts) {
+  if (texts.contains("en-US") || texts.empty()) return "en-US";
+  return texts.begin()->first;
+}
+
+void append(Findings& findings, Findings more) {
+  findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+std::string reason(const Remote& remote) {
+  const auto* why = std::get_if<CLIError>(&remote.app);
+  return why ? ": " + why->description : ".";
+}
+
+Findings check(Context& context, const RepoListing& listing, const Git::Changes& changes, const Remote& remote,
+               const std::string& platform) {
+  using ReleaseCheck::Purpose;
+  auto root = Project::root(context.folder);
+  std::string primary = remote.known() ? remote.known()->primaryLocale : "";
+  Findings findings;
+  bool guessed = primary.empty() && listing.texts.size() > 1;
+  if (primary.empty()) primary = likelyPrimary(listing.texts);
+  append(findings, ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform));
+  append(findings, ReleaseCheck::translations(listing.files, changes, primary));
+  if (guessed) {
+    findings.push_back({Level::note, "missing", std::nullopt,
+                        primary + " was taken for the primary language, which only kestu knows" + reason(remote)});
+  }
+  if (const auto* why = std::get_if<CLIError>(&remote.catalog)) {
+    append(findings, ReleaseCheck::assets(root, *why, Level::note));
+    return findings;
+  }
+  ScanOptions scan;
+  scan.platform = platform;
+  scan.probe = context.probe;
+  scan.stop = context.stop;
+  append(findings, context.console.during(
+                       [&] { return ReleaseCheck::assets(root, std::get<AssetCatalog>(remote.catalog), scan); }));
+  return findings;
+}
+
+void runValidate(Context& context, const ValidateOptions& options) {
+  auto root = Project::root(context.folder);
+  Project::link(context.folder); // a broken one is told, whether or not it is needed
+  std::string platform = options.platform.value_or("ios");
+  RepoListing listing = read(context, options, root, platform);
+  Remote remote;
+  Git::Changes changes;
+  {
+    Console::Busy busy(context.console);
+    fewAtOnce(2, 2, context.stop, [&](std::size_t index, const std::stop_token& stop) {
+      if (index == 0) remote = fetchRemote(context, options);
+      if (index == 1) {
+        changes = SystemGit(stop).lastChanged(ReleaseCheck::paths(listing.files), root, context.clock.now());
+      }
+    });
+  }
+  if (const auto* known = remote.known(); known && known->platform != platform) {
+    platform = known->platform;
+    listing = read(context, options, root, platform);
+  }
+  tellNotes(context, listing);
+  warnOfTrackedPassword(context, listing);
+  Findings findings = check(context, listing, changes, remote, platform);
+  if (std::string folder = "metadata/releases/" + options.version.value_or("");
+      options.version && listing.layout == MetadataLayout::kestu && !std::filesystem::is_directory(root / folder)) {
+    findings.push_back({Level::note, "version", std::nullopt, folder + " isn't there, so no what's new was checked."});
+  }
+  options.write(context, findings);
+  std::string sum = ReleaseCheck::summary(findings);
+  bool fails = ReleaseCheck::fails(findings, options.strict);
+  if (fails) {
+    options.say(context.console, sum + ".");
+    throw NotPassed();
+  }
+  options.say(context.console,
+              "✓ The repo's listing keeps to Apple's limits" + (sum.empty() ? "" : ", with " + sum) + ".");
+}
+
+} // namespace
+
+void addValidate(Command& metadataGroup) {
+  Command& command =
+      metadataGroup.add("validate", "Check the repo's listing: exits 1 on an error, and with --strict on a warning.");
+  command.discussion =
+      "Checks what the repo has: Apple's limits, placeholder text, keywords, translations older than the primary "
+      "language's, and the assets (videos only where kestu can measure them). Sends nothing. Without a sign-in or "
+      "the network all but the assets is checked. kestu release check looks at what App Store Connect will have.";
+  auto options = std::make_shared<ValidateOptions>();
+  declareVersion(command, "The version whose texts are checked, as 1.2. The highest in the repo when left out.", false,
+                 [options](std::string version) { options->version = std::move(version); });
+  options->declare(command);
+  command.run = [options](Context& context) { runValidate(context, *options); };
+}
+
+} // namespace kestu

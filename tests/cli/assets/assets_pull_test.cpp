@@ -1,0 +1,469 @@
+#include "core/assets/asset_pull.hpp"
+#include "core/support/folder_lock.hpp"
+#include "sandbox/assets/catalog.hpp"
+#include "tests/support/command_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+namespace kestu::tests {
+namespace {
+
+using Tree = std::map<std::string, std::string>;
+
+const std::string shots = "metadata/screenshots/";
+const std::string phone = shots + "en-US/iPhone 6.9/";
+const std::string phoneID = shots + "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/";
+
+std::string shot(std::uint8_t shade) { return png(1290, 2796, PNGColours::palette, shade); }
+
+class PullTest : public CommandTest {
+ protected:
+  PullTest() {
+    signIn();
+    link();
+  }
+
+  Tree tree(bool withPulled = true) const {
+    Tree files;
+    for (const auto& entry : fs::recursive_directory_iterator(repo.path() / "metadata")) {
+      if (!entry.is_regular_file() || (!withPulled && entry.path().filename() == "pulled.json")) continue;
+      std::ostringstream bytes;
+      bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+      files[entry.path().lexically_relative(repo.path()).generic_string()] = bytes.str();
+    }
+    return files;
+  }
+  static std::vector<std::string> names(const Tree& tree) {
+    std::vector<std::string> names;
+    for (const auto& [name, bytes] : tree) names.push_back(name);
+    return names;
+  }
+  void put(const Tree& files) {
+    fs::remove_all(repo.path() / "metadata");
+    for (const auto& [name, bytes] : files) repo.write(name, bytes);
+  }
+  void push(const std::string& platform = "ios") {
+    server.scriptNextPlan({});
+    Ran ran = run({"assets", "push", "1.2", "--yes", "--platform", platform});
+    ASSERT_EQ(ran.status, 0) << ran.err;
+  }
+  Ran pull(std::vector<std::string> more = {}) {
+    more.insert(more.begin(), {"assets", "pull", "1.2"});
+    server.forgetRequests();
+    return run(more);
+  }
+  std::size_t downloads() { return calls("GET /files/"); }
+  void useIDs(bool ids) { ASSERT_EQ(run({"config", "screenshot-folders", ids ? "ids" : "names"}).status, 0); }
+};
+
+TEST_F(PullTest, ARoundTripIsByteForByteTheSame) {
+  Tree files;
+  std::uint8_t shade = 0;
+  for (const std::string locale : {"de-DE", "en-US", "zh-Hans"}) {
+    for (const std::string file : {"iPhone 6.9/01.png", "iPhone 6.9/02.png"})
+      files[shots + locale + "/" + file] = shot(++shade);
+    files[shots + locale + "/iPad 13/01.jpg"] = jpeg(2064, 2752);
+    files[shots + locale + "/Mac/01.png"] = png(1280, 800, PNGColours::palette, ++shade);
+    files["metadata/previews/" + locale + "/iPhone 6.9/01.mov"] = "movie " + locale;
+    files["metadata/previews/" + locale + "/Mac/01.mp4"] = "film " + locale;
+    files["metadata/header/" + locale + "/HEADER_IPHONE/01.png"] = png(2000, 900, PNGColours::grey, ++shade);
+    files["metadata/header/" + locale + "/HEADER_MAC/01.png"] = png(2000, 901, PNGColours::grey, ++shade);
+    files["metadata/search-results/" + locale + "/Search Results/01.png"] = png(2000, 902, PNGColours::grey, ++shade);
+  }
+  files["metadata/previews/frames.json"] =
+      "{\n  \"de-DE/Mac/01.mp4\": \"00:00:05:00\",\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:07:00\"\n}\n";
+  put(files);
+  for (const std::string platform : {"ios", "macos"}) push(platform);
+  fs::remove_all(repo.path() / "metadata");
+  auto both = [&] {
+    for (const std::string platform : {"ios", "macos"}) {
+      Ran ran = pull({"--platform", platform});
+      EXPECT_EQ(ran.status, 0) << ran.err;
+    }
+  };
+  both();
+  EXPECT_EQ(names(tree(false)), names(files));
+  EXPECT_EQ(tree(false), files);
+  for (const std::string platform : {"ios", "macos"}) {
+    server.forgetRequests();
+    Ran ran = run({"assets", "push", "1.2", "--platform", platform});
+    EXPECT_NE(ran.out.find("nothing to upload"), std::string::npos) << ran.out << ran.err;
+  }
+  Tree pulled = tree();
+  EXPECT_TRUE(pulled.contains("metadata/previews/pulled.json"));
+  both();
+  EXPECT_EQ(tree(), pulled);
+  EXPECT_EQ(downloads(), 0U);
+
+  useIDs(true);
+  both();
+  Tree byID = tree();
+  EXPECT_FALSE(fs::exists(repo.path() / phone));
+  EXPECT_EQ(byID.at(phoneID + "01.png"), files.at(phone + "01.png"));
+  EXPECT_NE(byID.at("metadata/previews/frames.json").find("en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov"),
+            std::string::npos);
+  EXPECT_EQ(downloads(), 0U);
+  fs::remove_all(repo.path() / "metadata");
+  both();
+  EXPECT_EQ(tree(), byID) << "pulled anew and renamed are the same";
+  useIDs(false);
+  both();
+  EXPECT_EQ(tree(), pulled);
+}
+
+TEST_F(PullTest, WhatShowsTheSameStaysAsItIs) {
+  const Tree odd = {{shots + "en-US/iPhone 6.9/2.png", shot(2)}, {shots + "en-US/iPhone 6.9/10.png", shot(1)}};
+  const Tree loose = {{"fastlane/screenshots/en-US/a.png", shot(3)}, {"fastlane/screenshots/en-US/b.png", shot(4)}};
+  put(odd);
+  push();
+  Ran ran = pull();
+  EXPECT_EQ(ran.out, "✓ The repo shows 1.2 for iOS's assets already: nothing to download, nothing written.\n")
+      << ran.err;
+  EXPECT_EQ(tree(), odd);
+  fs::remove_all(repo.path() / "metadata");
+  for (const auto& [name, bytes] : loose) repo.write(name, bytes);
+  push();
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_FALSE(fs::exists(repo.path() / "metadata"));
+  EXPECT_FALSE(fs::exists(repo.path() / "fastlane/screenshots/pulled.json"));
+  EXPECT_EQ(downloads(), 0U);
+}
+
+TEST_F(PullTest, FilesThatAreThereAreRenamedNotFetched) {
+  put({{phone + "1.png", shot(1)}, {phone + "2.png", shot(2)}, {phone + "3.png", shot(3)}});
+  push();
+  const Tree wanted = {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}};
+  struct Row {
+    const char* what;
+    Tree before;
+    std::size_t downloads;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"none", {}, 3},
+           {"one lacks", {{phone + "a.png", shot(3)}, {phone + "b.png", shot(1)}}, 1},
+           {"two changed places",
+            {{phone + "01.png", shot(2)}, {phone + "02.png", shot(1)}, {phone + "03.png", shot(3)}},
+            0},
+           {"a circle", {{phone + "01.png", shot(2)}, {phone + "02.png", shot(3)}, {phone + "03.png", shot(1)}}, 0},
+           {"a chain", {{phone + "02.png", shot(1)}, {phone + "03.png", shot(2)}}, 1},
+           {"in the language's folder", {{shots + "en-US/z.png", shot(1)}, {phone + "x.png", shot(2)}}, 1},
+           {"in both folders", {{phone + "01.png", shot(1)}, {phoneID + "02.png", shot(2)}}, 1},
+           {"a copy that a kill left",
+            {{phone + "01.png", shot(2)}, {phone + "02.png", shot(2)}, {phone + "04.png", shot(1)}},
+            1},
+           {"in another's case", {{shots + "en-US/iphone  6.9/01.png", shot(1)}}, 2},
+       }) {
+    SCOPED_TRACE(row.what);
+    put(row.before);
+    Ran ran = pull();
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_EQ(downloads(), row.downloads);
+    std::vector<std::string> bytes, expected;
+    for (const auto& [name, content] : tree(false)) bytes.push_back(content);
+    for (const auto& [name, content] : wanted) expected.push_back(content);
+    EXPECT_EQ(bytes, expected);
+    if (std::string(row.what) != "in another's case") EXPECT_EQ(names(tree(false)), names(wanted));
+    Ran again = run({"assets", "push", "1.2"});
+    EXPECT_NE(again.out.find("nothing to upload"), std::string::npos) << again.out << again.err;
+  }
+}
+
+TEST_F(PullTest, OtherFilesAreOnlyWrittenOverWithForce) {
+  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}});
+  push();
+  const std::string reason = "App Store Connect doesn't show these for 1.2 for iOS, so nothing was written:\n";
+  struct Row {
+    Tree before;
+    std::vector<std::string> listed;
+    Tree after;
+  };
+  const Tree wanted = {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}};
+  Tree withNotes = wanted;
+  withNotes[phone + "notes.txt"] = "mine";
+  for (const Row& row : std::vector<Row>{
+           {{{phone + "01.png", shot(9)}, {phone + "02.png", shot(1)}}, {phone + "01.png"}, wanted},
+           {{{phone + "01.png", shot(1)}, {phone + "2.png", shot(2)}, {phone + "3.jpg", "x"}},
+            {phone + "3.jpg"},
+            wanted},
+           {{{phone + "02.png", shot(8)}, {phone + "notes.txt", "mine"}}, {phone + "02.png"}, withNotes},
+           {{{phoneID + "7.png", shot(7)}, {phone + "01.png", shot(1)}}, {phoneID + "7.png"}, wanted},
+           {{{shots + "en-US/loose.png", shot(7)}}, {shots + "en-US/loose.png"}, wanted},
+       }) {
+    SCOPED_TRACE(row.listed.front());
+    put(row.before);
+    Ran ran = pull();
+    EXPECT_EQ(ran.status, 1);
+    std::string listed;
+    for (const auto& name : row.listed) listed += "  " + name + "\n";
+    EXPECT_EQ(ran.err, reason + listed + "--force writes over them.\n");
+    EXPECT_EQ(tree(), row.before) << "nothing may be written, folders not renamed either";
+    EXPECT_EQ(pull({"--force"}).status, 0);
+    EXPECT_EQ(tree(false), row.after);
+  }
+  put({{phone + "01.png/inside.png", shot(9)}});
+  EXPECT_EQ(pull({"--force"}).err, phone + "01.png is a folder, where a file goes.\n");
+  put({{shots + "en-US/iPhone 6.9", "text"}});
+  EXPECT_EQ(pull({"--force"}).err, shots + "en-US/iPhone 6.9 is a file, and iPhone 6.9″ takes a folder of files.\n");
+}
+
+TEST_F(PullTest, MergingNeverWritesOverADifferentFile) {
+  const std::string movies = "metadata/previews/";
+  put({{phone + "01.png", shot(1)},
+       {movies + "en-US/iPhone 6.9/01.mov", "one"},
+       {movies + "frames.json", R"({"en-US/iPhone 6.9/01.mov": "00:00:03:00"})"}});
+  push();
+  put({{phone + "01.png", shot(1)},
+       {phone + "notes.txt", "here"},
+       {phoneID + "01.png", shot(1)},
+       {phoneID + "notes.txt", "there"},
+       {phoneID + "deep/more.txt", "kept"},
+       {shots + "de-DE/IPAD_PRO_BORDERLESS_PROFILE/01.png", "any"},
+       {movies + "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"},
+       {movies + "frames.json", R"({"en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov": "00:00:03:00"})"}});
+  Ran ran = pull();
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(ran.err, phoneID + "notes.txt was left where it is: " + phone.substr(0, phone.size() - 1) +
+                         " has another file of that name.\n");
+  Tree after = tree(false);
+  EXPECT_EQ(after.at(phone + "notes.txt") + after.at(phoneID + "notes.txt"), "herethere");
+  EXPECT_EQ(after.at(phone + "deep/more.txt"), "kept");
+  EXPECT_FALSE(after.contains(phoneID + "01.png"));
+  EXPECT_TRUE(after.contains(shots + "de-DE/iPad 13/01.png")) << "also where App Store Connect shows nothing";
+  EXPECT_EQ(after.at(movies + "frames.json"), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
+  EXPECT_EQ(downloads(), 0U);
+}
+
+TEST_F(PullTest, RenamesThatEndEarlyLeaveTheirFrames) {
+  const std::string frames = "metadata/previews/frames.json";
+  const std::string byID = R"({"en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov": "00:00:03:00"})";
+  put({{"metadata/previews/en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"}, {frames, byID}});
+  auto catalog = AssetCatalog::read(JSONValue::parse(sandbox::Catalog::displays("ios").dump()));
+  ScanOptions options;
+  options.platform = "ios";
+  PullPlan plan = AssetPull::plan({}, {AssetKind::previews}, repo.path(), catalog, options, false);
+  CurlTransport transport;
+  stopping.request_stop();
+  EXPECT_THROW(AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), stopping.get_token(), {}), Stopped);
+  EXPECT_EQ(nlohmann::json::parse(tree().at(frames)), nlohmann::json::parse(byID));
+  AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), {}, {});
+  EXPECT_EQ(tree().at(frames), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
+}
+
+TEST_F(PullTest, APosterFrameOfOnesOwnIsKept) {
+  const std::string movie = "metadata/previews/en-US/iPhone 6.9/01.mov";
+  const std::string frames = "metadata/previews/frames.json";
+  put({{movie, "one"}, {frames, R"({"en-US/iPhone 6.9/01.mov": "00:00:03:00"})"}});
+  push();
+  const std::string mine = R"({"en-US/iPhone 6.9/01.mov": "00:00:09:00"})";
+  repo.write(frames, mine);
+  Ran ran = pull();
+  EXPECT_NE(ran.err.find("  " + frames + "\n"), std::string::npos) << ran.err;
+  EXPECT_EQ(tree().at(frames), mine);
+  EXPECT_EQ(pull({"--force"}).status, 0);
+  EXPECT_NE(tree().at(frames).find("00:00:03:00"), std::string::npos);
+  repo.write(frames, "[]");
+  EXPECT_NE(pull({"--force"}).err.find("isn't each video's path"), std::string::npos);
+}
+
+TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
+  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}});
+  push();
+  struct Row {
+    sandbox::Fault fault;
+    std::string reason;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{.path = "/files/", .skip = 2, .times = -1, .status = 404}, "(404)"},
+           {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = "short"}, "(only a part of it came)"},
+           {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = std::string(shot(1).size(), 'x')},
+            "(it came with another checksum)"},
+           {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = std::string(shot(1).size() + 1, 'x')},
+            "(more came than it has)"},
+           {{.path = "/files/", .skip = 2, .times = -1, .cut = true}, "Couldn't download "},
+           {{.path = "/files/", .skip = 2, .times = -1, .half = true}, "Couldn't download "},
+           {{.path = "/files/", .skip = 2, .times = 2, .half = true}, ""},
+       }) {
+    SCOPED_TRACE(row.reason);
+    put({});
+    server.onNext(row.fault);
+    Ran ran = pull();
+    EXPECT_NE(ran.err.find(row.reason), std::string::npos) << ran.err;
+    EXPECT_EQ(ran.status == 0, row.reason.empty());
+    server.faults().clear();
+    if (row.reason.empty()) continue;
+    Tree left = tree(false);
+    for (const auto& [name, bytes] : left)
+      EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
+    EXPECT_EQ(pull().status, 0);
+    EXPECT_EQ(downloads() + left.size(), 3U);
+    EXPECT_EQ(names(tree(false)), (std::vector<std::string>{phone + "01.png", phone + "02.png", phone + "03.png"}));
+  }
+  put({});
+  server.onNext({.path = "/files/", .skip = 1, .times = -1, .status = 500});
+  clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
+  EXPECT_THROW(pull(), Stopped);
+  for (const auto& [name, bytes] : tree())
+    EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
+  stopping = std::stop_source();
+  clock.onSleep = nullptr;
+  server.faults().clear();
+  put({{phone + ".02.png.kestu-aB3xYz", "left by a kill"}, {phone + ".hidden", "mine"}});
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_EQ(tree(false).size(), 4U);
+}
+
+TEST_F(PullTest, AssetsWithoutAChecksumAreKnownByPulledJson) {
+  put({{phone + "01.png", shot(1)}, {shots + "de-DE/iPhone 6.9/01.png", shot(1)}});
+  push();
+  server.withState([](sandbox::State& state) {
+    for (auto& [id, asset] : state.assets) asset.checksumHidden = true;
+  });
+  put({});
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_EQ(downloads(), 1U) << "the same asset in two languages comes once";
+  Tree before = tree();
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_EQ(downloads(), 0U);
+  EXPECT_EQ(tree(), before);
+  EXPECT_NE(run({"assets", "push", "1.2"}).out.find("nothing to upload"), std::string::npos);
+  fs::remove(repo.path() / (shots + "pulled.json"));
+  EXPECT_EQ(pull().status, 1) << "without it they may be anybody's";
+}
+
+TEST_F(PullTest, WhatIsInTheWayIsSaidBeforeAnythingIsWritten) {
+  const std::string movies = "metadata/previews/en-US/";
+  put({{movies + "iPhone 6.9/01.mov", "one"}});
+  push();
+  put({{movies + "IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"}, {movies + "iPhone 6.9", "a file"}});
+  Tree before = tree();
+  EXPECT_EQ(pull().err, movies + "iPhone 6.9 is a file, and iPhone 6.9″ takes a folder of files.\n");
+  EXPECT_EQ(tree(), before);
+  put({{phone + "02.png", shot(1)}});
+  fs::create_symlink("01.png", repo.path() / (phone + "01.png"));
+  EXPECT_EQ(pull().status, 0) << "a link in a circle is no asset of a display that shows none";
+}
+
+TEST_F(PullTest, AssetsWithoutAChecksumSurviveAFailedPull) {
+  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}});
+  push();
+  server.withState([](sandbox::State& state) {
+    for (auto& [id, asset] : state.assets) asset.checksumHidden = true;
+  });
+  put({});
+  EXPECT_EQ(pull().status, 0);
+  server.withState([](sandbox::State& state) {
+    auto& assets = state.version(1234567890, "ios", "1.2")->languages.front().displays.front().assets;
+    std::reverse(assets.begin(), assets.end());
+  });
+  fs::remove(repo.path() / (phone + "02.png"));
+  server.onNext({.path = "/files/", .times = -1, .status = 404});
+  EXPECT_EQ(pull().status, 1);
+  server.faults().clear();
+  Ran ran = pull();
+  EXPECT_EQ(ran.status, 0) << "files that were renamed are still known: " << ran.err;
+  EXPECT_EQ(tree(false), (Tree{{phone + "01.png", shot(3)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(1)}}));
+}
+
+TEST_F(PullTest, LinkedLanguagesShareWhatTheyShow) {
+  put({{phone + "01.png", shot(1)}, {shots + "de-DE/iPhone 6.9/01.png", shot(1)}});
+  push();
+  fs::remove_all(repo.path() / (shots + "de-DE"));
+  fs::create_directory_symlink("en-US", repo.path() / (shots + "de-DE"));
+  useIDs(true);
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_TRUE(fs::exists(repo.path() / (phoneID + "01.png")));
+  EXPECT_EQ(downloads(), 0U);
+  server.withState([](sandbox::State& state) {
+    auto& languages = state.version(1234567890, "ios", "1.2")->languages;
+    languages.back().displays.front().assets.clear();
+    state.assets.begin()->second.md5 = std::string(32, '0');
+    languages.back().displays.front().assets = {{state.assets.begin()->first}, {state.assets.begin()->first}};
+  });
+  Tree before = tree();
+  EXPECT_NE(pull({"--force"}).err.find("and App Store Connect shows different screenshots in them."),
+            std::string::npos);
+  EXPECT_EQ(tree(), before);
+}
+
+TEST_F(PullTest, ANameThatTwoDisplaysShareIsNone) {
+  repo.write("metadata/header/en-US/Header/01.png", png(2000, 900));
+  for (const std::string platform : {"ios", "macos"}) {
+    Ran ran = run({"assets", "push", "1.2", "--platform", platform});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_NE(ran.err.find("metadata/header/en-US/Header: HEADER_IPHONE and HEADER_MAC are both called Header: an ID "
+                           "says which one is meant."),
+              std::string::npos)
+        << ran.err;
+  }
+  fs::rename(repo.path() / "metadata/header/en-US/Header", repo.path() / "metadata/header/en-US/HEADER_MAC");
+  EXPECT_NE(run({"assets", "push", "1.2", "--platform", "macos", "--dry-run"}).out.find("1 added"), std::string::npos);
+  EXPECT_EQ(run({"assets", "push", "1.2", "--platform", "ios", "--dry-run"}).status, 7);
+}
+
+TEST_F(PullTest, WhatAKillLeftGoesAway) {
+  put({{phone + "01.png", shot(1)}});
+  push();
+  repo.write(phone + ".01.png.kestu-aB3xYz", "half");
+  repo.write(shots + ".pulled.json.kestu-aB3xYz", "half");
+  repo.write(shots + ".pulled.json.kestu", "mine");
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_EQ(names(tree()), (std::vector<std::string>{shots + ".pulled.json.kestu", phone + "01.png"}));
+  FolderLock other(repo.path());
+  EXPECT_EQ(pull().err, "Another kestu assets pull is writing in this repo. Run it again when it's done.\n");
+}
+
+TEST_F(PullTest, AnswersNeverLeaveTheFolder) {
+  put({{phone + "01.png", shot(1)}});
+  push();
+  put({});
+  nlohmann::json asset = {{"assetId", "a"},
+                          {"fileName", "01.png"},
+                          {"md5", std::string(32, '0')},
+                          {"size", 5},
+                          {"url", server.origin() + "/files/a"}};
+  nlohmann::json display = {{"kind", "screenshots"}, {"group", "IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE"}};
+  struct Row {
+    const char* where;
+    const char* key;
+    const char* value;
+    int status;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"language", "locale", "../../en", 9},
+           {"language", "locale", ".git", 9},
+           {"language", "locale", "", 9},
+           {"display", "group", "../../../x", 0},
+           {"display", "kind", "icons", 9},
+           {"asset", "md5", "../x", 9},
+           {"asset", "url", "file:///etc/passwd", 9},
+           {"asset", "url", "http://example.com/x", 9},
+           {"asset", "fileName", "../../../01.png", 1},
+       }) {
+    SCOPED_TRACE(std::string(row.key) + " " + row.value);
+    nlohmann::json one = asset, shown = display, language = {{"locale", "en-US"}};
+    (row.where == std::string("asset")     ? one
+     : row.where == std::string("display") ? shown
+                                           : language)[row.key] = row.value;
+    shown["assets"] = nlohmann::json::array({one});
+    language["displays"] = nlohmann::json::array({shown});
+    server.onNext({.path = "/v1/apps/1234567890/assets",
+                   .method = "GET",
+                   .status = 200,
+                   .body = nlohmann::json{{"languages", nlohmann::json::array({language})}}.dump(),
+                   .exact = true});
+    fs::remove_all(repo.path() / "metadata");
+    Ran ran = run({"assets", "pull", "1.2"});
+    EXPECT_EQ(ran.status, row.status) << ran.err;
+    for (const auto& entry : fs::recursive_directory_iterator(repo.path()))
+      EXPECT_FALSE(entry.is_regular_file() && entry.path().filename() != "kestu.json") << entry.path();
+  }
+}
+
+} // namespace
+} // namespace kestu::tests

@@ -1,0 +1,265 @@
+#include "core/support/files.hpp"
+#include "sandbox/metadata/listing.hpp"
+#include "tests/support/command_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+
+namespace fs = std::filesystem;
+
+namespace kestu::tests {
+namespace {
+
+using nlohmann::json;
+
+const std::string path = "/v1/apps/1234567890/listing";
+
+class MetadataTest : public CommandTest {
+ protected:
+  MetadataTest() {
+    signIn();
+    link();
+  }
+  std::string contents(const std::string& file) { return Files::read(repo.path() / file, 1 << 22).value_or("(none)"); }
+  void edit(const std::string& file, const std::function<void(json&)>& change) {
+    json object = json::parse(contents(file));
+    change(object);
+    repo.write(file, object.dump());
+  }
+  std::map<std::string, std::string> everything() {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(repo.path())) {
+      if (entry.is_regular_file()) files[entry.path().string()] = contents(fs::relative(entry.path(), repo.path()));
+    }
+    return files;
+  }
+  std::vector<json> pushed() {
+    std::vector<json> bodies;
+    for (const auto& request : server.requests()) {
+      if (request.method == "POST" && request.path == path) bodies.push_back(json::parse(request.body));
+    }
+    return bodies;
+  }
+};
+
+TEST_F(MetadataTest, APullAfterAPullWritesNothingInAnyLayout) {
+  struct Row {
+    std::string layout, file;
+  };
+  for (const Row& row : std::vector<Row>{{"kestu", "metadata/listing/ja.json"},
+                                         {"json", "metadata/version/1.2/ja.json"},
+                                         {"fastlane", "fastlane/metadata/ja/description.txt"}}) {
+    SCOPED_TRACE(row.layout);
+    Ran ran = run({"metadata", "pull", "1.2", "--layout", row.layout});
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_NE(ran.out.find("  new      " + row.file + "\n"), std::string::npos) << ran.out;
+    auto before = everything();
+    ran = run({"metadata", "pull", "--layout", row.layout, "--json"});
+    EXPECT_EQ(json::parse(ran.out)["written"], json::array());
+    EXPECT_EQ(everything(), before);
+    ran = run({"metadata", "push", "--layout", row.layout});
+    EXPECT_EQ(ran.out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n") << ran.err;
+  }
+  EXPECT_TRUE(pushed().empty());
+}
+
+TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
+  run({"metadata", "pull", "1.1"});
+  edit("metadata/listing/en-US.json", [](json& object) { object["description"] = "Mine"; });
+  edit("metadata/listing/de-DE.json", [](json& object) { object.erase("subtitle"); });
+  repo.write("metadata/app.json", "mine");
+  auto before = everything();
+  Ran ran = run({"metadata", "pull", "1.1"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err, "These files say something else than 1.1 for iOS in App Store Connect, so nothing was written:\n"
+                     "  metadata/app.json\n  metadata/listing/en-US.json\n--force writes over them.\n");
+  EXPECT_EQ(everything(), before) << "not even the file whose value was only missing";
+  ran = run({"metadata", "pull", "1.1", "--locale", "de-DE"});
+  EXPECT_EQ(ran.out,
+            "  changed  metadata/listing/de-DE.json\n✓ Wrote 1.1 for iOS in kestu's layout: 1 file, and 1 file "
+            "already so.\n");
+  EXPECT_EQ(contents("metadata/app.json"), "mine");
+  EXPECT_EQ(run({"metadata", "pull", "1.1", "--force"}).status, 0);
+  EXPECT_EQ(json::parse(contents("metadata/app.json"))["copyright"], "2026 Example");
+}
+
+TEST_F(MetadataTest, APullThatCantBeFinishedLeavesNoTrace) {
+  run({"metadata", "pull"});
+  edit("metadata/app.json", [](json& object) { object.erase("copyright"); });
+  edit("metadata/listing/de-DE.json", [](json& object) { object.erase("name"); });
+  repo.write("metadata/releases", "a file where a folder belongs");
+  auto before = everything();
+  Ran ran = run({"metadata", "pull", "1.1"});
+  EXPECT_EQ(ran.err, "metadata/releases/1.1/de-DE.json can't be written (Not a directory), so nothing was written.\n");
+  EXPECT_EQ(everything(), before);
+}
+
+TEST_F(MetadataTest, AnAnswersLocalesNeverLeaveTheFolder) {
+  server.onNext(
+      {.path = path, .status = 200, .body = R"({"primaryLocale": "en-US", "locales": {"../../../x": {"name": "A"}}})"});
+  EXPECT_EQ(run({"metadata", "pull", "1.2"}).status, 9);
+  EXPECT_FALSE(fs::exists(repo.path() / "metadata"));
+}
+
+TEST_F(MetadataTest, TheVersionLeftOutIsTheOneThatCanBeEdited) {
+  struct Row {
+    std::string add, state;
+    int status;
+    std::string err;
+  };
+  auto usage = [](const std::string& why) { return "Which version, as in kestu metadata pull 1.2? For iOS " + why; };
+  for (const Row& row : std::vector<Row>{{"1.3", "waitingforreview", 0, ""},
+                                         {"1.4", "rejected", 2, usage("several versions can be edited, 1.4 and 1.2.")},
+                                         {"", "", 2, usage("no version of the app can be edited now.")}}) {
+    server.withState([&](sandbox::State& state) {
+      if (row.add.empty()) {
+        for (auto& version : state.versions) version.state = "inreview";
+      } else {
+        state.addVersion(1234567890, "ios", row.add, row.state);
+      }
+    });
+    Ran ran = run({"metadata", "pull"});
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
+  }
+  EXPECT_EQ(run({"metadata", "pull", "../x"}).status, 2);
+  Ran ran = run({"metadata", "pull", "7"});
+  EXPECT_EQ(ran.status, 7);
+  EXPECT_EQ(ran.err, "App Store Connect has no 7 for iOS yet: kestu release prepare 7 makes it.\n");
+}
+
+TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
+  EXPECT_EQ(run({"metadata", "push"}).err,
+            "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).\n");
+  run({"metadata", "pull"});
+  edit("metadata/listing/en-US.json", [](json& object) { object["subtitle"] = "Sky"; });
+  edit("metadata/review.json", [](json& object) { object["notes"] = "Tap it."; });
+  repo.write("metadata/listing/ar-SA.json", R"({"name": "طقس"})");
+  environment["KESTU_REVIEW_DEMO_PASSWORD"] = "pa55";
+  Ran ran = run({"metadata", "push", "--dry-run"});
+  EXPECT_EQ(ran.out, "  ar-SA       name                     طقس\n"
+                     "  en-US       subtitle                 The sky, hour by hour → Sky\n"
+                     "  App Review  notes                    Tap it.\n"
+                     "  App Review  demo account's password  sent, never shown\n"
+                     "Dry run: 1.2 for iOS would take 4 values from the repo, after your approval.\n");
+  ran = run({"metadata", "push"});
+  EXPECT_EQ(ran.status, 6);
+  EXPECT_EQ(pushed().size(), 1U) << "the dry run";
+  server.scriptNextPlan({.waitingPolls = 1});
+  ran = run({"metadata", "push", "--yes"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_TRUE(ran.out.ends_with("✓ 1.2 for iOS has the repo's listing, 4 values changed.\n")) << ran.out;
+  EXPECT_EQ(pushed().back(), (json{{"locales", {{"ar-SA", {{"name", "طقس"}}}, {"en-US", {{"subtitle", "Sky"}}}}},
+                                   {"review", {{"notes", "Tap it."}, {"demoAccountPassword", "pa55"}}}}));
+  EXPECT_EQ(run({"metadata", "push"}).out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n");
+  EXPECT_EQ(terminal.allText().find("pa55"), std::string::npos);
+  run({"metadata", "pull", "--force"});
+  for (const auto& [file, text] : everything()) EXPECT_EQ(text.find("pa55"), std::string::npos) << file;
+}
+
+TEST_F(MetadataTest, APushIsLimitedAsAsked) {
+  run({"metadata", "pull"});
+  for (const char* locale : {"en-US", "de-DE"}) {
+    edit("metadata/listing/" + std::string(locale) + ".json", [](json& object) {
+      object["promotionalText"] = "New";
+      object["name"] = "Other";
+    });
+  }
+  edit("metadata/app.json", [](json& object) { object["copyright"] = "2027"; });
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string said;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"--locale", "fr-FR"}, 7, "The repo's listing has no fr-FR, so nothing was sent.\n"},
+           {{"--locale", "de-DE"}, 0, "would take 2 values from the repo"},
+           {{"1.1"},
+            0,
+            "1.1 for iOS is on the App Store and takes only promotional text, so these stay: de-DE name, "
+            "en-US name, App copyright.\n"},
+           {{"1.1"}, 0, "would take 2 values from the repo"},
+           {{"1.1", "--locale", "ja"}, 0, "✓ 1.1 for iOS says what the repo does already: nothing sent.\n"},
+           {{"--demo-password"},
+            2,
+            "There is no demo account's password to send: set KESTU_REVIEW_DEMO_PASSWORD, or "
+            "demoAccountPassword in metadata/review.json.\n"},
+           {{"--demo-password", "--locale", "ja"}, 2, "--locale sends languages' text alone"},
+           {{"--platform", "linux"}, 2, "--platform is ios, macos, tvos or visionos, not linux."},
+           {{"--layout", "fastlane"}, 7, "No listing in the repo."},
+       }) {
+    std::vector<std::string> arguments = {"metadata", "push", "--dry-run"};
+    arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+    Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, row.status) << row.said;
+    EXPECT_NE((ran.out + ran.err).find(row.said), std::string::npos) << ran.out << ran.err;
+  }
+}
+
+TEST_F(MetadataTest, WhatTheFilesCantTellApartIsSaid) {
+  server.withState([](sandbox::State& state) {
+    auto& info = sandbox::Listing::of(state, *state.version(1234567890, "macos", "1.2"));
+    info.review["notes"] = "Mac: open the demo.";
+  });
+  run({"metadata", "pull", "1.2"});
+  edit("metadata/review.json", [](json& object) { object["notes"] = "iOS: tap the demo."; });
+  Ran ran = run({"metadata", "pull", "1.2", "--platform", "macos"});
+  EXPECT_NE(ran.err.find("a push would send it: App Review notes"), std::string::npos) << ran.err << ran.out;
+  ran = run({"metadata", "pull", "1.2", "--platform", "macos"});
+  EXPECT_TRUE(ran.out.starts_with("✓ Nothing written for 1.2 for macOS")) << ran.out;
+}
+
+TEST_F(MetadataTest, WhatIsNotReadIsTold) {
+  run({"metadata", "pull", "1.2"});
+  edit("metadata/listing/en-US.json", [](json& object) {
+    object["whatsNew"] = "Faster";
+    object["describtion"] = "?";
+    object["macos"] = {{"titel", "?"}};
+  });
+  repo.write("metadata/listing/en_GB.json", "{}");
+  repo.write("metadata/releases/1.2/en-US.json", R"({"name": "A", "whatToTest": "All"})");
+  EXPECT_EQ(
+      run({"metadata", "push"}).err,
+      "metadata/listing/en-US.json: describtion isn't a key that kestu reads.\n"
+      "metadata/listing/en-US.json: titel isn't a key that kestu reads.\n"
+      "metadata/listing/en-US.json: whatsNew isn't read here: it goes in metadata/releases/<version>/<locale>.json.\n"
+      "metadata/listing/en_GB.json isn't read: no language is written so, as en-US is.\n"
+      "metadata/releases/1.2/en-US.json: name isn't read here: it goes in metadata/listing/<locale>.json.\n");
+}
+
+TEST_F(MetadataTest, ATrackedPasswordIsWarnedOf) {
+  run({"metadata", "pull"});
+  edit("metadata/review.json", [](json& object) { object["demoAccountPassword"] = "pa55"; });
+  fs::remove(repo.path() / ".git");
+  std::string git = "cd '" + repo.path().string() + "' && git init -q";
+  ASSERT_EQ(std::system(git.c_str()), 0);
+  const std::string warning = "metadata/review.json holds the demo account's password and git tracks it, so it's in "
+                              "the repo's history: KESTU_REVIEW_DEMO_PASSWORD where kestu runs keeps it out.\n";
+  EXPECT_EQ(run({"metadata", "push"}).err, "");
+  ASSERT_EQ(std::system((git + " && git add metadata").c_str()), 0);
+  EXPECT_EQ(run({"metadata", "push"}).err, warning);
+  environment["KESTU_REVIEW_DEMO_PASSWORD"] = "other";
+  EXPECT_EQ(run({"metadata", "push"}).err, "");
+}
+
+TEST_F(MetadataTest, ContentRightsAreShownAndSet) {
+  EXPECT_NE(run({"metadata", "content-rights"}).out.find("isn't answered"), std::string::npos);
+  EXPECT_EQ(json::parse(run({"metadata", "content-rights", "--json"}).out)["contentRights"], nullptr);
+  EXPECT_EQ(run({"metadata", "content-rights", "set"}).status, 2);
+  EXPECT_EQ(run({"metadata", "content-rights", "set", "--third-party-content", "maybe"}).status, 2);
+  EXPECT_EQ(run({"metadata", "content-rights", "set", "--third-party-content", "no"}).status, 6);
+  EXPECT_EQ(run({"metadata", "content-rights", "set", "--third-party-content", "no", "--dry-run"}).out,
+            "Dry run: Content Rights would say that the app uses no third-party content, after your approval.\n");
+  server.scriptNextPlan({});
+  Ran ran = run({"metadata", "content-rights", "set", "--third-party-content", "no", "-y"});
+  EXPECT_TRUE(ran.out.ends_with("✓ Content Rights says that the app uses no third-party content.\n")) << ran.out;
+  EXPECT_EQ(pushed().back(), (json{{"contentRights", "DOES_NOT_USE_THIRD_PARTY_CONTENT"}}));
+  std::size_t sent = pushed().size();
+  EXPECT_EQ(run({"metadata", "content-rights", "set", "--third-party-content", "no"}).status, 0);
+  EXPECT_EQ(pushed().size(), sent);
+  EXPECT_EQ(run({"metadata", "content-rights"}).out, "Content Rights: the app uses no third-party content.\n");
+}
+
+} // namespace
+} // namespace kestu::tests

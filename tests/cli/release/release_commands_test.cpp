@@ -1,0 +1,323 @@
+#include "core/support/process.hpp"
+#include "sandbox/metadata/listing.hpp"
+#include "tests/support/command_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+using nlohmann::json;
+
+const std::string reviewTime =
+    "note  App Review on iOS takes about 22 hours now (the median of 412 reviews in the last 7 days).\n";
+
+/// A repository whose app has all that App Review needs of 1.2.
+class ReleaseTest : public CommandTest {
+ protected:
+  ReleaseTest() {
+    signIn();
+    link();
+    server.withState([&](sandbox::State& state) { makeReady(state); });
+  }
+
+  void makeReady(sandbox::State& state) const {
+    state.listings.apps[1234567890].contentRights = "DOES_NOT_USE_THIRD_PARTY_CONTENT";
+    state.kit.pages[1234567890].front().state = "published";
+    sandbox::Version& version = *state.version(1234567890, "ios", "1.2");
+    auto& info = sandbox::Listing::of(state, version);
+    info.review["contactPhone"] = "+43 1";
+    for (auto& [locale, fields] : info.texts) {
+      fields["whatsNew"] = "Faster.";
+      fields["keywords"] = "cloud";
+    }
+    for (auto& build : state.testFlight.builds) {
+      if (build.platform != "ios" || build.number != "43") continue;
+      build.uploadedAt = clock.now() - std::chrono::days(3);
+      version.buildId = build.buildId;
+    }
+  }
+
+  void git(std::vector<std::string> arguments, const std::string& date) const {
+    arguments.insert(arguments.begin(), {"git", "-c", "user.name=Ada", "-c", "user.email=ada@example.com"});
+    ProcessRequest request{.arguments = arguments, .folder = repo.path()};
+    request.environment = {{"GIT_COMMITTER_DATE", date}, {"GIT_CONFIG_GLOBAL", "/dev/null"}};
+    auto result = Process::run(request, {});
+    if (!result.succeeded()) throw std::runtime_error(result.err);
+  }
+  void commit(const std::string& date) const {
+    git({"add", "-A"}, date);
+    git({"commit", "-qm", "A change"}, date);
+  }
+};
+
+TEST_F(ReleaseTest, CheckSaysWhatKeepsAVersionBack) {
+  const std::string ready = "✓ 1.2 is ready for App Review";
+  struct Row {
+    const char* what;
+    std::function<void(sandbox::State&)> change;
+    std::map<std::string, std::string> files;
+    std::vector<std::string> arguments;
+    int status;
+    std::string out; // before the time that App Review takes
+    std::string end;
+  };
+  auto ios = [](sandbox::State& state) -> sandbox::Version& { return *state.version(1234567890, "ios", "1.2"); };
+  auto info = [&](sandbox::State& state) -> sandbox::VersionInfo& { return sandbox::Listing::of(state, ios(state)); };
+  const std::string swift = R"(KestuFlags.isOn("a-b c"); KestuFlags.isOn("new-radar"))";
+  for (const Row& row : std::vector<Row>{
+           {"nothing", {}, {}, {}, 0, "", ready + ".\nNext: kestu submit 1.2\n"},
+           {"nothing, named",
+            {},
+            {},
+            {"--platform", "ios", "--strict"},
+            0,
+            "",
+            ready + ".\nNext: kestu submit 1.2 --platform ios\n"},
+           {"a warning",
+            {},
+            {{"metadata/listing/ja.json", R"({"keywords": "a, b"})"}},
+            {},
+            0,
+            "warning  ja  ja: keywords have spaces after commas, which use up bytes of the 100.\n",
+            ready + ", with 1 warning.\nNext: kestu submit 1.2\n"},
+           {"a warning, strictly",
+            {},
+            {{"metadata/listing/ja.json", R"({"keywords": "a, b"})"}},
+            {"--strict"},
+            1,
+            "warning  ja  ja: keywords have spaces after commas, which use up bytes of the 100.\n",
+            "1.2 isn't ready for App Review: 1 warning.\n"},
+           {"the repo's text over App Store Connect's, its default over what is missing",
+            [&](auto& state) {
+              info(state).texts["ja"].erase("description");
+              info(state).texts["de-DE"]["supportUrl"] = "none";
+              info(state).texts["ja"]["supportUrl"] = "none";
+            },
+            {{"metadata/listing/default.json", R"({"supportUrl": "https://example.com/help"})"}},
+            {},
+            1,
+            "error  ja  ja: no description, which App Review needs.\n",
+            "1.2 isn't ready for App Review: 1 error.\n"},
+           {"a first version without what's new",
+            [&](auto& state) {
+              std::erase_if(state.versions, [](const auto& each) { return each.version == "1.1"; });
+              for (auto& [locale, fields] : info(state).texts) fields.erase("whatsNew");
+            },
+            {},
+            {},
+            0,
+            "",
+            ready + ".\nNext: kestu submit 1.2\n"},
+           {"an update without what's new",
+            [&](auto& state) { info(state).texts["ja"].erase("whatsNew"); },
+            {},
+            {},
+            1,
+            "error  ja  ja: no what's new, which App Review needs.\n",
+            "1.2 isn't ready for App Review: 1 error.\n"},
+           {"one that is out, of which only promotional text counts",
+            [&](auto& state) {
+              ios(state).state = "readyfordistribution";
+              info(state).texts["ja"] = {{"promotionalText", "TODO"}, {"supportUrl", "none"}};
+            },
+            {},
+            {},
+            1,
+            "warning  ja  ja: promotional text has \"TODO\", which reads as placeholder text.\n"
+            "error        1.2 is on the App Store already.\n",
+            "1.2 isn't ready for App Review: 1 error, with 1 warning.\n"},
+           {"everything about the version, in order",
+            [&](auto& state) {
+              ios(state).releaseType = "scheduled";
+              ios(state).earliestReleaseDate = FakeClock().now();
+              for (auto& build : state.testFlight.builds) build.state = "missingcompliance";
+              state.listings.apps[1234567890].contentRights.reset();
+              info(state).review.erase("contactEmail");
+              state.kit.pages[1234567890].front().state = "draft";
+            },
+            {{"metadata/listing/en-US.json", "{}"},
+             {"metadata/app.json", R"({"contentRightsDeclaration": "USES_THIRD_PARTY_CONTENT"})"},
+             {"metadata/review.json", R"({"demoAccountRequired": true, "demoAccountName": "demo"})"},
+             {"metadata/header/en-US/1.png", "?"},
+             {"App/A.swift", swift}},
+            {},
+            1,
+            "warning         1.2's scheduled release, 12:00, has passed: it goes out once approved.\n"
+            "error           1.2 (43)'s export compliance isn't answered: kestu builds compliance '1.2 (43)'\n"
+            "note            Content Rights is answered from metadata/app.json as the listing's pushed.\n"
+            "error           App Review's contact has no email.\n"
+            "note            App Review needs a demo account: Apple never gives its password back, so set "
+            "KESTU_REVIEW_DEMO_PASSWORD, or demoAccountPassword in metadata/review.json, to send it.\n"
+            "error    en-US  metadata/header/en-US/1.png isn't a PNG or a JPEG.\n"
+            "warning         The 1.2 What's New page is a draft, so no one sees it: kestu kit whats-new publish 1.2\n"
+            "warning         The code reads the flag a-b c (App/A.swift:1), which kestu doesn't have: kestu kit flags "
+            "create 'a-b c'\n",
+            "What App Review is told goes in metadata/review.json: kestu metadata push 1.2 sends it.\n"
+            "1.2 isn't ready for App Review: 3 errors, with 3 warnings.\n"},
+           {"a page that only the repo has",
+            [&](auto& state) { state.kit.pages.clear(); },
+            {{"metadata/releases/1.2/whatsnew/page.json", "{}"}},
+            {},
+            0,
+            "warning  metadata/releases/1.2/whatsnew isn't uploaded to kestu: kestu kit whats-new upload "
+            "metadata/releases/1.2/whatsnew --version 1.2\n",
+            ready + ", with 1 warning.\nNext: kestu submit 1.2\n"},
+       }) {
+    SCOPED_TRACE(row.what);
+    server.withState([&](sandbox::State& state) {
+      state.reset();
+      makeReady(state);
+      if (row.change) row.change(state);
+    });
+    for (const char* folder : {"metadata", "App"}) std::filesystem::remove_all(repo.path() / folder);
+    for (const auto& [path, bytes] : row.files) repo.write(path, bytes);
+    std::vector<std::string> arguments = {"release", "check", "1.2"};
+    arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+    setenv("TZ", "UTC", 1);
+    tzset();
+    Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, row.status) << ran.err;
+    EXPECT_EQ(ran.out.substr(0, row.out.size()), row.out);
+    std::size_t note = std::min(ran.out.size(), row.out.size());
+    EXPECT_TRUE(ran.out.substr(note).starts_with("note")) << ran.out;
+    EXPECT_EQ(ran.out.substr(std::min(ran.out.find('\n', note), ran.out.size() - 1) + 1), row.end);
+  }
+}
+
+TEST_F(ReleaseTest, CheckGoesOnWithoutWhatCannotBeRead) {
+  repo.write("App/A.swift", R"(KestuFlags.isOn("a"))");
+  repo.write("metadata/header/en-US/1.png", "?");
+  signIn({"release"});
+  server.onNext({.path = "/v1/apps/1234567890/assets/catalog", .status = 503});
+  Ran ran = run({"release", "check", "1.2"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  const char* starts[] = {"warning  The build's TestFlight days weren't checked: ",
+                          "warning  The header assets weren't checked against Apple's specs: ",
+                          "warning  The What's New page wasn't checked: ",
+                          "warning  The flags the code reads weren't checked: ",
+                          "note     App Review on iOS",
+                          "✓ 1.2 is ready for App Review, with 4 warnings.\n"};
+  std::size_t at = 0;
+  for (const char* start : starts) {
+    EXPECT_EQ(ran.out.find(start, at), at) << ran.out;
+    at = ran.out.find('\n', at) + 1;
+  }
+  server.onNext({.path = "/v1/review-times", .status = 503});
+  ran = run({"release", "check", "1.2"});
+  EXPECT_NE(ran.out.find("How long App Review takes wasn't found out: "), std::string::npos) << ran.out;
+  // What nothing can be said without stops it.
+  server.onNext({.path = "/v1/apps/1234567890/listing", .status = 503});
+  EXPECT_EQ(run({"release", "check", "1.2"}).status, 9);
+  EXPECT_EQ(run({"release", "check", "../1.2"}).status, 2);
+  EXPECT_NE(run({"release", "prepare", "1.2"}).err.find("isn't in this version of kestu yet."), std::string::npos);
+}
+
+TEST_F(ReleaseTest, CheckOfAVersionThatIsNotThereYet) {
+  repo.write("metadata/listing/en-US.json", R"({"name": "X"})");
+  Ran ran = run({"release", "check", "1.3"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.out,
+            "error    App Store Connect has no 1.3 yet: kestu release prepare 1.3 makes it.\n"
+            "warning  No What's New page for 1.3, though earlier versions had one.\n"
+            "note     App Review on iOS takes about 22 hours now (the median of 412 reviews in the last 7 days).\n"
+            "The rest is checked once 1.3 exists: kestu metadata validate checks the repo's listing now.\n"
+            "1.3 isn't ready for App Review: 1 error, with 1 warning.\n");
+  ran = run({"release", "check", "1.3", "--json"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(json::parse(ran.out)[0], json({{"level", "error"},
+                                           {"rule", "version"},
+                                           {"message", "App Store Connect has no 1.3 yet: kestu release prepare 1.3 "
+                                                       "makes it."}}));
+  EXPECT_TRUE(ran.err.ends_with("1.3 isn't ready for App Review: 1 error, with 1 warning.\n")) << ran.err;
+}
+
+TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
+  store.items.clear();
+  repo.write("metadata/screenshots/en-US/1.png", "?");
+  Ran ran = run({"metadata", "validate"});
+  EXPECT_EQ(ran.status, 7);
+  EXPECT_EQ(ran.err, "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).\n");
+
+  std::vector<std::string> locales = {"en-US"};
+  for (char letter = 'a'; locales.size() < 40; ++letter) {
+    locales.push_back(std::string("x") + letter);
+    locales.push_back(std::string("y") + letter);
+  }
+  auto write = [&](const std::string& locale, const json& texts) {
+    repo.write("metadata/listing/" + locale + ".json", texts.dump());
+  };
+  for (const std::string& locale : locales) write(locale, {{"name", "Name"}, {"keywords", "a,b"}});
+  ran = run({"metadata", "validate", "--strict"});
+  EXPECT_EQ(ran.status, 0) << ran.out;
+  EXPECT_TRUE(ran.out.ends_with(
+      "note  en-US was taken for the primary language, which only kestu knows: Not signed in. Run kestu login.\n"
+      "note  The screenshots weren't checked against Apple's specs: Not signed in. Run kestu login.\n"
+      "✓ The repo's listing keeps to Apple's limits.\n"))
+      << ran.out;
+  write("yb", {{"name", "N"}, {"description", "TODO"}, {"keywords", "a, A"}});
+  write("xc", {{"keywords", "a,b"}});
+  ran = run({"metadata", "validate", "--json"});
+  EXPECT_EQ(ran.status, 1);
+  std::vector<std::string> found;
+  for (const auto& finding : json::parse(ran.out)) {
+    found.push_back(finding["level"].get<std::string>() + " " + finding["rule"].get<std::string>() + " " +
+                    finding.value("locale", "-"));
+  }
+  EXPECT_EQ(found, (std::vector<std::string>{"warning missing xc", "error limit yb", "warning placeholder yb",
+                                             "warning keywords yb", "warning keywords yb", "note stale -",
+                                             "note missing -", "note assets -"}));
+  EXPECT_EQ(ran.err, "1 error, with 4 warnings.\n");
+  EXPECT_TRUE(server.requests().empty());
+  std::filesystem::remove(repo.path() / "kestu.json");
+  signIn();
+  EXPECT_NE(run({"metadata", "validate"}).out.find("Apple's specs: Name an app, or run kestu link"), std::string::npos);
+  EXPECT_EQ(run({"metadata", "validate", "--app", "None"}).status, 7);
+  write("yb", json::array());
+  EXPECT_EQ(run({"metadata", "validate"}).err, "metadata/listing/yb.json isn't a JSON object.\n");
+}
+
+TEST_F(ReleaseTest, ValidateUsesWhatItCanHave) {
+  server.withState([](sandbox::State& state) { state.app(1234567890)->primaryLocale = "de-DE"; });
+  repo.write("metadata/listing/de-DE.json", R"({"name": "Tageslicht", "subtitle": "Der Himmel"})");
+  repo.write("metadata/listing/en-US.json", R"({"name": "Daylight"})");
+  server.onNext({.path = "/v1/apps/1234567890/assets/catalog", .times = -1, .status = 503});
+  Ran ran = run({"metadata", "validate", "7.7"});
+  EXPECT_NE(ran.out.find("en-US: no subtitle, which de-DE has."), std::string::npos) << ran.out;
+  EXPECT_NE(ran.out.find("metadata/releases/7.7 isn't there"), std::string::npos) << ran.out;
+  EXPECT_EQ(run({"metadata", "validate", "--platform", "tvos"}).status, 0);
+  server.faults().clear();
+  EXPECT_EQ(run({"metadata", "validate", "--platform", "tvos"}).status, 7);
+  repo.write("kestu.json", "{");
+  EXPECT_EQ(run({"metadata", "validate"}).status, 1);
+}
+
+TEST_F(ReleaseTest, ValidateWithGitAndTheCatalog) {
+  std::filesystem::remove_all(repo.path() / ".git");
+  git({"init", "-q"}, "");
+  repo.write("fastlane/metadata/de-DE/name.txt", "Tageslicht\n");
+  repo.write("fastlane/metadata/en-US/name.txt", "Daylight\n");
+  repo.write("fastlane/metadata/en-US/keywords.txt", "sky\n");
+  repo.write("fastlane/metadata/de-DE/keywords.txt", "Himmel\n");
+  repo.write("fastlane/screenshots/en-US/1.png", "?");
+  commit("2026-01-01T00:00:00Z");
+  EXPECT_EQ(run({"metadata", "validate", "--strict"}).out,
+            "error  en-US  fastlane/screenshots/en-US/1.png isn't a PNG or a JPEG.\n1 error.\n");
+  std::filesystem::remove_all(repo.path() / "fastlane/screenshots");
+  repo.write("fastlane/metadata/en-US/name.txt", "Daylight Now\n");
+  commit("2026-01-02T00:00:00Z");
+  const std::string finding =
+      "warning  de-DE  de-DE: name last changed before en-US's, so may not say what it says now.\n";
+  Ran ran = run({"metadata", "validate"});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_EQ(ran.out, finding + "✓ The repo's listing keeps to Apple's limits, with 1 warning.\n");
+  ran = run({"metadata", "validate", "--layout", "fastlane", "--strict", "-o", "csv"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.out, "Level,Language,Message\nwarning,de-DE,\"de-DE: name last changed before en-US's, so may not say "
+                     "what it says now.\"\n");
+  repo.write("fastlane/metadata/de-DE/name.txt", "Tageslicht Jetzt\n"); // not committed, so changed now
+  EXPECT_EQ(run({"metadata", "validate", "--strict"}).out, "✓ The repo's listing keeps to Apple's limits.\n");
+}
+
+} // namespace
+} // namespace kestu::tests
