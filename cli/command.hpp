@@ -1,7 +1,7 @@
 #pragma once
 
-#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -55,7 +55,7 @@ class Command {
   std::string discussion;
   std::vector<Option> options;
   std::vector<Argument> arguments;
-  std::deque<Command> subcommands;
+  std::list<Command> subcommands;
   std::function<void(Context&)> run; ///< none for a group
   std::function<void()> validate;    ///< of several options together; throws a UsageError
   bool takesAnything = false;        ///< what follows is not looked at

@@ -7,6 +7,7 @@
 #include "core/service/transport.hpp"
 #include "core/support/clock.hpp"
 #include "core/support/json.hpp"
+#include "core/support/json_data.hpp"
 
 #include <nlohmann/json_fwd.hpp>
 
