@@ -4,6 +4,7 @@
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/platform.hpp"
+#include "core/release/versions.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -16,13 +17,11 @@ using Kind = CLIError::Kind;
 
 std::vector<std::string> platformWords() { return {platforms.begin(), platforms.end()}; }
 
-std::vector<StoreVersion> readVersions(const JSONValue& value) { return value.listAt("versions", StoreVersion::read); }
-
 /// The one version of the platform that can be edited.
 std::string editableVersion(const Client& client, const std::string& appPath, const std::string& platform,
                             const std::string& command) {
   std::vector<std::string> found;
-  for (const StoreVersion& each : client.get(appPath + "/versions", {{"platform", platform}}, readVersions).value) {
+  for (const StoreVersion& each : Versions::fetch(client, appPath, platform).value) {
     if (each.platform == platform && each.takesUpdate()) found.push_back(printable(each.version));
   }
   if (found.size() == 1) return found.front();

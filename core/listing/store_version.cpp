@@ -1,6 +1,7 @@
 #include "core/listing/store_version.hpp"
 
 #include "core/console/printable.hpp"
+#include "core/project/platform.hpp"
 
 #include <array>
 #include <string_view>
@@ -27,7 +28,7 @@ constexpr std::array<StateFacts, 14> states = {{
     {"rejected", "rejected", VersionStage::prepared},
     {"metadatarejected", "metadata rejected", VersionStage::prepared},
     {"developerrejected", "taken back from review", VersionStage::prepared},
-    {"invalidbinary", "invalid binary", VersionStage::prepared},
+    {"invalidbinary", "refused for an invalid build", VersionStage::prepared},
     {"removedfromsale", "removed from sale", VersionStage::out},
     {"replacedwithnewversion", "replaced by a newer version", VersionStage::out},
 }};
@@ -58,6 +59,7 @@ StoreVersion StoreVersion::read(const JSONValue& value) {
   version.phased = value.at("phased").boolean();
   version.phasedState = value.find("phasedState", &JSONValue::text);
   version.phasedDay = value.find("phasedDay", &JSONValue::integer);
+  version.sent = value.whenTrue("sent");
   version.build = value.find("build", readBuild);
   return version;
 }
@@ -71,5 +73,9 @@ std::string StoreVersion::stateText() const {
   const StateFacts* known = factsOf(state);
   return known ? std::string(known->text) : printable(state);
 }
+
+std::string StoreVersion::number() const { return printable(version); }
+
+std::string StoreVersion::title() const { return number() + " for " + platformLabel(platform); }
 
 } // namespace kestu

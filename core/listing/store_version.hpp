@@ -37,6 +37,7 @@ struct StoreVersion {
   bool phased = false;
   std::optional<std::string> phasedState{}; ///< "inactive", "active", "paused" or "complete"
   std::optional<std::int64_t> phasedDay{};
+  bool sent = false; ///< App Review has had it
   std::optional<Build> build{};
 
   static StoreVersion read(const JSONValue& value);
@@ -48,6 +49,9 @@ struct StoreVersion {
 
   /// The state for people: "waiting for review".
   std::string stateText() const;
+
+  std::string number() const; ///< "1.2", printable
+  std::string title() const;  ///< "1.2 for iOS", printable
 };
 
 } // namespace kestu
