@@ -13,8 +13,6 @@ namespace kestu {
 
 namespace {
 
-using Kind = CLIError::Kind;
-
 std::vector<std::string> platformWords() { return {platforms.begin(), platforms.end()}; }
 
 /// The one version of the platform that can be edited.
@@ -31,20 +29,6 @@ std::string editableVersion(const Client& client, const std::string& appPath, co
 }
 
 } // namespace
-
-CLIError noListing() {
-  return {CLIError::Kind::notFound,
-          "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/)."};
-}
-
-std::string shortList(std::vector<std::string> texts) {
-  constexpr std::size_t most = 6;
-  std::size_t more = texts.size() > most ? texts.size() - most : 0;
-  texts.resize(texts.size() - more);
-  return Text::joined(texts, ", ") + (more > 0 ? " and " + std::to_string(more) + " more" : "");
-}
-
-std::string MetadataTarget::title() const { return printable(version) + " for " + platformLabel(platform); }
 
 void declarePlatform(Command& command, std::optional<std::string>& platform) {
   command.option({{"--platform"},
@@ -80,14 +64,6 @@ MetadataTarget MetadataChoice::resolve(const Client& client, const Context& cont
   target.firstPlatform = on.platform == on.firstPlatform;
   target.version = version ? *version : editableVersion(client, on.path, target.platform, command);
   return target;
-}
-
-StoreListing fetchListing(const Client& client, const MetadataTarget& target) {
-  StoreListing listing = client.get(target.path, target.query(), StoreListing::read).value;
-  if (listing.version) return listing;
-  std::string version = printable(target.version);
-  throw CLIError(Kind::notFound, "App Store Connect has no " + target.title() + " yet: kestu release prepare " +
-                                     version + " makes it.");
 }
 
 void addMetadata(Command& command) {

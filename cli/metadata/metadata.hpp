@@ -4,7 +4,7 @@
 #include "cli/context.hpp"
 #include "cli/metadata/layout_option.hpp"
 #include "cli/options.hpp"
-#include "core/listing/listing_change.hpp"
+#include "core/listing/listing_push.hpp"
 
 #include <optional>
 #include <string>
@@ -13,14 +13,8 @@
 namespace kestu {
 
 /// What pull and push work on.
-struct MetadataTarget {
-  std::string path; ///< "/v1/apps/1234567890/listing"
-  std::string platform;
-  std::string version;
+struct MetadataTarget : ListingTarget {
   bool firstPlatform = true; ///< of those that the app is on
-
-  Query query() const { return {{"version", version}, {"platform", platform}}; }
-  std::string title() const; ///< "1.2 for iOS"
 };
 
 /// The options that name it.
@@ -38,14 +32,6 @@ struct MetadataChoice {
 };
 
 void declarePlatform(Command& command, std::optional<std::string>& platform);
-
-/// App Store Connect's listing of the version; a CLIError when it has no such version.
-StoreListing fetchListing(const Client& client, const MetadataTarget& target);
-
-CLIError noListing();
-
-/// "a, b, c", and how many more there are from the seventh on.
-std::string shortList(std::vector<std::string> texts);
 
 void addMetadataPull(Command& group);
 void addMetadataPush(Command& group);

@@ -116,24 +116,19 @@ void write(const std::vector<Writing::File>& files, const fs::path& root) {
 }
 
 /// What the files say otherwise all the same, since they have no place to tell the two apart.
-std::vector<std::string> leftApart(const StoreListing& store, const PullOptions& options, const MetadataTarget& target,
-                                   MetadataLayout layout, const fs::path& root) {
-  std::vector<std::string> values;
+std::vector<ListingDifference> leftApart(const StoreListing& store, const PullOptions& options,
+                                         const MetadataTarget& target, MetadataLayout layout, const fs::path& root) {
   auto listing = outcome([&] { return Metadata::read(layout, root, target.version, target.platform); });
-  if (!std::holds_alternative<RepoListing>(listing))
-    return values; // a broken file that this pull has nothing to do with
+  if (!std::holds_alternative<RepoListing>(listing)) return {}; // a broken file that this pull has nothing to do with
   auto change = ListingChange::between(std::get<RepoListing>(listing), store, {.locales = options.choice.locales});
-  for (const auto* list : {&change.differences, &change.held}) {
-    for (const ListingDifference& each : *list) values.push_back(printable(each.place) + " " + each.label);
-  }
-  return values;
+  change.differences.insert(change.differences.end(), change.held.begin(), change.held.end());
+  return change.differences;
 }
 
-std::string apartText(const std::vector<std::string>& values, const MetadataTarget& target) {
-  return "The repo still says otherwise than " + target.title() + ", and a push would send it: " + shortList(values) +
+std::string apartText(const std::vector<ListingDifference>& values, const MetadataTarget& target) {
+  return "The repo still says otherwise than " + target.title() + ", and a push would send it: " + placesText(values) +
          ". Its files have one place for what App Store Connect has apart: a default.json that every language takes, "
-         "or "
-         "a review.json for every platform.";
+         "or a review.json for every platform.";
 }
 
 std::string counted(std::size_t count) { return count == 1 ? "1 file" : std::to_string(count) + " files"; }
@@ -157,21 +152,25 @@ std::string doneText(const Writing& writing, const MetadataTarget& target, Metad
   return text + ".";
 }
 
-nlohmann::json answerOf(const Writing& writing, const MetadataTarget& target, MetadataLayout layout) {
-  nlohmann::json written = nlohmann::json::array();
-  for (const Writing::File& file : writing.changed) written.push_back(file.path);
-  return {{"layout", facts(layout).word},
-          {"version", target.version},
-          {"platform", target.platform},
-          {"written", written},
-          {"unchanged", writing.unchanged}};
+JSONData answerOf(const Writing& writing, const MetadataTarget& target, MetadataLayout layout,
+                  const std::vector<ListingDifference>& apart) {
+  JSONData written = JSONData::array();
+  for (const Writing::File& file : writing.changed) written.add(file.path);
+  JSONData places = JSONData::array();
+  for (const ListingDifference& each : apart) places.add(each.place + " " + each.label);
+  return JSONData::object({{"layout", facts(layout).word},
+                           {"version", target.version},
+                           {"platform", target.platform},
+                           {"written", std::move(written)},
+                           {"unchanged", writing.unchanged},
+                           {"apart", std::move(places)}});
 }
 
 void runPull(Context& context, const PullOptions& options) {
   fs::path root = Project::root(context.folder);
   Client client = context.signedIn();
   MetadataTarget target = options.choice.resolve(client, context, "kestu metadata pull");
-  StoreListing store = fetchListing(client, target);
+  StoreListing store = ListingPush::fetch(client, target);
   requireLocales(store, options, target);
   MetadataLayout layout = options.choice.layout.chosen(root).value_or(MetadataLayout::kestu);
   Writing writing = compared(Metadata::files(layout, root, toWrite(store, options, target)), root);
@@ -182,8 +181,7 @@ void runPull(Context& context, const PullOptions& options) {
   write(writing.changed, root);
   auto apart = leftApart(store, options, target, layout, root);
   if (!apart.empty()) context.console.error(apartText(apart, target));
-  auto answer = answerOf(writing, target, layout);
-  answer["apart"] = apart;
+  auto answer = nlohmann::json::parse(answerOf(writing, target, layout, apart).compact());
   options.emit(context.console, answer, doneText(writing, target, layout, apart.empty()));
 }
 

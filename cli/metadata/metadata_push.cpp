@@ -3,6 +3,7 @@
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/project.hpp"
+#include "core/release/listing_refusals.hpp"
 #include "core/support/text.hpp"
 
 #include <nlohmann/json.hpp>
@@ -12,60 +13,26 @@ namespace kestu {
 namespace {
 
 namespace fs = std::filesystem;
-using Kind = CLIError::Kind;
 
 struct PushOptions : ChangeOptions {
   MetadataChoice choice;
   bool demoPassword = false;
+  bool noCheck = false;
 };
 
-ListingChange::Choice choiceOf(const Context& context, const PushOptions& options, const RepoListing& listing) {
-  ListingChange::Choice choice;
-  choice.locales = options.choice.locales;
-  choice.demoPassword = Metadata::demoPassword(listing, context.environment);
-  choice.sendPassword = options.demoPassword;
-  if (options.demoPassword && !choice.demoPassword) {
-    bool fastlane = listing.layout == MetadataLayout::fastlane;
-    throw CLIError(Kind::usage, "There is no demo account's password to send: set " +
-                                    std::string(Metadata::demoPasswordVariable) + ", or " +
-                                    (fastlane ? "fastlane/metadata/review_information/demo_password.txt."
-                                              : "demoAccountPassword in metadata/review.json."));
-  }
-  return choice;
-}
-
-void requireLocales(const RepoListing& listing, const StoreListing& store, const std::vector<std::string>& locales) {
-  LocaleTexts texts = listing.resolved(store.locales());
-  for (const std::string& locale : locales) {
-    if (texts.contains(locale)) continue;
-    throw CLIError(Kind::notFound, "The repo's listing has no " + printable(locale) + ", so nothing was sent.");
-  }
-}
-
 std::string counted(std::size_t count) { return count == 1 ? "1 value" : std::to_string(count) + " values"; }
-
-/// What a version that can't be edited keeps as it is.
-std::string heldText(const ListingChange& change, const StoreVersion& version, const MetadataTarget& target) {
-  std::vector<std::string> held;
-  for (const ListingDifference& each : change.held) held.push_back(printable(each.place) + " " + each.label);
-  return target.title() + " is " + version.stateText() +
-         " and takes only promotional text, so these stay: " + shortList(held) + ".";
-}
 
 void send(Context& context, const Client& client, const PushOptions& options, const MetadataTarget& target,
           const ListingChange& change) {
   std::string count = counted(change.differences.size());
   std::string lines = differencesText(change.differences, context.console.width(), context.console.style());
+  ChangeRequest request = ListingPush::request(target, change, options.dryRun);
   if (options.dryRun) {
-    ListingChange shown = change;
-    shown.demoPassword.reset(); // nothing that is only looked at needs it
-    ChangeRequest request{"POST", target.path, target.query(), Client::encoded(shown.request())};
     options.say(context.console, lines);
     options.send(context, client, request,
                  "Dry run: " + target.title() + " would take " + count + " from the repo, after your approval.");
     return;
   }
-  ChangeRequest request{"POST", target.path, target.query(), Client::encoded(change.request())};
   if (options.yes) options.say(context.console, lines);
   options.confirm(context, target.title() + ", " + count + " from the repo, after your approval:\n" + lines, true);
   options.send(context, client, request, "✓ " + target.title() + " has the repo's listing, " + count + " changed.");
@@ -73,18 +40,20 @@ void send(Context& context, const Client& client, const PushOptions& options, co
 
 void runPush(Context& context, const PushOptions& options) {
   fs::path root = Project::root(context.folder);
-  if (!options.choice.layout.chosen(root)) throw noListing();
+  if (!options.choice.layout.chosen(root)) throw ListingPush::noListing();
   Client client = context.signedIn();
   MetadataTarget target = options.choice.resolve(client, context, "kestu metadata push");
-  auto listing = options.choice.layout.read(root, target.version, target.platform);
-  if (!listing || listing->isEmpty()) throw noListing();
-  ListingChange::Choice choice = choiceOf(context, options, *listing);
+  auto listing = ListingPush::read(root, options.choice.layout.layout, target);
+  if (!listing) throw ListingPush::noListing();
+  auto choice = ListingPush::choice(*listing, options.choice.locales, options.demoPassword, context.environment);
   tellNotes(context, *listing);
   warnOfTrackedPassword(context, *listing);
-  StoreListing store = fetchListing(client, target);
-  requireLocales(*listing, store, options.choice.locales);
-  ListingChange change = ListingChange::between(*listing, store, choice);
-  if (!change.held.empty()) context.console.error(heldText(change, *store.version, target));
+  StoreListing store = ListingPush::fetch(client, target);
+  ListingChange change = ListingPush::change(*listing, store, choice);
+  if (!change.held.empty()) context.console.error(ListingPush::heldText(change, store, target));
+  if (auto refusals = ReleaseCheck::refusals(change); !refusals.empty() && !options.noCheck) {
+    throw ReleaseCheck::notSent(refusals);
+  }
   if (!change.isEmpty()) return send(context, client, options, target, change);
   std::string done = change.held.empty() ? " says what the repo does already: nothing sent."
                                          : " takes nothing else that differs: nothing sent.";
@@ -104,6 +73,7 @@ void addMetadataPush(Command& group) {
   command.flag({"--demo-password"}, options->demoPassword,
                "Send the demo account's password also when nothing else that App Review is told differs. It's taken "
                "from KESTU_REVIEW_DEMO_PASSWORD, or else from the repo.");
+  command.flag({"--no-check"}, options->noCheck, "Send also what kestu metadata validate calls an error.");
   command.validate = [options] {
     if (options->demoPassword && !options->choice.locales.empty()) {
       throw UsageError("--locale sends languages' text alone, so --demo-password has no place beside it.");

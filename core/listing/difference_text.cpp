@@ -71,4 +71,13 @@ std::string differencesText(const std::vector<ListingDifference>& differences, i
   return Format::table(rows);
 }
 
+std::string placesText(const std::vector<ListingDifference>& differences) {
+  constexpr std::size_t most = 6;
+  std::vector<std::string> places;
+  for (const ListingDifference& each : differences) places.push_back(printable(each.place) + " " + each.label);
+  std::size_t more = places.size() > most ? places.size() - most : 0;
+  places.resize(places.size() - more);
+  return Text::joined(places, ", ") + (more > 0 ? " and " + std::to_string(more) + " more" : "");
+}
+
 } // namespace kestu

@@ -1,9 +1,7 @@
 #include "core/listing/listing_change.hpp"
 
 #include "core/listing/listing_file.hpp"
-#include "core/listing/metadata.hpp"
-
-#include <nlohmann/json.hpp>
+#include "core/project/apple_locales.hpp"
 
 #include <algorithm>
 #include <set>
@@ -11,8 +9,6 @@
 namespace kestu {
 
 namespace {
-
-using nlohmann::json;
 
 std::optional<std::string> textOf(const JSONValue& object, std::string_view key) {
   auto text = object.find(key, &JSONValue::text);
@@ -42,7 +38,7 @@ ReviewInfo readReview(const JSONValue& value) {
 std::vector<std::pair<std::string, JSONValue>> localeMembers(const JSONValue& value) {
   auto members = value.members();
   for (const auto& [locale, each] : members) {
-    if (!Metadata::localeShape(locale)) throw JSONError(each.path() + " isn't named by a locale");
+    if (!AppleLocales::localeShape(locale)) throw JSONError(each.path() + " isn't named by a locale");
   }
   return members;
 }
@@ -151,18 +147,21 @@ ListingChange ListingChange::between(const RepoListing& repo, const StoreListing
   return std::move(comparison.change);
 }
 
-json ListingChange::request() const {
-  json request = json::object();
+JSONData ListingChange::request() const {
+  JSONData request = JSONData::object();
+  JSONData languages = JSONData::object();
   for (const auto& [locale, text] : texts) {
-    for (ListingField field : text.given()) request["locales"][locale][std::string(facts(field).key)] = *text[field];
+    JSONData fields = JSONData::object();
+    for (ListingField field : text.given()) fields.set(std::string(facts(field).key), *text[field]);
+    languages.set(locale, std::move(fields));
   }
-  if (copyright) request["copyright"] = *copyright;
-  if (contentRights) request["contentRights"] = appleValue(*contentRights);
-  for (const ReviewTextFacts& text : reviewTexts()) {
-    if (review.*text.field) request["review"][std::string(text.key)] = *(review.*text.field);
-  }
-  if (review.demoAccountRequired) request["review"]["demoAccountRequired"] = *review.demoAccountRequired;
-  if (demoPassword) request["review"]["demoAccountPassword"] = *demoPassword;
+  if (!languages.isEmpty()) request.set("locales", std::move(languages));
+  request.setGiven("copyright", copyright);
+  if (contentRights) request.set("contentRights", appleValue(*contentRights));
+  JSONData told = JSONData::object();
+  for (const ReviewTextFacts& text : reviewTexts()) told.setGiven(std::string(text.key), review.*text.field);
+  told.setGiven("demoAccountRequired", review.demoAccountRequired).setGiven("demoAccountPassword", demoPassword);
+  if (!told.isEmpty()) request.set("review", std::move(told));
   return request;
 }
 

@@ -4,8 +4,7 @@
 #include "core/listing/repo_listing.hpp"
 #include "core/listing/store_version.hpp"
 #include "core/support/json.hpp"
-
-#include <nlohmann/json_fwd.hpp>
+#include "core/support/json_data.hpp"
 
 #include <map>
 #include <optional>
@@ -51,7 +50,7 @@ struct ListingChange {
   std::vector<ListingDifference> held{};        ///< what differs too, and the version can't take any more
 
   bool isEmpty() const { return differences.empty(); }
-  nlohmann::json request() const;
+  JSONData request() const;
 
   struct Choice {
     std::vector<std::string> locales{}; ///< these languages' text alone; everything when empty
@@ -65,5 +64,8 @@ struct ListingChange {
 
 /// "en-US  name  old → new" a line, shortened to so many columns around where the texts part.
 std::string differencesText(const std::vector<ListingDifference>& differences, int width, const TextStyles& style);
+
+/// "en-US name, App copyright", and how many more there are from the seventh on; printable.
+std::string placesText(const std::vector<ListingDifference>& differences);
 
 } // namespace kestu

@@ -3,6 +3,7 @@
 #include "core/console/printable.hpp"
 #include "core/listing/listing_field.hpp"
 #include "core/listing/metadata.hpp"
+#include "core/project/apple_locales.hpp"
 #include "core/project/platform.hpp"
 #include "core/support/files.hpp"
 #include "core/support/json.hpp"
@@ -124,7 +125,7 @@ std::vector<ListingEntry> languages(const fs::path& root, const std::string& fol
   std::vector<ListingEntry> found;
   for (const std::string& name : entriesOf(root, folder)) {
     std::string locale = localeOf(name, kind);
-    if (locale != "default" && !Metadata::localeShape(locale)) continue;
+    if (locale != "default" && !AppleLocales::localeShape(locale)) continue;
     std::string path = folder + "/" + name;
     if (isFolder(root, path) == (kind == Entries::folders)) found.push_back({locale, path});
   }

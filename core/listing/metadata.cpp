@@ -10,9 +10,6 @@ namespace kestu::Metadata {
 
 namespace {
 
-bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
 void requireVersion(const std::optional<std::string>& version) {
   if (!version || versionShape(*version)) return;
   throw CLIError(CLIError::Kind::usage, printable(*version) + " can't be a version: it's a number, as 1.2.");
@@ -25,20 +22,6 @@ std::optional<std::string> passwordGiven(const Environment& environment) {
 }
 
 } // namespace
-
-bool localeShape(std::string_view text) {
-  for (std::size_t part = 0; part < 4; ++part) {
-    std::size_t length = std::min(text.find('-'), text.size());
-    std::string_view subtag = text.substr(0, length);
-    bool sized = part == 0 ? length >= 2 && length <= 3 : length >= 2 && length <= 8;
-    bool spelled =
-        std::all_of(subtag.begin(), subtag.end(), [&](char c) { return isLetter(c) || (part > 0 && isDigit(c)); });
-    if (!sized || !spelled) return false;
-    if (length == text.size()) return true;
-    text.remove_prefix(length + 1);
-  }
-  return false;
-}
 
 bool versionShape(std::string_view text) {
   bool plain = text.find('/') == std::string_view::npos && text.find('\0') == std::string_view::npos;

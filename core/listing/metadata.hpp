@@ -39,9 +39,6 @@ namespace Metadata {
 
 inline constexpr std::string_view demoPasswordVariable = "KESTU_REVIEW_DEMO_PASSWORD";
 
-/// Whether the text looks like a locale code: "en-US", "zh-Hans".
-bool localeShape(std::string_view text);
-
 /// Whether the text can name a version's folder. A version is named on the command line, so it may be anything.
 bool versionShape(std::string_view text);
 

@@ -197,6 +197,34 @@ TEST_F(MetadataTest, APushIsLimitedAsAsked) {
   }
 }
 
+TEST_F(MetadataTest, APushRefusesWhatAppleWouldntTake) {
+  run({"metadata", "pull"});
+  edit("metadata/listing/en-US.json", [](json& object) { object["name"] = std::string(31, 'n'); });
+  edit("metadata/listing/de-DE.json", [](json& object) { object["supportUrl"] = "daylight.example"; });
+  const std::string german = "de-DE: support URL isn't a web address: daylight.example\n";
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string err;
+  };
+  const std::string lead = "Apple wouldn't take these, so nothing was sent:\n";
+  for (const Row& row : std::vector<Row>{
+           {{}, 1, lead + german + "en-US: name is 31 characters, 30 at most.\n"},
+           {{"--dry-run", "--json"}, 1, lead + german + "en-US: name is 31 characters, 30 at most.\n"},
+           {{"--locale", "de-DE", "--yes"}, 1, lead + german},
+           {{"--locale", "ja"}, 0, ""},
+           {{"--dry-run", "--no-check"}, 0, ""},
+           {{"1.1", "--dry-run"}, 0, "1.1 for iOS is on the App Store"},
+       }) {
+    std::vector<std::string> arguments = {"metadata", "push"};
+    arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+    Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, row.status) << row.err << ran.err;
+    EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
+  }
+  EXPECT_EQ(pushed().size(), 1U) << "the dry run with --no-check";
+}
+
 TEST_F(MetadataTest, WhatTheFilesCantTellApartIsSaid) {
   server.withState([](sandbox::State& state) {
     auto& info = sandbox::Listing::of(state, *state.version(1234567890, "macos", "1.2"));

@@ -93,7 +93,7 @@ TEST(ListingChange, HoldsOnlyWhatDiffers) {
     RepoListing repo = same();
     row.edit(repo);
     ListingChange change = ListingChange::between(repo, store(), row.choice);
-    EXPECT_EQ(change.request(), row.request);
+    EXPECT_EQ(json::parse(change.request().compact()), row.request);
     EXPECT_EQ(change.isEmpty(), row.request.empty());
     EXPECT_TRUE(change.held.empty());
     for (const ListingDifference& each : change.differences) EXPECT_NE(each.after, "secret");
@@ -122,7 +122,7 @@ TEST(ListingChange, OnlyAVersionThatCanBeEditedTakesMoreThanPromotionalText) {
     ListingChange change = ListingChange::between(repo, store(state), {{}, "secret", true});
     EXPECT_EQ(change.held.size(), held);
     if (held > 0) {
-      EXPECT_EQ(change.request(), (json{{"locales", {{"en-US", {{"promotionalText", "Q"}}}}}}));
+      EXPECT_EQ(json::parse(change.request().compact()), (json{{"locales", {{"en-US", {{"promotionalText", "Q"}}}}}}));
     }
   }
 }

@@ -66,17 +66,6 @@ TEST(ListingFiles, TheFirstLayoutFoundWins) {
   EXPECT_EQ(Metadata::detect(repo.path()), std::nullopt);
 }
 
-TEST(ListingFiles, LocaleCodesByTheirShape) {
-  for (const char* code :
-       {"en", "en-US", "de-DE", "zh-Hans", "pt-BR", "sr-Latn-RS", "ca-ES-valencia-12345678", "fil"}) {
-    EXPECT_TRUE(Metadata::localeShape(code)) << code;
-  }
-  for (const char* code : {"", "e", "engl", "en-", "-US", "en-U", "en_US", "en-123456789", "a1", "en-US-aa-bb-cc",
-                           "screenshots", "../en", "en-US/x", "en-ÜS", "en-US ", "default"}) {
-    EXPECT_FALSE(Metadata::localeShape(code)) << code;
-  }
-}
-
 TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
   const std::string rights = "metadata/app.json: contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or "
                              "USES_THIRD_PARTY_CONTENT.";
