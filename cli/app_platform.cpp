@@ -1,9 +1,9 @@
 #include "cli/app_platform.hpp"
 
 #include "cli/context.hpp"
+#include "core/assets/asset_sending.hpp"
 #include "core/project/app_choice.hpp"
 #include "core/project/platform.hpp"
-#include "core/support/tasks.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -34,16 +34,8 @@ Response<AssetCatalog> fetchCatalog(const Client& client, const AppOnPlatform& a
   return client.get(app.path + "/assets/catalog", {{"platform", app.platform}}, AssetCatalog::read);
 }
 
-AssetCatalog fetchCatalogs(const Client& client, const AppOnPlatform& app, const std::stop_token& stop) {
-  std::vector<AssetCatalog> catalogs(app.platforms.size());
-  fewAtOnce(catalogs.size(), catalogs.size(), stop, [&](std::size_t index, const std::stop_token&) {
-    AppOnPlatform one = app;
-    one.platform = app.platforms[index];
-    catalogs[index] = fetchCatalog(client, one).value;
-  });
-  AssetCatalog all;
-  for (const AssetCatalog& catalog : catalogs) all.add(catalog);
-  return all;
+AssetCatalog fetchCatalogs(const Client& client, const AppOnPlatform& app) {
+  return AssetPush::catalogs(client, app.path, app.platforms);
 }
 
 } // namespace kestu

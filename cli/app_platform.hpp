@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -31,6 +30,6 @@ struct AppOnPlatform {
 Response<AssetCatalog> fetchCatalog(const Client& client, const AppOnPlatform& app);
 
 /// The displays of all the app's platforms, so that a folder of another one's display is known for what it is.
-AssetCatalog fetchCatalogs(const Client& client, const AppOnPlatform& app, const std::stop_token& stop);
+AssetCatalog fetchCatalogs(const Client& client, const AppOnPlatform& app);
 
 } // namespace kestu

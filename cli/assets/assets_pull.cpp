@@ -35,7 +35,7 @@ Facts fetch(const Context& context, const Client& client, const AppOnPlatform& t
   Facts facts;
   fewAtOnce(2, 2, context.stop, [&](std::size_t index, const std::stop_token&) {
     if (index == 0) {
-      facts.catalog = fetchCatalogs(client, target, context.stop);
+      facts.catalog = fetchCatalogs(client, target);
     } else {
       Query query = {{"version", version}, {"platform", target.platform}};
       facts.shown = client.get(target.path + "/assets", query, ShownAssets::read).value;

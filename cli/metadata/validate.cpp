@@ -53,7 +53,7 @@ Remote fetchRemote(Context& context, const ValidateOptions& options) {
   if (const auto* why = std::get_if<CLIError>(&remote.app)) {
     remote.catalog = *why;
   } else {
-    remote.catalog = attempt(options, [&] { return fetchCatalogs(*client, *remote.known(), context.stop); });
+    remote.catalog = attempt(options, [&] { return fetchCatalogs(*client, *remote.known()); });
   }
   return remote;
 }

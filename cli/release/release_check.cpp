@@ -59,7 +59,7 @@ Facts gather(Context& context, const Client& client, const ReleaseCheckOptions& 
       [&](const auto&) {
         facts.builds = outcome([&] { return Builds::fetch(client, path, facts.app.platform, options.version).value; });
       },
-      [&](const auto&) { facts.catalog = outcome([&] { return fetchCatalogs(client, facts.app, context.stop); }); },
+      [&](const auto&) { facts.catalog = outcome([&] { return fetchCatalogs(client, facts.app); }); },
       [&](const auto&) { facts.pages = outcome([&] { return fetchWhatsNewPages(client, facts.app.appId).value; }); },
       [&](const auto&) { facts.flags = outcome([&] { return fetchKitFlags(client, facts.app.appId).value; }); },
       [&](const auto&) { facts.times = outcome([&] { return client.get("/v1/review-times", {}, readTimes).value; }); },

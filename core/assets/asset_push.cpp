@@ -1,9 +1,8 @@
 #include "core/assets/asset_push.hpp"
 
 #include "core/support/error.hpp"
+#include "core/support/json_data.hpp"
 #include "core/support/tasks.hpp"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <map>
@@ -30,24 +29,27 @@ std::string pathInKind(const AssetSet& set, const AssetFile& file) {
   return set.locale + "/" + file.name;
 }
 
-/// Groups the sets by language, in their order, each made into JSON by `make`.
-nlohmann::json byLanguage(const std::vector<AssetSet>& sets,
-                          const std::function<nlohmann::json(const AssetSet&)>& make) {
-  nlohmann::json languages = nlohmann::json::array();
-  std::map<std::string, std::size_t> positions;
+/// {"languages": …}: the sets by language, in their order, each made into JSON by `make`.
+JSONData byLanguage(const std::vector<AssetSet>& sets, const std::function<JSONData(const AssetSet&)>& make) {
+  std::vector<std::pair<std::string, JSONData>> languages;
   for (const AssetSet& set : sets) {
-    auto [position, added] = positions.emplace(set.locale, languages.size());
-    if (added) languages.push_back({{"locale", set.locale}, {"displays", nlohmann::json::array()}});
-    languages[position->second]["displays"].push_back(make(set));
+    auto same = [&](const auto& language) { return language.first == set.locale; };
+    auto language = std::find_if(languages.begin(), languages.end(), same);
+    if (language == languages.end()) language = languages.insert(language, {set.locale, JSONData::array()});
+    language->second.add(make(set));
   }
-  return languages;
+  JSONData list = JSONData::array();
+  for (auto& [locale, displays] : languages) {
+    list.add(JSONData::object({{"locale", locale}, {"displays", std::move(displays)}}));
+  }
+  return JSONData::object({{"languages", std::move(list)}});
 }
 
-nlohmann::json framesOf(const std::vector<AssetSet>& sets) {
-  nlohmann::json frames = nlohmann::json::object();
+JSONData framesOf(const std::vector<AssetSet>& sets) {
+  JSONData frames = JSONData::object();
   for (const AssetSet& set : sets) {
     for (const AssetFile& file : set.files) {
-      if (file.frame) frames[pathInKind(set, file)] = *file.frame;
+      if (file.frame) frames.set(pathInKind(set, file), *file.frame);
     }
   }
   return frames;
@@ -91,28 +93,28 @@ bool AssetsPlan::unchanged() const {
 
 namespace AssetPush {
 
-nlohmann::json planned(const std::vector<AssetSet>& sets) {
-  nlohmann::json files = nlohmann::json::array();
+JSONData planned(const std::vector<AssetSet>& sets) {
+  JSONData files = JSONData::array();
   std::set<std::string> known;
-  auto languages = byLanguage(sets, [&](const AssetSet& set) {
-    nlohmann::json assets = nlohmann::json::array();
-    nlohmann::json frames = nlohmann::json::object();
+  JSONData request = byLanguage(sets, [&](const AssetSet& set) {
+    JSONData assets = JSONData::array();
+    JSONData frames = JSONData::object();
     for (const AssetFile& file : set.files) {
       std::string md5 = file.md5.value_or("");
-      assets.push_back(md5);
-      if (file.frame) frames[md5] = *file.frame;
-      // A reservation at Apple needs each file's name and size.
-      if (known.insert(md5).second) {
-        files.push_back({{"md5", md5}, {"fileName", file.name}, {"size", file.size}, {"video", file.isVideo}});
-        // Where Apple tells no checksum, what was pulled is known by its asset.
-        if (file.assetId) files.back()["assetId"] = *file.assetId;
-      }
+      assets.add(md5);
+      if (file.frame) frames.set(md5, *file.frame);
+      if (!known.insert(md5).second) continue;
+      // A reservation at Apple needs each file's name and size; where Apple tells no checksum, what was pulled is known
+      // by its asset.
+      files.add(JSONData::object({{"md5", md5}, {"fileName", file.name}, {"size", file.size}, {"video", file.isVideo}})
+                    .setGiven("assetId", file.assetId));
     }
-    nlohmann::json display = {{"kind", facts(set.kind).key}, {"group", set.display.group}, {"assets", assets}};
-    if (!frames.empty()) display["frames"] = frames;
+    JSONData display =
+        JSONData::object({{"kind", facts(set.kind).key}, {"group", set.display.group}, {"assets", std::move(assets)}});
+    if (!frames.isEmpty()) display.set("frames", std::move(frames));
     return display;
   });
-  return {{"languages", languages}, {"files", files}};
+  return request.set("files", std::move(files));
 }
 
 const PlannedDisplay& displayOf(const AssetsPlan& plan, const AssetSet& set) {
@@ -127,17 +129,16 @@ const PlannedDisplay& displayOf(const AssetsPlan& plan, const AssetSet& set) {
   throw JSONError("the plan lacks " + set.locale + " " + set.display.group);
 }
 
-nlohmann::json placed(const AssetsPlan& plan, const std::vector<AssetSet>& sets) {
-  auto languages = byLanguage(sets, [&](const AssetSet& set) {
+JSONData placed(const AssetsPlan& plan, const std::vector<AssetSet>& sets) {
+  JSONData request = byLanguage(sets, [&](const AssetSet& set) {
     const PlannedDisplay& display = displayOf(plan, set);
-    nlohmann::json files = nlohmann::json::array();
+    JSONData files = JSONData::array();
     for (std::size_t i = 0; i < set.files.size(); ++i) {
-      files.push_back({{"assetId", display.assets[i]}, {"path", pathInKind(set, set.files[i])}});
+      files.add(JSONData::object({{"assetId", display.assets[i]}, {"path", pathInKind(set, set.files[i])}}));
     }
-    return nlohmann::json{{"kind", facts(set.kind).key}, {"group", set.display.group}, {"files", files}};
+    return JSONData::object({{"kind", facts(set.kind).key}, {"group", set.display.group}, {"files", std::move(files)}});
   });
-  nlohmann::json request = {{"languages", languages}};
-  if (auto frames = framesOf(sets); !frames.empty()) request["frames"] = frames;
+  if (JSONData frames = framesOf(sets); !frames.isEmpty()) request.set("frames", std::move(frames));
   return request;
 }
 

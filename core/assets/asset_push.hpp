@@ -3,8 +3,6 @@
 #include "core/assets/asset_scan.hpp"
 #include "core/service/part_uploader.hpp"
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -13,6 +11,8 @@
 #include <vector>
 
 namespace kestu {
+
+class JSONData;
 
 /// What a display is to show: the asset IDs in order, those already at Apple and those newly reserved.
 struct PlannedDisplay {
@@ -63,13 +63,13 @@ namespace AssetPush {
 
 /// The plan's request: each display's checksums in order and its videos' poster frames by checksum, and each file once
 /// with its name, its size and, where it was pulled, its asset.
-nlohmann::json planned(const std::vector<AssetSet>& sets);
+JSONData planned(const std::vector<AssetSet>& sets);
 
 /// The planned display of a set; throws JSONError when the plan lacks it or gives it another number of assets.
 const PlannedDisplay& displayOf(const AssetsPlan& plan, const AssetSet& set);
 
 /// The commit's request: each display's asset IDs with their files, and the videos' poster frames.
-nlohmann::json placed(const AssetsPlan& plan, const std::vector<AssetSet>& sets);
+JSONData placed(const AssetsPlan& plan, const std::vector<AssetSet>& sets);
 
 /// The local file of every upload, by checksum. A CLIError when the service asks for another file.
 std::vector<AssetTransfer> transfers(const AssetsPlan& plan, const std::vector<AssetSet>& sets);

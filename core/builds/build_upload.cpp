@@ -66,6 +66,7 @@ void BuildUpload::send(const BuildFile& file, const std::vector<UploadPart>& par
   auto same = [&] { return FileStamp::of(file.file) == file.stamp; };
   const CLIError changed(Kind::failed, file.name() + " changed while it was being sent.");
   if (!same()) throw changed;
+  if (!UploadPart::areWhole(parts, static_cast<std::int64_t>(file.size))) throw notUnderstood();
   uploader.send(file.file, parts, partsAtOnce, stop, progress, moved);
   // Parts of two builds that are as long would make one that is neither.
   if (!same()) throw changed;

@@ -23,6 +23,15 @@ CLIError changed(const std::filesystem::path& file) {
   return {CLIError::Kind::failed, printable(file.filename().string()) + " changed while it was being sent."};
 }
 
+void requireWhole(const std::filesystem::path& file, const std::vector<UploadPart>& parts) {
+  std::int64_t end = 0;
+  for (const UploadPart& part : parts) end = std::max(end, part.offset + part.length);
+  if (!UploadPart::areWhole(parts, end)) throw notUnderstood();
+  std::error_code gone;
+  auto size = std::filesystem::file_size(file, gone);
+  if (gone || size != static_cast<std::uint64_t>(end)) throw changed(file);
+}
+
 /// The part's bytes, read from the file as they are sent; fewer than promised throws `changed`.
 RequestBody bodyOf(const std::filesystem::path& file, const UploadPart& part) {
   std::shared_ptr<const FileReader> reader;
@@ -75,11 +84,24 @@ UploadPart UploadPart::read(const JSONValue& value) {
   return part;
 }
 
+bool UploadPart::areWhole(const std::vector<UploadPart>& parts, std::int64_t size) {
+  std::vector<std::pair<std::int64_t, std::int64_t>> ranges;
+  for (const UploadPart& part : parts) ranges.emplace_back(part.offset, part.length);
+  std::sort(ranges.begin(), ranges.end());
+  std::int64_t covered = 0;
+  for (const auto& [offset, length] : ranges) {
+    if (offset != covered || (length == 0 && size > 0)) return false;
+    covered += length;
+  }
+  return !parts.empty() && covered == size;
+}
+
 void PartUploader::send(const std::filesystem::path& file, const std::vector<UploadPart>& parts, int atOnce,
                         const std::stop_token& stop, const Progress& progress, const Moved& moved) const {
   for (const UploadPart& part : parts) {
     if (!mayTransferWith(part.url)) throw notUnderstood();
   }
+  requireWhole(file, parts);
   std::mutex mutex;
   std::atomic<int> done = 0;
   fewAtOnce(parts.size(), static_cast<std::size_t>(std::max(atOnce, 1)), stop,

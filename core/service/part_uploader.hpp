@@ -25,6 +25,9 @@ struct UploadPart {
 
   /// Throws JSONError, for a range that no file has, too.
   static UploadPart read(const JSONValue& value);
+
+  /// Whether the parts, in whatever order, cover a file of so many bytes once and whole.
+  static bool areWhole(const std::vector<UploadPart>& parts, std::int64_t size);
 };
 
 /// Sends a file's parts straight from the file, each read at its own offset through a handle of its own.
@@ -40,8 +43,9 @@ class PartUploader {
   PartUploader(Transport& transport, Clock& clock, std::string advice = "Nothing was changed; run it again.")
       : transport_(transport), clock_(clock), advice_(std::move(advice)) {}
 
-  /// At most `atOnce` parts at a time. `progress` is called after each part, one call at a time. Throws a CLIError when
-  /// a part is refused three times or the file changed, after stopping the parts in flight.
+  /// At most `atOnce` parts at a time, and none unless they cover the file once and whole. `progress` is called after
+  /// each part, one call at a time. Throws a CLIError when a part is refused three times or the file changed, after
+  /// stopping the parts in flight.
   void send(const std::filesystem::path& file, const std::vector<UploadPart>& parts, int atOnce,
             const std::stop_token& stop, const Progress& progress, const Moved& moved = {}) const;
 

@@ -96,6 +96,29 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
   EXPECT_TRUE(ran.err.ends_with(" To keep waiting: kestu builds wait 52 --platform macos\n")) << ran.err;
 }
 
+TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {
+  make("59", "A.ipa");
+  auto size = static_cast<std::int64_t>(bytes.size());
+  using Ranges = std::vector<std::pair<std::int64_t, std::int64_t>>;
+  for (const Ranges& ranges : {Ranges{}, Ranges{{0, size - 1}}, Ranges{{0, size + 1}}, Ranges{{0, 9}, {10, size - 10}},
+                               Ranges{{0, 9}, {8, size - 8}}}) {
+    nlohmann::json reserved = {{"uploadId", "U"}, {"parts", nlohmann::json::array()}};
+    SCOPED_TRACE(nlohmann::json(ranges).dump());
+    for (auto [offset, length] : ranges) {
+      reserved["parts"].push_back({{"method", "PUT"},
+                                   {"url", server.origin() + "/upload/1"},
+                                   {"offset", offset},
+                                   {"length", length},
+                                   {"headers", nlohmann::json::object()}});
+    }
+    server.onNext({.path = base + "uploads", .method = "POST", .status = 200, .body = reserved.dump(), .exact = true});
+    Ran ran = builds({"upload", "A.ipa"});
+    EXPECT_EQ(ran.status, 9);
+    EXPECT_NE(ran.err.find("stays at Apple until it's removed: kestu builds remove"), std::string::npos) << ran.err;
+    EXPECT_EQ(parts() + calls("POST " + base + "uploads/U/commit"), 0U);
+  }
+}
+
 TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   struct Row {
     const char* name;
