@@ -27,10 +27,11 @@ void follow(State& state, Plan& plan) {
 } // namespace
 
 Answer change(State& state, const Call& call, std::string title, std::vector<std::string> lines,
-              std::function<std::string()> apply) {
+              std::function<std::string()> apply, PlanDetails details) {
   if (call.dryRun()) return Answer::json({{"waits", true}});
   Plan plan{randomUuid(), std::move(title), std::move(lines), state.clock(), state.clock() + 24h};
   plan.apply = std::move(apply);
+  plan.details = std::move(details);
   plan.script = std::exchange(state.nextPlan, std::nullopt);
   state.plans.push_back(std::move(plan));
   auto& kept = state.plans.back();

@@ -8,7 +8,7 @@ namespace kestu::sandbox::Plans {
 
 // The answer to a change that waits; with `dryRun` no plan is made.
 Answer change(State& state, const Call& call, std::string title, std::vector<std::string> lines,
-              std::function<std::string()> apply);
+              std::function<std::string()> apply, PlanDetails details = {});
 
 // By its ID in any case, "next" (the oldest waiting) or "last" (the newest); nothing when there is none.
 Plan* find(State& state, const std::string& id);

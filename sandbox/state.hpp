@@ -107,6 +107,20 @@ struct Script {
   std::string error = {};
 };
 
+// What a plan would change, as the page shows it: a text, or what a display shows.
+struct PlanText {
+  std::string place, field; // "en-US", "subtitle"
+  std::string before, after;
+};
+struct PlanPictures {
+  std::string title; // "en-US · iPhone 6.9″ · screenshots"
+  std::vector<Placement> before, after;
+};
+struct PlanDetails {
+  std::vector<PlanText> texts = {};
+  std::vector<PlanPictures> pictures = {};
+};
+
 struct Plan {
   std::string id; // upper case
   std::string title;
@@ -116,6 +130,7 @@ struct Plan {
   std::string error = {};
   std::function<std::string()> apply = {}; // called with the state held; an error word when it could not be applied
   std::optional<Script> script = std::nullopt;
+  PlanDetails details = {}; // the page shows these in place of the lines, where there are any
 };
 
 // Everything that the sandbox knows, and the uploaded bytes in a temporary folder that goes with it. Whatever reads or

@@ -67,19 +67,28 @@ std::vector<ShownLanguage> read(State& state, const App& app, const std::string&
   return languages;
 }
 
-std::vector<std::string> summary(const Version& version, const std::vector<ShownLanguage>& languages) {
+struct Summary {
   std::vector<std::string> lines;
+  PlanDetails details;
+};
+
+Summary summary(const Version& version, const std::vector<ShownLanguage>& languages) {
+  Summary summary;
   for (const auto& language : languages) {
     for (const auto& display : language.displays) {
       const auto* const before = shown(version, language.locale, display.kind, display.group);
-      if ((before == nullptr ? std::vector<Placement>() : before->assets) == display.assets) continue;
+      const auto there = before == nullptr ? std::vector<Placement>() : before->assets;
+      if (there == display.assets) continue;
       const auto found = Catalog::find(version.platform, display.kind, display.group);
-      lines.push_back(fmt::format("{} for {} in {}", Catalog::countedAssets(display.kind, display.assets.size()),
-                                  found ? found->name : display.group, language.locale));
+      const auto name = found ? found->name : display.group;
+      const auto count = Catalog::countedAssets(display.kind, display.assets.size());
+      summary.lines.push_back(fmt::format("{} for {} in {}", count, name, language.locale));
+      summary.details.pictures.push_back(
+          {fmt::format("{} · {} · {}", language.locale, name, count), there, display.assets});
     }
   }
-  if (lines.empty()) lines.emplace_back("Nothing that isn't there already");
-  return lines;
+  if (summary.lines.empty()) summary.lines.emplace_back("Nothing that isn't there already");
+  return summary;
 }
 
 template <typename List, typename Same>
@@ -120,7 +129,8 @@ Answer commit(State& state, const Call& call) {
     show(*found, languages);
     return "";
   };
-  return Plans::change(state, call, Apps::title(app, version), summary(version, languages), std::move(apply));
+  auto [lines, details] = summary(version, languages);
+  return Plans::change(state, call, Apps::title(app, version), std::move(lines), std::move(apply), std::move(details));
 }
 
 } // namespace kestu::sandbox::Assets

@@ -81,6 +81,44 @@ std::vector<std::string> linesOf(const json& body, const Version* version) {
   return lines;
 }
 
+// The same as texts before and after, for whoever decides. Secrets are left out.
+PlanDetails detailsOf(const json& body, const AppInfo& app, const VersionInfo* version) {
+  PlanDetails details;
+  const auto old = [](const FieldTexts& texts, const std::string& key) {
+    const auto found = texts.find(key);
+    return found == texts.end() ? std::string() : found->second;
+  };
+  for (const auto& [locale, fields] : under(body, "locales").items()) {
+    for (const auto& [field, text] : fields.items()) {
+      const auto& texts = among(appFields, field) || version == nullptr ? app.texts : version->texts;
+      const auto language = texts.find(locale);
+      const auto before = language == texts.end() ? std::string() : old(language->second, field);
+      details.texts.push_back({locale, field, before, text.get<std::string>()});
+    }
+  }
+  if (body.contains("copyright") && version != nullptr) {
+    details.texts.push_back(
+        {"App", "copyright", version->copyright.value_or(""), body.at("copyright").get<std::string>()});
+  }
+  if (body.contains("contentRights")) {
+    details.texts.push_back(
+        {"App", "Content Rights", app.contentRights.value_or(""), body.at("contentRights").get<std::string>()});
+  }
+  for (const auto& [field, value] : under(body, "review").items()) {
+    if (version == nullptr) continue;
+    if (field == passwordKey) {
+      details.texts.push_back({"App Review", field, "", "••••••••"});
+    } else if (field == requiredKey) {
+      const auto before = version->demoAccountRequired;
+      details.texts.push_back(
+          {"App Review", field, before ? (*before ? "yes" : "no") : "", value.get<bool>() ? "yes" : "no"});
+    } else {
+      details.texts.push_back({"App Review", field, old(version->review, field), value.get<std::string>()});
+    }
+  }
+  return details;
+}
+
 void applyTo(AppInfo& app, VersionInfo* version, const json& body) {
   for (const auto& [locale, fields] : under(body, "locales").items()) {
     for (const auto& [field, text] : fields.items()) {
@@ -149,13 +187,15 @@ Answer change(State& state, const Call& call) {
   auto lines = linesOf(body, version);
   const auto title = (version == nullptr ? app.name : Apps::title(app, *version)) + ", its listing";
   const auto versionId = version == nullptr ? std::string() : version->versionId;
-  return Plans::change(state, call, title, std::move(lines), [&state, body, versionId, appId = app.appId] {
+  auto details = detailsOf(body, state.listings.apps[app.appId], version == nullptr ? nullptr : &of(state, *version));
+  auto apply = [&state, body, versionId, appId = app.appId] {
     const auto found = std::find_if(state.versions.begin(), state.versions.end(),
                                     [&](const Version& each) { return each.versionId == versionId; });
     if (!versionId.empty() && found == state.versions.end()) return std::string("changed");
     applyTo(state.listings.apps[appId], versionId.empty() ? nullptr : &of(state, *found), body);
     return std::string();
-  });
+  };
+  return Plans::change(state, call, title, std::move(lines), std::move(apply), std::move(details));
 }
 
 Answer reviewTimes(State&, const Call&) {

@@ -1,6 +1,8 @@
 #include "sandbox/page/page.hpp"
 
+#include "core/console/format.hpp"
 #include "sandbox/assets/catalog.hpp"
+#include "sandbox/page/difference.hpp"
 #include "sandbox/page/script.hpp"
 #include "sandbox/page/style.hpp"
 #include "sandbox/plans.hpp"
@@ -30,6 +32,10 @@ std::string scopesText(const Grant& grant) {
   return text;
 }
 
+// Within a minute the words stay the same, so that the page isn't drawn anew for them alone.
+std::string ago(const State& state, Moment at) { return htmlEscaped(Format::ago(at, state.clock())); }
+std::string when(const State& state, Moment at) { return htmlEscaped(Format::moment(at, state.clock())); }
+
 std::string waitingSignIns(const State& state, const std::string& asked) {
   std::string html;
   for (const auto& each : state.signIns) {
@@ -38,50 +44,10 @@ std::string waitingSignIns(const State& state, const std::string& asked) {
         fmt::format(R"(<section class="card{}"><h3>Sign-in of {}</h3><p class="code">{}</p>)"
                     R"(<p class="soft">{} · until {}</p><p class="soft">{}</p>{}</section>)",
                     lowered(asked) == lowered(each.userCode) ? " asked" : "", htmlEscaped(each.machine), each.userCode,
-                    htmlEscaped(each.client), isoText(each.expiresAt), htmlEscaped(scopesText(each.grant)),
+                    htmlEscaped(each.client), when(state, each.expiresAt), htmlEscaped(scopesText(each.grant)),
                     buttons("/sandbox/signins/" + each.userCode, "the sign-in " + each.userCode));
   }
   return html;
-}
-
-std::string waitingPlans(const State& state) {
-  std::string html;
-  for (const auto& each : state.plans) {
-    if (each.state != "waiting") continue;
-    std::string lines;
-    for (const auto& line : each.lines) lines += "<li>" + htmlEscaped(line) + "</li>";
-    html += fmt::format(
-        R"(<section class="card"><h3>{}</h3><ul>{}</ul><p class="soft">asked {} · until {}</p>{}</section>)",
-        htmlEscaped(each.title), lines, isoText(each.createdAt), isoText(each.expiresAt),
-        buttons("/sandbox/plans/" + each.id, "the change of " + each.title));
-  }
-  return html;
-}
-
-std::string historyRow(const std::string& what, Moment at, const std::string& outcome, bool good) {
-  return fmt::format(
-      R"(<div class="row"><span>{} <span class="soft">{}</span></span><span class="badge{}">{}</span></div>)",
-      htmlEscaped(what), isoText(at), good ? " good" : "", htmlEscaped(outcome));
-}
-
-std::string history(const State& state) {
-  std::vector<std::pair<Moment, std::string>> rows;
-  for (const auto& each : state.plans) {
-    if (each.state == "waiting") continue;
-    const auto outcome = each.error.empty() ? each.state : fmt::format("{} ({})", each.state, each.error);
-    rows.emplace_back(each.createdAt, historyRow(each.title, each.createdAt, outcome, each.state == "applied"));
-  }
-  for (const auto& each : state.signIns) {
-    const bool approved = each.decision == Decision::approved;
-    if (each.decision == Decision::waiting && state.clock() < each.expiresAt) continue;
-    const char* const outcome = each.decision == Decision::waiting ? "expired" : approved ? "approved" : "denied";
-    rows.emplace_back(each.createdAt, historyRow("Sign-in of " + each.machine, each.createdAt, outcome, approved));
-  }
-  std::stable_sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
-  if (rows.size() > historyLength) rows.resize(historyLength);
-  std::string html;
-  for (const auto& [at, row] : rows) html += row;
-  return html.empty() ? html : "<h2>Decided</h2><div class=\"card\">" + html + "</div>";
 }
 
 std::string assetFigure(const Asset& asset, const Placement& placement) {
@@ -94,16 +60,80 @@ std::string assetFigure(const Asset& asset, const Placement& placement) {
   return fmt::format(R"(<figure>{}<figcaption title="{}">{}{}</figcaption></figure>)", picture, name, name, frame);
 }
 
+std::string strip(const State& state, const std::vector<Placement>& placements) {
+  std::string html;
+  for (const auto& placement : placements) {
+    const auto found = state.assets.find(placement.assetId);
+    if (found != state.assets.end()) html += assetFigure(found->second, placement);
+  }
+  return html.empty() ? "<p class=\"soft\">nothing</p>" : "<div class=\"strip\">" + html + "</div>";
+}
+
+// What a plan would change: texts with their differences, pictures before and after, or its lines.
+std::string changes(const State& state, const Plan& plan) {
+  std::string html;
+  for (const auto& text : plan.details.texts) {
+    html += fmt::format(R"(<h4>{} · {}</h4><p class="text" dir="auto">{}</p>)", htmlEscaped(text.place),
+                        htmlEscaped(text.field), wordDifference(text.before, text.after));
+  }
+  for (const auto& pictures : plan.details.pictures) {
+    html += fmt::format(R"(<h4>{}</h4><div class="sides"><div><p class="soft">now</p>{}</div>)"
+                        R"(<div><p class="soft">then</p>{}</div></div>)",
+                        htmlEscaped(pictures.title), strip(state, pictures.before), strip(state, pictures.after));
+  }
+  if (!html.empty()) return html;
+  for (const auto& line : plan.lines) html += "<li>" + htmlEscaped(line) + "</li>";
+  return "<ul>" + html + "</ul>";
+}
+
+std::string waitingPlans(const State& state) {
+  std::string html;
+  for (const auto& each : state.plans) {
+    if (each.state != "waiting") continue;
+    html +=
+        fmt::format(R"(<section class="card"><h3>{}</h3>{}<p class="soft">asked {} · until {}</p>{}</section>)",
+                    htmlEscaped(each.title), changes(state, each), ago(state, each.createdAt),
+                    when(state, each.expiresAt), buttons("/sandbox/plans/" + each.id, "the change of " + each.title));
+  }
+  return html;
+}
+
+std::string historyRow(const std::string& what, const std::string& at, const std::string& outcome, bool good) {
+  return fmt::format(
+      R"(<div class="row"><span>{} <span class="soft">{}</span></span><span class="badge{}">{}</span></div>)",
+      htmlEscaped(what), at, good ? " good" : "", htmlEscaped(outcome));
+}
+
+std::string history(const State& state) {
+  std::vector<std::pair<Moment, std::string>> rows;
+  for (const auto& each : state.plans) {
+    if (each.state == "waiting") continue;
+    const auto outcome = each.error.empty() ? each.state : fmt::format("{} ({})", each.state, each.error);
+    rows.emplace_back(each.createdAt,
+                      historyRow(each.title, ago(state, each.createdAt), outcome, each.state == "applied"));
+  }
+  for (const auto& each : state.signIns) {
+    const bool approved = each.decision == Decision::approved;
+    if (each.decision == Decision::waiting && state.clock() < each.expiresAt) continue;
+    const char* const outcome = each.decision == Decision::waiting ? "expired" : approved ? "approved" : "denied";
+    rows.emplace_back(each.createdAt,
+                      historyRow("Sign-in of " + each.machine, ago(state, each.createdAt), outcome, approved));
+  }
+  std::stable_sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+  if (rows.size() > historyLength) rows.resize(historyLength);
+  std::string html;
+  for (const auto& [at, row] : rows) html += row;
+  return html.empty() ? html : "<h2>Decided</h2><div class=\"card\">" + html + "</div>";
+}
+
 std::string shownDisplays(const State& state, const Version& version) {
   std::string html;
   for (const auto& language : version.languages) {
     for (const auto& display : language.displays) {
       const auto found = Catalog::find(version.platform, display.kind, display.group);
-      html += fmt::format("<h4>{} · {} · {}</h4><div class=\"strip\">", htmlEscaped(language.locale),
+      html += fmt::format("<h4>{} · {} · {}</h4>{}", htmlEscaped(language.locale),
                           htmlEscaped(found ? found->name : display.group),
-                          Catalog::countedAssets(display.kind, display.assets.size()));
-      for (const auto& placement : display.assets) html += assetFigure(state.assets.at(placement.assetId), placement);
-      html += "</div>";
+                          Catalog::countedAssets(display.kind, display.assets.size()), strip(state, display.assets));
     }
   }
   return html;
@@ -150,9 +180,9 @@ std::string page(const State& state, const std::string& asked) {
       R"(<meta name="viewport" content="width=device-width, initial-scale=1">)"
       R"(<noscript><meta http-equiv="refresh" content="3"></noscript><style>{}</style>)"
       R"(<script src="/page.js" defer></script></head><body><header><h1>kestu app (sandbox)</h1>)"
-      R"(<span class="soft">{}</span></header><main><h2>Waiting for you</h2>{}{})"
-      R"(<h2>What Apple has now</h2>{}<h2>Names and subtitles</h2>{}</main><footer></footer></body></html>)",
-      style, state.origin, waiting, history(state), shownVersions(state), shownListings(state));
+      R"(<span class="soft">{}</span></header><main><h2>Waiting for you</h2>{})"
+      R"(<h2>What Apple has now</h2>{}<h2>Names and subtitles</h2>{}{}</main><footer></footer></body></html>)",
+      style, state.origin, waiting, shownVersions(state), shownListings(state), history(state));
 }
 
 } // namespace

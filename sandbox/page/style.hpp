@@ -49,6 +49,13 @@ figure img, figure video { display: block; height: 9rem; max-width: 11rem; objec
   border: 1px solid var(--line); background: var(--ground); }
 figcaption { font-size: .75rem; color: var(--soft); overflow: hidden; text-overflow: ellipsis; white-space: nowrap;
   max-width: 11rem; }
+.text { white-space: pre-wrap; overflow-wrap: anywhere; }
+ins, del { border-radius: .25rem; padding: 0 .15rem; text-decoration: none; }
+ins { background: var(--yes-soft); color: var(--yes); }
+del { background: var(--no-soft); color: var(--no); text-decoration: line-through; }
+.sides { display: grid; grid-template-columns: 1fr 1fr; gap: 1rem; }
+.sides > div { min-width: 0; }
+@media (max-width: 36rem) { .sides { grid-template-columns: 1fr; } }
 footer { height: 2rem; }
 )css";
 
