@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/changes/store_job.hpp"
 #include "core/support/json.hpp"
 
 #include <optional>
@@ -13,6 +14,8 @@ struct Plan {
   std::string state;
   Moment expiresAt;
   std::optional<std::string> error;
+  std::optional<JobDetails> details; ///< of what a store job would change
+  std::optional<std::string> job;    ///< the store job that it became, a UUID in lower case
 
   static Plan read(const JSONValue& value);
   bool waits() const { return state == "waiting"; }
@@ -22,6 +25,8 @@ struct Plan {
 struct ChangeAnswer {
   std::optional<Plan> plan;
   bool waits = false;
+  std::optional<JobDetails> details;
+  std::optional<std::string> job; ///< a store job's ID, in lower case
 
   static ChangeAnswer read(const JSONValue& value);
 };

@@ -4,7 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
+#include <mutex>
+#include <set>
+#include <unordered_map>
 
 namespace kestu {
 
@@ -32,13 +36,108 @@ std::size_t depthOf(std::string_view text) {
   return most;
 }
 
+using Pointer = nlohmann::json::json_pointer;
+
+/// What a parsed value no longer tells of its text: the digits of numbers that aren't integers, and repeated keys.
+class WrittenForm : public nlohmann::json_sax<nlohmann::json> {
+ public:
+  std::vector<std::pair<Pointer, std::string>> digits;
+  std::optional<std::string> repeatedKey;
+
+  bool null() override { return element(); }
+  bool boolean(bool) override { return element(); }
+  bool number_integer(number_integer_t) override { return element(); }
+  bool number_unsigned(number_unsigned_t) override { return element(); }
+  bool number_float(number_float_t, const string_t& text) override {
+    count();
+    digits.emplace_back(at_, text);
+    return true;
+  }
+  bool string(string_t&) override { return element(); }
+  bool binary(binary_t&) override { return element(); }
+  bool start_object(std::size_t) override { return enter(false); }
+  bool start_array(std::size_t) override { return enter(true); }
+  bool key(string_t& name) override {
+    Level& level = levels_.back();
+    if (!level.keys.insert(name).second && !repeatedKey) repeatedKey = path(name);
+    step(name);
+    return true;
+  }
+  bool end_object() override { return leave(); }
+  bool end_array() override { return leave(); }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+
+ private:
+  struct Level {
+    bool isList;
+    std::size_t elements = 0;
+    std::set<std::string, std::less<>> keys = {};
+    bool stepped = false;
+  };
+
+  void step(const std::string& name) {
+    if (std::exchange(levels_.back().stepped, true)) at_.pop_back();
+    at_.push_back(name);
+  }
+  void count() {
+    if (!levels_.empty() && levels_.back().isList) step(std::to_string(levels_.back().elements++));
+  }
+  bool element() {
+    count();
+    return true;
+  }
+  bool enter(bool isList) {
+    count();
+    levels_.push_back({isList});
+    return true;
+  }
+  bool leave() {
+    if (levels_.back().stepped) at_.pop_back();
+    levels_.pop_back();
+    return true;
+  }
+  std::string path(const std::string& name) const {
+    Pointer above = levels_.back().stepped ? at_.parent_pointer() : at_;
+    std::string text = above.to_string() + "/" + name;
+    text.erase(0, 1);
+    std::replace(text.begin(), text.end(), '/', '.');
+    return text;
+  }
+
+  Pointer at_;
+  std::vector<Level> levels_;
+};
+
 } // namespace
+
+/// Few readers ask for the written form, so that it is only found out, once, for the first that does.
+struct JSONValue::Document {
+  explicit Document(std::string_view bytes) : root(nlohmann::json::parse(bytes)), text(bytes) {}
+
+  void readWrittenForm() const {
+    std::call_once(once, [this] {
+      WrittenForm form;
+      nlohmann::json::sax_parse(text, &form);
+      repeatedKey = form.repeatedKey;
+      for (auto& [place, figures] : form.digits) {
+        // Of a repeated key the last value is the one that is there, and the last one noted.
+        if (root.contains(place)) digits[&root.at(place)] = std::move(figures);
+      }
+    });
+  }
+
+  nlohmann::json root;
+  std::string text;
+  mutable std::once_flag once;
+  mutable std::unordered_map<const nlohmann::json*, std::string> digits;
+  mutable std::optional<std::string> repeatedKey;
+};
 
 JSONValue JSONValue::parse(std::string_view text) {
   if (depthOf(text) > deepest) throw JSONError("too deeply nested");
   try {
-    auto document = std::make_shared<const nlohmann::json>(nlohmann::json::parse(text));
-    const nlohmann::json* root = document.get();
+    auto document = std::make_shared<const Document>(text);
+    const nlohmann::json* root = &document->root;
     return JSONValue(std::move(document), root, "");
   } catch (const nlohmann::json::exception& error) {
     throw JSONError(error.what());
@@ -85,6 +184,18 @@ double JSONValue::number() const {
   return value_->get<double>();
 }
 
+std::string JSONValue::digits() const {
+  if (!value_->is_number()) wrong("a number");
+  if (!value_->is_number_float()) return value_->dump();
+  document_->readWrittenForm();
+  return document_->digits.at(value_);
+}
+
+std::optional<std::string> JSONValue::repeatedKey() const {
+  document_->readWrittenForm();
+  return document_->repeatedKey;
+}
+
 bool JSONValue::boolean() const {
   if (!value_->is_boolean()) wrong("true or false");
   return value_->get<bool>();
@@ -121,6 +232,8 @@ std::vector<std::string> JSONValue::texts() const {
 }
 
 bool JSONValue::isObject() const { return value_->is_object(); }
+bool JSONValue::isText() const { return value_->is_string(); }
+bool JSONValue::isNumber() const { return value_->is_number(); }
 
 bool JSONValue::whenTrue(std::string_view key) const {
   auto value = find(key);

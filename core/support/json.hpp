@@ -36,6 +36,7 @@ class JSONValue {
   std::string text() const;
   std::int64_t integer() const; ///< a whole number only, also written as 12.0
   double number() const;
+  std::string digits() const; ///< a number's as it was written: "12.90"
   bool boolean() const;
   Moment moment() const; ///< ISO 8601
   std::vector<JSONValue> list() const;
@@ -43,6 +44,10 @@ class JSONValue {
   std::vector<std::string> texts() const;
 
   bool isObject() const;
+  bool isText() const;
+  bool isNumber() const;
+  /// The path of an object's key that stands twice in the document, so that one of its values is lost; none without.
+  std::optional<std::string> repeatedKey() const;
   const std::string& path() const { return path_; }
   const nlohmann::json& raw() const { return *value_; }
 
@@ -64,11 +69,12 @@ class JSONValue {
   bool whenTrue(std::string_view key) const; ///< false when absent or null
 
  private:
-  JSONValue(std::shared_ptr<const nlohmann::json> document, const nlohmann::json* value, std::string path)
+  struct Document;
+  JSONValue(std::shared_ptr<const Document> document, const nlohmann::json* value, std::string path)
       : document_(std::move(document)), value_(value), path_(std::move(path)) {}
   [[noreturn]] void wrong(std::string_view expected) const;
 
-  std::shared_ptr<const nlohmann::json> document_;
+  std::shared_ptr<const Document> document_;
   const nlohmann::json* value_;
   std::string path_;
 };

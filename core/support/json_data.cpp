@@ -25,23 +25,6 @@ void newLine(std::string& out, int indent) {
   if (indent >= 0) out.append("\n").append(static_cast<std::size_t>(indent), ' ');
 }
 
-JSONData copiedRaw(const nlohmann::json& raw) {
-  if (raw.is_object()) {
-    JSONData object = JSONData::object();
-    for (const auto& [key, value] : raw.items()) object.set(key, copiedRaw(value));
-    return object;
-  }
-  if (raw.is_array()) {
-    JSONData list = JSONData::array();
-    for (const auto& value : raw) list.add(copiedRaw(value));
-    return list;
-  }
-  if (raw.is_string()) return raw.get<std::string>();
-  if (raw.is_boolean()) return raw.get<bool>();
-  if (raw.is_null()) return {};
-  return JSONData::decimal(scalar(raw));
-}
-
 } // namespace
 
 JSONData::JSONData() noexcept = default;
@@ -74,7 +57,22 @@ JSONData JSONData::decimal(std::string digits) {
   return number;
 }
 
-JSONData JSONData::copied(const JSONValue& value) { return copiedRaw(value.raw()); }
+JSONData JSONData::copied(const JSONValue& value) {
+  const nlohmann::json& raw = value.raw();
+  if (raw.is_object()) {
+    JSONData object = JSONData::object();
+    for (const auto& [key, member] : value.members()) object.set(key, copied(member));
+    return object;
+  }
+  if (raw.is_array()) {
+    JSONData list = JSONData::array();
+    for (const JSONValue& element : value.list()) list.add(copied(element));
+    return list;
+  }
+  if (raw.is_string()) return value.text();
+  if (raw.is_boolean()) return value.boolean();
+  return raw.is_null() ? JSONData() : decimal(value.digits());
+}
 
 JSONData& JSONData::set(std::string key, JSONData value) {
   if (isNull()) value_ = Object{};

@@ -48,7 +48,7 @@ class JSONData {
   static JSONData array() { return JSONData(Array{}); }
   /// A number by its digits as JSON writes them ("12.90"), which come out as they went in.
   static JSONData decimal(std::string digits);
-  /// What was read, to be written again; numbers as the reader keeps them.
+  /// What was read, to be written again; numbers with their digits.
   static JSONData copied(const JSONValue& value);
 
   /// Of an object, made of null; replaces.
