@@ -2,6 +2,7 @@
 
 #include "sandbox/account/accounts.hpp"
 #include "sandbox/builds/testflight.hpp"
+#include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/plans.hpp"
 
@@ -82,6 +83,11 @@ void script(State& state, const json& body) {
     auto& flight = state.testFlight;
     flight.nextError = body["build"].value("error", std::string());
     flight.processing = std::chrono::seconds(body["build"].value("seconds", flight.processing.count()));
+  }
+  if (body.contains("event")) {
+    const auto& event = body["event"];
+    state.events.nextError = event.value("mediaError", std::string());
+    state.events.reviewing = std::chrono::seconds(event.value("reviewSeconds", state.events.reviewing.count()));
   }
   if (body.contains("signIn")) state.nextSignIn = body["signIn"].get<std::vector<std::string>>();
   if (!body.contains("plan")) return;

@@ -5,6 +5,7 @@
 #include "sandbox/assets/assets.hpp"
 #include "sandbox/builds/testflight.hpp"
 #include "sandbox/control.hpp"
+#include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
 #include "sandbox/page/page.hpp"
@@ -57,6 +58,16 @@ constexpr Route routes[] = {
     {"POST", "/v1/apps/*/testflight/uploads/*/commit", "testflight", TestFlights::commit, Holds::nothing},
     {"GET", "/v1/apps/*/testflight/uploads", "testflight", TestFlights::unfinished},
     {"DELETE", "/v1/apps/*/testflight/uploads/*", "testflight", TestFlights::remove},
+    {"GET", "/v1/apps/*/events", "release", Events::list},
+    {"POST", "/v1/apps/*/events", "release", Events::create},
+    {"POST", "/v1/apps/*/events/*", "release", Events::change},
+    {"POST", "/v1/apps/*/events/*/languages/*", "release", Events::putLanguage},
+    {"DELETE", "/v1/apps/*/events/*/languages/*", "release", Events::removeLanguage},
+    {"POST", "/v1/apps/*/events/*/languages/*/media", "release", Events::reserveMedia},
+    {"POST", "/v1/apps/*/events/*/languages/*/media/*/commit", "release", Events::commitMedia, Holds::nothing},
+    {"POST", "/v1/apps/*/events/*/submit", "release", Events::submit},
+    {"POST", "/v1/apps/*/events/*/cancel", "release", Events::cancel},
+    {"DELETE", "/v1/apps/*/events/*", "release", Events::remove},
 };
 
 bool matches(std::string_view pattern, const std::vector<std::string>& segments) {

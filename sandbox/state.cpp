@@ -1,6 +1,7 @@
 #include "sandbox/state.hpp"
 
 #include "sandbox/builds/testflight.hpp"
+#include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
 
@@ -62,6 +63,7 @@ void State::reset() {
   }
   TestFlights::makeDemo(*this);
   Listing::addDemo(*this);
+  Events::makeDemo(*this);
 }
 
 Version& State::addVersion(std::int64_t appId, std::string platform, std::string version, std::string versionState) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sandbox/builds/testflight_state.hpp"
+#include "sandbox/events/events_state.hpp"
 #include "sandbox/kit/kit_state.hpp"
 #include "sandbox/metadata/listing_state.hpp"
 #include "sandbox/text.hpp"
@@ -174,6 +175,7 @@ struct State {
   std::map<std::string, Asset> assets;
   KitState kit;
   TestFlight testFlight;
+  InAppEvents events;
   std::vector<Plan> plans; // oldest first
   std::optional<Script> nextPlan;
   std::string announced; // the program version that answers announce, when not empty

@@ -2,6 +2,7 @@
 #include "sandbox/account/apps.hpp"
 #include "sandbox/assets/assets.hpp"
 #include "sandbox/assets/catalog.hpp"
+#include "sandbox/assets/uploads.hpp"
 
 #include <fmt/format.h>
 
@@ -94,14 +95,7 @@ Ids missing(const std::map<std::string, std::string>& heldIds, const std::string
 }
 
 const Asset& reserve(State& state, std::int64_t appId, const std::string& md5, const File& file) {
-  Asset asset{lowered(randomUuid()), appId, file.fileName, md5, file.size, file.video, randomHex(20), {}};
-  for (std::uint64_t offset = 0; offset < file.size; offset += state.settings.partSize) {
-    Part part{offset, std::min(state.settings.partSize, file.size - offset), {}};
-    part.headers = {{"Content-Type", "application/octet-stream"},
-                    {"X-Upload-Part", std::to_string(asset.parts.size() + 1)}};
-    asset.parts.push_back(std::move(part));
-  }
-  return state.assets.emplace(asset.assetId, asset).first->second;
+  return Uploads::reserve(state, {lowered(randomUuid()), appId, file.fileName, md5, file.size, file.video, {}, {}});
 }
 
 // An upload that was begun and never completed is made anew, so its parts are forgotten.
@@ -118,17 +112,10 @@ void forgetIncomplete(State& state, std::int64_t appId, const Ids& checksums) {
 }
 
 json uploadJson(const State& state, const Asset& asset) {
-  auto parts = json::array();
-  for (std::size_t index = 0; index < asset.parts.size(); ++index) {
-    const auto& part = asset.parts[index];
-    parts.push_back(
-        {{"method", "PUT"},
-         {"url", fmt::format("{}/upload/{}/{}?signature={}", state.origin, asset.assetId, index + 1, asset.signature)},
-         {"offset", part.offset},
-         {"length", part.length},
-         {"headers", part.headers}});
-  }
-  return {{"assetId", asset.assetId}, {"md5", asset.md5}, {"video", asset.video}, {"parts", parts}};
+  return {{"assetId", asset.assetId},
+          {"md5", asset.md5},
+          {"video", asset.video},
+          {"parts", Uploads::partsJson(state, asset)}};
 }
 
 // How many of `after` that were there before left their order: all but the longest run that kept it.

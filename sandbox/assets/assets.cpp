@@ -3,6 +3,7 @@
 #include "sandbox/account/accounts.hpp"
 #include "sandbox/account/apps.hpp"
 #include "sandbox/assets/catalog.hpp"
+#include "sandbox/assets/uploads.hpp"
 
 #include <fmt/format.h>
 
@@ -50,11 +51,7 @@ std::vector<ToHash> partsThere(State& state, std::int64_t appId, const json& ass
       throw Refused(409, "unknown_asset", fmt::format("Apple has no asset {} reserved.", id.get<std::string>()));
     }
     if (asset->complete) continue;
-    for (std::size_t index = 0; index < asset->parts.size(); ++index) {
-      if (asset->parts[index].there) continue;
-      throw Refused(409, "incomplete",
-                    fmt::format("Part {} of {} of {} never came.", index + 1, asset->parts.size(), asset->fileName));
-    }
+    Uploads::needParts(*asset);
     files.push_back({asset->assetId, asset->fileName, asset->md5, state.filePath(*asset)});
   }
   return files;

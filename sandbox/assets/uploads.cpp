@@ -5,8 +5,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <stdexcept>
+#include <utility>
 
 namespace kestu::sandbox {
 
@@ -96,6 +98,39 @@ bool PartWriter::flush() {
   }
   block_.clear();
   return true;
+}
+
+const Asset& Uploads::reserve(State& state, Asset asset) {
+  asset.signature = randomHex(20);
+  for (std::uint64_t offset = 0; offset < asset.size; offset += state.settings.partSize) {
+    Part part{offset, std::min(state.settings.partSize, asset.size - offset), {}};
+    part.headers = {{"Content-Type", "application/octet-stream"},
+                    {"X-Upload-Part", std::to_string(asset.parts.size() + 1)}};
+    asset.parts.push_back(std::move(part));
+  }
+  auto id = asset.assetId;
+  return state.assets.emplace(std::move(id), std::move(asset)).first->second;
+}
+
+nlohmann::json Uploads::partsJson(const State& state, const Asset& asset) {
+  auto parts = nlohmann::json::array();
+  for (const auto& part : asset.parts) {
+    parts.push_back({{"method", "PUT"},
+                     {"url", fmt::format("{}/upload/{}/{}?signature={}", state.origin, asset.assetId, parts.size() + 1,
+                                         asset.signature)},
+                     {"offset", part.offset},
+                     {"length", part.length},
+                     {"headers", part.headers}});
+  }
+  return parts;
+}
+
+void Uploads::needParts(const Asset& asset) {
+  for (std::size_t index = 0; index < asset.parts.size(); ++index) {
+    if (asset.parts[index].there) continue;
+    throw Refused(409, "incomplete",
+                  fmt::format("Part {} of {} of {} never came.", index + 1, asset.parts.size(), asset.fileName));
+  }
 }
 
 Answer Uploads::part(State& state, const Call& call, const Body& body) {

@@ -35,6 +35,12 @@ namespace Uploads {
 // Gives the body's bytes to `take` until it answers false; false when the connection broke.
 using Body = std::function<bool(std::function<bool(const char* data, std::size_t size)> take)>;
 
+// Reserves a file that is to come in parts, which its size is divided into here. Called with the state held, as are the
+// next two.
+const Asset& reserve(State& state, Asset asset);
+nlohmann::json partsJson(const State& state, const Asset& asset);
+void needParts(const Asset& asset); // throws Refused while one is missing
+
 // Takes one part. Called without the state held; the body is always read to its end, so that the connection lives on.
 Answer part(State& state, const Call& call, const Body& body);
 

@@ -1,5 +1,6 @@
 #include "sandbox/account/accounts.hpp"
 #include "sandbox/account/apps.hpp"
+#include "sandbox/assets/uploads.hpp"
 #include "sandbox/builds/testflight.hpp"
 #include "sandbox/plans.hpp"
 
@@ -41,30 +42,6 @@ BuildUpload read(const State& state, const App& app, const json& body) {
   return upload;
 }
 
-Asset assetFor(const State& state, const BuildUpload& upload, const std::string& fileName, std::uint64_t size) {
-  Asset asset{upload.uploadId, upload.appId, fileName, "", size, false, randomHex(20), {}};
-  for (std::uint64_t offset = 0; offset < size; offset += state.settings.partSize) {
-    Part part{offset, std::min(state.settings.partSize, size - offset), {}};
-    part.headers = {{"Content-Type", "application/octet-stream"},
-                    {"X-Upload-Part", std::to_string(asset.parts.size() + 1)}};
-    asset.parts.push_back(std::move(part));
-  }
-  return asset;
-}
-
-json partsJson(const State& state, const Asset& asset) {
-  auto parts = json::array();
-  for (const auto& part : asset.parts) {
-    parts.push_back({{"method", "PUT"},
-                     {"url", fmt::format("{}/upload/{}/{}?signature={}", state.origin, asset.assetId, parts.size() + 1,
-                                         asset.signature)},
-                     {"offset", part.offset},
-                     {"length", part.length},
-                     {"headers", part.headers}});
-  }
-  return parts;
-}
-
 BuildUpload* find(State& state, std::int64_t appId, const std::string& uploadId) {
   auto& all = state.testFlight.uploads;
   const auto found = std::find_if(all.begin(), all.end(), [&](const BuildUpload& each) {
@@ -80,11 +57,7 @@ Asset whole(State& state, const Call& call) {
   const auto& id = call.segments[5];
   if (find(state, app.appId, id) == nullptr) throw Refused(404, "not_found", "There is no such upload.");
   const auto& asset = state.assets.at(id);
-  for (std::size_t index = 0; index < asset.parts.size(); ++index) {
-    if (asset.parts[index].there) continue;
-    throw Refused(409, "incomplete",
-                  fmt::format("Part {} of {} of {} never came.", index + 1, asset.parts.size(), asset.fileName));
-  }
+  Uploads::needParts(asset);
   return asset;
 }
 
@@ -105,10 +78,10 @@ Answer reserve(State& state, const Call& call) {
   const auto size = body.at("fileSize").get<std::uint64_t>();
   if (size == 0) throw Refused(400, "invalid_request", "The file is empty.");
   if (call.dryRun()) return Answer::json({{"uploadId", ""}, {"parts", json::array()}});
-  const auto asset = assetFor(state, upload, given(body, "fileName"), size);
-  state.assets.emplace(asset.assetId, asset);
+  const auto& asset =
+      Uploads::reserve(state, {upload.uploadId, upload.appId, given(body, "fileName"), "", size, false, {}, {}});
   state.testFlight.uploads.push_back(upload);
-  return Answer::json({{"uploadId", upload.uploadId}, {"parts", partsJson(state, asset)}});
+  return Answer::json({{"uploadId", upload.uploadId}, {"parts", Uploads::partsJson(state, asset)}});
 }
 
 Answer commit(State& state, const Call& call) {

@@ -1,0 +1,122 @@
+#include "core/events/event.hpp"
+#include "core/events/event_time.hpp"
+#include "core/support/error.hpp"
+#include "core/support/moments.hpp"
+
+#include <gtest/gtest.h>
+
+namespace kestu::tests {
+namespace {
+
+TEST(EventTimeTest, EveryFormOfADayAndHour) {
+  struct Row {
+    const char *text, *zone, *moment; // an empty moment: refused
+    bool endOfDay = false;
+    const char* told = ""; // part of the problem or the note
+  };
+  for (const Row& row : {
+           Row{"2026-11-20 16:00", "Europe/Stockholm", "2026-11-20T15:00:00Z"},
+           Row{" 2026-11-20 4pm ", "Europe/Stockholm", "2026-11-20T15:00:00Z"},
+           Row{"2026-11-20T4:30\u00A0p.m.", "Europe/Stockholm", "2026-11-20T15:30:00Z"},
+           Row{"2026-1-2  9 A.M", "UTC", "2026-01-02T09:00:00Z"},
+           Row{"2026-11-20 12am", "UTC", "2026-11-20T00:00:00Z"},
+           Row{"2026-11-20 12pm", "UTC", "2026-11-20T12:00:00Z"},
+           Row{"2026-11-20 0", "UTC", "2026-11-20T00:00:00Z"},
+           Row{"2026-11-21", "Europe/Stockholm", "2026-11-20T23:00:00Z"},
+           Row{"2026-11-21", "Europe/Stockholm", "2026-11-21T22:59:00Z", true},
+           Row{"2026-11-21 0:00", "UTC", "2026-11-21T00:00:00Z", true},
+           Row{"2028-02-29", "UTC", "2028-02-29T00:00:00Z"},
+           Row{"2026-11-20T16:00:00.5+0100", "America/New_York", "2026-11-20T15:00:00Z"},
+           Row{"2026-11-20T16:00Z", "America/New_York", "2026-11-20T16:00:00Z", true},
+           Row{"2026-11-20T16:00-03:30", "UTC", "2026-11-20T19:30:00Z"},
+           Row{"2026-11-20 13pm", "UTC", "", false, "from 1 to 12"},
+           Row{"2026-11-20 0am", "UTC", "", false, "from 1 to 12"},
+           Row{"2026-11-20 24:00", "UTC", "", false, "from 0 to 23"},
+           Row{"2026-11-20 10:60", "UTC", "", false, "minutes"},
+           Row{"2026-02-30", "UTC", "", false, "no day 2026-02-30"},
+           Row{"2027-02-29", "UTC", "", false, "no day"},
+           Row{"2026-13-01", "UTC", "", false, "no day"},
+           Row{"2026-02-30T10:00Z", "UTC", "", false, "no such moment"},
+           Row{"9999-12-31T10:00Z", "UTC", "", false, "year"},
+           Row{"1969-12-31", "UTC", "", false, "year"},
+           Row{"2026-11-20 10:5", "UTC", ""},
+           Row{"2026-11-20 1600", "UTC", ""},
+           Row{"2026-11-20 16:00:00", "UTC", ""},
+           Row{"2026-11-2016:00", "UTC", ""},
+           Row{"2026-11-20T", "UTC", ""},
+           Row{"2026-11-20 4 pmx", "UTC", ""},
+           Row{"26-11-20", "UTC", ""},
+           Row{"2026-11-20t16:00z", "UTC", ""},
+           Row{"2026-11-20T16:00:00.Z", "UTC", ""},
+           Row{"20 Nov 2026", "UTC", ""},
+           Row{"", "UTC", ""},
+           Row{"2027-03-28 2:30", "Europe/Stockholm", "2027-03-28T01:30:00Z", false, "so 03:30 is taken"},
+           Row{"2027-03-28 3:00", "Europe/Stockholm", "2027-03-28T01:00:00Z"},
+           Row{"2026-10-25 2:30", "Europe/Stockholm", "2026-10-25T00:30:00Z", false,
+               "second is 2026-10-25T02:30+01:00"},
+           Row{"2026-11-01 1am", "PST", "2026-11-01T08:00:00Z", false, "second is 2026-11-01T01:00-08:00"},
+           Row{"2027-09-05", "America/Santiago", "2027-09-05T04:00:00Z", false, "skip 00:00 on 5 Sep 2027"},
+       }) {
+    SCOPED_TRACE(std::string(row.text) + " in " + row.zone);
+    EventTime time = EventTime::parse(row.text, *EventTime::zone(row.zone), row.endOfDay);
+    EXPECT_EQ(time.moment ? Moments::iso8601(*time.moment) : "", row.moment);
+    EXPECT_NE((time.problem + time.note).find(row.told), std::string::npos) << time.problem << time.note;
+    EXPECT_EQ((time.problem + time.note).empty(), std::string(row.told).empty()) << time.problem << time.note;
+  }
+}
+
+TEST(EventTimeTest, ZonesByIdentifierOrAbbreviation) {
+  struct Row {
+    const char *text, *id;
+  };
+  for (const Row& row :
+       {Row{"Europe/Stockholm", "Europe/Stockholm"}, Row{" europe/stockholm ", "Europe/Stockholm"},
+        Row{"pst", "America/Los_Angeles"}, Row{"CEST", "Europe/Paris"}, Row{"cet", "CET"}, Row{"est", "EST"},
+        Row{"AST", "America/Halifax"}, Row{"utc", "UTC"}, Row{"UTC+5:30", "GMT+05:30"}, Row{"GMT-3", "GMT-03:00"},
+        Row{"Mars/Base", ""}, Row{"", ""}, Row{"Etc/Unknown", ""}, Row{"Factory", ""}, Row{"AET", ""},
+        Row{"UTC+99", ""}, Row{"Europe/Stockholm\x01", ""}}) {
+    SCOPED_TRACE(row.text);
+    auto zone = EventTime::zone(row.text);
+    EXPECT_EQ(zone ? zone->id() : "", row.id);
+  }
+  for (const auto& [variable, id] :
+       std::vector<std::pair<std::string, std::string>>{{"Asia/Tokyo", "Asia/Tokyo"},
+                                                        {":Asia/Tokyo", "Asia/Tokyo"},
+                                                        {"/usr/share/zoneinfo/Asia/Tokyo", "Asia/Tokyo"},
+                                                        {"EST5EDT", "EST5EDT"},
+                                                        {"", "UTC"},
+                                                        {"Mars/Base", ""},
+                                                        {"CET-1CEST,M3.5.0,M10.5.0/3", ""}}) {
+    SCOPED_TRACE(variable);
+    auto zone = TimeZone::ofMachine(variable);
+    EXPECT_EQ(zone ? zone->id() : "", id);
+  }
+}
+
+TEST(EventTest, AnEventIsNamedByItsIdOrReferenceName) {
+  std::vector<Event> events(4);
+  events[0].eventId = "11", events[0].name = "Été";
+  events[1].eventId = "12", events[1].name = "été";
+  events[2].eventId = "13", events[2].name = "11";
+  events[3].eventId = "14", events[3].name = " Meteor Night ";
+  struct Row {
+    const char *text, *id, *message;
+  };
+  for (const Row& row : {Row{"11", "11", ""}, Row{"été", "12", ""}, Row{"meteor night", "14", ""},
+                         Row{" Meteor Night", "14", ""}, Row{"ETE", "", "2 events are named ETE."},
+                         Row{"Meteor", "", "The app has no event named Meteor: kestu events lists them."}}) {
+    SCOPED_TRACE(row.text);
+    try {
+      EXPECT_EQ(Events::named(events, row.text).eventId, row.id);
+    } catch (const CLIError& error) {
+      EXPECT_STREQ(row.id, "");
+      EXPECT_TRUE(error.description.starts_with(row.message)) << error.description;
+    }
+  }
+  EXPECT_EQ(Events::word(Events::badges(), "Live-Event"), "liveevent");
+  EXPECT_EQ(Events::word(Events::purposes(), "everyone"), "appropriateforallusers");
+  EXPECT_EQ(Events::word(Events::badges(), "Live"), std::nullopt);
+}
+
+} // namespace
+} // namespace kestu::tests
