@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kestu {
@@ -21,6 +22,15 @@ struct AppOnPlatform {
   std::string firstPlatform;          ///< of ios, macos, tvos and visionos; ios when the app has none yet
   std::vector<std::string> platforms; ///< every one that the app is on, and the one asked for
   std::string primaryLocale;          ///< empty when the sign-in doesn't list the app
+  std::string name;                   ///< likewise
+  std::string bundleId;
+  bool foreign = false; ///< the repository is linked to another app
+
+  /// "Daylight (com.example.daylight)", or "… (com.example.daylight, not this repo's app)"; printable.
+  std::string appTitle() const;
+
+  /// What a change is about: "Daylight (com.example.daylight) 1.2 for iOS"; printable.
+  std::string title(std::string_view version) const;
 
   static AppOnPlatform resolve(const Client& client, const AppTarget& app, const std::optional<std::string>& platform,
                                const Context& context);

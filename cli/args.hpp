@@ -16,7 +16,4 @@ struct Parsed {
 /// Parses the arguments into the command's options. Throws a UsageError whose text is whole, usage and all.
 Parsed parse(const Command& root, const std::vector<std::string>& arguments);
 
-/// The one of the words that was probably meant, in quotation: " Did you mean push?"; empty when none is near.
-std::string didYouMean(const std::string& typed, const std::vector<std::string>& words);
-
 } // namespace kestu

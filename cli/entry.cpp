@@ -2,6 +2,7 @@
 
 #include "cli/args.hpp"
 #include "cli/arguments.hpp"
+#include "cli/command_rows.hpp"
 #include "cli/command_tree.hpp"
 #include "cli/completion.hpp"
 #include "cli/help.hpp"
@@ -17,11 +18,17 @@ namespace {
 constexpr int usageStatus = static_cast<int>(CLIError::Kind::usage);
 constexpr int failedStatus = static_cast<int>(CLIError::Kind::failed);
 
-/// The first word that is no option: the top-level command.
+/// The top-level command: the first word that is no option, or behind a misplaced option the first that is a command.
 std::string commandWord(const std::vector<std::string>& arguments) {
-  auto word =
-      std::find_if(arguments.begin(), arguments.end(), [](const std::string& a) { return !a.starts_with('-'); });
-  return word == arguments.end() ? "" : *word;
+  std::string first;
+  for (const std::string& word : arguments) {
+    if (word.starts_with('-')) continue;
+    bool known = std::any_of(commandRows().begin(), commandRows().end(),
+                             [&](const CommandRow& row) { return row.word == word; });
+    if (known || !arguments.front().starts_with('-')) return word;
+    if (first.empty()) first = word;
+  }
+  return first;
 }
 
 void generateCompletion(Context& context, const std::vector<std::string>& arguments) {

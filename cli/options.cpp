@@ -133,8 +133,35 @@ void ChangeOptions::declare(Command& command) {
   declareAnswerFormat(command, *this);
 }
 
+void ChangeOptions::make(Context& context, const Client& client, const ChangeRequest& request,
+                         const ProposedChange& change) const {
+  if (!dryRun) confirm(context, change);
+  send(context, client, request, change);
+}
+
+void ChangeOptions::confirm(Context& context, const ProposedChange& change) const {
+  std::string text = change.title + (change.lines.empty() ? "" : "\n" + change.lines);
+  if (yes) return say(context.console, text);
+  ChangeFlow::confirm({yes, change.waits}, text, context.console, context.stop);
+}
+
 void ChangeOptions::confirm(Context& context, const std::string& lines, bool waits) const {
   ChangeFlow::confirm({yes, waits}, lines, context.console, context.stop);
+}
+
+void ChangeOptions::tellDryRun(Context& context, const ProposedChange& change, const std::string& body) const {
+  if (!change.lines.empty()) say(context.console, change.lines);
+  if (quiet()) {
+    context.console.out(withChanges(body, change.items));
+  } else {
+    context.console.line(change.would);
+  }
+}
+
+void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,
+                         const ProposedChange& change) const {
+  if (!dryRun) return send(context, client, request, change.done);
+  tellDryRun(context, change, ChangeFlow::send(client, request, true, false, nullptr).body);
 }
 
 void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,

@@ -2,6 +2,7 @@
 
 #include "cli/command.hpp"
 #include "core/changes/change_flow.hpp"
+#include "core/changes/change_item.hpp"
 #include "core/console/console.hpp"
 #include "core/console/table.hpp"
 
@@ -54,7 +55,20 @@ struct AppTarget {
   void declare(Command& command, bool shortName);
 };
 
-/// The options of a command that changes something.
+/// A change as its command hands it over: what is shown before the question, with --yes and by a dry run.
+struct ProposedChange {
+  /// What happens to what, the app, version and platform named: "Daylight (com.example.daylight) 1.2 for iOS, 3 values
+  /// from the repo, after your approval:".
+  std::string title;
+  std::string lines{};             ///< what changes, laid out for people; empty where the title says it all
+  std::vector<ChangeItem> items{}; ///< the same as data
+  std::string would;               ///< what a dry run ends with: "Dry run: … would …, after your approval."
+  std::string done;                ///< what success ends with: "✓ …"
+  bool waits = true;               ///< for the approval in the kestu app, or takes effect at once
+};
+
+/// The options of a command that changes something. A command makes its ProposedChange and calls `make`; one that has
+/// something to do between the question and the change calls `confirm`, does it, and then `send`.
 struct ChangeOptions : Output {
   bool yes = false;
   bool dryRun = false;
@@ -62,7 +76,20 @@ struct ChangeOptions : Output {
 
   void declare(Command& command);
 
-  /// Shows the change and asks, unless --yes.
+  /// Asks and sends, or makes the dry run.
+  void make(Context& context, const Client& client, const ChangeRequest& request, const ProposedChange& change) const;
+
+  /// Shows the change, and asks unless --yes. Not for a dry run.
+  void confirm(Context& context, const ProposedChange& change) const;
+
+  /// Sends a confirmed change, waits for its decision unless --no-wait, and writes the answer or the `done` line; or
+  /// sends the dry run and tells it.
+  void send(Context& context, const Client& client, const ChangeRequest& request, const ProposedChange& change) const;
+
+  /// What a dry run writes, `body` being the service's answer: the lines and `would`, or the answer with `changes`.
+  void tellDryRun(Context& context, const ProposedChange& change, const std::string& body) const;
+
+  /// For commands that lay out everything themselves: shows the lines and asks, unless --yes.
   void confirm(Context& context, const std::string& lines, bool waits) const;
 
   /// Sends a confirmed change, waits for its decision unless --no-wait, and writes the answer or the `done` line.

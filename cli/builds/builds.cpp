@@ -258,10 +258,7 @@ void addBuilds(Command& command) {
   next.option({{"--version"},
                "version",
                "Only builds of this version, for an app whose numbers start again with each version.",
-               [options](const std::string& value) {
-                 if (Text::trimmed(value).empty()) throw UsageError("The version is empty.");
-                 options->version = Text::trimmed(value);
-               },
+               [options](const std::string& value) { options->version = Text::trimmed(value); },
                {},
                false});
   addBuildsUpload(command);

@@ -1,3 +1,4 @@
+#include "cli/app_platform.hpp"
 #include "cli/builds/builds.hpp"
 #include "cli/context.hpp"
 #include "core/builds/build_groups.hpp"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace kestu {
 
@@ -26,15 +28,17 @@ struct ActionOptions : ChangeOptions {
 struct Action {
   Client client;
   std::string appPath;
+  std::string title; ///< "Daylight (com.example.daylight) 1.2 (45) for iOS"
   TestFlightBuilds all;
   ManagedBuild build;
 
   static Action on(const BuildTarget& target, const Context& context) {
     Client client = context.signedIn();
-    std::string path = kestu::appPath(client, target.app, context);
-    TestFlightBuilds all = Builds::fetch(client, path, target.platform.platform).value;
+    auto app = AppOnPlatform::resolve(client, target.app, target.platform.platform, context);
+    TestFlightBuilds all = Builds::fetch(client, app.path, target.platform.platform).value;
     ManagedBuild build = target.build->find(all.builds, target.platform.platform);
-    return {std::move(client), std::move(path), std::move(all), std::move(build)};
+    std::string title = app.appTitle() + " " + build.described();
+    return {std::move(client), std::move(app.path), std::move(title), std::move(all), std::move(build)};
   }
 
   ChangeRequest request(const std::string& word, const std::optional<nlohmann::json>& body) const {
@@ -52,36 +56,41 @@ std::string capitalized(std::string text) {
 
 /// What a change does, for before and after it is sent.
 struct ChangeWords {
-  std::string would; ///< "expire 1.2 (45) for iOS"; also shown with a capital letter before the question
+  std::string would; ///< "expire … 1.2 (45) for iOS"; also shown with a capital letter before the question
   std::string more;  ///< sentences after it
   std::string done;
+  std::string field;
+  std::optional<std::string> from, to;
   bool waits = false;
 };
 
-void change(Context& context, const ChangeOptions& options, const Client& client, const ChangeRequest& request,
+void change(Context& context, const ChangeOptions& options, const Action& action, const ChangeRequest& request,
             const ChangeWords& words) {
-  if (options.dryRun) {
-    std::string line = "Dry run: would " + words.would + (words.waits ? ", after your approval." : ".");
-    return options.send(context, client, request, line);
-  }
-  options.confirm(context, capitalized(words.would) + "." + words.more, words.waits);
-  options.send(context, client, request, words.done);
+  ProposedChange change;
+  change.title = capitalized(words.would) + "." + words.more;
+  change.items = {{action.build.described(), words.field, words.from, words.to}};
+  change.would = "Dry run: would " + words.would + (words.waits ? ", after your approval." : ".");
+  change.done = words.done;
+  change.waits = words.waits;
+  options.make(context, action.client, request, change);
 }
 
 void runExpire(Context& context, const ActionOptions& options) {
   Action action = Action::on(options.target, context);
-  change(context, options, action.client, action.request("expire", std::nullopt),
-         {"expire " + action.build.described(), " Testers can't install it any more, nor open it. Can't be undone.",
-          "✓ Expired " + action.build.text() + ". Testers can't install or open it any more.", true});
+  change(context, options, action, action.request("expire", std::nullopt),
+         {"expire " + action.title, " Testers can't install it any more, nor open it. Can't be undone.",
+          "✓ Expired " + action.build.text() + ". Testers can't install or open it any more.", "state",
+          action.build.state, "expired", true});
 }
 
 void runCompliance(Context& context, const ActionOptions& options) {
   Action action = Action::on(options.target, context);
   nlohmann::json body = {{"usesNonExemptEncryption", false}};
-  change(context, options, action.client, action.request("compliance", body),
-         {"answer export compliance for " + action.build.described(), " It uses no encryption that needs documents.",
+  change(context, options, action, action.request("compliance", body),
+         {"answer export compliance for " + action.title, " It uses no encryption that needs documents.",
           "✓ Answered export compliance for " + action.build.text() +
-              ": no encryption to document.\nNext: " + options.target.next("wait", action.build) + " --testable"});
+              ": no encryption to document.\nNext: " + options.target.next("wait", action.build) + " --testable",
+          "usesNonExemptEncryption", std::nullopt, "false"});
 }
 
 /// What gets a submitted build to somebody: a group of outsiders, once it's in none.
@@ -100,9 +109,10 @@ std::string afterSubmit(const Action& action, const BuildTarget& target) {
 
 void runSubmit(Context& context, const ActionOptions& options) {
   Action action = Action::on(options.target, context);
-  change(context, options, action.client, action.request("submit", std::nullopt),
-         {"submit " + action.build.described() + " to Beta App Review", "",
-          "✓ Submitted " + action.build.text() + " to Beta App Review.\nNext: " + afterSubmit(action, options.target)});
+  change(context, options, action, action.request("submit", std::nullopt),
+         {"submit " + action.title + " to Beta App Review", "",
+          "✓ Submitted " + action.build.text() + " to Beta App Review.\nNext: " + afterSubmit(action, options.target),
+          "state", action.build.state, "waitingforbetareview"});
 }
 
 // distribute
@@ -132,6 +142,22 @@ std::string moves(const std::string& put, const std::string& build, const std::v
   return text + (add.empty() ? take + " " + build : " and " + take + " it") + " out of " + quotedNames(remove);
 }
 
+/// The names of the groups that the build is in, and is to be in.
+std::pair<std::string, std::string> groupsBeforeAndAfter(const Action& action, const std::vector<BuildGroup>& groups,
+                                                         const std::vector<BuildGroup>& add,
+                                                         const std::vector<BuildGroup>& remove) {
+  std::vector<std::string> before, after;
+  for (const BuildGroup& group : groups) {
+    auto among = [&](const std::vector<std::string>& all) {
+      return std::find(all.begin(), all.end(), group.groupId) != all.end();
+    };
+    std::string name = group.name.value_or(group.groupId);
+    if (among(action.build.groupIds)) before.push_back(name);
+    if (among(ids(add)) || (among(action.build.groupIds) && !among(ids(remove)))) after.push_back(name);
+  }
+  return {Text::joined(before, ", "), Text::joined(after, ", ")};
+}
+
 void runDistribute(Context& context, const DistributeOptions& options) {
   Action action = Action::on(options.target, context);
   auto groups = BuildGroups::fetch(action.client, action.appPath);
@@ -148,8 +174,9 @@ void runDistribute(Context& context, const DistributeOptions& options) {
   }
   nlohmann::json body = {{"add", ids(add)}, {"remove", ids(remove)}};
   std::string done = capitalized(moves("put", action.build.text(), add, "took", remove));
-  change(context, options, action.client, action.request("groups", body),
-         {moves("put", action.build.described(), add, "take", remove), "", "✓ " + done + "."});
+  auto [from, to] = groupsBeforeAndAfter(action, groups, add, remove);
+  change(context, options, action, action.request("groups", body),
+         {moves("put", action.title, add, "take", remove), "", "✓ " + done + ".", "groups", from, to});
 }
 
 // test-notes
@@ -167,9 +194,9 @@ void runTestNotes(Context& context, const TestNotesOptions& options) {
   std::string in = " in " + printable(*locale);
   std::string indented = "\n  " + Text::joined(Text::split(printableText(text), '\n'), "\n  ");
   nlohmann::json body = {{"locale", *locale}, {"text", text}};
-  change(context, options, action.client, action.request("test-notes", body),
-         {"set What to Test for " + action.build.described() + in, indented,
-          "✓ Set What to Test for " + action.build.text() + in + "."});
+  change(context, options, action, action.request("test-notes", body),
+         {"set What to Test for " + action.title + in, indented,
+          "✓ Set What to Test for " + action.build.text() + in + ".", "What to Test " + *locale, std::nullopt, text});
 }
 
 // the tree
@@ -188,11 +215,7 @@ std::shared_ptr<Options> addAction(Command& command, void (*run)(Context&, const
 
 void declareWord(Command& command, const std::string& name, const std::string& value, const std::string& help,
                  const std::function<void(const std::string&)>& set) {
-  auto setWord = [name, set](const std::string& given) {
-    if (Text::trimmed(given).empty()) throw UsageError(name + " is empty.");
-    set(given);
-  };
-  command.option({{name}, value, help, setWord, {}, false});
+  command.option({{name}, value, help, set, {}, false});
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "cli/app_platform.hpp"
 #include "cli/builds/builds.hpp"
 #include "cli/context.hpp"
 #include "core/builds/build_file.hpp"
@@ -98,16 +99,22 @@ void runUpload(Context& context, const UploadOptions& options) {
   BuildFile file = BuildFile::read(context.folder, options.file, given, context.stop);
   if (!file.problem.empty()) console.error(file.name() + " goes as it is. " + file.problem);
   Client client = context.signedIn();
-  std::string path = appPath(client, options.app, context);
+  auto app = AppOnPlatform::resolve(client, options.app, file.platform, context);
+  const std::string& path = app.path;
   std::string build = file.text() + " for " + platformLabel(file.platform);
+  std::string about = app.appTitle() + " " + build;
   std::string size = Format::bytes(file.size);
   nlohmann::json request = BuildUpload::request(file);
   if (options.dryRun) {
     client.checked(client.send("POST", path + "/testflight/uploads", {Client::dryRun}, Client::encoded(request)));
-    return options.emit(console, request,
-                        "Dry run: " + build + " (" + file.name() + ", " + size + ") would upload. Nothing sent.");
+    if (options.quiet()) {
+      console.out(withChanges(JSON::compact(request), {{build, "build", std::nullopt, file.name()}}));
+    } else {
+      console.line("Dry run: " + about + " (" + file.name() + ", " + size + ") would upload. Nothing sent.");
+    }
+    return;
   }
-  options.say(console, file.name() + ": " + build + ", " + size + ", straight to Apple…");
+  options.say(console, file.name() + ": " + about + ", " + size + ", straight to Apple…");
   std::vector<std::string> past = options.wait ? sameName(client, path, file) : std::vector<std::string>();
   std::string uploadId = upload(context, client, path, file, options);
   std::string done = "✓ Uploaded " + build + ". Apple is processing it, usually 5 to 30 minutes.";
@@ -127,18 +134,11 @@ void runUpload(Context& context, const UploadOptions& options) {
   options.emit(console, answer, reachedText(reached->build, target));
 }
 
-/// An option whose text is kept without blanks around it, and isn't empty.
+/// An option whose text is kept without blanks around it.
 void declareText(Command& command, const std::string& name, const std::string& help,
                  std::optional<std::string>& target) {
-  command.option({{"--" + name},
-                  name,
-                  help,
-                  [name, &target](const std::string& value) {
-                    target = Text::trimmed(value);
-                    if (target->empty()) throw UsageError("--" + name + " is empty.");
-                  },
-                  {},
-                  false});
+  command.option(
+      {{"--" + name}, name, help, [&target](const std::string& value) { target = Text::trimmed(value); }, {}, false});
 }
 
 // remove
@@ -150,20 +150,23 @@ struct RemoveOptions : ChangeOptions {
 
 void runRemove(Context& context, const RemoveOptions& options) {
   Client client = context.signedIn();
-  std::string path = appPath(client, options.target.app, context);
+  auto app = AppOnPlatform::resolve(client, options.target.app, options.target.platform.platform, context);
+  const std::string& path = app.path;
   auto uploads = BuildUpload::fetchUnfinished(client, path);
   Moment now = context.clock.now();
   const UnfinishedUpload& upload =
       BuildUpload::choose(uploads, *options.target.build, options.target.platform.platform, options.uploadId, now);
   ChangeRequest request{
       "DELETE", path + "/testflight/uploads/" + percentEncoded(upload.uploadId), {}, Client::encoded(upload.named())};
-  std::string what = "the unfinished upload of " + upload.text();
+  std::string build = upload.text() + " for " + platformLabel(upload.platform);
   std::string details =
-      what + " for " + platformLabel(upload.platform) + ", begun " + Format::ago(upload.createdAt, now);
-  if (options.dryRun)
-    return options.send(context, client, request, "Dry run: would remove " + details + ", after your approval.");
-  options.confirm(context, "Remove " + details + ". Can't be undone.", true);
-  options.send(context, client, request, "✓ Removed " + what + ".");
+      "the unfinished upload of " + app.appTitle() + " " + build + ", begun " + Format::ago(upload.createdAt, now);
+  ProposedChange change;
+  change.title = "Remove " + details + ". Can't be undone.";
+  change.items = {{build, "unfinished upload", upload.uploadId, std::nullopt}};
+  change.would = "Dry run: would remove " + details + ", after your approval.";
+  change.done = "✓ Removed the unfinished upload of " + upload.text() + ".";
+  options.make(context, client, request, change);
 }
 
 } // namespace

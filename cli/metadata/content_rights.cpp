@@ -39,21 +39,24 @@ void runShow(Context& context, const ShowOptions& options) {
 
 void runSet(Context& context, const SetOptions& options) {
   Client client = context.signedIn();
-  std::string path = listingPath(options.app, client, context);
+  auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
+  std::string path = app.path + "/listing";
   auto now = client.get(path, {}, StoreListing::read).value.contentRights;
   if (now == options.rights) {
     options.emit(context.console, {{"unchanged", true}},
                  "✓ Content Rights says that the app " + words(*now) + " already: nothing sent.");
     return;
   }
-  std::string lines =
-      "Content Rights: the app " + words(*options.rights) + (now ? "; now it " + words(*now) : "") + ".";
-  if (!options.dryRun) options.confirm(context, lines, true);
+  ProposedChange change;
+  change.title = app.appTitle() + ", Content Rights: the app " + words(*options.rights) +
+                 (now ? "; now it " + words(*now) : "") + ".";
+  change.items = {{"App", "content rights", now ? std::optional(std::string(appleValue(*now))) : std::nullopt,
+                   std::string(appleValue(*options.rights))}};
+  change.would = "Dry run: " + app.appTitle() + ", Content Rights would say that the app " + words(*options.rights) +
+                 ", after your approval.";
+  change.done = "✓ Content Rights says that the app " + words(*options.rights) + ".";
   ChangeRequest request{"POST", path, {}, Client::encoded({{"contentRights", appleValue(*options.rights)}})};
-  options.send(
-      context, client, request,
-      (options.dryRun ? "Dry run: Content Rights would say that the app " : "✓ Content Rights says that the app ") +
-          words(*options.rights) + (options.dryRun ? ", after your approval." : "."));
+  options.make(context, client, request, change);
 }
 
 } // namespace

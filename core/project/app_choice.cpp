@@ -39,6 +39,16 @@ std::vector<const App*> those(const std::vector<App>& apps, const std::function<
   return found;
 }
 
+/// A link that can't be read doesn't keep an app from being named.
+bool linkedToAnother(std::int64_t appId, const std::filesystem::path& folder) {
+  try {
+    auto link = Project::link(folder);
+    return link && link->appId != appId;
+  } catch (const CLIError&) {
+    return false;
+  }
+}
+
 } // namespace
 
 const App& match(const std::string& text, const std::vector<App>& apps) {
@@ -56,15 +66,27 @@ const App& match(const std::string& text, const std::vector<App>& apps) {
   throw CLIError(Kind::usage, printable(text) + " could be " + Text::joined(names, " or ") + ". Use its App Store ID.");
 }
 
-std::int64_t resolve(const std::optional<std::string>& app, const Client& client, const std::filesystem::path& folder) {
-  if (app) return match(*app, fetchApps(client).value).appId;
-  if (auto link = Project::link(folder)) return link->appId;
-  std::vector<App> apps = fetchApps(client).value;
+Chosen choose(const std::optional<std::string>& app, const std::vector<App>& apps,
+              const std::filesystem::path& folder) {
+  if (app) return {match(*app, apps), linkedToAnother(match(*app, apps).appId, folder)};
+  if (auto link = Project::link(folder)) {
+    for (const App& each : apps) {
+      if (each.appId == link->appId) return {each};
+    }
+    return {{link->appId, link->bundleId, {}, {}, {}}};
+  }
   if (apps.empty()) {
     throw CLIError(Kind::notFound, "This sign-in covers none of your apps. Add one in the kestu app.");
   }
   throw CLIError(Kind::usage, "Name an app, or run kestu link in its repo. Yours: " +
                                   described(those(apps, [](const App&) { return true; })));
+}
+
+std::int64_t resolve(const std::optional<std::string>& app, const Client& client, const std::filesystem::path& folder) {
+  if (!app) {
+    if (auto link = Project::link(folder)) return link->appId;
+  }
+  return choose(app, fetchApps(client).value, folder).app.appId;
 }
 
 const App& ofRepository(const std::filesystem::path& root, const std::vector<App>& apps) {

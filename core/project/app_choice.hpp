@@ -30,6 +30,14 @@ Response<std::vector<App>> fetchApps(const Client& client);
 /// Which app a command works on.
 namespace AppChoice {
 
+struct Chosen {
+  App app;              ///< its IDs alone when it is linked and the sign-in doesn't list it
+  bool foreign = false; ///< it was named, and the repository is linked to another one
+};
+
+/// The same as `resolve` out of the apps of the sign-in.
+Chosen choose(const std::optional<std::string>& app, const std::vector<App>& apps, const std::filesystem::path& folder);
+
 /// The App Store ID of the app named by `app`, else of the repository's linked one. CLIErrors name what to do.
 std::int64_t resolve(const std::optional<std::string>& app, const Client& client, const std::filesystem::path& folder);
 

@@ -95,7 +95,7 @@ TEST_F(BuildsTest, WrongUseEndsBeforeAnyCall) {
            {{"list", "--json", "--output", "csv"}, "--json is --output json: one or the other."},
            {{"list", "--platform", "watchos"}, "--platform is ios, macos, tvos or visionos, not watchos."},
            {{"distribute", "45"}, "Name a group with --add or --remove."},
-           {{"distribute", "45", "--add", " "}, "--add is empty."},
+           {{"distribute", "45", "--add", " "}, "--add needs a value."},
            {{"test-notes", "45", "text", "--file", "notes.txt"}, "Give the text, or --file, but not both."},
            {{"test-notes", "45"}, "Give the text, or --file."},
            {{"wait", "--timeout", "5m"}, "--timeout is a number of minutes from 0 to 10,080, not 5m."},
@@ -105,7 +105,7 @@ TEST_F(BuildsTest, WrongUseEndsBeforeAnyCall) {
            {{"upload", ""}, "The file's path is empty."},
            {{"expire"}, "Missing <build>"},
            {{"expire", " "}, "The build is empty."},
-           {{"upload", "a.ipa", "--version", " "}, "--version is empty."},
+           {{"upload", "a.ipa", "--version", " "}, "--version needs a value."},
        }) {
     SCOPED_TRACE(row.message);
     Ran ran = builds(row.arguments);
@@ -130,49 +130,52 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
   repo.write("notes.txt", "\xEF\xBB\xBFTry the map.\r\nAnd\tthe rain.\r\n\n");
   const std::vector<Row> rows = {
       {{"compliance", "44"},
-       "Answer export compliance for 1.2 (44) for iOS. It uses no encryption that needs documents.\n",
+       "Answer export compliance for Daylight Weather (com.example.daylight) 1.2 (44) for iOS. It uses no encryption "
+       "that needs documents.\n",
        "✓ Answered export compliance for 1.2 (44): no encryption to document.\n"
        "Next: kestu builds wait \"1.2 (44)\" --platform ios --testable\n",
        "compliance",
        {{"usesNonExemptEncryption", false}}},
       {{"submit", "1.2 (44)", "--platform", "ios"},
-       "Submit 1.2 (44) for iOS to Beta App Review.\n",
+       "Submit Daylight Weather (com.example.daylight) 1.2 (44) for iOS to Beta App Review.\n",
        "✓ Submitted 1.2 (44) to Beta App Review.\n"
        "Next: kestu builds distribute \"1.2 (44)\" --platform ios --add 'Friends & Family'\n",
        "submit",
        nullptr},
       {{"distribute", "44", "--add", "Team", "--add", "FRIENDS & family"},
-       "Put 1.2 (44) for iOS in \"Team\", \"Friends & Family\".\n",
+       "Put Daylight Weather (com.example.daylight) 1.2 (44) for iOS in \"Team\", \"Friends & Family\".\n",
        "✓ Put 1.2 (44) in \"Team\", \"Friends & Family\".\n",
        "groups",
        {{"add", {team, friends}}, {"remove", nlohmann::json::array()}}},
       {{"distribute", "44", "--add", "Team", "--add", " team ", "--add", "Team"},
-       "Put 1.2 (44) for iOS in \"Team\".\n",
+       "Put Daylight Weather (com.example.daylight) 1.2 (44) for iOS in \"Team\".\n",
        "✓ Put 1.2 (44) in \"Team\".\n",
        "groups",
        {{"add", {team}}, {"remove", nlohmann::json::array()}}},
       {{"distribute", "44", "--remove", "Team"},
-       "Take 1.2 (44) for iOS out of \"Team\".\n",
+       "Take Daylight Weather (com.example.daylight) 1.2 (44) for iOS out of \"Team\".\n",
        "✓ Took 1.2 (44) out of \"Team\".\n",
        "groups",
        {{"add", nlohmann::json::array()}, {"remove", {team}}}},
       {{"distribute", "44", "--remove", "Friends & Family", "--add", "Team"},
-       "Put 1.2 (44) for iOS in \"Team\" and take it out of \"Friends & Family\".\n",
+       "Put Daylight Weather (com.example.daylight) 1.2 (44) for iOS in \"Team\" and take it out of \"Friends & "
+       "Family\".\n",
        "✓ Put 1.2 (44) in \"Team\" and took it out of \"Friends & Family\".\n",
        "groups",
        {{"add", {team}}, {"remove", {friends}}}},
       {{"test-notes", "44", "Rain."},
-       "Set What to Test for 1.2 (44) for iOS in en-US.\n  Rain.\n",
+       "Set What to Test for Daylight Weather (com.example.daylight) 1.2 (44) for iOS in en-US.\n  Rain.\n",
        "✓ Set What to Test for 1.2 (44) in en-US.\n",
        "test-notes",
        {{"locale", "en-US"}, {"text", "Rain."}}},
       {{"test-notes", "44", "--", "- Rain.\n- Sun."},
-       "Set What to Test for 1.2 (44) for iOS in en-US.\n  - Rain.\n  - Sun.\n",
+       "Set What to Test for Daylight Weather (com.example.daylight) 1.2 (44) for iOS in en-US.\n  - Rain.\n  - Sun.\n",
        "✓ Set What to Test for 1.2 (44) in en-US.\n",
        "test-notes",
        {{"locale", "en-US"}, {"text", "- Rain.\n- Sun."}}},
       {{"test-notes", "44", "--file", "notes.txt", "--locale", "de-DE"},
-       "Set What to Test for 1.2 (44) for iOS in de-DE.\n  Try the map.\n  And the rain.\n",
+       "Set What to Test for Daylight Weather (com.example.daylight) 1.2 (44) for iOS in de-DE.\n  Try the map.\n  And "
+       "the rain.\n",
        "✓ Set What to Test for 1.2 (44) in de-DE.\n",
        "test-notes",
        {{"locale", "de-DE"}, {"text", "Try the map.\nAnd\tthe rain."}}},
@@ -189,19 +192,60 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
     arguments.insert(arguments.begin() + 1, "--yes");
     ran = builds(arguments);
     EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_EQ(ran.out, row.done);
+    EXPECT_EQ(ran.out, row.would + row.done);
     ASSERT_EQ(calls(call), 1U);
     if (!row.body.is_null()) EXPECT_EQ(bodies("POST", "/" + row.action).back(), row.body);
   }
   EXPECT_EQ(build("44").notes["de-DE"], "Try the map.\nAnd\tthe rain.");
   EXPECT_EQ(build("44").groupIds, std::set<std::string>{team});
   Ran ran = builds({"test-notes", "44", "Sun.", "--dry-run"});
-  EXPECT_EQ(ran.out, "Dry run: would set What to Test for 1.2 (44) for iOS in en-US.\n");
+  EXPECT_EQ(ran.out,
+            "Dry run: would set What to Test for Daylight Weather (com.example.daylight) 1.2 (44) for iOS in en-US.\n");
   EXPECT_EQ(build("44").notes["en-US"], "- Rain.\n- Sun.");
   terminal.inIsTerminal = true;
   terminal.type("no");
   EXPECT_EQ(builds({"test-notes", "44", "Sun."}).status, 5);
   EXPECT_TRUE(terminal.errText().ends_with("Make this change now? [y/N] Nothing sent.\n"));
+}
+
+TEST_F(BuildsTest, ADryRunGivesItsChangesAsData) {
+  server.withState([](sandbox::State& state) {
+    for (auto& app : state.apps) app.name += "\x1b[2J";
+  });
+  struct Row {
+    std::vector<std::string> arguments;
+    std::string field;
+    nlohmann::json from, to;
+  };
+  const std::string longText = std::string(500, 'x') + "\nSun.";
+  for (const Row& row : std::vector<Row>{
+           {{"expire", "42"}, "state", "readyforexternal", "expired"},
+           {{"compliance", "44"}, "usesNonExemptEncryption", nullptr, "false"},
+           {{"distribute", "42", "--remove", "team"}, "groups", "Team, Friends & Family", "Friends & Family"},
+           {{"test-notes", "44", longText}, "What to Test en-US", nullptr, longText},
+       }) {
+    SCOPED_TRACE(row.field);
+    auto arguments = row.arguments;
+    arguments.insert(arguments.end(), {"--dry-run", "--json"});
+    Ran ran = builds(arguments);
+    auto answer = nlohmann::json::parse(ran.out);
+    EXPECT_TRUE(answer.contains("waits"));
+    ASSERT_EQ(answer["changes"].size(), 1U);
+    EXPECT_EQ(answer["changes"][0]["field"], row.field);
+    EXPECT_EQ(answer["changes"][0]["from"], row.from);
+    EXPECT_EQ(answer["changes"][0]["to"], row.to);
+    EXPECT_TRUE(std::string(answer["changes"][0]["place"]).starts_with("1."));
+  }
+  Ran ran = builds({"compliance", "44", "--yes", "--json", "--app", "1234567890"});
+  EXPECT_EQ(
+      ran.err,
+      "Answer export compliance for Daylight Weather\\u{1b}[2J (com.example.daylight) 1.2 (44) for iOS. It uses no "
+      "encryption that needs documents.\n");
+  EXPECT_FALSE(nlohmann::json::parse(ran.out).contains("changes"));
+  repo.write("kestu.json", R"({"appId": 2345678901, "bundleId": "com.example.tides"})");
+  EXPECT_NE(builds({"expire", "43", "--app", "com.example.daylight"})
+                .err.find("Weather\\u{1b}[2J (com.example.daylight, not this repo's app) 1.2 (43) for iOS."),
+            std::string::npos);
 }
 
 TEST_F(BuildsTest, TestNotesComeThroughAPipeToo) {
@@ -268,13 +312,15 @@ TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
 TEST_F(BuildsTest, ExpiringWaitsForTheApproval) {
   Ran ran = builds({"expire", "42"});
   EXPECT_EQ(ran.status, 6);
-  EXPECT_EQ(ran.err, "Expire 1.1 (42) for iOS. Testers can't install it any more, nor open it. Can't be undone.\n"
+  EXPECT_EQ(ran.err, "Expire Daylight Weather (com.example.daylight) 1.1 (42) for iOS. Testers can't install it any "
+                     "more, nor open it. Can't be undone.\n"
                      "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n");
   EXPECT_EQ(builds({"expire", "42", "--dry-run"}).out,
-            "Dry run: would expire 1.1 (42) for iOS, after your approval.\n");
+            "Dry run: would expire Daylight Weather (com.example.daylight) 1.1 (42) for iOS, after your approval.\n");
   server.scriptNextPlan({.state = "denied"});
   EXPECT_EQ(builds({"expire", "42", "--yes"}).status, 5);
-  EXPECT_EQ(builds({"expire", "42", "-y", "--no-wait"}).out, "● Waiting for your approval in the kestu app.\n");
+  EXPECT_TRUE(
+      builds({"expire", "42", "-y", "--no-wait"}).out.ends_with("\n● Waiting for your approval in the kestu app.\n"));
   EXPECT_EQ(build("42").state, "readyforexternal");
   server.scriptNextPlan({.waitingPolls = 1});
   ran = builds({"expire", "42", "--yes"});

@@ -3,6 +3,8 @@
 #include "core/support/md5.hpp"
 #include "tests/support/builds_test.hpp"
 
+#include <thread>
+
 namespace kestu::tests {
 namespace {
 
@@ -26,8 +28,9 @@ TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
   make("50");
   Ran ran = builds({"upload", "Daylight.ipa"});
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(ran.out, "Daylight.ipa: 1.3 (50) for iOS, 8 KB, straight to Apple…\n"
-                     "✓ Uploaded 1.3 (50) for iOS. Apple is processing it, usually 5 to 30 minutes.\n");
+  EXPECT_EQ(ran.out,
+            "Daylight.ipa: Daylight Weather (com.example.daylight) 1.3 (50) for iOS, 8 KB, straight to Apple…\n"
+            "✓ Uploaded 1.3 (50) for iOS. Apple is processing it, usually 5 to 30 minutes.\n");
   EXPECT_EQ(parts(), (bytes.size() + 999) / 1000);
   EXPECT_EQ(build("50").md5, MD5::hex(std::string_view(bytes)));
   for (const auto& request : server.requests()) {
@@ -47,13 +50,14 @@ TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
   auto answer = nlohmann::json::parse(ran.out);
   EXPECT_EQ(answer["platform"], "macos");
   EXPECT_TRUE(answer["uploadId"].is_string());
-  EXPECT_EQ(ran.err, "Mac.pkg: 1.3 (50) for macOS, 0 KB, straight to Apple…\n");
+  EXPECT_EQ(ran.err, "Mac.pkg: Daylight Weather (com.example.daylight) 1.3 (50) for macOS, 0 KB, straight to Apple…\n");
 }
 
 TEST_F(UploadTest, ADryRunReservesNothing) {
   make("50");
   EXPECT_EQ(builds({"upload", "Daylight.ipa", "--dry-run"}).out,
-            "Dry run: 1.3 (50) for iOS (Daylight.ipa, 8 KB) would upload. Nothing sent.\n");
+            "Dry run: Daylight Weather (com.example.daylight) 1.3 (50) for iOS (Daylight.ipa, 8 KB) would upload. "
+            "Nothing sent.\n");
   EXPECT_EQ(server.requests().back().query, "dryRun=true");
   server.withState([](sandbox::State& state) { EXPECT_TRUE(state.testFlight.uploads.empty()); });
   EXPECT_EQ(builds({"upload", "Daylight.ipa", "--build", "44", "--version", "1.2", "--dry-run"}).status, 1);
@@ -185,6 +189,12 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   EXPECT_TRUE(terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\" --platform ios\n"))
       << terminal.errText();
   repo.write("Mac.pkg", "xar!");
+  stopping = {};
+  server.faults().clear();
+  server.onNext({.path = base + "uploads", .method = "POST", .delay = std::chrono::seconds(2)});
+  std::jthread stopper([&] {
+    if (terminal.awaitText("Mac.pkg: Daylight")) stopping.request_stop();
+  });
   EXPECT_THROW(builds({"upload", "Mac.pkg", "--version", "1", "--build", "71"}), Stopped);
   EXPECT_TRUE(terminal.errText().ends_with("\nAn unfinished upload may be at Apple now. kestu builds list shows it; to "
                                            "remove it: kestu builds remove \"1 (71)\" --platform macos\n"))
@@ -263,7 +273,8 @@ TEST_F(UploadTest, RemoveClearsTheOneUploadThatIsMeant) {
            {{"52"}, 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
            {{"1.3 (50)", "--platform", "macos"},
             6,
-            "Remove the unfinished upload of 1.3 (50) for macOS, begun 3 hours ago. Can't be undone.\n"
+            "Remove the unfinished upload of Daylight Weather (com.example.daylight) 1.3 (50) for macOS, begun 3 hours "
+            "ago. Can't be undone.\n"
             "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
        }) {
     auto arguments = row.arguments;
@@ -275,7 +286,7 @@ TEST_F(UploadTest, RemoveClearsTheOneUploadThatIsMeant) {
   EXPECT_EQ(calls("DELETE "), 0U);
   server.scriptNextPlan({.waitingPolls = -1});
   Ran ran = builds({"remove", "50", "--upload", "u2", "--yes"});
-  EXPECT_EQ(ran.out, "✓ Removed the unfinished upload of 1.3 (50).\n") << ran.err;
+  EXPECT_TRUE(ran.out.ends_with("\n✓ Removed the unfinished upload of 1.3 (50).\n")) << ran.err;
   EXPECT_EQ(bodies("DELETE", "/u2").at(0), (nlohmann::json{{"platform", "ios"}, {"version", "1.3"}, {"build", "50"}}));
   server.withState([](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 4U); });
 }

@@ -278,7 +278,8 @@ TEST_F(MetadataTest, ContentRightsAreShownAndSet) {
   EXPECT_EQ(run({"metadata", "content-rights", "set", "--third-party-content", "maybe"}).status, 2);
   EXPECT_EQ(run({"metadata", "content-rights", "set", "--third-party-content", "no"}).status, 6);
   EXPECT_EQ(run({"metadata", "content-rights", "set", "--third-party-content", "no", "--dry-run"}).out,
-            "Dry run: Content Rights would say that the app uses no third-party content, after your approval.\n");
+            "Dry run: Daylight Weather (com.example.daylight), Content Rights would say that the app uses no "
+            "third-party content, after your approval.\n");
   server.scriptNextPlan({});
   Ran ran = run({"metadata", "content-rights", "set", "--third-party-content", "no", "-y"});
   EXPECT_TRUE(ran.out.ends_with("✓ Content Rights says that the app uses no third-party content.\n")) << ran.out;
