@@ -6,8 +6,6 @@
 #include "core/support/printable_ascii.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace kestu {
@@ -66,9 +64,9 @@ void Output::say(Console& console, const std::string& line) const {
   }
 }
 
-void Output::emit(Console& console, const nlohmann::json& object, const std::string& done) const {
+void Output::emit(Console& console, const JSONData& object, const std::string& done) const {
   if (quiet()) {
-    console.out(JSON::pretty(object));
+    console.out(object.pretty());
   } else {
     console.line(done);
   }

@@ -5,8 +5,7 @@
 #include "core/changes/change_item.hpp"
 #include "core/console/console.hpp"
 #include "core/console/table.hpp"
-
-#include <nlohmann/json_fwd.hpp>
+#include "core/support/json_data.hpp"
 
 #include <functional>
 #include <optional>
@@ -32,7 +31,7 @@ class Output {
   void say(Console& console, const std::string& line) const;
 
   /// The answer of a command that gives one object, or its line for people.
-  void emit(Console& console, const nlohmann::json& object, const std::string& done) const;
+  void emit(Console& console, const JSONData& object, const std::string& done) const;
 
   /// The same with the service's own JSON.
   void emitBody(Console& console, const std::string& body, const std::string& done) const;

@@ -10,8 +10,6 @@
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 namespace kestu {
 
 namespace {
@@ -64,11 +62,10 @@ void runLogin(Context& context, const GlobalOptions& options) {
   SignedIn signedIn = DeviceFlow::wait(start, client);
   credentials.save(signedIn.token);
   if (credentials.isFromEnvironment()) context.console.error(environmentWins);
-  nlohmann::json answer = {{"signedIn", true}};
+  JSONData answer = JSONData::object({{"signedIn", true}});
   std::string done = "✓ Signed in";
   if (signedIn.grant) {
-    answer["name"] = signedIn.grant->name;
-    answer["scopes"] = signedIn.grant->scopes;
+    answer.set("name", signedIn.grant->name).set("scopes", signedIn.grant->scopes);
     done += " as " + printable(signedIn.grant->name);
   }
   options.emit(context.console, answer, done + "\nNext: kestu link");
@@ -102,7 +99,7 @@ void runLogout(Context& context, const GlobalOptions& options) {
   }
   credentials.remove();
   if (credentials.isFromEnvironment()) context.console.error("KESTU_TOKEN is set, so commands keep using it.");
-  options.emit(context.console, {{"signedOut", true}}, "✓ Signed out");
+  options.emit(context.console, JSONData::object({{"signedOut", true}}), "✓ Signed out");
 }
 
 std::string scopesText(const std::vector<std::string>& scopes) {

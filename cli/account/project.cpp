@@ -8,8 +8,6 @@
 #include "core/project/app_choice.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace kestu {
@@ -54,7 +52,8 @@ void runLink(Context& context, const LinkOptions& options) {
   auto apps = fetchApps(context.signedIn()).value;
   const App& app = options.app ? AppChoice::match(*options.app, apps) : AppChoice::ofRepository(root, apps);
   Project::write(root, {app.appId, app.bundleId, std::nullopt});
-  options.emit(context.console, {{"appId", app.appId}, {"bundleId", app.bundleId}, {"name", app.name}},
+  options.emit(context.console,
+               JSONData::object({{"appId", app.appId}, {"bundleId", app.bundleId}, {"name", app.name}}),
                "✓ Linked this repo to " + app.described() + "\nNext: kestu status");
 }
 
@@ -67,7 +66,8 @@ ProjectLink linked(const Context& context) {
 void runConfig(Context& context, const GlobalOptions& options) {
   ProjectLink link = linked(context);
   std::string folders = link.assetFolderIDs() ? "ids" : "names";
-  options.emit(context.console, {{"appId", link.appId}, {"bundleId", link.bundleId}, {"screenshotFolders", folders}},
+  options.emit(context.console,
+               JSONData::object({{"appId", link.appId}, {"bundleId", link.bundleId}, {"screenshotFolders", folders}}),
                Format::table({{"App", printable(link.bundleId) + " (" + std::to_string(link.appId) + ")"},
                               {"screenshot-folders", folders}}));
 }
@@ -80,7 +80,8 @@ void runFolders(Context& context, const FoldersOptions& options) {
   ProjectLink link = linked(context);
   link.assetFolders = options.value;
   Project::write(Project::root(context.folder), link);
-  options.emit(context.console, {{"screenshotFolders", options.value}}, "✓ Set screenshot-folders to " + options.value);
+  options.emit(context.console, JSONData::object({{"screenshotFolders", options.value}}),
+               "✓ Set screenshot-folders to " + options.value);
 }
 
 } // namespace

@@ -9,8 +9,6 @@
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <memory>
 
@@ -82,23 +80,23 @@ std::string done(const PullReport& report, const std::string& version, const std
   return line + ".\nNext: commit them with their pulled.json, which lets a push know them again.";
 }
 
-nlohmann::json answer(const PullReport& report, const PullPlan& plan, const std::string& version,
-                      const std::string& platform) {
+JSONData answer(const PullReport& report, const PullPlan& plan, const std::string& version,
+                const std::string& platform) {
   auto pairs = [](const std::vector<std::pair<std::string, std::string>>& moves) {
-    nlohmann::json list = nlohmann::json::array();
-    for (const auto& [from, to] : moves) list.push_back({{"from", from}, {"to", to}});
+    JSONData list = JSONData::array();
+    for (const auto& [from, to] : moves) list.add(JSONData::object({{"from", from}, {"to", to}}));
     return list;
   };
-  return {{"version", version},
-          {"platform", platform},
-          {"written", report.written},
-          {"bytes", report.bytes},
-          {"folders", pairs(report.folders)},
-          {"merged", pairs(report.merged)},
-          {"moved", pairs(report.moved)},
-          {"removed", report.removed},
-          {"updated", report.bookkeeping},
-          {"notes", plan.notes}};
+  return JSONData::object({{"version", version},
+                           {"platform", platform},
+                           {"written", report.written},
+                           {"bytes", report.bytes},
+                           {"folders", pairs(report.folders)},
+                           {"merged", pairs(report.merged)},
+                           {"moved", pairs(report.moved)},
+                           {"removed", report.removed},
+                           {"updated", report.bookkeeping},
+                           {"notes", plan.notes}});
 }
 
 PullReport carryOut(Context& context, const PullPlan& plan, const std::filesystem::path& root) {

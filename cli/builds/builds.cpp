@@ -10,8 +10,6 @@
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <charconv>
 #include <memory>
@@ -207,7 +205,7 @@ void runLatest(Context& context, const NewestOptions& options) {
   for (std::size_t at = 0; at < answer.value.builds.size(); ++at) {
     const ManagedBuild& build = answer.value.builds[at];
     if (build.platform != platform || build.stateKind() == BuildState::uploading) continue;
-    return options.emit(context.console, json.list()[at].raw(), build.text());
+    return options.emit(context.console, JSONData::copied(json.list()[at]), build.text());
   }
   throw CLIError(Kind::notFound, "No build" + forPlatform(platform) + " yet: kestu builds upload sends one.");
 }
@@ -223,7 +221,7 @@ void runNextNumber(Context& context, const NewestOptions& options) {
     if (build.platform == platform && counts) numbers.push_back(build.number);
   }
   std::string next = BuildNumber::next(numbers);
-  options.emit(context.console, {{"number", next}, {"platform", platform}}, next);
+  options.emit(context.console, JSONData::object({{"number", next}, {"platform", platform}}), next);
 }
 
 void addList(Command& group) {

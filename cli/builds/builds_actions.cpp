@@ -7,8 +7,6 @@
 #include "core/console/printable.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -41,11 +39,11 @@ struct Action {
     return {std::move(client), std::move(app.path), std::move(title), std::move(all), std::move(build)};
   }
 
-  ChangeRequest request(const std::string& word, const std::optional<nlohmann::json>& body) const {
+  ChangeRequest request(const std::string& word, const std::optional<JSONData>& body) const {
     return {"POST",
             appPath + "/testflight/builds/" + percentEncoded(build.buildId) + "/" + word,
             {},
-            body ? std::optional(Client::encoded(*body)) : std::nullopt};
+            body ? std::optional(body->compact()) : std::nullopt};
   }
 };
 
@@ -85,7 +83,7 @@ void runExpire(Context& context, const ActionOptions& options) {
 
 void runCompliance(Context& context, const ActionOptions& options) {
   Action action = Action::on(options.target, context);
-  nlohmann::json body = {{"usesNonExemptEncryption", false}};
+  JSONData body = JSONData::object({{"usesNonExemptEncryption", false}});
   change(context, options, action, action.request("compliance", body),
          {"answer export compliance for " + action.title, " It uses no encryption that needs documents.",
           "✓ Answered export compliance for " + action.build.text() +
@@ -172,7 +170,7 @@ void runDistribute(Context& context, const DistributeOptions& options) {
       throw CLIError(Kind::usage, "\"" + printable(*group.name) + "\" is in both --add and --remove.");
     }
   }
-  nlohmann::json body = {{"add", ids(add)}, {"remove", ids(remove)}};
+  JSONData body = JSONData::object({{"add", ids(add)}, {"remove", ids(remove)}});
   std::string done = capitalized(moves("put", action.build.text(), add, "took", remove));
   auto [from, to] = groupsBeforeAndAfter(action, groups, add, remove);
   change(context, options, action, action.request("groups", body),
@@ -193,7 +191,7 @@ void runTestNotes(Context& context, const TestNotesOptions& options) {
   if (!locale) throw CLIError(Kind::usage, "Name its language with --locale (en-US).");
   std::string in = " in " + printable(*locale);
   std::string indented = "\n  " + Text::joined(Text::split(printableText(text), '\n'), "\n  ");
-  nlohmann::json body = {{"locale", *locale}, {"text", text}};
+  JSONData body = JSONData::object({{"locale", *locale}, {"text", text}});
   change(context, options, action, action.request("test-notes", body),
          {"set What to Test for " + action.title + in, indented,
           "✓ Set What to Test for " + action.build.text() + in + ".", "What to Test " + *locale, std::nullopt, text});

@@ -8,8 +8,6 @@
 #include "core/console/progress.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <memory>
 
 namespace kestu {
@@ -104,9 +102,9 @@ void runUpload(Context& context, const UploadOptions& options) {
   std::string build = file.text() + " for " + platformLabel(file.platform);
   std::string about = app.appTitle() + " " + build;
   std::string size = Format::bytes(file.size);
-  nlohmann::json request = BuildUpload::request(file);
+  JSONData request = BuildUpload::request(file);
   if (options.dryRun) {
-    client.checked(client.send("POST", path + "/testflight/uploads", {Client::dryRun}, Client::encoded(request)));
+    client.checked(client.send("POST", path + "/testflight/uploads", {Client::dryRun}, request.compact()));
     if (options.quiet()) {
       console.out(withChanges(JSON::compact(request), {{build, "build", std::nullopt, file.name()}}));
     } else {
@@ -118,8 +116,8 @@ void runUpload(Context& context, const UploadOptions& options) {
   std::vector<std::string> past = options.wait ? sameName(client, path, file) : std::vector<std::string>();
   std::string uploadId = upload(context, client, path, file, options);
   std::string done = "✓ Uploaded " + build + ". Apple is processing it, usually 5 to 30 minutes.";
-  nlohmann::json answer = request;
-  answer["uploadId"] = uploadId;
+  JSONData answer = request;
+  answer.set("uploadId", uploadId);
   if (!options.wait) return options.emit(console, answer, done);
   options.say(console, done);
   BuildTarget target{std::nullopt, options.platform, options.app};
@@ -130,7 +128,7 @@ void runUpload(Context& context, const UploadOptions& options) {
     throw CLIError(Kind::pending, "The time ran out with it still on its way. To keep waiting: " +
                                       commandAbout("wait", file, options));
   }
-  answer["processed"] = nlohmann::json::parse(reached->json);
+  answer.set("processed", reached->json);
   options.emit(console, answer, reachedText(reached->build, target));
 }
 
@@ -157,7 +155,7 @@ void runRemove(Context& context, const RemoveOptions& options) {
   const UnfinishedUpload& upload =
       BuildUpload::choose(uploads, *options.target.build, options.target.platform.platform, options.uploadId, now);
   ChangeRequest request{
-      "DELETE", path + "/testflight/uploads/" + percentEncoded(upload.uploadId), {}, Client::encoded(upload.named())};
+      "DELETE", path + "/testflight/uploads/" + percentEncoded(upload.uploadId), {}, upload.named().compact()};
   std::string build = upload.text() + " for " + platformLabel(upload.platform);
   std::string details =
       "the unfinished upload of " + app.appTitle() + " " + build + ", begun " + Format::ago(upload.createdAt, now);

@@ -2,8 +2,6 @@
 #include "cli/context.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <memory>
 
 namespace kestu {
@@ -51,7 +49,7 @@ void runWait(Context& context, const WaitOptions& options) {
   if (!reached) {
     throw CLIError(Kind::pending, "The time ran out with it still on its way. Run it again to keep waiting.");
   }
-  options.emit(context.console, nlohmann::json::parse(reached->json), reachedText(reached->build, options.target));
+  options.emit(context.console, reached->json, reachedText(reached->build, options.target));
 }
 
 } // namespace

@@ -8,8 +8,6 @@
 #include "core/project/app_choice.hpp"
 #include "core/project/project.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <system_error>
 
@@ -35,11 +33,13 @@ std::filesystem::path folderOf(const CheckOptions& options, const Context& conte
   return folder;
 }
 
-nlohmann::json json(const FlagRead& read) { return {{"key", read.key}, {"file", read.file}, {"line", read.line}}; }
+JSONData json(const FlagRead& read) {
+  return JSONData::object({{"key", read.key}, {"file", read.file}, {"line", read.line}});
+}
 
-nlohmann::json json(const std::vector<FlagRead>& reads) {
-  nlohmann::json list = nlohmann::json::array();
-  for (const FlagRead& read : reads) list.push_back(json(read));
+JSONData json(const std::vector<FlagRead>& reads) {
+  JSONData list = JSONData::array();
+  for (const FlagRead& read : reads) list.add(json(read));
   return list;
 }
 
@@ -72,10 +72,12 @@ void runCheck(Context& context, const CheckOptions& options) {
         "The code under " + printable(options.folder.value_or(folder.lexically_proximate(context.folder).string())) +
         " reads no flags through KestuFlags.");
   }
-  options.emit(
-      context.console,
-      {{"flags", known.size()}, {"reads", json(reads)}, {"missing", json(flags.missing)}, {"unread", flags.unread}},
-      options.quiet() ? "" : checkText(flags, known.size(), context.console.style()));
+  options.emit(context.console,
+               JSONData::object({{"flags", known.size()},
+                                 {"reads", json(reads)},
+                                 {"missing", json(flags.missing)},
+                                 {"unread", flags.unread}}),
+               options.quiet() ? "" : checkText(flags, known.size(), context.console.style()));
   if (!flags.missing.empty()) throw NotPassed();
 }
 

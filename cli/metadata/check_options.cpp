@@ -8,8 +8,6 @@
 #include "core/project/project.hpp"
 #include "core/release/finding_table.hpp"
 
-#include <nlohmann/json.hpp>
-
 namespace kestu {
 
 void CheckOptions::declare(Command& command) {
@@ -25,7 +23,7 @@ void CheckOptions::write(Context& context, const Findings& findings) const {
   Console& console = context.console;
   std::optional<int> width;
   if (console.isTerminal(Stream::out)) width = console.width();
-  TableOptions::write(console, JSON::compact(encoded(findings)), ReleaseCheck::rows(findings),
+  TableOptions::write(console, encoded(findings).compact(), ReleaseCheck::rows(findings),
                       ReleaseCheck::table(findings, console.style(), width));
 }
 

@@ -2,8 +2,6 @@
 #include "core/listing/metadata.hpp"
 #include "core/project/app_choice.hpp"
 
-#include <nlohmann/json.hpp>
-
 namespace kestu {
 
 namespace {
@@ -29,8 +27,8 @@ std::string words(ContentRights rights) {
 void runShow(Context& context, const ShowOptions& options) {
   Client client = context.signedIn();
   auto rights = client.get(listingPath(options.app, client, context), {}, StoreListing::read).value.contentRights;
-  nlohmann::json answer = {{"contentRights", nullptr}};
-  if (rights) answer["contentRights"] = appleValue(*rights);
+  JSONData answer = JSONData::object({{"contentRights", JSONData()}});
+  if (rights) answer.set("contentRights", appleValue(*rights));
   options.emit(context.console, answer,
                rights ? "Content Rights: the app " + words(*rights) + "."
                       : "Content Rights isn't answered, and App Review requires it.\nNext: kestu metadata "
@@ -43,7 +41,7 @@ void runSet(Context& context, const SetOptions& options) {
   std::string path = app.path + "/listing";
   auto now = client.get(path, {}, StoreListing::read).value.contentRights;
   if (now == options.rights) {
-    options.emit(context.console, {{"unchanged", true}},
+    options.emit(context.console, JSONData::object({{"unchanged", true}}),
                  "✓ Content Rights says that the app " + words(*now) + " already: nothing sent.");
     return;
   }
@@ -55,7 +53,7 @@ void runSet(Context& context, const SetOptions& options) {
   change.would = "Dry run: " + app.appTitle() + ", Content Rights would say that the app " + words(*options.rights) +
                  ", after your approval.";
   change.done = "✓ Content Rights says that the app " + words(*options.rights) + ".";
-  ChangeRequest request{"POST", path, {}, Client::encoded({{"contentRights", appleValue(*options.rights)}})};
+  ChangeRequest request{"POST", path, {}, JSONData::object({{"contentRights", appleValue(*options.rights)}}).compact()};
   options.make(context, client, request, change);
 }
 

@@ -6,8 +6,6 @@
 #include "core/support/files.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <set>
 #include <system_error>
 
@@ -181,7 +179,7 @@ void runPull(Context& context, const PullOptions& options) {
   write(writing.changed, root);
   auto apart = leftApart(store, options, target, layout, root);
   if (!apart.empty()) context.console.error(apartText(apart, target));
-  auto answer = nlohmann::json::parse(answerOf(writing, target, layout, apart).compact());
+  JSONData answer = answerOf(writing, target, layout, apart);
   options.emit(context.console, answer, doneText(writing, target, layout, apart.empty()));
 }
 

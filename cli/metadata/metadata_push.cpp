@@ -6,8 +6,6 @@
 #include "core/release/listing_refusals.hpp"
 #include "core/support/text.hpp"
 
-#include <nlohmann/json.hpp>
-
 namespace kestu {
 
 namespace {
@@ -57,7 +55,7 @@ void runPush(Context& context, const PushOptions& options) {
   if (!change.isEmpty()) return send(context, client, options, target, change);
   std::string done = change.held.empty() ? " says what the repo does already: nothing sent."
                                          : " takes nothing else that differs: nothing sent.";
-  options.emit(context.console, {{"unchanged", true}}, "✓ " + target.title() + done);
+  options.emit(context.console, JSONData::object({{"unchanged", true}}), "✓ " + target.title() + done);
 }
 
 } // namespace

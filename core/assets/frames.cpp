@@ -4,11 +4,10 @@
 #include "core/support/error.hpp"
 #include "core/support/files.hpp"
 #include "core/support/json.hpp"
-
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
+#include "core/support/json_data.hpp"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <utility>
 
 namespace kestu::Frames {
@@ -47,7 +46,9 @@ bool replace(const std::filesystem::path& file, const PosterFrames& before, cons
   if (before == after) return false;
   if (after.empty()) return std::filesystem::remove(file);
   std::filesystem::create_directories(file.parent_path());
-  Files::writeAtomically(file, JSON::pretty(after));
+  JSONData document = JSONData::object();
+  for (const auto& [video, frame] : after) document.set(video, frame);
+  Files::writeAtomically(file, document.pretty());
   return true;
 }
 

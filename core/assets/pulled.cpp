@@ -3,8 +3,7 @@
 #include "core/assets/asset_folders.hpp"
 #include "core/support/files.hpp"
 #include "core/support/json.hpp"
-
-#include <nlohmann/json.hpp>
+#include "core/support/json_data.hpp"
 
 #include <optional>
 
@@ -56,10 +55,12 @@ void write(AssetKind kind, const std::filesystem::path& root, const PulledAssets
     std::filesystem::remove(file);
     return;
   }
-  nlohmann::json document = nlohmann::json::object();
-  for (const auto& [path, asset] : assets) document[path] = {{"assetId", asset.assetId}, {"md5", asset.md5}};
+  JSONData document = JSONData::object();
+  for (const auto& [path, asset] : assets) {
+    document.set(path, JSONData::object({{"assetId", asset.assetId}, {"md5", asset.md5}}));
+  }
   std::filesystem::create_directories(folder);
-  Files::writeAtomically(file, JSON::pretty(document));
+  Files::writeAtomically(file, document.pretty());
 }
 
 } // namespace kestu::Pulled

@@ -5,8 +5,6 @@
 #include "core/console/printable.hpp"
 #include "core/console/table.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace kestu {
@@ -44,20 +42,20 @@ UnfinishedUpload UnfinishedUpload::read(const JSONValue& value) {
 
 std::string UnfinishedUpload::text() const { return BuildReference{version, build, std::nullopt}.text(); }
 
-nlohmann::json UnfinishedUpload::named() const {
+JSONData UnfinishedUpload::named() const {
   if (!version) {
     throw CLIError(Kind::failed, "Apple doesn't say which version upload " + printable(uploadId) +
                                      " is of, so kestu can't name it to remove.");
   }
-  return {{"platform", platform}, {"version", *version}, {"build", build}};
+  return JSONData::object({{"platform", platform}, {"version", *version}, {"build", build}});
 }
 
-nlohmann::json BuildUpload::request(const BuildFile& file) {
-  return {{"platform", file.platform},
-          {"version", file.version},
-          {"build", file.number},
-          {"fileName", file.file.filename().string()},
-          {"fileSize", file.size}};
+JSONData BuildUpload::request(const BuildFile& file) {
+  return JSONData::object({{"platform", file.platform},
+                           {"version", file.version},
+                           {"build", file.number},
+                           {"fileName", file.file.filename().string()},
+                           {"fileSize", file.size}});
 }
 
 void BuildUpload::send(const BuildFile& file, const std::vector<UploadPart>& parts, const PartUploader& uploader,

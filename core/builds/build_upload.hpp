@@ -3,8 +3,7 @@
 #include "core/builds/build_file.hpp"
 #include "core/builds/build_reference.hpp"
 #include "core/service/part_uploader.hpp"
-
-#include <nlohmann/json_fwd.hpp>
+#include "core/support/json_data.hpp"
 
 #include <functional>
 #include <optional>
@@ -34,13 +33,13 @@ struct UnfinishedUpload {
   std::string text() const; ///< "1.2 (45)"; printable
 
   /// The request to remove it: the build that it is for. A CLIError where Apple doesn't say its version.
-  nlohmann::json named() const;
+  JSONData named() const;
 };
 
 namespace BuildUpload {
 
 /// The reservation's request.
-nlohmann::json request(const BuildFile& file);
+JSONData request(const BuildFile& file);
 
 /// Sends all parts, four at once. A CLIError when the file isn't the one that was read any more.
 void send(const BuildFile& file, const std::vector<UploadPart>& parts, const PartUploader& uploader,

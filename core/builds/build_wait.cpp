@@ -1,7 +1,5 @@
 #include "core/builds/build_wait.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <utility>
 
@@ -62,13 +60,12 @@ class Waiting {
     if (length > 0s) clock_.sleep(std::chrono::ceil<std::chrono::milliseconds>(length), client_.context().stop);
   }
 
-  nlohmann::json request() const {
+  JSONData request() const {
     auto seconds = std::min<std::chrono::seconds>(longestCall, std::chrono::ceil<std::chrono::seconds>(left()));
-    nlohmann::json body = {{"platform", goal_.platform}, {"testable", goal_.testable}, {"seconds", seconds.count()}};
-    if (goal_.build.version) body["version"] = *goal_.build.version;
-    if (goal_.build.number) body["number"] = *goal_.build.number;
-    if (goal_.build.id) body["buildId"] = *goal_.build.id;
-    if (cursor_) body["cursor"] = *cursor_;
+    JSONData body =
+        JSONData::object({{"platform", goal_.platform}, {"testable", goal_.testable}, {"seconds", seconds.count()}});
+    body.setGiven("version", goal_.build.version).setGiven("number", goal_.build.number);
+    body.setGiven("buildId", goal_.build.id).setGiven("cursor", cursor_);
     return body;
   }
 
@@ -77,7 +74,7 @@ class Waiting {
     int status = 0;
     Refusal refusal;
     try {
-      HTTPAnswer answer = client_.send("POST", path_, {}, Client::encoded(request()));
+      HTTPAnswer answer = client_.send("POST", path_, {}, request().compact());
       status = answer.status;
       refusal = Refusal::read(answer.body);
       auto wait = client_.decoded(std::move(answer), BuildsWait::read);
@@ -117,12 +114,12 @@ class Waiting {
   }
 
   BuildWait::Reached reachedIn(const Response<BuildsWait>& wait) const {
-    nlohmann::json json;
+    JSONData json;
     JSONValue answer = JSONValue::parse(wait.body);
     for (const JSONValue& build : answer.at("builds").at("builds").list()) {
-      if (build.at("buildId").text() == reached_->buildId) json = build.raw();
+      if (build.at("buildId").text() == reached_->buildId) json = JSONData::copied(build);
     }
-    return {*reached_, json.dump()};
+    return {*reached_, std::move(json)};
   }
 
   const BuildWait::Goal& goal_;

@@ -40,7 +40,7 @@ struct Listener {
 
 struct Reached {
   ManagedBuild build;
-  std::string json; ///< the build, as the service gave it
+  JSONData json; ///< the build, as the service gave it
 };
 
 /// Whether there is no use in waiting for longer: the goal is reached, or never will be.

@@ -2,8 +2,6 @@
 
 #include "core/console/printable.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <chrono>
 
 namespace kestu::ChangeFlow {
@@ -71,9 +69,9 @@ Response<ChangeAnswer> send(const Client& client, const ChangeRequest& request, 
   Response<Plan> plan = decided(client, *answer.value.plan);
   if (plan.value.state != "applied") throw outcome(plan.value);
   answer.value.plan = plan.value;
-  nlohmann::json whole = nlohmann::json::parse(answer.body);
-  whole["plan"] = nlohmann::json::parse(plan.body);
-  answer.body = whole.dump();
+  JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
+  whole.set("plan", JSONData::copied(JSONValue::parse(plan.body)));
+  answer.body = whole.compact();
   return answer;
 }
 

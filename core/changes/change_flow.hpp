@@ -3,8 +3,6 @@
 #include "core/changes/plan.hpp"
 #include "core/service/client.hpp"
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <functional>
 #include <optional>
 #include <string>

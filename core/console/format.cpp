@@ -1,10 +1,10 @@
 #include "core/console/format.hpp"
 
 #include "core/support/json.hpp"
+#include "core/support/json_data.hpp"
 #include "core/support/text.hpp"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <unicode/locid.h>
 #include <unicode/numberformatter.h>
 
@@ -158,11 +158,9 @@ std::string shellWord(std::string_view text) {
 }
 
 std::string json(std::string_view body, const std::vector<std::string>& without) {
-  nlohmann::json answer = JSONValue::parse(body).raw();
-  if (answer.is_object()) {
-    for (const std::string& key : without) answer.erase(key);
-  }
-  return JSON::pretty(answer);
+  JSONData answer = JSONData::copied(JSONValue::parse(body));
+  for (const std::string& key : without) answer.erase(key);
+  return answer.pretty();
 }
 
 } // namespace kestu::Format

@@ -2,8 +2,7 @@
 
 #include "core/support/error.hpp"
 #include "core/support/files.hpp"
-
-#include <nlohmann/json.hpp>
+#include "core/support/json_data.hpp"
 
 #include <algorithm>
 #include <system_error>
@@ -72,20 +71,20 @@ std::optional<ProjectLink> link(const fs::path& folder) {
 }
 
 void write(const fs::path& root, const ProjectLink& link) {
-  nlohmann::json document = nlohmann::json::object();
+  JSONData document = JSONData::object();
   try {
     auto bytes = Files::read(root / fileName, largestLink);
-    if (JSONValue before = JSONValue::parse(bytes.value_or("{}")); before.isObject()) document = before.raw();
+    if (JSONValue before = JSONValue::parse(bytes.value_or("{}")); before.isObject())
+      document = JSONData::copied(before);
   } catch (const JSONError&) {
-    document = nlohmann::json::object();
+    document = JSONData::object();
   } catch (const std::system_error&) {
-    document = nlohmann::json::object();
+    document = JSONData::object();
   }
-  document["appId"] = link.appId;
-  document["bundleId"] = link.bundleId;
-  if (link.assetFolders) document["screenshotFolders"] = *link.assetFolders;
+  document.set("appId", link.appId).set("bundleId", link.bundleId);
+  document.setGiven("screenshotFolders", link.assetFolders);
   try {
-    Files::writeAtomically(root / fileName, JSON::pretty(document));
+    Files::writeAtomically(root / fileName, document.pretty());
   } catch (const std::system_error& error) {
     throw CLIError(CLIError::Kind::failed,
                    std::string(fileName) + ": couldn't be written (" + error.code().message() + ").");

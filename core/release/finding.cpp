@@ -1,7 +1,5 @@
 #include "core/release/finding.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <array>
 
 namespace kestu {
@@ -11,12 +9,13 @@ std::string_view rawValue(Level level) {
   return words[static_cast<std::size_t>(level)];
 }
 
-nlohmann::json encoded(const Findings& findings) {
-  nlohmann::json list = nlohmann::json::array();
+JSONData encoded(const Findings& findings) {
+  JSONData list = JSONData::array();
   for (const Finding& finding : findings) {
-    nlohmann::json object = {{"level", rawValue(finding.level)}, {"rule", finding.rule}, {"message", finding.message}};
-    if (finding.locale) object["locale"] = *finding.locale;
-    list.push_back(std::move(object));
+    JSONData object =
+        JSONData::object({{"level", rawValue(finding.level)}, {"rule", finding.rule}, {"message", finding.message}});
+    object.setGiven("locale", finding.locale);
+    list.add(std::move(object));
   }
   return list;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include "core/support/json_data.hpp"
 
 #include <optional>
 #include <string>
@@ -27,6 +27,6 @@ struct Finding {
 using Findings = std::vector<Finding>;
 
 /// An array of objects with the fields' names.
-nlohmann::json encoded(const Findings& findings);
+JSONData encoded(const Findings& findings);
 
 } // namespace kestu

@@ -24,8 +24,6 @@ Client Client::unstopped() const {
   return {std::move(context), base_, token_};
 }
 
-std::string Client::encoded(const nlohmann::json& body) { return JSON::compact(body); }
-
 HTTPAnswer Client::perform(HTTPRequest request) const {
   std::string agent(CLI::client);
   std::replace(agent.begin(), agent.end(), ' ', '/');

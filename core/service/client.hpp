@@ -9,8 +9,6 @@
 #include "core/support/json.hpp"
 #include "core/support/json_data.hpp"
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <functional>
 #include <optional>
 #include <string>
@@ -50,8 +48,8 @@ class Client {
   }
 
   template <class Read>
-  auto post(std::string_view path, const Query& query, const nlohmann::json& body, Read read) const {
-    return decoded(send("POST", path, query, encoded(body)), read);
+  auto post(std::string_view path, const Query& query, const JSONData& body, Read read) const {
+    return decoded(send("POST", path, query, body.compact()), read);
   }
 
   /// POST without a body; the answer only has to be successful.
@@ -78,8 +76,6 @@ class Client {
       throw notUnderstood();
     }
   }
-
-  static std::string encoded(const nlohmann::json& body);
 
   /// The same for a last call after a stop, which ends at its time limit alone.
   Client unstopped() const;

@@ -1,7 +1,5 @@
 #include "core/service/device_flow.hpp"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace kestu {
@@ -46,9 +44,9 @@ void judge(const std::string& error) {
 } // namespace
 
 DeviceStart start(const Request& request, const Client& client) {
-  nlohmann::json body = {{"client", request.client}, {"machine", request.machine}};
-  if (!request.scopes.empty()) body["scopes"] = request.scopes;
-  if (request.ciApp) body["ciApp"] = *request.ciApp;
+  JSONData body = JSONData::object({{"client", request.client}, {"machine", request.machine}});
+  if (!request.scopes.empty()) body.set("scopes", request.scopes);
+  body.setGiven("ciApp", request.ciApp);
   return client.post("/v1/auth/device", {}, body, DeviceStart::read).value;
 }
 
@@ -60,7 +58,7 @@ SignedIn wait(const DeviceStart& start, const Client& client) {
   while (true) {
     clock.sleep(interval, client.context().stop);
     bool late = clock.continuous() - begun > start.expiresIn + interval;
-    std::string body = Client::encoded({{"deviceCode", start.deviceCode}});
+    std::string body = JSONData::object({{"deviceCode", start.deviceCode}}).compact();
     HTTPAnswer answer = client.send("POST", "/v1/auth/token", {}, body);
     if (answer.status >= 200 && answer.status <= 299) return client.decoded(std::move(answer), SignedIn::read).value;
     std::string error = Refusal::read(answer.body).error.value_or("");

@@ -21,6 +21,12 @@ std::string scalar(const nlohmann::json& value) {
   return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+std::string quoted(const std::string& text) {
+  bool plain = std::all_of(text.begin(), text.end(),
+                           [](char byte) { return byte >= ' ' && byte < '\x7f' && byte != '"' && byte != '\\'; });
+  return plain ? '"' + text + '"' : scalar(text);
+}
+
 void newLine(std::string& out, int indent) {
   if (indent >= 0) out.append("\n").append(static_cast<std::size_t>(indent), ' ');
 }
@@ -138,7 +144,7 @@ void JSONData::write(std::string& out, int indent) const {
     out += '{';
     for (const auto& [key, value] : members()) {
       next();
-      out += scalar(key) + (indent < 0 ? ":" : ": ");
+      out += quoted(key) + (indent < 0 ? ":" : ": ");
       value.write(out, inner);
     }
     newLine(out, indent);
@@ -154,7 +160,7 @@ void JSONData::write(std::string& out, int indent) const {
   } else if (const auto* decimal = std::get_if<Decimal>(&value_)) {
     out += decimal->digits;
   } else if (const auto* text = std::get_if<std::string>(&value_)) {
-    out += scalar(*text);
+    out += quoted(*text);
   } else if (const auto* real = std::get_if<double>(&value_)) {
     out += scalar(*real);
   } else if (const auto* whole = std::get_if<std::int64_t>(&value_)) {

@@ -527,7 +527,7 @@ TEST(FindingTable, FoldsAtATerminalOnly) {
                                                       "                release prepare 1.2");
   EXPECT_EQ(ReleaseCheck::table({findings[1]}, plain, 80), "error  1.2 has no build: kestu release prepare 1.2");
   EXPECT_EQ(ReleaseCheck::table({}, plain, 80), "");
-  EXPECT_EQ(JSON::compact(encoded({findings[1]})),
+  EXPECT_EQ(encoded({findings[1]}).compact(),
             R"([{"level":"error","message":"1.2 has no build: kestu release prepare 1.2","rule":"version"}])");
 }
 
