@@ -14,7 +14,7 @@ namespace {
 using Expand = void (*)(Command&);
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 11> built = {{
+  static constexpr std::array<std::pair<std::string_view, Expand>, 12> built = {{
       {"login", addLogin},
       {"logout", addLogout},
       {"whoami", addWhoami},
@@ -25,6 +25,7 @@ Expand expansion(std::string_view word) {
       {"builds", addBuilds},
       {"metadata", addMetadata},
       {"release", addRelease},
+      {"events", addEvents},
       {"kit", addKit},
   }};
   for (const auto& [name, expand] : built) {

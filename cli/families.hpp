@@ -15,6 +15,7 @@ void addBuilds(Command& command);
 void addMetadata(Command& command);
 void addValidate(Command& metadataGroup);
 void addRelease(Command& command);
+void addEvents(Command& command);
 void addKit(Command& command);
 
 } // namespace kestu

@@ -1,0 +1,91 @@
+#include "cli/events/events.hpp"
+#include "core/console/format.hpp"
+#include "core/console/printable.hpp"
+#include "core/events/event_text.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace kestu {
+
+namespace {
+
+struct ReviewOptions : ChangeOptions {
+  EventTarget target;
+  bool withVersion = false;
+};
+
+void runSubmit(Context& context, const ReviewOptions& options) {
+  FoundEvent found = FoundEvent::of(options.target, context);
+  refuse(EventRules::submitRefusal(found.event));
+  const bool alone = !options.withVersion;
+  const std::string how = alone ? " on its own" : " with the version";
+  ProposedChange change;
+  change.waits = alone;
+  change.title = "Send " + found.about() + " to App Review" + how + ".";
+  change.items = {{found.event.name, "state", found.event.state, alone ? "waitingforreview" : "readyforreview"}};
+  change.would =
+      "Dry run: would send " + found.about() + " to App Review" + how + (alone ? ", after your approval." : ".");
+  change.done = alone ? "✓ Sent " + found.event.quoted() + " to App Review."
+                      : "✓ " + found.event.quoted() +
+                            " goes to App Review with the version.\nNext: kestu submit <version> --event " +
+                            Format::shellWord(printable(found.event.name)) + found.ofApp;
+  ChangeRequest request{"POST", found.path + "/submit", {}, JSONData::object({{"withVersion", !alone}}).compact()};
+  options.make(context, found.client, request, change);
+}
+
+void runCancel(Context& context, const ReviewOptions& options) {
+  FoundEvent found = FoundEvent::of(options.target, context);
+  refuse(EventRules::cancelRefusal(found.event));
+  ProposedChange change;
+  change.waits = false;
+  change.title = "Take " + found.about() + " back from App Review. It loses its place there.";
+  change.items = {{found.event.name, "state", found.event.state, "draft"}};
+  change.would = "Dry run: would take " + found.about() + " back from App Review.";
+  change.done =
+      "✓ Took " + found.event.quoted() + " back from App Review. It can change now.\nNext: " + found.command("submit");
+  options.make(context, found.client, {"POST", found.path + "/cancel", {}, std::nullopt}, change);
+}
+
+void runDelete(Context& context, const ReviewOptions& options) {
+  FoundEvent found = FoundEvent::of(options.target, context);
+  refuse(EventRules::deleteRefusal(found.event));
+  ProposedChange change;
+  change.title = "Delete " + found.about() + ", which is " + Format::eventState(found.event) + ". Can't be undone.";
+  change.items = {{found.event.name, "event", found.event.eventId, std::nullopt}};
+  change.would = "Dry run: would delete " + found.about() + ", after your approval.";
+  change.done = "✓ Deleted " + found.event.quoted() + ".";
+  options.make(context, found.client, {"DELETE", found.path, {}, std::nullopt}, change);
+}
+
+Command& add(Command& group, const std::string& word, const std::string& abstract,
+             void (*run)(Context&, const ReviewOptions&),
+             const std::function<void(Command&, ReviewOptions&)>& own = nullptr) {
+  Command& command = group.add(word, abstract);
+  auto options = std::make_shared<ReviewOptions>();
+  options->target.declare(command);
+  if (own) own(command, *options);
+  options->target.app.declare(command, false);
+  options->ChangeOptions::declare(command);
+  command.run = [options, run](Context& context) { run(context, *options); };
+  return command;
+}
+
+} // namespace
+
+void addEventsReview(Command& group) {
+  add(group, "submit",
+      "Send an in-app event to App Review: on its own, which waits for your approval in the kestu app, or with the "
+      "version.",
+      runSubmit, [](Command& command, ReviewOptions& options) {
+        command.flag({"--with-version"}, options.withVersion,
+                     "Let it go with the version that's submitted next, rather than on its own.");
+      });
+  add(group, "cancel", "Take an in-app event back from App Review, to change it and submit it again.", runCancel);
+  add(group, "delete",
+      "Delete an in-app event: a draft, an approved one or an archived one, as Apple allows. Can't be undone, so it "
+      "waits for your approval.",
+      runDelete);
+}
+
+} // namespace kestu

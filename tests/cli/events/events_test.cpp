@@ -1,0 +1,297 @@
+#include "core/console/text_style.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/command_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+using nlohmann::json;
+
+/// The demo's events of Daylight Weather; the service's time is that of the command.
+class EventsTest : public CommandTest {
+ protected:
+  EventsTest() : CommandTest({.partSize = 100'000, .now = [this] { return clock.now(); }}) {
+    signIn();
+    link();
+    environment["TZ"] = "Europe/Stockholm";
+    repo.write("card.png", png(1920, 1080));
+    repo.write("page.png", png(1080, 1920));
+  }
+
+  Ran events(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "events");
+    return run(arguments);
+  }
+  /// The same, confirmed; it has to succeed.
+  std::string done(std::vector<std::string> arguments) {
+    arguments.emplace_back("--yes");
+    Ran ran = events(arguments);
+    EXPECT_EQ(ran.status, 0) << ran.err << ran.out;
+    return ran.out;
+  }
+  json lastBody() { return json::parse(server.requests().back().body); }
+  void make(const std::string& name, const std::string& state) {
+    done({"create", name, "--starts", "2026-12-01 10:00", "--ends", "2026-12-05", "--badge", "challenge",
+          "--display-name", "The Cup", "--short-description", "Be quick.", "--long-description", "Be quicker.",
+          "--card", "card.png", "--details-page", "page.png"});
+    clock.advance(std::chrono::seconds(5));
+    server.withState([&](sandbox::State& held) { held.events.events.front().state = state; });
+  }
+};
+
+bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+TEST_F(EventsTest, FromMakingToDeleting) {
+  Ran ran = events({"create", "Fall Cup", "--starts", "2026-12-01 4pm", "--ends", "2026-12-05", "--promote-from",
+                    "2026-11-28", "--badge", "Live Event", "--countries", "no,SWE", "--purpose", "everyone", "--yes"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_TRUE(has(ran.out, "✓ Made \"Fall Cup\", a draft: 1 Dec, 16:00 to 5 Dec, 23:59 (Europe/Stockholm).\n"
+                           "Next: kestu events localize 'Fall Cup' --display-name <name>\n"))
+      << ran.out;
+  EXPECT_EQ(lastBody(), json({{"name", "Fall Cup"},
+                              {"badge", "liveevent"},
+                              {"purpose", "appropriateforallusers"},
+                              {"regions", {"no", "se"}},
+                              {"schedule",
+                               {{"publishStart", "2026-11-27T23:00:00Z"},
+                                {"eventStart", "2026-12-01T15:00:00Z"},
+                                {"eventEnd", "2026-12-05T22:59:00Z"}}}}));
+  done({"localize", "fall cup", "--display-name", "The Cup", "--short-description", "Be quick."});
+  std::string out = done({"localize", "Fall Cup", "--language", "sv", "--display-name", "Cupen", "--long-description",
+                          "Var snabb.", "--short-description", "Snabbt."});
+  EXPECT_TRUE(has(out, "  name               Cupen\n")) << out;
+  EXPECT_TRUE(has(out, "✓ Gave \"Fall Cup\" its sv.\nNext: kestu events card 'Fall Cup' <file> --language sv\n"))
+      << out;
+  EXPECT_EQ(events({"submit", "Fall Cup"}).status, 1);
+  for (const char* language : {"en-US", "sv"}) {
+    EXPECT_TRUE(has(done({"card", "Fall Cup", "card.png", "--language", language}),
+                    "✓ Sent card.png. Apple checks it: kestu events view 'Fall Cup' says when it's ready.\n"));
+    done({"details", "Fall Cup", "page.png", "--language", language});
+  }
+  Ran view = events({"view", "Fall Cup"});
+  EXPECT_TRUE(has(view.out, "a long description in en-US")) << view.out;
+  EXPECT_TRUE(has(view.out, "card.png, Apple is checking it")) << view.out;
+  EXPECT_TRUE(has(view.out, "Next: kestu events localize 'Fall Cup' --language en-US --long-description <text>\n"));
+  done({"localize", "Fall Cup", "--long-description", "Be quicker."});
+  clock.advance(std::chrono::seconds(5));
+  EXPECT_TRUE(events({"view", "Fall Cup"}).out.ends_with("\n\nNext: kestu events submit 'Fall Cup'\n"));
+  out = done({"set", "Fall Cup", "--name", "Winter Cup", "--starts", "2026-12-02 16:00", "--priority", "high"});
+  EXPECT_TRUE(has(out, "  start     1 Dec, 16:00 → 2 Dec, 16:00\n  priority  Normal → High\n")) << out;
+  EXPECT_EQ(lastBody()["schedule"]["publishStart"], "2026-11-27T23:00:00Z") << "what isn't given stays";
+
+  server.scriptNextPlan({});
+  EXPECT_TRUE(has(done({"submit", "Winter Cup"}), "✓ Sent \"Winter Cup\" to App Review.\n"));
+  Ran refused = events({"set", "Winter Cup", "--badge", "premiere", "--yes"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.err, "\"Winter Cup\" is waiting for App Review, so nothing of it changes. Take it back first: "
+                         "kestu events cancel 'Winter Cup'\n");
+  EXPECT_TRUE(has(done({"cancel", "Winter Cup"}), "It can change now.\nNext: kestu events submit 'Winter Cup'\n"));
+  server.scriptNextPlan({});
+  done({"submit", "Winter Cup"});
+  clock.advance(std::chrono::seconds(9));
+  EXPECT_TRUE(has(events({"view", "Winter Cup"}).out, "approved"));
+  server.scriptNextPlan({});
+  out = done({"set", "Winter Cup", "--ends", "2026-12-06", "--countries", "europe"});
+  EXPECT_TRUE(has(out, "after your approval:\n  end        5 Dec, 23:59 → 6 Dec, 23:59\n")) << out;
+  server.scriptNextPlan({});
+  EXPECT_TRUE(has(done({"delete", "Winter Cup"}), "✓ Deleted \"Winter Cup\".\n"));
+  EXPECT_EQ(json::parse(events({"list", "--json"}).out)["events"].size(), 2U);
+}
+
+TEST_F(EventsTest, WrongUseIsToldAllAtOnceBeforeAnyCall) {
+  const std::vector<std::string> dates = {"--starts", "2026-12-01 10:00", "--ends", "2026-12-05"};
+  struct Row {
+    std::vector<std::string> arguments;
+    std::string message;
+    bool dated = false;
+  };
+  for (
+      const Row& row : std::vector<Row>{
+          {{"create", "Cup"}, "Give its dates: --starts and --ends.\n"},
+          {{"create", "Cup", "--starts", "2026-12-05", "--ends", "2026-12-04"}, "--ends is after --starts.\n"},
+          {{"create", "Cup", "--starts", "2026-12-05 10:00", "--ends", "2026-12-05 10:14"},
+           "An event lasts 15 minutes"},
+          {{"create", "Cup", "--promote-from", "2026-11-01"}, "--promote-from is up to 14 days before the start", true},
+          {{"create", "Cup", "--starts", "soon", "--ends", "2026-02-30"},
+           "--starts isn't a time: soon. It's 2026-11-20 16:00, 2026-11-20 4pm, a day alone (2026-11-20) for its "
+           "start, "
+           "or an exact moment (2026-11-20T16:00+01:00).\n--ends isn't a time: 2026-02-30, as there's no day "
+           "2026-02-30."},
+          {{"create", "Cup", "--time-zone", "Mars/Base"},
+           "Mars/Base isn't a time zone: Europe/Stockholm, America/New_York, CET or UTC.\n"},
+          {{"create", "Cup", "--badge", "party", "--priority", "low", "--purpose", "me", "--deep-link", "example.com",
+            "--countries", "se,xx", "--primary-language", "en_us"},
+           "--badge is liveevent, premiere, challenge, competition, newseason, majorupdate or specialevent, not "
+           "party.\n"
+           "--deep-link is a link: https://example.com/event, or the app's own (myapp://event).\n"
+           "--purpose is appropriateforallusers, attractnewusers, keepactiveusersinformed or bringbacklapsedusers, not "
+           "me.\n--priority is high or normal.\n--primary-language: en_us can't be a language: it's written en-US.\n"
+           "--countries: xx",
+           true},
+          {{"create", std::string(65, 'n')}, "The reference name has 65 characters", true},
+          {{"create", "Cup", "--short-description", "x"},
+           "A language needs its --display-name with its descriptions.\n",
+           true},
+          {{"create", "Cup", "--card", "card.png"},
+           "Its --card and --details-page go to a language: give its --display-name.\n",
+           true},
+          {{"create", "Cup", "--display-name", std::string(31, 'n'), "--card", "page.png", "--details-page", "x.gif"},
+           "--display-name has 31 characters, and App Store Connect takes 30 at most.\npage.png is 1080 × 1920: an "
+           "event's card is landscape, 16:9, from 1920 × 1080.\nx.gif is neither",
+           true},
+          {{"set", "Cup"},
+           "Give what changes: --starts, --ends, --badge, --deep-link and so on (kestu events set --help)."},
+          {{"set", "Cup", "--time-zone", "CET"}, "Give what changes"},
+          {{"set", "Cup", "--starts", "2026-12-05", "--ends", "2026-12-05 0:00"}, "--ends is after --starts.\n"},
+          {{"localize", "Cup"}, "Give --display-name, --short-description or --long-description."},
+          {{"localize", "Cup", "--remove", "--language", "sv", "--display-name", "x"},
+           "--remove takes the language off, nothing more."},
+          {{"localize", "Cup", "--remove"}, "Name the language to take off: --language."},
+          {{"card", "Cup", "card.png", "--frame", "00:00:05:00"}, "--frame is a video's.\n"},
+          {{"details", "Cup", "card.png"}, "card.png is 1920 × 1080"},
+          {{"card", "Cup", "none.png"}, "No file at none.png"},
+          {{"view", " "}, "The event is empty."},
+      }) {
+    SCOPED_TRACE(row.message);
+    auto arguments = row.arguments;
+    if (row.dated) arguments.insert(arguments.end(), dates.begin(), dates.end());
+    Ran ran = events(arguments);
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_TRUE(ran.err.starts_with(row.message)) << ran.err;
+    EXPECT_EQ(ran.out, "");
+  }
+  environment["TZ"] = "Mars/Base";
+  EXPECT_EQ(events({"create", "Cup", "--starts", "2026-12-05", "--ends", "2026-12-06"}).err,
+            "This machine's time zone isn't known (TZ is Mars/Base): give --time-zone (Europe/Stockholm).\n");
+  EXPECT_TRUE(paths().empty());
+  EXPECT_EQ(events({"create", "Cup", "--starts", "2026-12-05T10:00Z", "--ends", "2026-12-06T10:00Z"}).status, 6);
+}
+
+TEST_F(EventsTest, WhatTheEventDoesNotAllowIsRefusedBeforeItIsSent) {
+  make("Fall Cup", "approved");
+  done({"create", "Spring Cup", "--starts", "2027-03-01", "--ends", "2027-03-02"});
+  std::size_t sent = server.requests().size();
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string message;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"view", "Cup\x1b[31m"}, 7, "The app has no event named Cup\\u{1b}[31m: kestu events lists them.\n"},
+           {{"create", "FALL CUP", "--starts", "2026-12-05", "--ends", "2026-12-06"},
+            1,
+            "The app has an event named Fall Cup already, which is approved."},
+           {{"set", "Spring Cup", "--name", "fall cup"}, 1, "The app has another event named Fall Cup already.\n"},
+           {{"set", "Spring Cup", "--ends", "2027-04-02"},
+            2,
+            "An event lasts 15 minutes to 31 days; this one would last"},
+           {{"set", "Fall Cup", "--badge", "premiere", "--priority", "high"},
+            1,
+            "\"Fall Cup\" is approved: only its countries, priority and dates to come change now, not its badge.\n"},
+           {{"localize", "Fall Cup", "--display-name", "x"}, 1, "\"Fall Cup\" is approved: only"},
+           {{"card", "Fall Cup", "card.png"}, 1, "\"Fall Cup\" is approved: only"},
+           {{"card", "Spring Cup", "card.png"},
+            7,
+            "\"Spring Cup\" isn't in en-US. To give it the language: kestu events localize"},
+           {{"localize", "Spring Cup", "--language", "sv", "--long-description", "x"},
+            2,
+            "A language needs its --display-name"},
+           {{"localize", "Spring Cup", "--language", "sv", "--remove"}, 7, "\"Spring Cup\" isn't in sv"},
+           {{"submit", "Fall Cup"}, 1, "\"Fall Cup\" is approved: there's nothing to submit.\n"},
+           {{"submit", "Spring Cup"}, 1, "\"Spring Cup\" isn't ready for App Review. It still needs:\n  a badge\n"},
+           {{"cancel", "Spring Cup"}, 1, "\"Spring Cup\" isn't with App Review: it's a draft.\n"},
+           {{"delete", "Meteor Night 2026"}, 1, "\"Meteor Night 2026\" is on the App Store, and Apple deletes"},
+           {{"set", "Meteor Night 2026", "--starts", "2026-12-01"},
+            1,
+            "\"Meteor Night 2026\" has started: only its end changes now"},
+           {{"set", "Spring Cup", "--priority", "normal"}, 0, ""},
+           {{"delete", "Fall Cup"},
+            6,
+            "Delete \"Fall Cup\" of Daylight Weather (com.example.daylight), which is approved. Can't be undone.\n"},
+       }) {
+    SCOPED_TRACE(row.arguments[0] + " " + row.message);
+    Ran ran = events(row.arguments);
+    EXPECT_EQ(ran.status, row.status) << ran.out;
+    EXPECT_TRUE(ran.err.starts_with(row.message)) << ran.err;
+  }
+  for (const auto& request : server.requests()) {
+    if (sent > 0)
+      --sent;
+    else
+      EXPECT_EQ(request.method, "GET") << request.path;
+  }
+  server.withState([](sandbox::State& state) {
+    auto& event = state.events.events.front();
+    event.own[{"us"}] = *event.dates;
+  });
+  EXPECT_TRUE(has(events({"set", "Spring Cup", "--ends", "2027-03-03"}).err, "countries with dates of their own"));
+}
+
+TEST_F(EventsTest, DryRunsAndDataSayAllOfIt) {
+  Ran ran = events({"create", "Cup", "--starts", "2026-10-25 2:30", "--ends", "2026-10-25 3:30", "--display-name", "C",
+                    "--card", "card.png", "--dry-run", "--json"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_TRUE(ran.err.starts_with("--starts: clocks in Europe/Stockholm show 02:30 twice")) << ran.err;
+  EXPECT_TRUE(has(ran.err, "--ends has passed already")) << ran.err;
+  EXPECT_EQ(json::parse(ran.out)["changes"], json::parse(R"([{"place":"Cup","field":"name","from":null,"to":"Cup"},
+                            {"place":"Cup","field":"start","from":null,"to":"2026-10-25T00:30:00Z"},
+                            {"place":"Cup","field":"end","from":null,"to":"2026-10-25T02:30:00Z"},
+                            {"place":"Cup en-US","field":"name","from":null,"to":"C"},
+                            {"place":"Cup en-US","field":"card","from":null,"to":"card.png"}])"));
+  EXPECT_EQ(events({"view", "Cup"}).status, 7) << "nothing was made";
+  make("Fall Cup", "draft");
+  Ran card = events({"card", "Fall Cup", "card.png", "--dry-run"});
+  EXPECT_EQ(card.out, "Dry run: would send card.png as the card of \"Fall Cup\" of Daylight Weather "
+                      "(com.example.daylight) in en-US.\n");
+  Ran made = events({"submit", "Fall Cup", "--with-version", "--yes", "--json"});
+  EXPECT_EQ(json::parse(made.out), json({{"waits", false}}));
+  EXPECT_EQ(lastBody(), json({{"withVersion", true}}));
+  EXPECT_TRUE(has(events({"submit", "Fall Cup", "--dry-run"}).out, "on its own, after your approval."));
+}
+
+TEST_F(EventsTest, AnUploadThatFailsSaysWhatItLeaves) {
+  server.onNext({.path = "/upload/", .times = 9, .status = 403});
+  Ran ran = events({"create", "Fall Cup", "--starts", "2026-12-05", "--ends", "2026-12-06", "--display-name", "C",
+                    "--card", "card.png", "--yes"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_TRUE(has(ran.err, "The event is made, without its card. To send it again: kestu events card 'Fall Cup' "))
+      << ran.err;
+  EXPECT_TRUE(has(events({"view", "Fall Cup"}).out, "Card          none yet"));
+  server.faults().clear();
+  server.withState([](sandbox::State& state) { state.events.nextError = "It shows a price."; });
+  done({"card", "Fall Cup", "card.png"});
+  clock.advance(std::chrono::seconds(5));
+  EXPECT_TRUE(has(events({"view", "Fall Cup"}).out, "card.png, Apple refused it: It shows a price."));
+}
+
+TEST_F(EventsTest, ListAndViewFitTheWindow) {
+  make("Ein Pokal für alle, die früh aufstehen und spät schlafen gehen", "draft");
+  terminal.outIsTerminal = true;
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{}, {"list"}, {"view", "Meteor Night 2026"}}) {
+    for (int width : {200, 80, 50, 30}) {
+      SCOPED_TRACE(width);
+      terminal.windowColumns = width;
+      std::string text = TextStyle::plain(events(arguments).out);
+      for (const std::string& line : Text::split(text, '\n')) {
+        if (!line.starts_with("Next: ") && !has(line, "https://"))
+          EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
+      }
+      EXPECT_TRUE(has(text, "Europe/Stockholm")) << text;
+      if (width >= 50) EXPECT_TRUE(has(text, "19 Nov, 13:00 to 26 Nov, 13:00")) << text;
+    }
+  }
+  terminal.outIsTerminal = false;
+  EXPECT_TRUE(has(events({"list", "--time-zone", "UTC"}).out, "19 Nov, 12:00 to 26 Nov, 12:00  ends in 4 days"))
+      << events({"list", "--time-zone", "UTC"}).out;
+  EXPECT_TRUE(
+      events({"list", "-o", "csv"}).out.starts_with("Name,State,Badge,Purpose,Priority,Shown from,Starts,Ends,"));
+  EXPECT_TRUE(has(events({"view", "Summer Solstice", "-o", "md"}).out, "| Countries | se, no, fi, dk, is |"));
+  EXPECT_EQ(json::parse(events({"view", "6500000001", "--json"}).out)["name"], "Meteor Night 2026");
+  EXPECT_EQ(events({"list", "--app", "2345678901"}).out, "No in-app events yet: kestu events create makes one.\n");
+}
+
+} // namespace
+} // namespace kestu::tests

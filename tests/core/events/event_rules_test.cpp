@@ -1,0 +1,199 @@
+#include "core/console/text_style.hpp"
+#include "core/events/event_media.hpp"
+#include "core/events/event_rules.hpp"
+#include "core/events/event_text.hpp"
+#include "core/support/moments.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/asset_files.hpp"
+#include "tests/support/temporary_folder.hpp"
+
+#include <gtest/gtest.h>
+
+namespace kestu::tests {
+namespace {
+
+Moment at(const char* text) { return *Moments::parse(text); }
+
+const Moment now = at("2026-11-21T12:00:00Z");
+
+TEST(EventRulesTest, DatesThatTheAppStoreTakes) {
+  struct Row {
+    const char *promote, *start, *end, *problem;
+  };
+  for (const Row& row : {
+           Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2026-12-01T10:15:00Z", ""},
+           Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2026-12-01T10:14:59Z",
+               "this one would last 14 minutes."},
+           Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2027-01-01T10:00:00Z", ""},
+           Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2027-01-01T10:01:00Z", "last 31 days 0 h 1 min."},
+           Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "--ends is after --starts."},
+           Row{"2026-11-17T10:00:00Z", "2026-12-01T10:00:00Z", "2026-12-02T10:00:00Z", ""},
+           Row{"2026-11-17T09:59:00Z", "2026-12-01T10:00:00Z", "2026-12-02T10:00:00Z", "up to 14 days"},
+           Row{"2026-12-01T10:01:00Z", "2026-12-01T10:00:00Z", "2026-12-02T10:00:00Z", "isn't after the start"},
+       }) {
+    SCOPED_TRACE(std::string(row.promote) + " " + row.end);
+    auto problems = EventRules::problems({at(row.promote), at(row.start), at(row.end)});
+    EXPECT_EQ(problems.size(), *row.problem ? 1U : 0U);
+    if (!problems.empty()) EXPECT_NE(problems[0].find(row.problem), std::string::npos) << problems[0];
+  }
+  EventDates moved = EventRules::merged(EventDates{at("2026-12-01T10:00:00Z"), at("2026-12-01T10:00:00Z"), now},
+                                        {at("2026-12-03T10:00:00Z"), std::nullopt, std::nullopt});
+  EXPECT_EQ(moved.publishStart, moved.eventStart) << "a promotion that begins with the event goes along";
+  moved = EventRules::merged(EventDates{at("2026-11-30T10:00:00Z"), at("2026-12-01T10:00:00Z"), now},
+                             {at("2026-12-03T10:00:00Z"), std::nullopt, std::nullopt});
+  EXPECT_EQ(moved.publishStart, at("2026-11-30T10:00:00Z"));
+}
+
+TEST(EventRulesTest, WhatChangesInWhichState) {
+  struct Row {
+    const char* state;
+    int startsIn; ///< hours
+    std::vector<std::string> parts;
+    const char* refusal; ///< part of it; empty when it may change
+  };
+  for (const Row& row : std::vector<Row>{
+           {"draft", 48, {"name", "badge", "languages"}, ""},
+           {"rejected", 48, {"name"}, ""},
+           {"readyforreview", 48, {"card"}, ""},
+           {"unheardof", 48, {"name"}, ""},
+           {"waitingforreview", 48, {"end"}, "Take it back first: kestu events cancel 'Fall Cup'"},
+           {"inreview", 48, {"priority"}, "is in App Review, so nothing"},
+           {"approved", 48, {"countries", "priority", "start", "end", "promotion"}, ""},
+           {"approved", 48, {"badge", "end", "deep link"}, "dates to come change now, not its badge and deep link."},
+           {"approved", 10, {"promotion"}, "its promotion has come"},
+           {"accepted", 48, {"languages"}, "not its languages."},
+           {"published", 48, {"start", "end"}, ""},
+           {"published", 48, {"priority"}, "only its start and end change now, not its priority."},
+           {"published", -1, {"end"}, ""},
+           {"published", -1, {"start", "end"}, "has started: only its end changes now, not its start."},
+           {"past", -48, {"end"}, "is over: nothing"},
+           {"archived", -48, {"name"}, "is archived: nothing"},
+       }) {
+    SCOPED_TRACE(std::string(row.state) + " " + row.parts.back());
+    Event event;
+    event.name = "Fall Cup";
+    event.state = row.state;
+    Moment start = now + std::chrono::hours(row.startsIn);
+    event.schedule = {{start - std::chrono::hours(24), start, start + std::chrono::hours(30)}, {}};
+    std::string refusal = EventRules::refusal(event, row.parts, now);
+    EXPECT_NE(refusal.find(row.refusal), std::string::npos) << refusal;
+    EXPECT_EQ(refusal.empty(), std::string(row.refusal).empty()) << refusal;
+  }
+}
+
+TEST(EventRulesTest, TextsAndLinks) {
+  const std::string family = "\U0001F468\u200D\U0001F469\u200D\U0001F467";
+  std::string thirty;
+  for (int i = 0; i < 30; ++i) thirty += family;
+  struct Row {
+    std::string text;
+    bool lines;
+    const char* problem;
+  };
+  for (const Row& row : std::vector<Row>{{thirty, false, ""},
+                                         {thirty + "e\u0301", false, "has 31 characters"},
+                                         {" ", false, "is empty"},
+                                         {"two\nlines", false, "line break"},
+                                         {"two\nlines", true, ""},
+                                         {"red \x1b[31m", true, "control character"},
+                                         {"\xff", true, "isn't UTF-8"}}) {
+    SCOPED_TRACE(row.problem);
+    EXPECT_NE(EventRules::problem("--x", row.text, 30, row.lines).find(row.problem), std::string::npos);
+    EXPECT_EQ(EventRules::problem("--x", row.text, 30, row.lines).empty(), !*row.problem);
+  }
+  for (const auto& [link, fine] : std::vector<std::pair<std::string, bool>>{{"https://example.com/event?a=b", true},
+                                                                            {"HTTPS://example.com", true},
+                                                                            {"myapp://event", true},
+                                                                            {"my-app+x.1://e/1?d=2", true},
+                                                                            {"https://", false},
+                                                                            {"myapp://", false},
+                                                                            {"1app://event", false},
+                                                                            {"://event", false},
+                                                                            {"example.com/event", false},
+                                                                            {"myapp://a b", false},
+                                                                            {"myapp://a\x1b", false}}) {
+    SCOPED_TRACE(link);
+    EXPECT_EQ(EventRules::linkProblem(link).empty(), fine);
+  }
+}
+
+TEST(EventMediaTest, KindSizeAndFrame) {
+  TemporaryFolder folder;
+  folder.write("card.png", png(1920, 1080));
+  folder.write("big.jpg", jpeg(3840, 2160));
+  folder.write("small.png", png(1280, 720));
+  folder.write("odd.png", png(1921, 1080));
+  folder.write("tall.jpeg", jpeg(1080, 1920));
+  folder.write("text.png", "no picture");
+  folder.write("empty.png", "");
+  folder.write("a.mov", "movie");
+  folder.write("a.gif", "GIF89a");
+  std::filesystem::create_directory(folder.path() / "folder.png");
+  const EventSlot &card = EventMediaFile::card, &details = EventMediaFile::details;
+  std::optional<VideoFacts> facts = VideoFacts{1080, 1920, 12, 30, true};
+  auto probe = [&](const std::filesystem::path&) { return facts; };
+  struct Row {
+    const char* file;
+    const EventSlot& slot;
+    std::optional<std::string> frame;
+    const char* problem;
+  };
+  for (const Row& row : {
+           Row{"card.png", card, {}, ""},
+           Row{"big.jpg", card, {}, ""},
+           Row{"tall.jpeg", details, {}, ""},
+           Row{"a.mov", details, "00:00:05:00", ""},
+           Row{"card.png",
+               details,
+               {},
+               "card.png is 1920 × 1080: an event's details page is portrait, 9:16, from 1080 × 1920."},
+           Row{"small.png", card, {}, "from 1920 × 1080."},
+           Row{"odd.png", card, {}, "landscape, 16:9"},
+           Row{"a.mov", card, {}, "a.mov is 1080 × 1920"},
+           Row{"text.png", card, {}, "text.png isn't a PNG or a JPEG."},
+           Row{"empty.png", card, {}, "empty.png is empty."},
+           Row{"a.gif",
+               card,
+               {},
+               "a.gif is neither an image (PNG, JPEG) nor a video (.mov, .mp4, .m4v), which an event's card is."},
+           Row{"folder.png", card, {}, "isn't a file."},
+           Row{"none.png", card, {}, "No file at none.png"},
+           Row{"card.png", card, "00:00:05:00", "--frame is a video's."},
+           Row{"a.mov", details, "0:00:05:00", "--frame is HH:MM:SS:FF: 00:00:05:00."},
+       }) {
+    SCOPED_TRACE(std::string(row.file) + " " + row.problem);
+    auto file = EventMediaFile::read(folder.path(), row.file, row.slot, row.frame, probe, {});
+    EXPECT_NE(file.problem.find(row.problem), std::string::npos) << file.problem;
+    EXPECT_EQ(file.problem.empty(), !*row.problem) << file.problem;
+    EXPECT_EQ(file.md5.size(), file.problem.empty() ? 32U : file.md5.size());
+  }
+  facts.reset();
+  EXPECT_EQ(EventMediaFile::read(folder.path(), "a.mov", card, {}, probe, {}).problem,
+            "a.mov isn't a video kestu can read.");
+  EXPECT_NE(EventMediaFile::read(folder.path(), "a.mov", card, {}, nullptr, {}).note, "") << "unmeasured, and said so";
+}
+
+TEST(EventTextTest, TimesAreThoseOfTheZoneRelativeToNow) {
+  struct Row {
+    const char *zone, *start, *end, *dates, *days;
+  };
+  for (const Row& row : {
+           Row{"Europe/Stockholm", "2026-11-26T15:00:00Z", "2026-11-28T22:59:00Z", "26 Nov, 16:00 to 28 Nov, 23:59",
+               "starts in 5 days"},
+           Row{"Asia/Tokyo", "2026-11-21T14:30:00Z", "2026-11-21T15:30:00Z", "23:30 to tomorrow, 0:30",
+               "starts in 2 hours"},
+           Row{"UTC", "2026-11-21T11:00:00Z", "2026-11-21T13:00:00Z", "11:00 to 13:00", "ends in 1 hour"},
+           Row{"America/New_York", "2026-11-20T04:00:00Z", "2026-11-20T06:00:00Z", "19 Nov, 23:00 to yesterday, 1:00",
+               "ended 1 day ago"},
+           Row{"UTC", "2027-08-01T00:00:00Z", "2027-08-02T00:00:00Z", "1 Aug 2027, 0:00 to 2 Aug 2027, 0:00",
+               "starts in 252 days"},
+       }) {
+    SCOPED_TRACE(row.dates);
+    EventDates dates{at(row.start), at(row.start), at(row.end)};
+    EXPECT_EQ(Format::eventDates(dates, *TimeZone::named(row.zone), now), row.dates);
+    EXPECT_EQ(Format::eventDays(dates, now), row.days);
+  }
+}
+
+} // namespace
+} // namespace kestu::tests
