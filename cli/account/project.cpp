@@ -25,11 +25,33 @@ Table appsTable(const std::vector<App>& apps, const std::optional<ProjectLink>& 
   return table;
 }
 
+/// For a window that the table is too wide for: each app's name, and below it the rest.
+std::string narrowApps(const Table& table, int width) {
+  std::string text;
+  for (const auto& row : table.rows) {
+    std::vector<std::string> rest(row.begin() + 2, row.end());
+    text += (text.empty() ? "" : "\n") + (row[0].empty() ? "  " : row[0] + " ") +
+            TextStyle::wrap(row[1], width - 2, 2) + "\n    " + TextStyle::wrap(Text::joined(rest, "  "), width - 4, 4);
+  }
+  return text;
+}
+
+bool fits(const std::string& text, int width) {
+  auto lines = Text::split(text, '\n');
+  return std::none_of(lines.begin(), lines.end(), [&](const std::string& line) {
+    return Text::columns(TextStyle::plain(line)) > static_cast<std::size_t>(width);
+  });
+}
+
 std::string appsText(Table table, const Console& console, bool linked) {
   if (table.rows.empty()) return "This sign-in covers none of your apps. Add one in the kestu app.";
+  const std::string end = linked ? "\n● this repo's app" : "";
+  const Table plain = table;
   for (std::string& heading : table.headings) heading = console.style().bold(heading);
   table.rows.insert(table.rows.begin(), table.headings);
-  return Format::table(table.rows) + (linked ? "\n● this repo's app" : "");
+  std::string text = Format::table(table.rows);
+  if (console.isTerminal(Stream::out) && !fits(text, console.width())) text = narrowApps(plain, console.width());
+  return text + end;
 }
 
 void runApps(Context& context, const TableOptions& options) {
@@ -45,16 +67,18 @@ void runApps(Context& context, const TableOptions& options) {
 
 struct LinkOptions : GlobalOptions {
   std::optional<std::string> app;
+  bool here = false;
 };
 
 void runLink(Context& context, const LinkOptions& options) {
-  auto root = Project::root(context.folder);
+  auto root = options.here ? context.folder : Project::root(context.folder);
   auto apps = fetchApps(context.signedIn()).value;
   const App& app = options.app ? AppChoice::match(*options.app, apps) : AppChoice::ofRepository(root, apps);
   Project::write(root, {app.appId, app.bundleId, std::nullopt});
   options.emit(context.console,
                JSONData::object({{"appId", app.appId}, {"bundleId", app.bundleId}, {"name", app.name}}),
-               "✓ Linked this repo to " + app.described() + "\nNext: kestu status");
+               std::string("✓ Linked this ") + (options.here ? "folder" : "repo") + " to " + app.described() +
+                   "\nNext: kestu status");
 }
 
 ProjectLink linked(const Context& context) {
@@ -99,6 +123,9 @@ void addLink(Command& command) {
                     "The app: its App Store ID, bundle ID or name. Left out, the app is the one whose bundle ID this "
                     "repo's Xcode projects set.",
                     [options](const std::string& value) { options->app = value; }, false});
+  command.flag({"--here"}, options->here,
+               "Write it in the current folder rather than at the repo's root, for a repo of several apps: from this "
+               "folder on, kestu takes it for the app's root.");
   command.run = [options](Context& context) { runLink(context, *options); };
 }
 

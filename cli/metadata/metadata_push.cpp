@@ -38,11 +38,11 @@ void send(Context& context, const Client& client, const PushOptions& options, co
 
 void runPush(Context& context, const PushOptions& options) {
   fs::path root = Project::root(context.folder);
-  if (!options.choice.layout.chosen(root)) throw ListingPush::noListing();
+  if (!options.choice.layout.chosen(root)) throw ListingPush::noListing(root);
   Client client = context.signedIn();
   MetadataTarget target = options.choice.resolve(client, context, "kestu metadata push");
   auto listing = ListingPush::read(root, options.choice.layout.layout, target);
-  if (!listing) throw ListingPush::noListing();
+  if (!listing) throw ListingPush::noListing(root);
   auto choice = ListingPush::choice(*listing, options.choice.locales, options.demoPassword, context.environment);
   tellNotes(context, *listing);
   warnOfTrackedPassword(context, *listing);

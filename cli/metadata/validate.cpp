@@ -63,7 +63,7 @@ RepoListing read(Context& context, const ValidateOptions& options, const std::fi
   auto listing = options.layout.read(root, options.version, platform);
   if (listing && !listing->isEmpty()) return *std::move(listing);
   if (listing) tellNotes(context, *listing);
-  throw ListingPush::noListing();
+  throw ListingPush::noListing(root);
 }
 
 /// The language that the others are compared with when the service can't be asked.

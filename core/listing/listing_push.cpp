@@ -23,8 +23,9 @@ std::optional<RepoListing> read(const std::filesystem::path& root, std::optional
   return listing.isEmpty() ? std::nullopt : std::optional(std::move(listing));
 }
 
-CLIError noListing() {
-  return {Kind::notFound, "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/)."};
+CLIError noListing(const std::filesystem::path& root) {
+  return {Kind::notFound, "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/)." +
+                              Metadata::elsewhere(root)};
 }
 
 StoreListing fetch(const Client& client, const ListingTarget& target) {

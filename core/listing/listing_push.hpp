@@ -42,7 +42,7 @@ std::optional<RepoListing> read(const std::filesystem::path& root, std::optional
                                 const ListingTarget& target);
 
 /// What a command that needs a listing fails with where there is none.
-CLIError noListing();
+CLIError noListing(const std::filesystem::path& root);
 
 /// App Store Connect's listing of the version; a CLIError (notFound) when it has no such version.
 StoreListing fetch(const Client& client, const ListingTarget& target);

@@ -2,6 +2,7 @@
 
 #include "core/console/printable.hpp"
 #include "core/listing/layouts.hpp"
+#include "core/project/project_search.hpp"
 #include "core/support/error.hpp"
 
 #include <algorithm>
@@ -34,6 +35,18 @@ std::optional<MetadataLayout> detect(const std::filesystem::path& root) {
   if (has("metadata/app-info") || has("metadata/version") || has("metadata/versions")) return MetadataLayout::json;
   if (has("fastlane/metadata")) return MetadataLayout::fastlane;
   return std::nullopt;
+}
+
+std::string elsewhere(const std::filesystem::path& root) {
+  std::string text;
+  for (const std::string& line : Project::elsewhere(Project::Contents::listing, root)) text += "\n" + printable(line);
+  return text;
+}
+
+std::string newLayoutText(MetadataLayout layout, const std::filesystem::path& root) {
+  std::string folder = layout == MetadataLayout::fastlane ? "fastlane/metadata/" : "metadata/";
+  return "No listing in the repo yet, so this writes " + std::string(facts(layout).name) + " (" + folder +
+         "): --layout names another." + elsewhere(root);
 }
 
 RepoListing read(MetadataLayout layout, const std::filesystem::path& root, const std::optional<std::string>& version,

@@ -2,8 +2,10 @@
 
 #include "core/console/printable.hpp"
 #include "core/project/project.hpp"
+#include "core/project/project_search.hpp"
 #include "core/support/text.hpp"
 
+#include <algorithm>
 #include <functional>
 
 namespace kestu {
@@ -25,10 +27,18 @@ namespace AppChoice {
 
 namespace {
 
+/// The first of a list, and how many more there are.
+std::string some(const std::vector<std::string>& texts, const std::string& where) {
+  constexpr std::size_t most = 8;
+  if (texts.size() <= most + 1) return printable(Text::joined(texts, ", "));
+  std::vector<std::string> first(texts.begin(), texts.begin() + most);
+  return printable(Text::joined(first, ", ")) + " and " + std::to_string(texts.size() - most) + " more" + where;
+}
+
 std::string described(const std::vector<const App*>& apps) {
   std::vector<std::string> texts;
   for (const App* app : apps) texts.push_back(app->described());
-  return Text::joined(texts, ", ");
+  return some(texts, " (kestu apps lists them)");
 }
 
 std::vector<const App*> those(const std::vector<App>& apps, const std::function<bool(const App&)>& wanted) {
@@ -89,20 +99,35 @@ std::int64_t resolve(const std::optional<std::string>& app, const Client& client
   return choose(app, fetchApps(client).value, folder).app.appId;
 }
 
+namespace {
+
+/// Where the bundle ID comes from when no project sets it outright, and the apps to choose from: lines after a message.
+std::string explained(const std::filesystem::path& root, const std::vector<App>& apps) {
+  std::string text;
+  std::vector<std::string> sources = Project::bundleIDSources(root);
+  constexpr std::size_t most = 3;
+  for (std::size_t i = 0; i < std::min(most, sources.size()); ++i) text += "\n" + printable(sources[i]);
+  if (apps.empty()) return text + "\nThis sign-in covers none of your apps. Add one in the kestu app.";
+  return text + "\nYours: " + described(those(apps, [](const App&) { return true; }));
+}
+
+} // namespace
+
 const App& ofRepository(const std::filesystem::path& root, const std::vector<App>& apps) {
   std::set<std::string> bundleIDs = Project::bundleIDs(root);
   if (bundleIDs.empty()) {
-    throw CLIError(Kind::usage, "No Xcode project here sets a bundle ID. Name the app: kestu link <app>.");
+    throw CLIError(Kind::usage,
+                   "No Xcode project here sets a bundle ID. Name the app: kestu link <app>." + explained(root, apps));
   }
   auto found = those(apps, [&](const App& app) { return bundleIDs.contains(app.bundleId); });
   if (found.size() == 1) return *found.front();
   if (found.empty()) {
-    std::vector<std::string> sorted(bundleIDs.begin(), bundleIDs.end());
-    throw CLIError(Kind::notFound, "None of your apps this sign-in covers is " + printable(Text::joined(sorted, ", ")) +
-                                       ". Name the app: kestu link <app>.");
+    throw CLIError(Kind::notFound, "None of your apps this sign-in covers is " + some(Project::appIDs(bundleIDs), "") +
+                                       ". Name the app: kestu link <app>." + explained(root, apps));
   }
   throw CLIError(Kind::usage,
-                 "This repo has several of your apps: " + described(found) + ". Name one: kestu link <app>.");
+                 "This repo has several of your apps: " + described(found) +
+                     ". Name one: kestu link <app>.\nWhere each has a folder of its own: kestu link --here in each.");
 }
 
 } // namespace AppChoice

@@ -4,7 +4,7 @@
 #include "core/support/files.hpp"
 #include "core/support/json_data.hpp"
 
-#include <algorithm>
+#include <optional>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -13,9 +13,7 @@ namespace kestu::Project {
 
 namespace {
 
-constexpr int deepest = 3;
 constexpr std::uint64_t largestLink = 1024 * 1024;
-constexpr std::uint64_t largestProjectFile = 256 * 1024 * 1024;
 
 CLIError unreadable() {
   return {CLIError::Kind::failed,
@@ -30,32 +28,18 @@ std::optional<std::string> bytesOfLink(const fs::path& root) {
   }
 }
 
-void collect(const fs::path& folder, int level, std::set<std::string>& found) {
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-    std::string name = entry->path().filename().string();
-    std::error_code ignored;
-    if (!entry->is_directory(ignored) || entry->is_symlink(ignored)) continue;
-    if (std::find(skipped.begin(), skipped.end(), name) != skipped.end()) continue;
-    if (name.ends_with(".xcodeproj")) {
-      try {
-        auto text = Files::read(entry->path() / "project.pbxproj", largestProjectFile);
-        if (text) found.merge(bundleIDsIn(*text));
-      } catch (const std::system_error&) {
-        continue;
-      }
-    } else if (level < deepest) {
-      collect(entry->path(), level + 1, found);
-    }
-  }
+bool has(const fs::path& folder, std::string_view name) {
+  std::error_code ignored;
+  return fs::symlink_status(folder / name, ignored).type() != fs::file_type::not_found;
 }
 
 } // namespace
 
 fs::path root(const fs::path& folder) {
+  std::optional<fs::path> linked;
   for (fs::path at = folder;; at = at.parent_path()) {
-    std::error_code ignored;
-    if (fs::symlink_status(at / ".git", ignored).type() != fs::file_type::not_found) return at;
+    if (!linked && has(at, fileName)) linked = at;
+    if (has(at, ".git")) return linked.value_or(at);
     if (at == at.parent_path()) return folder;
   }
 }
@@ -89,29 +73,6 @@ void write(const fs::path& root, const ProjectLink& link) {
     throw CLIError(CLIError::Kind::failed,
                    std::string(fileName) + ": couldn't be written (" + error.code().message() + ").");
   }
-}
-
-std::set<std::string> bundleIDs(const fs::path& root) {
-  std::set<std::string> found;
-  collect(root, 1, found);
-  return found;
-}
-
-std::set<std::string> bundleIDsIn(std::string_view projectFile) {
-  constexpr std::string_view key = "PRODUCT_BUNDLE_IDENTIFIER = ";
-  std::set<std::string> found;
-  for (std::size_t at = projectFile.find(key); at != std::string_view::npos; at = projectFile.find(key, at)) {
-    at += key.size();
-    std::string_view rest = projectFile.substr(at);
-    if (rest.starts_with('"')) rest.remove_prefix(1);
-    std::size_t end = rest.find_first_of("\";\n");
-    if (end == 0 || end == std::string_view::npos) continue;
-    std::string_view value = rest.substr(0, end);
-    rest.remove_prefix(end);
-    if (rest.starts_with('"')) rest.remove_prefix(1);
-    if (rest.starts_with(';') && value.find('$') == std::string_view::npos) found.emplace(value);
-  }
-  return found;
 }
 
 } // namespace kestu::Project

@@ -5,7 +5,6 @@
 #include <array>
 #include <filesystem>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -18,20 +17,15 @@ inline constexpr std::string_view fileName = "kestu.json";
 inline constexpr std::array<std::string_view, 9> skipped = {
     "Pods", "Carthage", "build", "DerivedData", "node_modules", ".build", ".git", "fastlane", "metadata"};
 
-/// The nearest folder, from `folder` upwards, with an entry named ".git"; `folder` itself when there is none.
+/// The repository is the nearest folder, from `folder` upwards, with an entry named ".git", or `folder` itself when
+/// there is none. Its root is the nearest folder with a link file, from `folder` up to the repository, or the
+/// repository itself: an app in a folder of its own is a project of its own.
 std::filesystem::path root(const std::filesystem::path& folder);
 
-/// The link file at the root of `folder`'s repository; none when there is none. A CLIError when it cannot be read.
+/// The link file at the root of `folder`; none when there is none. A CLIError when it cannot be read.
 std::optional<ProjectLink> link(const std::filesystem::path& folder);
 
 /// Writes the link file, keeping keys of it that this program does not know. A CLIError when it cannot be written.
 void write(const std::filesystem::path& root, const ProjectLink& link);
-
-/// The bundle IDs that the repository's Xcode projects set, from project files in `.xcodeproj` folders at most three
-/// levels below the root. What cannot be read is passed over.
-std::set<std::string> bundleIDs(const std::filesystem::path& root);
-
-/// The bundle IDs that one project file's text sets; references to build settings are left out.
-std::set<std::string> bundleIDsIn(std::string_view projectFile);
 
 } // namespace kestu::Project

@@ -53,6 +53,7 @@ class CommandTest : public ::testing::Test {
   FakeClock clock;
   sandbox::Server server;
   TemporaryFolder repo;
+  std::filesystem::path here = repo.path(); ///< where commands run
   FakeTokenStore store;
   std::map<std::string, std::string, std::less<>> environment;
   FakeTerminal terminal;
@@ -73,7 +74,7 @@ class CommandTest : public ::testing::Test {
     Console console(terminal, captured, clock);
     CurlTransport transport;
     AnnouncedVersion announced;
-    Context context{captured, repo.path(), clock, console, transport, store, announced, nullptr, stopping.get_token()};
+    Context context{captured, here, clock, console, transport, store, announced, nullptr, stopping.get_token()};
     std::size_t out = terminal.outText().size();
     std::size_t err = terminal.errText().size();
     int status = runEntry(context, arguments);

@@ -1,8 +1,13 @@
 #include "core/project/project.hpp"
 
+#include "core/console/text_style.hpp"
 #include "core/project/app_choice.hpp"
+#include "core/project/project_search.hpp"
 #include "core/support/files.hpp"
+#include "core/support/text.hpp"
 #include "tests/support/command_test.hpp"
+
+#include <nlohmann/json.hpp>
 
 namespace fs = std::filesystem;
 
@@ -38,6 +43,96 @@ TEST(Project, SearchesThreeLevelsAndNotTheSkippedFolders) {
   EXPECT_EQ(Project::bundleIDs(folder.path()), (std::set<std::string>{"one", "three"}));
 }
 
+TEST(Project, ItsRootIsTheNearestLinkedFolderOfTheRepository) {
+  struct Row {
+    std::vector<std::string> files;
+    std::string folder, root;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{".git/HEAD"}, "a/b", ""},
+           {{".git/HEAD", "kestu.json"}, "a/b", ""},
+           {{".git/HEAD", "kestu.json", "a/kestu.json"}, "a/b", "a"},
+           {{".git/HEAD", "a/kestu.json"}, "a/b", "a"},
+           {{".git/HEAD", "a/kestu.json", "a/b/kestu.json"}, "a/b", "a/b"},
+           {{".git/HEAD", "a/kestu.json"}, "c/d", ""},
+           {{".git/HEAD", "kestu.json", "a/.git"}, "a/b", "a"}, // a repository inside another, as a submodule is
+           {{"kestu.json"}, "a/b", "a/b"},                      // no repository at all
+       }) {
+    TemporaryFolder folder;
+    for (const std::string& file : row.files) folder.write(file, "{}");
+    SCOPED_TRACE(row.folder + " of " + nlohmann::json(row.files).dump());
+    fs::create_directories(folder.path() / row.folder);
+    EXPECT_EQ(Project::root(folder.path() / row.folder), row.root.empty() ? folder.path() : folder.path() / row.root);
+  }
+}
+
+TEST(Project, SaysWhereAnIDComesFrom) {
+  struct Row {
+    std::string file, text;
+    std::vector<std::string> sources;
+  };
+  const std::string set = "PRODUCT_BUNDLE_IDENTIFIER = ";
+  for (const Row& row : std::vector<Row>{
+           {"a/App.xcodeproj/project.pbxproj",
+            set + "\"$(ID).app\";",
+            {"a/App.xcodeproj takes it from a variable: $(ID).app."}},
+           {"A.xcodeproj/project.pbxproj", set + "com.example.app;", {}},
+           {"Config/Base.xcconfig", "A = b\n " + set + " com.a.b // ours", {"Config/Base.xcconfig sets it: com.a.b."}},
+           {"Base.xcconfig", "PRODUCT_BUNDLE_IDENTIFIER[config=Debug]=a.b", {"Base.xcconfig sets it: a.b."}},
+           {"Base.xcconfig", "// " + set + "a.b\nPRODUCT_BUNDLE_IDENTIFIER_BASE = a.b\n" + set, {}},
+           {"project.yml", "", {"project.yml makes the Xcode project, which isn't here yet (xcodegen generate)."}},
+           {"i/Project.swift", "", {"i/Project.swift makes the Xcode project, which isn't here yet (tuist generate)."}},
+           {"Pods/Base.xcconfig", set + "a.b", {}},
+       }) {
+    TemporaryFolder folder;
+    folder.write(row.file, row.text);
+    SCOPED_TRACE(row.file + ": " + row.text);
+    EXPECT_EQ(Project::bundleIDSources(folder.path()), row.sources);
+  }
+}
+
+TEST(Project, ListsAppsWithoutTheirTestsAndParts) {
+  for (const auto& [all, apps] : std::vector<std::pair<std::set<std::string>, std::vector<std::string>>>{
+           {{"a.b", "a.b.widget", "a.bc", "a.b.widget.more"}, {"a.b", "a.bc"}},
+           {{"a.b", "c.AppTests", "c.AppUITests"}, {"a.b"}},
+           {{"c.tests", "c.uitests"}, {"c.tests", "c.uitests"}},
+           {{"a.contest.app"}, {"a.contest.app"}},
+       }) {
+    SCOPED_TRACE(nlohmann::json(all).dump());
+    EXPECT_EQ(Project::appIDs(all), apps);
+  }
+}
+
+TEST(Project, FindsWhatLiesElsewhere) {
+  using enum Project::Contents;
+  struct Row {
+    Project::Contents contents;
+    std::string file, begins;
+  };
+  for (const Row& row : std::vector<Row>{
+           {listing, "fastlane/metadata/ios/en-US/name.txt", "fastlane/metadata/ios holds a listing, and kestu reads"},
+           {listing, "fastlane/metadata/android/en-US/title.txt", ""},
+           {listing, "fastlane/metadata/en-US/name.txt", ""},
+           {listing, "ios/fastlane/metadata/de-DE/name.txt",
+            "ios/fastlane/metadata holds a listing: run kestu in ios, after kestu link --here there."},
+           {listing, "android/fastlane/metadata/android/de-DE/name.txt", ""},
+           {listing, "apps/a/metadata/listing/en-US.json",
+            "apps/a/metadata/listing holds a listing: run kestu in apps/a,"},
+           {listing, "a/b/c/d/metadata/listing/en-US.json", ""},
+           {listing, "ios/fastlane/screenshots/de-DE/1.png", ""},
+           {screenshots, "ios/fastlane/screenshots/de-DE/1.png", "ios/fastlane/screenshots holds screenshots: run"},
+           {screenshots, "fastlane/screenshots/ios/ja/1.png", "fastlane/screenshots/ios holds screenshots, and"},
+           {screenshots, "node_modules/x/fastlane/screenshots/ja/1.png", ""},
+       }) {
+    TemporaryFolder folder;
+    folder.write(row.file, "");
+    SCOPED_TRACE(row.file);
+    auto found = Project::elsewhere(row.contents, folder.path());
+    ASSERT_EQ(found.size(), row.begins.empty() ? 0U : 1U);
+    if (!found.empty()) EXPECT_TRUE(found[0].starts_with(row.begins)) << found[0];
+  }
+}
+
 TEST(AppChoice, MatchesByTheFirstRuleThatFinds) {
   const std::vector<App> apps = {{1234567890, "com.example.weather", "Weather Pro", {}, ""},
                                  {2, "com.example.lite", "Weather Lite", {}, ""},
@@ -68,13 +163,17 @@ class ProjectTest : public CommandTest {};
 
 TEST_F(ProjectTest, LinksTheAppWhoseBundleIDTheRepositorySets) {
   signIn();
-  EXPECT_EQ(run({"link"}).err, "No Xcode project here sets a bundle ID. Name the app: kestu link <app>.\n");
+  const std::string yours = "\nYours: Daylight Weather (1234567890), Tidepool: Naturkunde für Kinder (2345678901), "
+                            "Ledger (3456789012)\n";
+  EXPECT_EQ(run({"link"}).err, "No Xcode project here sets a bundle ID. Name the app: kestu link <app>." + yours);
   auto set = [&](const std::string& ids) { repo.write("App.xcodeproj/project.pbxproj", ids); };
   set("PRODUCT_BUNDLE_IDENTIFIER = z.b; PRODUCT_BUNDLE_IDENTIFIER = a.b;");
-  EXPECT_EQ(run({"link"}).err, "None of your apps this sign-in covers is a.b, z.b. Name the app: kestu link <app>.\n");
+  EXPECT_EQ(run({"link"}).err,
+            "None of your apps this sign-in covers is a.b, z.b. Name the app: kestu link <app>." + yours);
   set("PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight; PRODUCT_BUNDLE_IDENTIFIER = com.example.tidepool;");
   EXPECT_EQ(run({"link"}).err, "This repo has several of your apps: Daylight Weather (1234567890), Tidepool: "
-                               "Naturkunde für Kinder (2345678901). Name one: kestu link <app>.\n");
+                               "Naturkunde für Kinder (2345678901). Name one: kestu link <app>.\nWhere each has a "
+                               "folder of its own: kestu link --here in each.\n");
   EXPECT_FALSE(fs::exists(repo.path() / "kestu.json"));
   set("PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight; PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight.widget;");
   Ran ran = run({"link"});
@@ -116,8 +215,26 @@ TEST_F(ProjectTest, MarksTheLinkedAppFromASubfolderToo) {
       run({"apps", "-ocsv"})
           .out.starts_with("Linked,App,App Store ID,Bundle ID,Platforms,Language\n●,Daylight Weather,1234567890,"));
   EXPECT_TRUE(run({"apps", "--output", "MARKDOWN"}).out.starts_with("| Linked |"));
-  fs::create_directories(repo.path() / "a/b");
-  EXPECT_EQ(Project::root(repo.path() / "a/b"), repo.path());
+  terminal.outIsTerminal = true;
+  for (int columns : {30, 50, 80, 110}) {
+    terminal.windowColumns = columns;
+    for (const std::string& line : Text::split(TextStyle::plain(run({"apps"}).out), '\n')) {
+      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(columns)) << line;
+    }
+  }
+}
+
+TEST_F(ProjectTest, AFolderOfItsOwnIsLinkedOnItsOwn) {
+  signIn();
+  link();
+  repo.write("apps/ledger/L.xcodeproj/project.pbxproj", "PRODUCT_BUNDLE_IDENTIFIER = com.example.ledger.mac;");
+  here = repo.path() / "apps/ledger";
+  EXPECT_EQ(run({"link", "--here"}).out, "✓ Linked this folder to Ledger (3456789012)\nNext: kestu status\n");
+  EXPECT_NE(run({"apps"}).out.find("●  Ledger"), std::string::npos);
+  EXPECT_EQ(run({"config", "screenshot-folders", "ids"}).status, 0);
+  EXPECT_NE(Files::read(here / "kestu.json", 1000)->find("ids"), std::string::npos);
+  here = repo.path() / "apps";
+  EXPECT_NE(run({"apps"}).out.find("●  Daylight Weather"), std::string::npos);
 }
 
 } // namespace
