@@ -59,27 +59,64 @@ json banner(const char* group, const char* name, const char* platform, int maxWi
   return value;
 }
 
+json everyScreenshot() {
+  const auto phone = [](const char* group, const char* name, const Sizes& sizes) {
+    return screenshots(group, name, "iphone", "ios", sizes);
+  };
+  const auto pad = [](const char* group, const char* name, const Sizes& sizes) {
+    return screenshots(group, name, "ipad", "ios", sizes);
+  };
+  const auto watch = [](const char* group, const char* name, const Sizes& sizes) {
+    return screenshots(group, name, "watch", "ios", sizes);
+  };
+  return {phone("IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE", "iPhone 6.9″", {{1260, 2736}, {1290, 2796}, {1320, 2868}}),
+          phone("IPHONE_DUO_PROFILE", "iPhone Duo", {{2088, 2844}}),
+          phone("IPHONE_BORDERLESS_LARGE_PROFILE", "iPhone 6.5″", {{1242, 2688}, {1284, 2778}}),
+          phone("IPHONE_DYNAMIC_ISLAND_PROFILE", "iPhone 6.3″", {{1179, 2556}, {1206, 2622}}),
+          phone("IPHONE_BORDERLESS_MEDIUM_PROFILE", "iPhone 6.1″", {{1170, 2532}, {1080, 2340}, {1179, 2556}}),
+          phone("IPHONE_BORDERLESS_PROFILE", "iPhone 5.8″", {{1125, 2436}}),
+          phone("IPHONE_PLUS_PROFILE", "iPhone 5.5″", {{1242, 2208}}),
+          phone("IPHONE_PROFILE", "iPhone 4.7″", {{750, 1334}}),
+          phone("IPHONE_SE_PROFILE", "iPhone 4″", {{640, 1136}, {640, 1096}}),
+          pad("IPAD_PRO_BORDERLESS_PROFILE", "iPad 13″", {{2064, 2752}, {2048, 2732}}),
+          pad("IPAD_PRO_PROFILE", "iPad 12.9″", {{2048, 2732}}),
+          pad("IPAD_BORDERLESS_PROFILE", "iPad 11″", {{1488, 2266}, {1668, 2388}, {1668, 2420}, {1640, 2360}}),
+          pad("IPAD_AIR_PROFILE", "iPad 10.5″", {{1668, 2224}}),
+          pad("IPAD_PROFILE", "iPad 9.7″", {{1536, 2048}, {1536, 2008}, {768, 1024}}),
+          watch("WATCH_ULTRA_PROFILE", "Apple Watch Ultra", {{410, 502}, {422, 514}}),
+          watch("WATCH_SERIES_10_PROFILE", "Apple Watch Series 10", {{416, 496}}),
+          watch("WATCH_SERIES_7_PROFILE", "Apple Watch Series 7", {{396, 484}}),
+          watch("WATCH_SERIES_4_PROFILE", "Apple Watch Series 4", {{368, 448}}),
+          watch("WATCH_PROFILE", "Apple Watch Series 3", {{312, 390}}),
+          screenshots("MAC_PROFILE", "Mac", "mac", "macos", {{1280, 800}, {1440, 900}, {2560, 1600}, {2880, 1800}})};
+}
+
+json everyPreview() {
+  const auto phone = [](const char* group, const char* name, const Sizes& sizes) {
+    return previews(group, name, "iphone", "ios", sizes);
+  };
+  const auto pad = [](const char* group, const char* name, const Sizes& sizes) {
+    return previews(group, name, "ipad", "ios", sizes);
+  };
+  return {phone("IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE", "iPhone 6.9″", {{886, 1920}}),
+          phone("IPHONE_DUO_PROFILE", "iPhone Duo", {{1408, 1920}}),
+          phone("IPHONE_BORDERLESS_LARGE_PROFILE", "iPhone 6.5″", {{886, 1920}}),
+          phone("IPHONE_DYNAMIC_ISLAND_PROFILE", "iPhone 6.3″", {{886, 1920}}),
+          phone("IPHONE_BORDERLESS_MEDIUM_PROFILE", "iPhone 6.1″", {{886, 1920}}),
+          phone("IPHONE_BORDERLESS_PROFILE", "iPhone 5.8″", {{886, 1920}}),
+          phone("IPHONE_PLUS_PROFILE", "iPhone 5.5″", {{1080, 1920}}),
+          phone("IPHONE_PROFILE", "iPhone 4.7″", {{750, 1334}}),
+          pad("IPAD_PRO_BORDERLESS_PROFILE", "iPad 13″", {{1200, 1600}, {900, 1200}}),
+          pad("IPAD_PRO_PROFILE", "iPad 12.9″", {{1200, 1600}, {900, 1200}}),
+          pad("IPAD_BORDERLESS_PROFILE", "iPad 11″", {{1200, 1600}}),
+          pad("IPAD_AIR_PROFILE", "iPad 10.5″", {{1200, 1600}}),
+          pad("IPAD_PROFILE", "iPad 9.7″", {{900, 1200}}),
+          previews("MAC_PROFILE", "Mac", "mac", "macos", {{1920, 1080}})};
+}
+
 json everyDisplay() {
-  const char* const large = "IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE";
-  const char* const duo = "IPHONE_DUO_PROFILE";
-  const char* const plus = "IPHONE_PLUS_PROFILE";
-  const char* const pad = "IPAD_PRO_BORDERLESS_PROFILE";
-  const char* const padSmall = "IPAD_BORDERLESS_PROFILE";
-  const char* const mac = "MAC_PROFILE";
-  return {{"screenshots",
-           {screenshots(large, "iPhone 6.9″", "iphone", "ios", {{1260, 2736}, {1290, 2796}, {1320, 2868}}),
-            screenshots(duo, "iPhone 6.5″", "iphone", "ios", {{1242, 2688}, {1284, 2778}}),
-            screenshots(plus, "iPhone 5.5″", "iphone", "ios", {{1242, 2208}}),
-            screenshots(pad, "iPad 13″", "ipad", "ios", {{2064, 2752}, {2048, 2732}}),
-            screenshots(padSmall, "iPad 11″", "ipad", "ios", {{1488, 2266}, {1668, 2388}, {1668, 2420}, {1640, 2360}}),
-            screenshots(mac, "Mac", "mac", "macos", {{1280, 800}, {1440, 900}, {2560, 1600}, {2880, 1800}})}},
-          {"previews",
-           {previews(large, "iPhone 6.9″", "iphone", "ios", {{886, 1920}}),
-            previews(duo, "iPhone 6.5″", "iphone", "ios", {{886, 1920}}),
-            previews(plus, "iPhone 5.5″", "iphone", "ios", {{1080, 1920}}),
-            previews(pad, "iPad 13″", "ipad", "ios", {{1200, 1600}, {900, 1200}}),
-            previews(padSmall, "iPad 11″", "ipad", "ios", {{1200, 1600}}),
-            previews(mac, "Mac", "mac", "macos", {{1920, 1080}})}},
+  return {{"screenshots", everyScreenshot()},
+          {"previews", everyPreview()},
           {"header",
            {banner("HEADER_IPHONE", "Header", "ios", 4320, 1620), banner("HEADER_MAC", "Header", "macos", 4320, 1620)}},
           {"searchresults", json::array({banner("SEARCH_RESULTS_IPHONE", "Search Results", "ios", 3840, 2160)})}};
