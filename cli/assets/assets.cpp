@@ -3,6 +3,10 @@
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/project/app_choice.hpp"
+#include "core/project/apple_locales.hpp"
+#include "core/support/json.hpp"
+#include "core/support/json_data.hpp"
+#include "core/support/printable_ascii.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
 
@@ -22,6 +26,31 @@ void PlatformOption::declare(Command& command) {
                     platform = value;
                   },
                   {"ios", "macos"},
+                  false});
+}
+
+void AssetLimits::declare(Command& command) {
+  command.option({{"--locale"},
+                  "locale",
+                  "Only these languages, as en-US, several with commas (en-US,de-DE) or the flag again.",
+                  [this](const std::string& value) {
+                    addWords(locales, value);
+                    for (const std::string& locale : locales) {
+                      if (AppleLocales::localeShape(locale)) continue;
+                      throw UsageError("--locale " + shown(locale) + AppleLocales::refusal(locale));
+                    }
+                    if (locales.empty()) throw UsageError("--locale names no language.");
+                  },
+                  {},
+                  false});
+  command.option({{"--display"},
+                  "display",
+                  "Only these displays, as iPhone Duo or IPHONE_DUO_PROFILE, several with commas or the flag again.",
+                  [this](const std::string& value) {
+                    addWords(displays, value);
+                    if (displays.empty()) throw UsageError("--display names no display.");
+                  },
+                  {},
                   false});
 }
 
@@ -54,10 +83,18 @@ Table sizesTable(const std::vector<AssetKind>& kinds, const AssetCatalog& catalo
   return table;
 }
 
-/// The sizes in as many lines of so many columns as they need, the later ones indented; one line where there is no
-/// room.
+/// The columns that sizes need beside a display, below which they get lines of their own.
+int leastForSizes(const std::vector<AssetDisplay>& displays) {
+  std::size_t least = 24;
+  for (const AssetDisplay& display : displays) {
+    for (const std::string& size : sizesOf(display)) least = std::max(least, Text::columns(size) + 1);
+  }
+  return static_cast<int>(least);
+}
+
+/// The sizes in as many lines of so many columns as they need, the later ones indented; one line for 0 columns.
 std::string foldedSizes(const std::vector<std::string>& sizes, int width, std::size_t indent) {
-  if (width < 24) return Text::joined(sizes, ", ");
+  if (width <= 0) return Text::joined(sizes, ", ");
   std::string text, line;
   for (std::size_t i = 0; i < sizes.size(); ++i) {
     std::string more = sizes[i] + (i + 1 < sizes.size() ? "," : "");
@@ -67,6 +104,18 @@ std::string foldedSizes(const std::vector<std::string>& sizes, int width, std::s
     line += (line.empty() ? "" : " ") + more;
   }
   return text + line;
+}
+
+/// For a narrow window: a display, its ID below it, and its sizes below that.
+std::string stackedSizes(const std::vector<AssetDisplay>& displays, const Console& console) {
+  std::string text;
+  for (const AssetDisplay& display : displays) {
+    text += (text.empty() ? "" : "\n") + printable(display.name) +
+            console.style().dim(", " + std::to_string(display.max) + " at most") + "\n  " +
+            console.style().dim(printable(display.group)) + "\n  " +
+            TextStyle::wrap(foldedSizes(sizesOf(display), console.width() - 2, 2), console.width(), 4);
+  }
+  return text;
 }
 
 /// The columns that a table's first cells take.
@@ -88,18 +137,36 @@ std::string sizesText(const std::vector<AssetKind>& kinds, const AssetCatalog& c
     for (const AssetDisplay& display : displays.displays) {
       rows.push_back({printable(display.name), printable(display.group), std::to_string(display.max)});
     }
+    std::string heading(facts(kind).plural);
+    heading.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(heading.front())));
+    text += (text.empty() ? "" : "\n\n") + console.style().bold(heading) + "\n";
     std::size_t before = columnsOf(rows);
-    int left = console.isTerminal(Stream::out) ? console.width() - static_cast<int>(before) : 0;
+    bool folds = console.isTerminal(Stream::out);
+    int left = folds ? console.width() - static_cast<int>(before) : 0;
+    if (folds && left < leastForSizes(displays.displays)) {
+      text += stackedSizes(displays.displays, console);
+      continue;
+    }
     rows.front().emplace_back("Sizes");
-    for (std::string& heading : rows.front()) heading = console.style().dim(heading);
+    for (std::string& cell : rows.front()) cell = console.style().dim(cell);
     for (std::size_t i = 1; i < rows.size(); ++i) {
       rows[i].push_back(foldedSizes(sizesOf(displays.displays[i - 1]), left, before));
     }
-    std::string heading(facts(kind).plural);
-    heading.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(heading.front())));
-    text += (text.empty() ? "" : "\n\n") + console.style().bold(heading) + "\n" + Format::table(rows);
+    text += Format::table(rows);
   }
   return text.empty() ? "App Store Connect has no displays for these." : text;
+}
+
+/// The service's catalog, of the kinds alone.
+std::string bodyOf(const std::vector<AssetKind>& kinds, const std::string& body) {
+  JSONValue whole = JSONValue::parse(body);
+  JSONData chosen = JSONData::object();
+  for (const auto& [key, displays] : whole.members()) {
+    auto kind = assetKindOfKey(key);
+    bool isAsked = kind && std::find(kinds.begin(), kinds.end(), *kind) != kinds.end();
+    if (isAsked || kinds.size() == allAssetKinds.size()) chosen.set(key, JSONData::copied(displays));
+  }
+  return chosen.compact();
 }
 
 void runSizes(Context& context, const SizesOptions& options) {
@@ -107,7 +174,7 @@ void runSizes(Context& context, const SizesOptions& options) {
   AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
   auto catalog = fetchCatalog(client, target);
   std::vector<AssetKind> kinds = options.choice.kinds();
-  options.write(context.console, catalog.body, sizesTable(kinds, catalog.value),
+  options.write(context.console, bodyOf(kinds, catalog.body), sizesTable(kinds, catalog.value),
                 sizesText(kinds, catalog.value, context.console));
 }
 

@@ -20,10 +20,19 @@ struct KindChoice {
     return {allAssetKinds.begin(), allAssetKinds.end()};
   }
   std::string plural() const { return only ? std::string(facts(*only).plural) : "assets"; }
+  std::string word() const { return only ? "assets " + std::string(facts(*only).word) : "assets"; }
 };
 
 struct PlatformOption {
   std::optional<std::string> platform;
+
+  void declare(Command& command);
+};
+
+/// The languages and displays that a command is limited to.
+struct AssetLimits {
+  std::vector<std::string> locales;
+  std::vector<std::string> displays;
 
   void declare(Command& command);
 };

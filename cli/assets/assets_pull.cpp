@@ -1,15 +1,19 @@
 #include "cli/assets/assets.hpp"
 #include "core/assets/asset_pull.hpp"
+#include "core/assets/asset_sending.hpp"
+#include "core/changes/change_item.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/console/progress.hpp"
 #include "core/project/platform.hpp"
 #include "core/project/project.hpp"
 #include "core/support/folder_lock.hpp"
+#include "core/support/json_data.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 
 namespace kestu {
@@ -21,7 +25,9 @@ struct PullOptions : GlobalOptions {
   AppTarget app;
   PlatformOption platform;
   std::string version;
+  AssetLimits limits;
   bool force = false;
+  bool dryRun = false;
 };
 
 struct Facts {
@@ -42,17 +48,18 @@ Facts fetch(const Context& context, const Client& client, const AppOnPlatform& t
   return facts;
 }
 
-PullPlan planPull(Context& context, const PullOptions& options, const Facts& facts, const AppOnPlatform& target,
+PullPlan planPull(Context& context, const AssetSelection& selection, const Facts& facts, const AppOnPlatform& target,
                   const std::filesystem::path& root) {
   auto link = Project::link(context.folder);
   ScanOptions scan;
   scan.platform = target.platform;
+  scan.locales = selection.locales;
+  scan.groups = AssetPush::groups(selection, facts.catalog, scan);
   scan.hashing = true;
   scan.probe = context.probe;
   scan.stop = context.stop;
   return context.console.during([&] {
-    return AssetPull::plan(facts.shown, options.choice.kinds(), root, facts.catalog, scan,
-                           link && link->assetFolderIDs());
+    return AssetPull::plan(facts.shown, selection.kinds, root, facts.catalog, scan, link && link->assetFolderIDs());
   });
 }
 
@@ -60,24 +67,68 @@ std::string counted(std::size_t count, const std::string& one, const std::string
   return Format::number(static_cast<std::int64_t>(count)) + " " + (count == 1 ? one : many);
 }
 
-/// "✓ Downloaded 12 files (34 MB), renamed 2 folders."
-std::string done(const PullReport& report, const std::string& version, const std::string& plural) {
-  std::vector<std::string> parts;
-  if (!report.written.empty()) {
-    parts.push_back("downloaded " + counted(report.written.size(), "file", "files") + " (" +
-                    Format::bytes(report.bytes) + ")");
+/// "metadata/screenshots and metadata/previews": where files came.
+std::string kindFolders(const std::vector<std::string>& paths) {
+  std::vector<std::string> folders;
+  for (const std::string& path : paths) {
+    std::string folder = path.substr(0, path.find('/', path.find('/') + 1));
+    if (std::find(folders.begin(), folders.end(), folder) == folders.end()) folders.push_back(folder);
   }
-  if (!report.folders.empty()) parts.push_back("renamed " + counted(report.folders.size(), "folder", "folders"));
-  if (!report.merged.empty()) parts.push_back("merged " + counted(report.merged.size(), "folder", "folders"));
-  if (!report.moved.empty()) parts.push_back("renamed " + counted(report.moved.size(), "file", "files"));
-  if (!report.removed.empty()) parts.push_back("removed " + counted(report.removed.size(), "file", "files"));
+  return Text::joined(folders, " and ");
+}
+
+/// "downloaded 12 files (34 MB) into metadata/screenshots", "renamed 2 folders" and so on; of a dry run "download",
+/// "rename".
+std::vector<std::string> deeds(const PullReport& report, bool isDry) {
+  std::vector<std::string> parts;
+  auto add = [&](std::size_t count, const std::string& verb, const std::string& one, const std::string& many,
+                 const std::string& after = "") {
+    if (count > 0) parts.push_back(verb + (isDry ? " " : "d ") + counted(count, one, many) + after);
+  };
+  add(report.written.size(), isDry ? "download" : "downloade", "file", "files",
+      " (" + Format::bytes(report.bytes) + ") into " + kindFolders(report.written));
+  add(report.folders.size(), "rename", "folder", "folders");
+  add(report.merged.size(), "merge", "folder", "folders");
+  add(report.moved.size(), "rename", "file", "files");
+  add(report.removed.size(), "remove", "file", "files");
+  return parts;
+}
+
+/// "✓ The repo shows 1.2 for iOS's assets: downloaded 12 files (34 MB), renamed 2 folders."
+std::string done(const PullReport& report, const std::string& version, const std::string& plural) {
+  std::vector<std::string> parts = deeds(report, false);
   if (report.nothing()) {
     return "✓ The repo shows " + version + "'s " + plural + " already: nothing to download, nothing written.";
   }
-  std::string line = "✓ The repo shows " + version + "'s " + plural;
-  for (std::size_t i = 0; i < parts.size(); ++i) line += (i == 0 ? ": " : ", ") + parts[i];
-  if (parts.empty()) line += ": updated " + Text::joined(report.bookkeeping, " and ");
-  return line + ".\nNext: commit them with their pulled.json, which lets a push know them again.";
+  if (parts.empty()) parts.push_back("updated " + Text::joined(report.bookkeeping, " and "));
+  return "✓ The repo shows " + version + "'s " + plural + ": " + Text::joined(parts, ", ") +
+         ".\nNext: commit them with their pulled.json, which lets a push know them again.";
+}
+
+/// What each file and folder becomes, a line each.
+std::vector<ChangeItem> items(const PullReport& report) {
+  std::vector<ChangeItem> list;
+  auto add = [&](const std::optional<std::string>& from, const std::optional<std::string>& to, const char* field) {
+    const std::string& path = to ? *to : *from;
+    list.push_back({path.substr(0, path.rfind('/')), field, from, to});
+  };
+  for (const auto* moves : {&report.folders, &report.merged}) {
+    for (const auto& [from, to] : *moves) add(from, to, "folder");
+  }
+  for (const auto& [from, to] : report.moved) add(from, to, "file");
+  for (const std::string& path : report.written) add(std::nullopt, path, "file");
+  for (const std::string& path : report.removed) add(path, std::nullopt, "file");
+  return list;
+}
+
+std::string lines(const PullReport& report) {
+  std::string text;
+  for (const ChangeItem& item : items(report)) {
+    if (!item.from) text += "  new      " + printable(*item.to) + "\n";
+    if (!item.to) text += "  removed  " + printable(*item.from) + "\n";
+    if (item.from && item.to) text += "  renamed  " + printable(*item.from) + " → " + printable(*item.to) + "\n";
+  }
+  return text;
 }
 
 JSONData answer(const PullReport& report, const PullPlan& plan, const std::string& version,
@@ -105,10 +156,25 @@ PullReport carryOut(Context& context, const PullPlan& plan, const std::filesyste
     return AssetPull::carryOut(plan, root, Downloader(context.transport, context.clock), context.stop, progress);
   };
   if (files == 0) return go([](const std::string&, std::int64_t, int) {});
-  Progress progress(context.console, context.clock, "Downloading", bytes, files, {"file", "files"});
-  return go([&](const std::string& path, std::int64_t more, int finished) {
-    progress.advance(more, finished, printable(path.substr(path.rfind('/') + 1)));
-  });
+  std::atomic<int> came = 0;
+  try {
+    Progress progress(context.console, context.clock, "Downloading", bytes, files, {"file", "files"});
+    return go([&](const std::string& path, std::int64_t more, int finished) {
+      came += finished;
+      progress.advance(more, finished, printable(path.substr(path.rfind('/') + 1)));
+    });
+  } catch (const Stopped&) {
+    context.console.error("Stopped: " + Format::number(came) + " of " +
+                          counted(static_cast<std::size_t>(files), "file", "files") +
+                          " came and are kept. Run it again to go on from there.");
+    throw;
+  }
+}
+
+CLIError conflicting(const PullPlan& plan, const std::string& version) {
+  std::string message = "App Store Connect doesn't show these for " + version + ", so nothing was written:\n";
+  for (const std::string& path : plan.conflicts) message += "  " + printable(path) + "\n";
+  return {CLIError::Kind::failed, message + "--force removes them, or writes over them."};
 }
 
 void runPull(Context& context, const PullOptions& options) {
@@ -122,21 +188,31 @@ void runPull(Context& context, const PullOptions& options) {
                    "Another kestu assets pull is writing in this repo. Run it again when it's done.");
   }
   Facts facts = fetch(context, client, target, options.version);
-  PullPlan plan = planPull(context, options, facts, target, root);
+  AssetSelection selection{options.choice.kinds(), options.limits.locales, options.limits.displays};
+  PullPlan plan = planPull(context, selection, facts, target, root);
   std::string version = printable(options.version) + " for " + platformLabel(target.platform);
-  if (!plan.conflicts.empty() && !options.force) {
-    std::vector<std::string> files;
-    for (const std::string& path : plan.conflicts) files.push_back(printable(path));
-    throw CLIError::notWritten("App Store Connect doesn't show these for " + version, files);
-  }
+  std::string plural = selection.plural() + selection.limits();
+  if (!plan.conflicts.empty() && !options.force) throw conflicting(plan, version);
   for (const std::string& note : plan.notes) console.error(printable(note));
   bool shows =
       std::any_of(plan.kinds.begin(), plan.kinds.end(), [](const auto& kind) { return !kind.displays.empty(); });
+  const std::string none = "App Store Connect shows no " + plural + " for " + version + " yet.";
+  if (options.dryRun) {
+    PullReport report = plan.report();
+    report.bytes = AssetPull::downloads(plan).second;
+    std::vector<std::string> parts = deeds(report, true);
+    std::string would = parts.empty() ? "nothing to download, nothing to write" : "would " + Text::joined(parts, ", ");
+    if (!options.quiet() && !report.nothing()) console.out(lines(report));
+    JSONData data = answer(report, plan, options.version, target.platform).set("changes", changesData(items(report)));
+    options.emitBody(console, data.compact(), shows || !parts.empty() ? "Dry run: " + would + "." : none);
+    return;
+  }
   PullReport report = carryOut(context, plan, root);
-  std::string line = shows || !report.nothing()
-                         ? done(report, version, options.choice.plural())
-                         : "App Store Connect shows no " + options.choice.plural() + " for " + version + " yet.";
-  options.emit(console, answer(report, plan, options.version, target.platform), line);
+  if (!options.quiet()) {
+    for (const std::string& path : report.removed) console.line("  removed  " + printable(path));
+  }
+  options.emitBody(console, answer(report, plan, options.version, target.platform).compact(),
+                   shows || !report.nothing() ? done(report, version, plural) : none);
 }
 
 } // namespace
@@ -156,6 +232,8 @@ void addAssetPull(Command& group, const KindChoice& choice) {
   options->choice = choice;
   declareVersion(command, "The version in App Store Connect, as 1.2.", true,
                  [options](std::string version) { options->version = std::move(version); });
+  options->limits.declare(command);
+  command.flag({"--dry-run"}, options->dryRun, "Show what it would write and remove, and write nothing.");
   command.flag({"--force"}, options->force, "Write over display folders that have other files in them.");
   options->platform.declare(command);
   options->app.declare(command, false);

@@ -1,5 +1,7 @@
 #include "cli/assets/assets.hpp"
 #include "core/assets/asset_sending.hpp"
+#include "core/assets/shown_assets.hpp"
+#include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/project/platform.hpp"
 #include "core/project/project.hpp"
@@ -16,8 +18,7 @@ struct PushOptions : ChangeOptions {
   AppTarget app;
   PlatformOption platform;
   std::string version;
-  std::vector<std::string> locales;
-  std::vector<std::string> displays;
+  AssetLimits limits;
 };
 
 AssetScan scan(Context& context, const AssetSelection& selection, const AssetCatalog& catalog,
@@ -30,37 +31,50 @@ AssetScan scan(Context& context, const AssetSelection& selection, const AssetCat
       [&] { return AssetPush::scan(selection, Project::root(context.folder), catalog, options); });
 }
 
+ProposedChange proposed(const AssetSending& sending, const AppOnPlatform& target, const PushOptions& options,
+                        const std::string& version, const TextStyles& style) {
+  AssetTotals totals = sending.totals();
+  std::string title = target.title(options.version);
+  ProposedChange change;
+  change.title = title + ", " + totals.toUpload() + ", after your approval:";
+  change.lines = sending.lines(style);
+  change.would = "Dry run: " + title + " would show these, " + totals.toUpload() + ", after your approval.";
+  change.done = "✓ " + version + " shows the repo's " + options.choice.plural() + ", " + totals.uploaded() +
+                ".\nNext: kestu release check " + Format::shellWord(options.version);
+  if (target.platform != target.firstPlatform) change.done += " --platform " + target.platform;
+  if (options.app.app) change.done += " --app " + Format::shellWord(*options.app.app);
+  return change;
+}
+
 void runPush(Context& context, const PushOptions& options) {
   Console& console = context.console;
   Client client = context.signedIn();
   AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
-  AssetSelection selection{options.choice.kinds(), options.locales, options.displays};
+  AssetSelection selection{options.choice.kinds(), options.limits.locales, options.limits.displays};
   AssetCatalog catalog = AssetPush::catalogs(client, target.path, target.platforms);
   AssetScan found = scan(context, selection, catalog, target.platform);
   for (const std::string& note : found.notes) console.error(printable(note));
-  AssetPush::requireSendable(found, selection);
+  AssetPush::requireSendable(found, selection, console.isTerminal(Stream::err));
 
   AssetDestination destination{target.path, target.platform, options.version};
   auto sending = AssetSending::plan(client, destination, std::move(found.sets), selection.plural(), options.dryRun);
-  AssetTotals totals = sending.totals();
   std::string version = printable(options.version) + " for " + platformLabel(target.platform);
+  ProposedChange change = proposed(sending, target, options, version, console.style());
   if (sending.unchanged()) {
-    options.emitBody(console, sending.answer().compact(),
-                     "✓ " + version + " shows these " + selection.plural() +
-                         " already: nothing to upload, nothing to change.");
-    return;
+    change.would =
+        "✓ " + version + " shows these " + selection.plural() + " already: nothing to upload, nothing to change.";
+    if (options.dryRun) return options.tellDryRun(context, change, sending.answer().compact());
+    return options.emitBody(console, sending.answer().compact(), change.would);
   }
-  std::string lines = sending.lines(console.style());
   if (options.dryRun) {
-    options.say(console, lines);
-    options.emitBody(console, sending.answer().compact(),
-                     "Dry run: " + version + " would show these, " + totals.toUpload() + ", after your approval.");
-    return;
+    if (options.quiet()) {
+      change.items = sending.changes(client.get(target.path + "/assets", destination.query(), ShownAssets::read).value);
+    }
+    return options.tellDryRun(context, change, sending.answer().compact());
   }
-  options.confirm(context, version + ", " + totals.toUpload() + ", after your approval:\n" + lines, true);
+  options.confirm(context, change);
   sending.upload(client);
-  options.send(context, client, sending.commit(),
-               "✓ " + version + " shows the repo's " + selection.plural() + ", " + totals.uploaded() + ".");
+  options.send(context, client, sending.commit(), change);
 }
 
 } // namespace
@@ -74,24 +88,7 @@ void addAssetPush(Command& group, const KindChoice& choice) {
   options->choice = choice;
   declareVersion(command, "The version in App Store Connect, as 1.2.", true,
                  [options](std::string version) { options->version = std::move(version); });
-  command.option({{"--locale"},
-                  "locale",
-                  "Only these languages, as en-US, several with commas (en-US,de-DE) or the flag again.",
-                  [options](const std::string& value) {
-                    addWords(options->locales, value);
-                    if (options->locales.empty()) throw UsageError("--locale names no language.");
-                  },
-                  {},
-                  false});
-  command.option({{"--display"},
-                  "display",
-                  "Only these displays, as iPhone Duo or IPHONE_DUO_PROFILE, several with commas or the flag again.",
-                  [options](const std::string& value) {
-                    addWords(options->displays, value);
-                    if (options->displays.empty()) throw UsageError("--display names no display.");
-                  },
-                  {},
-                  false});
+  options->limits.declare(command);
   options->platform.declare(command);
   options->app.declare(command, false);
   options->ChangeOptions::declare(command);

@@ -7,6 +7,23 @@
 
 namespace kestu::Assets {
 
+namespace {
+
+/// Whether there is any file in the folder or below it that isn't hidden; what can't be read may hold some.
+bool holdsFiles(const std::filesystem::path& folder) {
+  std::error_code error;
+  for (std::filesystem::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    std::error_code ignored;
+    bool isHidden = entry->path().filename().string().starts_with('.');
+    if (!isHidden && (entry->is_symlink(ignored) || !entry->is_directory(ignored))) return true;
+    if (isHidden) entry.disable_recursion_pending();
+  }
+  return static_cast<bool>(error);
+}
+
+} // namespace
+
 std::vector<AssetKind> kinds(const std::filesystem::path& root) {
   std::vector<AssetKind> found;
   for (AssetKind kind : allAssetKinds) {
@@ -16,11 +33,14 @@ std::vector<AssetKind> kinds(const std::filesystem::path& root) {
 }
 
 std::optional<std::string> repositoryFolder(AssetKind kind, const std::filesystem::path& root) {
+  std::optional<std::string> first;
   for (std::string_view candidate : facts(kind).folders) {
     std::error_code ignored;
-    if (std::filesystem::is_directory(root / candidate, ignored)) return std::string(candidate);
+    if (!std::filesystem::is_directory(root / candidate, ignored)) continue;
+    if (!first) first = std::string(candidate);
+    if (holdsFiles(root / candidate)) return std::string(candidate);
   }
-  return std::nullopt;
+  return first;
 }
 
 std::optional<std::filesystem::path> folder(AssetKind kind, const std::filesystem::path& root) {

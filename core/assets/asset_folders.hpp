@@ -22,7 +22,8 @@ struct Entry {
 /// The kinds whose folder exists.
 std::vector<AssetKind> kinds(const std::filesystem::path& root);
 
-/// The repository path of the kind's folder, the first of its folders that exists; none without one.
+/// The repository path of the kind's folder, the first of its folders that holds files, or where none does the first
+/// that exists; none without one.
 std::optional<std::string> repositoryFolder(AssetKind kind, const std::filesystem::path& root);
 
 /// The same folder, to be opened.

@@ -19,7 +19,7 @@ struct AssetKindFacts {
   std::string_view word; ///< on the command line
   std::string_view singular;
   std::string_view plural;
-  std::span<const std::string_view> folders; ///< under the repository root; the first that exists is the kind's
+  std::span<const std::string_view> folders; ///< under the repository root; the first with files is the kind's
 };
 
 const AssetKindFacts& facts(AssetKind kind);

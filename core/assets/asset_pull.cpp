@@ -258,9 +258,9 @@ class Puller {
       }
     }
     for (const DisplayPull& display : kind.displays) {
-      for (const PullSlot& slot : display.slots) noteKept(slot, !kind.unchanged(), pulled);
+      for (const PullSlot& slot : display.slots) noteKept(slot, kind.mendsPulled || !kind.unchanged(), pulled);
     }
-    if (pulled != before_[kind.kind]) {
+    if (kind.mendsPulled || pulled != before_[kind.kind]) {
       std::erase_if(pulled, [&](const auto& entry) { return !std::filesystem::exists(absolute(kind, entry.first)); });
       Pulled::write(kind.kind, root_, pulled);
       report_.bookkeeping.push_back(kind.folder + "/" + std::string(Pulled::fileName));

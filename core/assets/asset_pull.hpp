@@ -13,22 +13,6 @@
 
 namespace kestu {
 
-/// What a pull did; paths are the repository's.
-struct PullReport {
-  std::vector<std::pair<std::string, std::string>> folders; ///< display folders renamed: from, to
-  std::vector<std::pair<std::string, std::string>> merged;  ///< display folders emptied into another: from, to
-  std::vector<std::pair<std::string, std::string>> moved;   ///< files: from, to
-  std::vector<std::string> written;                         ///< files that came, in the plan's order
-  std::vector<std::string> removed;
-  std::uint64_t bytes = 0;              ///< downloaded
-  std::vector<std::string> bookkeeping; ///< pulled.json and frames.json files that changed
-
-  bool nothing() const {
-    return folders.empty() && merged.empty() && moved.empty() && written.empty() && removed.empty() &&
-           bookkeeping.empty();
-  }
-};
-
 namespace AssetPull {
 
 /// Told the file that bytes came of, the bytes since the last call (below zero when it begins anew), and how many files

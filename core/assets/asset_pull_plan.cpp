@@ -45,17 +45,19 @@ class KindPlanner {
               const ScanOptions& options, bool byIDs)
       : root_(root), options_(options), displays_(catalog[kind], options),
         folder_(Assets::repositoryFolder(kind, root).value_or(std::string(facts(kind).folders.front()))),
-        folders_(root, folder_, displays_, byIDs) {
+        folders_(root, folder_, displays_, options.locales, byIDs) {
     plan_.kind = kind;
     plan_.folder = folder_;
     plan_.changes = folders_.changes();
   }
 
   void add(const ShownLanguage& language, PullPlan& whole) {
+    if (!isAskedFor(language.locale, options_.locales)) return;
     for (const ShownDisplay& shown : language.displays) {
       if (shown.kind != plan_.kind || shown.assets.empty()) continue;
       const auto& all = displays_.ofPlatform().displays;
       auto display = std::find_if(all.begin(), all.end(), [&](const auto& each) { return each.group == shown.group; });
+      if (displays_.isLimited() && (display == all.end() || !displays_.keeps(*display))) continue;
       if (display == all.end()) {
         whole.notes.push_back(fmt::format("App Store Connect shows {} for {} in {}, a display that isn't in Apple's "
                                           "list any more: left out.",
@@ -80,6 +82,7 @@ class KindPlanner {
     findLocals();
     hashLocals();
     auto pulled = Pulled::read(plan_.kind, root_);
+    plan_.mendsPulled = !pulled.notes.empty();
     whole.notes.insert(whole.notes.end(), pulled.notes.begin(), pulled.notes.end());
     pulled_ = std::move(pulled.assets);
     frames_ = Frames::read(plan_.kind, root_).frames;
@@ -269,6 +272,8 @@ class KindPlanner {
       if (locale == name || name == std::string::npos || std::filesystem::exists(absolute(path), unknown)) continue;
       const AssetDisplay* display = displays_.named(path.substr(locale + 1, name - locale - 1));
       if (!display || path.find('/', locale + 1) != name) continue;
+      bool isAsked = !displays_.isLimited() || displays_.keeps(*display);
+      if (!isAsked || !isAskedFor(path.substr(0, locale), options_.locales)) continue;
       std::string now = folders_.folder(path.substr(0, locale), *display).path + path.substr(name);
       if (now != path && frames_.contains(now)) plan_.replacing.insert(path);
     }
@@ -297,6 +302,26 @@ bool DisplayPull::unchanged() const {
 bool KindPull::unchanged() const {
   return changes.empty() &&
          std::all_of(displays.begin(), displays.end(), [](const DisplayPull& display) { return display.unchanged(); });
+}
+
+PullReport PullPlan::report() const {
+  PullReport report;
+  for (const KindPull& kind : kinds) {
+    auto in = [&](const std::string& path) { return kind.folder + "/" + path; };
+    for (const FolderChange& change : kind.changes) {
+      if (!change.isRename && change.renamed().empty()) continue;
+      (change.isRename ? report.folders : report.merged).emplace_back(in(change.from), in(change.to));
+    }
+    for (const DisplayPull& display : kind.displays) {
+      for (const PullSlot& slot : display.slots) {
+        if (!slot.from) report.written.push_back(in(slot.path));
+        if (slot.from && slot.from != slot.path) report.moved.emplace_back(in(*slot.from), in(slot.path));
+      }
+      for (const std::string& other : display.others) report.removed.push_back(in(other));
+    }
+  }
+  std::sort(report.written.begin(), report.written.end(), Text::naturalLess);
+  return report;
 }
 
 bool PullPlan::unchanged() const {

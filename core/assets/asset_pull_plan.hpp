@@ -5,10 +5,12 @@
 #include "core/assets/frames.hpp"
 #include "core/assets/shown_assets.hpp"
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kestu {
@@ -38,9 +40,26 @@ struct KindPull {
   std::vector<DisplayPull> displays;
   PosterFrames frames;             ///< of the pulled videos
   std::set<std::string> replacing; ///< paths whose poster frames the file forgets first
+  bool mendsPulled = false;        ///< its pulled.json can't be used, and is written anew
 
   /// Whether no folder or file of it is to be renamed, moved, downloaded or removed.
   bool unchanged() const;
+};
+
+/// What a pull did or would do; paths are the repository's.
+struct PullReport {
+  std::vector<std::pair<std::string, std::string>> folders; ///< display folders renamed: from, to
+  std::vector<std::pair<std::string, std::string>> merged;  ///< display folders emptied into another: from, to
+  std::vector<std::pair<std::string, std::string>> moved;   ///< files: from, to
+  std::vector<std::string> written;                         ///< files that came, in the plan's order
+  std::vector<std::string> removed;
+  std::uint64_t bytes = 0;              ///< downloaded
+  std::vector<std::string> bookkeeping; ///< pulled.json and frames.json files that changed
+
+  bool nothing() const {
+    return folders.empty() && merged.empty() && moved.empty() && written.empty() && removed.empty() &&
+           bookkeeping.empty();
+  }
 };
 
 /// What a pull would do, found out without writing anything.
@@ -51,6 +70,9 @@ struct PullPlan {
 
   /// Whether nothing is to be renamed, moved, downloaded or removed.
   bool unchanged() const;
+
+  /// What carrying it out would report, without the bytes and the bookkeeping.
+  PullReport report() const;
 };
 
 namespace AssetPull {

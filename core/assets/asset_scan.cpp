@@ -4,6 +4,7 @@
 #include "core/assets/asset_walk.hpp"
 #include "core/assets/frames.hpp"
 #include "core/assets/pulled.hpp"
+#include "core/support/files.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
 
@@ -44,7 +45,10 @@ class Scanner {
     append(scan_.notes, std::move(pulled.notes));
     for (Candidate& candidate : candidates_) place(candidate, pulled.assets);
     for (auto& [order, set] : sets_) scan_.sets.push_back(std::move(set));
-    for (const AssetSet& set : scan_.sets) checkCount(set);
+    for (const AssetSet& set : scan_.sets) {
+      checkCount(set);
+      noteTwins(set);
+    }
     applyFrames();
     return std::move(scan_);
   }
@@ -93,6 +97,9 @@ class Scanner {
       candidate.display = nullptr;
     };
     try {
+      if (isLargeFilePointer(file.path)) {
+        return fail(candidate.path + " is a Git LFS pointer, not the file itself: git lfs pull.");
+      }
       auto outcome = measurer.measure(file, stop, isWanted);
       if (outcome == AssetMeasurer::Outcome::wrongType) return fail(candidate.path + wrongType(file));
       if (outcome == AssetMeasurer::Outcome::changed) return fail(candidate.path + " changed while it was read.");
@@ -104,6 +111,15 @@ class Scanner {
     if (!wanted) candidate.display = nullptr;
   }
 
+  /// What git has in place of a file that is kept elsewhere.
+  static bool isLargeFilePointer(const std::filesystem::path& path) {
+    constexpr std::uintmax_t most = 1024;
+    constexpr std::string_view begins = "version https://git-lfs";
+    std::error_code unknown;
+    if (std::filesystem::file_size(path, unknown) > most || unknown) return false;
+    return Files::read(path, most).value_or("").starts_with(begins);
+  }
+
   static std::string wrongType(const AssetFile& file) {
     return file.isVideo ? " isn't a video kestu can read." : " isn't a PNG or a JPEG.";
   }
@@ -112,7 +128,7 @@ class Scanner {
     const AssetFile& file = candidate.file;
     auto found = candidate.display ? candidate.display->problems(file, true) : std::nullopt;
     if (found) {
-      for (const std::string& problem : *found) candidate.problems.push_back(candidate.path + " " + problem);
+      for (const std::string& problem : *found) candidate.problems.push_back(candidate.path + " " + problem + ".");
     } else if (file.isVideo && !file.facts) {
       candidate.problems.push_back(candidate.path + " can't go by its size, which wasn't measured: "
                                                     "move it to its display's folder.");
@@ -139,9 +155,11 @@ class Scanner {
   }
 
   void place(Candidate& candidate, const PulledAssets& pulled) {
-    append(scan_.problems, std::move(candidate.problems));
-    if (!candidate.display) return;
     const AssetPlace& place = *candidate.place;
+    // What lies in no display's folder may be meant for a display that wasn't asked for.
+    bool counts = place.display || candidate.display || !displays_.isLimited();
+    append(counts ? scan_.problems : scan_.notes, std::move(candidate.problems));
+    if (!candidate.display) return;
     if (candidate.file.md5) {
       candidate.file.assetId = Pulled::assetOf(pulled, underKind(candidate.path), *candidate.file.md5);
     } else if (auto known = pulled.find(underKind(candidate.path)); known != pulled.end()) {
@@ -166,6 +184,17 @@ class Scanner {
                                          counted(kind_, set.files.size()), whose, set.display.max));
   }
 
+  void noteTwins(const AssetSet& set) {
+    std::map<std::string, std::string> first; // by checksum
+    for (const AssetFile& file : set.files) {
+      if (!file.md5) continue;
+      auto [known, isNew] = first.emplace(*file.md5, file.name);
+      if (isNew) continue;
+      scan_.notes.push_back(fmt::format("{}/{} and {} are the same {}.", set.folder, known->second, file.name,
+                                        file.isVideo ? "video" : "picture"));
+    }
+  }
+
   void applyFrames() {
     auto reading = Frames::read(kind_, root_);
     append(scan_.problems, std::move(reading.problems));
@@ -187,9 +216,15 @@ class Scanner {
     checkOneFrameAVideo();
   }
 
-  /// A language that the scan leaves out may well have the video.
+  /// A language that the scan leaves out may well have the video, and another display's is no matter.
   bool isOfWalk(const std::string& path) const {
-    return options_.locales.empty() || walk_.locales.contains(path.substr(0, path.find('/')));
+    std::size_t locale = path.find('/');
+    if (!options_.locales.empty() && !walk_.locales.contains(path.substr(0, locale))) return false;
+    if (!displays_.isLimited()) return true;
+    std::size_t end = locale == std::string::npos ? locale : path.find('/', locale + 1);
+    if (end == std::string::npos) return false;
+    const AssetDisplay* display = displays_.named(path.substr(locale + 1, end - locale - 1));
+    return display && displays_.keeps(*display);
   }
 
   void checkOneFrameAVideo() {

@@ -41,6 +41,8 @@ struct AssetScan {
   std::vector<AssetSet> sets;        ///< by locale, then in catalog order; none without files
   std::vector<std::string> problems; ///< what keeps the assets from being sent
   std::vector<std::string> notes;    ///< what is worth saying and blocks nothing
+  /// Where there are assets that aren't read, and what to do; only looked for where nothing else is found.
+  std::vector<std::string> elsewhere{};
 };
 
 struct ScanOptions {

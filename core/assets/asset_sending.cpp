@@ -1,16 +1,19 @@
 #include "core/assets/asset_sending.hpp"
 
+#include "core/assets/asset_problems.hpp"
 #include "core/assets/asset_walk.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/console/progress.hpp"
 #include "core/console/table.hpp"
+#include "core/project/project_search.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
 #include <chrono>
 #include <iterator>
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -19,23 +22,6 @@ namespace kestu {
 using Kind = CLIError::Kind;
 
 namespace {
-
-/// The IDs of the displays named, each of which must be a display of one of the kinds.
-std::vector<std::string> groupsNamed(const AssetSelection& selection, const AssetCatalog& catalog,
-                                     const ScanOptions& options) {
-  std::vector<std::string> groups;
-  for (const std::string& name : selection.displays) {
-    std::size_t before = groups.size();
-    std::string unknown;
-    for (AssetKind kind : selection.kinds) {
-      DisplayChoice displays(catalog[kind], options);
-      if (unknown.empty() || !displays.all().sharing(name).empty()) unknown = displays.unknown(name);
-      if (const AssetDisplay* display = displays.named(name)) groups.push_back(display->group);
-    }
-    if (groups.size() == before) throw CLIError(Kind::usage, printable(unknown));
-  }
-  return groups;
-}
 
 std::string filesText(const AssetTotals& sum, const std::string& after) {
   std::string files = sum.files == 1 ? "1 file" : Format::number(sum.files) + " files";
@@ -53,6 +39,17 @@ std::string displayChange(const PlannedDisplay& display) {
   add(display.moved, "moved");
   add(display.framed, display.framed == 1 ? "poster frame" : "poster frames");
   return parts.empty() ? "changed" : Text::joined(parts, ", ");
+}
+
+/// Null where App Store Connect shows nothing.
+const ShownDisplay* shownOf(const ShownAssets& shown, const AssetKey& key) {
+  for (const ShownLanguage& language : shown.languages) {
+    if (language.locale != key.locale) continue;
+    for (const ShownDisplay& display : language.displays) {
+      if (display.kind == key.kind && display.group == key.group) return &display;
+    }
+  }
+  return nullptr;
 }
 
 /// Tells the service which files have arrived.
@@ -117,7 +114,30 @@ std::string AssetSelection::plural() const {
   return kinds.size() == 1 ? std::string(facts(kinds.front()).plural) : "assets";
 }
 
+std::string AssetSelection::limits() const {
+  std::string text;
+  if (!locales.empty()) text += " for " + printable(Text::joined(locales, ", "));
+  if (!displays.empty()) text += " on " + printable(Text::joined(displays, ", "));
+  return text;
+}
+
 namespace AssetPush {
+
+std::vector<std::string> groups(const AssetSelection& selection, const AssetCatalog& catalog,
+                                const ScanOptions& options) {
+  std::vector<std::string> found;
+  for (const std::string& name : selection.displays) {
+    std::size_t before = found.size();
+    std::string unknown;
+    for (AssetKind kind : selection.kinds) {
+      DisplayChoice displays(catalog[kind], options);
+      if (unknown.empty() || !displays.all().sharing(name).empty()) unknown = displays.unknown(name);
+      if (const AssetDisplay* display = displays.named(name)) found.push_back(display->group);
+    }
+    if (found.size() == before) throw CLIError(Kind::usage, printable(unknown));
+  }
+  return found;
+}
 
 AssetCatalog catalogs(const Client& client, const std::string& app, const std::vector<std::string>& platforms) {
   std::vector<AssetCatalog> found(platforms.size());
@@ -133,7 +153,7 @@ AssetCatalog catalogs(const Client& client, const std::string& app, const std::v
 AssetScan scan(const AssetSelection& selection, const std::filesystem::path& root, const AssetCatalog& catalog,
                ScanOptions options) {
   options.locales = selection.locales;
-  options.groups = groupsNamed(selection, catalog, options);
+  options.groups = groups(selection, catalog, options);
   options.hashing = true;
   AssetScan all;
   for (AssetKind kind : selection.kinds) {
@@ -142,23 +162,22 @@ AssetScan scan(const AssetSelection& selection, const std::filesystem::path& roo
     std::move(one.problems.begin(), one.problems.end(), std::back_inserter(all.problems));
     std::move(one.notes.begin(), one.notes.end(), std::back_inserter(all.notes));
   }
+  if (all.sets.empty()) all.elsewhere = Project::elsewhere(Project::Contents::screenshots, root);
   return all;
 }
 
-void requireSendable(const AssetScan& scan, const AssetSelection& selection) {
+void requireSendable(const AssetScan& scan, const AssetSelection& selection, bool grouped) {
   if (!scan.problems.empty()) {
-    std::string message = "Apple wouldn't take these, so nothing was sent:";
-    for (const std::string& problem : scan.problems) message += "\n" + printable(problem);
-    throw CLIError(Kind::failed, message);
+    throw CLIError(Kind::failed,
+                   "Apple wouldn't take these, so nothing was sent:" + problemLines(scan.problems, grouped));
   }
   if (!scan.sets.empty()) return;
-  std::string wanted;
-  if (!selection.locales.empty()) wanted += " for " + printable(Text::joined(selection.locales, ", "));
-  if (!selection.displays.empty()) wanted += " on " + printable(Text::joined(selection.displays, ", "));
   std::string folder(facts(selection.kinds.front()).folders.front());
-  throw CLIError(Kind::notFound, "This repo has no " + selection.plural() + wanted +
-                                     ", so nothing was sent. They go in " + folder +
-                                     "/<locale>/<display>/: kestu assets sizes lists the displays.");
+  std::string message = "This repo has no " + selection.plural() + selection.limits() +
+                        ", so nothing was sent. They go in " + folder +
+                        "/<locale>/<display>/: kestu assets sizes lists the displays.";
+  for (const std::string& line : scan.elsewhere) message += "\n" + printable(line);
+  throw CLIError(Kind::notFound, message);
 }
 
 } // namespace AssetPush
@@ -214,6 +233,32 @@ std::string AssetSending::lines(const TextStyles& style) const {
                     counted(set.kind, set.files.size()), displayChange(display)});
   }
   return Format::table(rows);
+}
+
+std::vector<ChangeItem> AssetSending::changes(const ShownAssets& shown) const {
+  std::vector<ChangeItem> items;
+  for (const AssetSet& set : sets_) {
+    if (AssetPush::displayOf(plan_, set).unchanged) continue;
+    const ShownDisplay* now = shownOf(shown, set.key());
+    std::string place = set.locale + " " + set.display.name;
+    std::vector<std::string> from, to;
+    std::map<std::string, std::optional<std::string>> frames; // by checksum
+    for (const ShownAsset& asset : now ? now->assets : std::vector<ShownAsset>()) {
+      from.push_back(asset.fileName + (asset.md5 ? " " + *asset.md5 : ""));
+      if (asset.md5) frames[*asset.md5] = asset.frame;
+    }
+    for (const AssetFile& file : set.files) to.push_back(file.name + " " + file.md5.value_or(""));
+    auto before = from.empty() ? std::nullopt : std::optional(Text::joined(from, "\n"));
+    if (before != Text::joined(to, "\n")) {
+      items.push_back({place, std::string(facts(set.kind).plural), before, Text::joined(to, "\n")});
+    }
+    for (const AssetFile& file : set.files) {
+      auto frame = frames[file.md5.value_or("")];
+      if (file.frame && file.frame != frame)
+        items.push_back({place, "poster frame of " + file.name, frame, file.frame});
+    }
+  }
+  return items;
 }
 
 JSONData AssetSending::answer() const {

@@ -3,7 +3,9 @@
 #include "core/assets/asset_catalog.hpp"
 #include "core/assets/asset_push.hpp"
 #include "core/assets/asset_scan.hpp"
+#include "core/assets/shown_assets.hpp"
 #include "core/changes/change_flow.hpp"
+#include "core/changes/change_item.hpp"
 #include "core/console/text_style.hpp"
 #include "core/service/client.hpp"
 #include "core/support/json_data.hpp"
@@ -25,6 +27,7 @@ struct AssetSelection {
   std::vector<std::string> displays{}; ///< by name or ID, all when empty
 
   std::string plural() const; ///< "screenshots", or "assets" for several kinds
+  std::string limits() const; ///< " for de-DE on iPhone 6.9", empty without any; printable
 };
 
 /// The version that is to show them.
@@ -38,6 +41,11 @@ struct AssetDestination {
 
 namespace AssetPush {
 
+/// The IDs of the displays that the selection names; the options' platform says of several with one name which is
+/// meant. Throws CLIError (usage) for a name that no display of its kinds has, or more than one.
+std::vector<std::string> groups(const AssetSelection& selection, const AssetCatalog& catalog,
+                                const ScanOptions& options);
+
 /// The displays of all the platforms, asked for at once, so that a folder of another one's display is known for what it
 /// is. Throws CLIError and Stopped.
 AssetCatalog catalogs(const Client& client, const std::string& app, const std::vector<std::string>& platforms);
@@ -49,8 +57,9 @@ AssetScan scan(const AssetSelection& selection, const std::filesystem::path& roo
                ScanOptions options);
 
 /// Throws the CLIError that names all that keeps the scan from being sent: its problems (failed), or that it is empty
-/// (notFound). A command for which no assets are fine looks at `sets` first.
-void requireSendable(const AssetScan& scan, const AssetSelection& selection);
+/// (notFound). A command for which no assets are fine looks at `sets` first. `grouped`, for a terminal, gives files
+/// with the same fault one line.
+void requireSendable(const AssetScan& scan, const AssetSelection& selection, bool grouped = false);
 
 } // namespace AssetPush
 
@@ -90,6 +99,10 @@ class AssetSending {
 
   /// A line for each display that changes: its language, its name, its files and what is added, removed and moved.
   std::string lines(const TextStyles& style) const;
+
+  /// What each display that changes shows now and is to show, as lines of file names and checksums, and the poster
+  /// frames of its videos that change; `shown` is what App Store Connect has of the version.
+  std::vector<ChangeItem> changes(const ShownAssets& shown) const;
 
   /// The service's answer without the addresses that files are sent to, which are for nobody's eyes.
   JSONData answer() const;

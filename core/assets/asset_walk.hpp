@@ -20,13 +20,17 @@ class DisplayChoice {
   std::size_t position(const AssetDisplay& display) const { return all_.position(display); }
   bool keeps(const AssetDisplay& display) const;
 
+  /// Whether only some displays are asked for, so that what is wrong with others doesn't matter.
+  bool isLimited() const { return !groups_.empty(); }
+
   /// Null when no display, or more than one, is called so.
   const AssetDisplay* named(const std::string& folder) const;
 
   /// What to say of a name that `named` finds no display for.
   std::string unknown(const std::string& name) const;
 
-  /// The display of a file that lies in no display's folder: the platform's first that takes its size, then any other.
+  /// The display of a file that lies in no display's folder: of the platform's that take its size the one that its name
+  /// means, or else the first; then any other.
   /// An unmeasured video can only go to the one display that takes videos. Null when there is none.
   const AssetDisplay* fitting(const AssetFile& file) const;
 
@@ -38,6 +42,9 @@ class DisplayChoice {
   AssetDisplays ofPlatform_;
   std::vector<std::string> groups_;
 };
+
+/// Whether a language is among those asked for, none of which means all; case doesn't matter.
+bool isAskedFor(const std::string& locale, const std::vector<std::string>& locales);
 
 /// Files that go to one display, or (null) to the display of each one's size.
 struct AssetPlace {

@@ -58,7 +58,7 @@ void FolderChange::carryOut(const std::filesystem::path& kindFolder) const {
 }
 
 DisplayFolders::DisplayFolders(const std::filesystem::path& root, std::string repositoryPath,
-                               const DisplayChoice& displays, bool byIDs)
+                               const DisplayChoice& displays, const std::vector<std::string>& asked, bool byIDs)
     : kindFolder_(root / repositoryPath), repositoryPath_(std::move(repositoryPath)), displays_(displays),
       byIDs_(byIDs) {
   std::error_code none;
@@ -79,7 +79,7 @@ DisplayFolders::DisplayFolders(const std::filesystem::path& root, std::string re
     throw failed(Assets::unreadable(repositoryPath_, error.code()));
   }
   for (const std::string& locale : locales) {
-    if (!aliases_.contains(locale)) readLocale(locale);
+    if (!aliases_.contains(locale) && isAskedFor(locale, asked)) readLocale(locale);
   }
 }
 
@@ -123,6 +123,7 @@ void DisplayFolders::readLocale(const std::string& locale) {
       if (entry.isFolder && !displays_.all().sharing(entry.name).empty()) {
         notes_.push_back(repositoryPath_ + "/" + locale + "/" + entry.name + ": " + displays_.unknown(entry.name));
       }
+      if (display && displays_.isLimited() && !displays_.keeps(*display)) continue;
       if (display) byDisplay.try_emplace(display->group, Found{display, {}}).first->second.names.push_back(entry.name);
     }
   } catch (const std::system_error& error) {

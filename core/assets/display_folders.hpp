@@ -36,10 +36,10 @@ class DisplayFolders {
     std::map<std::string, std::string> entries; ///< where each of its entries is now, by name
   };
 
-  /// Reads the kind's folder, which may not exist. Throws CLIError when a folder can't be read, or a file is where a
-  /// folder goes.
+  /// Reads the kind's folder, which may not exist; of languages and displays that aren't asked for nothing is changed.
+  /// Throws CLIError when a folder can't be read, or a file is where a folder goes.
   DisplayFolders(const std::filesystem::path& root, std::string repositoryPath, const DisplayChoice& displays,
-                 bool byIDs);
+                 const std::vector<std::string>& locales, bool byIDs);
 
   const std::vector<FolderChange>& changes() const { return changes_; }
 

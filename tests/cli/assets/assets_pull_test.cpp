@@ -201,7 +201,7 @@ TEST_F(PullTest, OtherFilesAreOnlyWrittenOverWithForce) {
     EXPECT_EQ(ran.status, 1);
     std::string listed;
     for (const auto& name : row.listed) listed += "  " + name + "\n";
-    EXPECT_EQ(ran.err, reason + listed + "--force writes over them.\n");
+    EXPECT_EQ(ran.err, reason + listed + "--force removes them, or writes over them.\n");
     EXPECT_EQ(tree(), row.before) << "nothing may be written, folders not renamed either";
     EXPECT_EQ(pull({"--force"}).status, 0);
     EXPECT_EQ(tree(false), row.after);
@@ -210,6 +210,78 @@ TEST_F(PullTest, OtherFilesAreOnlyWrittenOverWithForce) {
   EXPECT_EQ(pull({"--force"}).err, phone + "01.png is a folder, where a file goes.\n");
   put({{shots + "en-US/iPhone 6.9", "text"}});
   EXPECT_EQ(pull({"--force"}).err, shots + "en-US/iPhone 6.9 is a file, and iPhone 6.9″ takes a folder of files.\n");
+}
+
+TEST_F(PullTest, OnlyWhatIsAskedForIsPulled) {
+  const std::string pad = shots + "en-US/iPad 13/01.png", german = shots + "de-DE/iPhone 6.9/01.png";
+  put({{phone + "01.png", shot(1)}, {pad, png(2064, 2752)}, {german, shot(2)}});
+  push();
+  struct Row {
+    std::vector<std::string> options;
+    Tree before;
+    std::vector<std::string> after;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"--locale", "de-de"}, {}, {german}},
+           {{"--display", "iPad 13"}, {}, {pad}},
+           {{"--display", "iPhone 6.9", "--locale", "en-US"}, {}, {phone + "01.png"}},
+           // Other folders keep their names and their files, whatever is wrong with them.
+           {{"--display", "iPad 13"}, {{phoneID + "9.png", shot(9)}}, {phoneID + "9.png", pad}},
+           {{"--display", "iPad 13"}, {{shots + "en-US/iPhone 6.9", "a file"}}, {pad, shots + "en-US/iPhone 6.9"}},
+           {{"--locale", "de-DE"}, {{phoneID + "9.png", shot(9)}}, {german, phoneID + "9.png"}},
+       }) {
+    SCOPED_TRACE(nlohmann::json(row.options).dump());
+    put(row.before);
+    Tree untouched = row.before.empty() ? Tree() : tree(false);
+    std::vector<std::string> dry = row.options;
+    dry.emplace_back("--dry-run");
+    EXPECT_EQ(pull(dry).status, 0);
+    EXPECT_EQ(fs::exists(repo.path() / "metadata") ? tree() : Tree(), untouched) << "a dry run writes nothing";
+    Ran ran = pull(row.options);
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    auto left = names(tree(false));
+    EXPECT_EQ(left, row.after);
+  }
+  EXPECT_EQ(pull({"--locale", "german"}).err.find("--locale german can't be a language: it's written de-DE."), 0U);
+  EXPECT_EQ(pull({"--display", "Toaster"}).err, "No display is called Toaster: kestu assets sizes lists them.\n");
+  EXPECT_EQ(pull({"--locale", "ja"}).out, "App Store Connect shows no assets for ja for 1.2 for iOS yet.\n");
+}
+
+TEST_F(PullTest, ADryRunTellsWhatAPullWouldDo) {
+  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {shots + "de-DE/iPad 13/01.png", png(2064, 2752)}});
+  push();
+  put({{phoneID + "9.png", shot(1)}, {phoneID + "8.png", shot(8)}});
+  Ran ran = pull({"--dry-run", "--force"});
+  EXPECT_EQ(ran.out, "  renamed  " + phoneID.substr(0, phoneID.size() - 1) + " → " + phone.substr(0, phone.size() - 1) +
+                         "\n  renamed  " + phone + "9.png → " + phone + "01.png\n  new      " + shots +
+                         "de-DE/iPad 13/01.png\n  new      " + phone + "02.png\n  removed  " + phone +
+                         "8.png\nDry run: would download 2 files (1 MB) into metadata/screenshots, rename 1 folder, "
+                         "rename 1 file, remove 1 "
+                         "file.\n");
+  auto changes = nlohmann::json::parse(pull({"--dry-run", "--force", "--json"}).out)["changes"];
+  ASSERT_EQ(changes.size(), 5U);
+  EXPECT_EQ(changes[4], (nlohmann::json{{"place", phone.substr(0, phone.size() - 1)},
+                                        {"field", "file"},
+                                        {"from", phone + "8.png"},
+                                        {"to", nullptr}}));
+  EXPECT_EQ(pull({"--dry-run"}).status, 1) << "as the pull would, it stops at files of one's own";
+  EXPECT_EQ(pull({"--force"}).out.find("  removed  " + phone + "8.png\n"), 0U);
+  EXPECT_EQ(pull({"--dry-run"}).out, "Dry run: nothing to download, nothing to write.\n");
+}
+
+TEST_F(PullTest, AnUnusablePulledFileIsMended) {
+  put({{phone + "01.png", shot(1)}});
+  push();
+  put({});
+  EXPECT_EQ(pull().status, 0);
+  Tree whole = tree();
+  for (const std::string bad : {"", "[]", "{\"a\": 1}", "<<<<<<< HEAD"}) {
+    SCOPED_TRACE(bad);
+    repo.write(shots + "pulled.json", bad);
+    Ran ran = pull();
+    EXPECT_NE(ran.out.find("updated " + shots + "pulled.json"), std::string::npos) << ran.out;
+    EXPECT_EQ(tree(), whole);
+  }
 }
 
 TEST_F(PullTest, MergingNeverWritesOverADifferentFile) {
@@ -308,6 +380,7 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
   server.onNext({.path = "/files/", .skip = 1, .times = -1, .status = 500});
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   EXPECT_THROW(pull(), Stopped);
+  EXPECT_NE(terminal.errText().find(" came and are kept. Run it again to go on from there.\n"), std::string::npos);
   for (const auto& [name, bytes] : tree())
     EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
   stopping = std::stop_source();

@@ -1,5 +1,7 @@
 #include "core/assets/asset_push.hpp"
+#include "core/console/text_style.hpp"
 #include "core/support/md5.hpp"
+#include "core/support/text.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>
@@ -124,7 +126,7 @@ TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
   }
   Ran ran = run({"assets", "push", "1.2", "--yes", "--no-wait"});
   EXPECT_EQ(ran.status, 0);
-  EXPECT_EQ(ran.out, "● Waiting for your approval in the kestu app.\n");
+  EXPECT_TRUE(ran.out.ends_with("1 added\n● Waiting for your approval in the kestu app.\n")) << ran.out;
 }
 
 TEST_F(PushTest, PollsEveryFiveSecondsForTwoMinutesThenEveryFifteen) {
@@ -314,15 +316,67 @@ TEST_F(PushTest, PartsGoOnlyWhereFilesMay) {
             "kestu asked for a file the repo doesn't have. Update the CLI, or try again.\n");
 }
 
+TEST_F(PushTest, ADryRunGivesTheChangesAsData) {
+  picture(folder + "01.png", 1);
+  repo.write("metadata/previews/ja/iPhone 6.9/a.mov", "film");
+  repo.write("metadata/previews/frames.json", R"({"ja/iPhone 6.9/a.mov": "00:00:05:00"})");
+  server.scriptNextPlan({});
+  ASSERT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 0);
+  picture(folder + "01.png", 2);
+  picture(folder + "02.png", 3);
+  repo.write("metadata/previews/frames.json", R"({"ja/iPhone 6.9/a.mov": "00:00:07:00"})");
+  auto sum = [&](const std::string& name) { return name + " " + MD5::hex(repo.path() / (folder + name)); };
+  Ran ran = run({"assets", "push", "1.2", "--dry-run", "--json"});
+  auto changes = nlohmann::json::parse(ran.out)["changes"];
+  ASSERT_EQ(changes.size(), 2U) << ran.out;
+  EXPECT_EQ(changes[0]["place"], "en-US iPhone 6.9″");
+  EXPECT_EQ(changes[0]["field"], "screenshots");
+  EXPECT_EQ(changes[0]["to"], sum("01.png") + "\n" + sum("02.png"));
+  EXPECT_TRUE(changes[0]["from"].get<std::string>().starts_with("01.png ")) << changes;
+  EXPECT_NE(changes[0]["from"], changes[0]["to"]);
+  EXPECT_EQ(changes[1], (nlohmann::json{{"place", "ja iPhone 6.9″"},
+                                        {"field", "poster frame of a.mov"},
+                                        {"from", "00:00:05:00"},
+                                        {"to", "00:00:07:00"}}));
+  EXPECT_NE(run({"assets", "push", "1.2", "--dry-run"})
+                .out.find("Dry run: Daylight Weather (com.example.daylight) 1.2 "
+                          "for iOS would show these, 2 files ("),
+            std::string::npos);
+}
+
+TEST_F(PushTest, WhatLiesElsewhereIsTold) {
+  picture("ios/fastlane/screenshots/ja/1.png", 1);
+  EXPECT_NE(run({"assets", "push", "1.2"})
+                .err.find("\nios/fastlane/screenshots holds screenshots: run kestu in ios, after kestu link --here "
+                          "there.\n"),
+            std::string::npos);
+  here = repo.path() / "ios";
+  EXPECT_EQ(run({"link", "--here", "Daylight"}).status, 0);
+  server.scriptNextPlan({});
+  Ran ran = run({"assets", "push", "1.2", "--yes"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(parts(), 1U);
+}
+
 TEST_F(PushTest, SizesListsEveryDisplay) {
   Ran ran = run({"assets", "sizes"});
-  EXPECT_NE(ran.out.find("iPhone 6.9″  IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE  10"), std::string::npos) << ran.out;
+  EXPECT_NE(ran.out.find("iPhone 6.9″            IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE  10 "), std::string::npos)
+      << ran.out;
   EXPECT_NE(ran.out.find("886 × 1920 (15–30 s, 23.98–30 fps)"), std::string::npos);
   EXPECT_EQ(run({"assets", "header", "sizes", "-ocsv"}).out.find("screenshots"), std::string::npos);
   server.onNext(
       {.path = "/v1/apps/1234567890/assets/catalog", .status = 200, .body = R"({"screenshots":[{"group":"A"}]})"});
   EXPECT_EQ(run({"assets", "sizes"}).status, 9);
   EXPECT_EQ(run({"assets", "sizes", "--platform", "macos", "--json"}).out.find("IPHONE"), std::string::npos);
+  EXPECT_EQ(nlohmann::json::parse(run({"assets", "previews", "sizes", "--json"}).out).size(), 1U);
+  EXPECT_EQ(nlohmann::json::parse(run({"assets", "sizes", "--json"}).out).size(), 4U);
+  terminal.outIsTerminal = true;
+  for (int columns : {40, 50, 80, 120}) {
+    terminal.windowColumns = columns;
+    for (const std::string& line : Text::split(TextStyle::plain(run({"assets", "sizes"}).out), '\n')) {
+      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(columns)) << line;
+    }
+  }
 }
 
 } // namespace

@@ -1,4 +1,6 @@
+#include "core/assets/asset_problems.hpp"
 #include "core/assets/asset_scan.hpp"
+#include "core/assets/display_hint.hpp"
 #include "core/assets/frames.hpp"
 #include "core/assets/pulled.hpp"
 #include "core/support/error.hpp"
@@ -72,34 +74,36 @@ Texts sorted(Texts texts) {
 
 TEST(AssetScan, findsSetsInOrder) {
   TemporaryFolder repo;
-  for (const char* file : {"en-US/iPhone 6.9/10.png", "en-US/iPhone 6.9/2.PNG", "en-US/p55/.hidden.png", "fr/z.png"}) {
+  for (const char* file :
+       {"en-US/iPhone 6.9/10.png", "en-US/iPhone 6.9/2.PNG", "en-US/p55/.hidden.png", "fr-FR/z.png"}) {
     repo.write(std::string("metadata/screenshots/") + file, png(6, 9));
   }
   repo.write("metadata/screenshots/en-US/iPhone 6.9/.DS_Store", "");
   repo.write("metadata/screenshots/en-US/iPhone 6.9/notes.txt", "");
   repo.write("metadata/screenshots/en-US/IPHONE  5.5″/a.jpg", tests::jpeg(8, 5));
   repo.write("metadata/screenshots/en-US/Mac/a.png", png(1, 1));
-  repo.write("metadata/screenshots/fr/b.png", png(5, 8));
-  repo.write("metadata/screenshots/fr/mac.png", png(16, 10));
+  repo.write("metadata/screenshots/fr-FR/b.png", png(5, 8));
+  repo.write("metadata/screenshots/fr-FR/mac.png", png(16, 10));
   repo.write("metadata/screenshots/de-DE/P69/1.png", png(6, 9));
   repo.write("metadata/screenshots/pulled.json", "{}");
   repo.write("fastlane/screenshots/it/1.png", png(6, 9));
   AssetScan found = scan(repo, AssetKind::screenshots);
   EXPECT_EQ(found.problems, Texts());
   EXPECT_EQ(found.notes, Texts()) << "en-US/p55 is a display, if an empty one";
-  EXPECT_EQ(shown(found), (Texts{"de-DE P69 metadata/screenshots/de-DE/P69: 1.png",
-                                 "en-US P69 metadata/screenshots/en-US/iPhone 6.9: 2.PNG 10.png",
-                                 "en-US P55 metadata/screenshots/en-US/IPHONE  5.5″: a.jpg",
-                                 "fr P69 metadata/screenshots/fr: z.png", "fr P55 metadata/screenshots/fr: b.png"}));
-  ScanOptions some{.platform = "ios", .locales = {"FR", "de-de"}, .groups = {"P55"}};
-  EXPECT_EQ(shown(scan(repo, AssetKind::screenshots, some)), Texts{"fr P55 metadata/screenshots/fr: b.png"});
-  ScanOptions mac{.platform = "macos", .locales = {"fr"}};
-  EXPECT_EQ(shown(scan(repo, AssetKind::screenshots, mac)), Texts{"fr MAC metadata/screenshots/fr: mac.png"});
+  EXPECT_EQ(shown(found),
+            (Texts{"de-DE P69 metadata/screenshots/de-DE/P69: 1.png",
+                   "en-US P69 metadata/screenshots/en-US/iPhone 6.9: 2.PNG 10.png",
+                   "en-US P55 metadata/screenshots/en-US/IPHONE  5.5″: a.jpg",
+                   "fr-FR P69 metadata/screenshots/fr-FR: z.png", "fr-FR P55 metadata/screenshots/fr-FR: b.png"}));
+  ScanOptions some{.platform = "ios", .locales = {"FR-fr", "de-de"}, .groups = {"P55"}};
+  EXPECT_EQ(shown(scan(repo, AssetKind::screenshots, some)), Texts{"fr-FR P55 metadata/screenshots/fr-FR: b.png"});
+  ScanOptions mac{.platform = "macos", .locales = {"fr-FR"}};
+  EXPECT_EQ(shown(scan(repo, AssetKind::screenshots, mac)), Texts{"fr-FR MAC metadata/screenshots/fr-FR: mac.png"});
   EXPECT_EQ(Assets::kinds(repo.path()), std::vector{AssetKind::screenshots});
   EXPECT_TRUE(scan(repo, AssetKind::previews).sets.empty());
   std::unordered_set<AssetKey> keys;
   for (const AssetSet& set : found.sets) keys.insert(set.key());
-  EXPECT_TRUE(keys.size() == 5 && keys.contains({"fr", AssetKind::screenshots, "P55"}));
+  EXPECT_TRUE(keys.size() == 5 && keys.contains({"fr-FR", AssetKind::screenshots, "P55"}));
 }
 
 TEST(AssetScan, tellsWhatIsWrongWithAFile) {
@@ -123,7 +127,11 @@ TEST(AssetScan, tellsWhatIsWrongWithAFile) {
       {previews, "metadata/previews/en-US/V69/a.mov", "no", " isn't a video kestu can read."},
       {shots, "metadata/screenshots/en-US/P69/a.png", "<html>", " isn't a PNG or a JPEG."},
       {shots, "metadata/screenshots/en-US/P69/é.png", png(6, 9, tests::PNGColours::greyAlpha),
-       " has an alpha channel, which Apple takes none of at 6 × 9: save it without one"},
+       " has an alpha channel, which Apple takes none of at 6 × 9: save it without one."},
+      {shots, "fastlane/screenshots/ja/a.png", "version https://git-lfs.github.com/spec/v1\noid sha256:0\nsize 9\n",
+       " is a Git LFS pointer, not the file itself: git lfs pull."},
+      {previews, "metadata/previews/ja/V69/a.mov", "version https://git-lfs.github.com/spec/v1\n",
+       " is a Git LFS pointer, not the file itself: git lfs pull."},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.file);
@@ -133,24 +141,135 @@ TEST(AssetScan, tellsWhatIsWrongWithAFile) {
   }
 }
 
+TEST(AssetScan, refusesFoldersThatCanBeNoLanguage) {
+  struct Row {
+    const char* file;
+    std::string problem, note;
+    std::size_t sets;
+    std::vector<std::string> groups{};
+  };
+  const std::string at = "metadata/screenshots/";
+  for (const Row& row : std::vector<Row>{
+           {"de_DE/P69/1.png", at + "de_DE can't be a language: it's written de-DE.", "", 0},
+           {"de-de/1.png", at + "de-de can't be a language: it's written de-DE.", "", 0},
+           {"default/P69/1.png", at + "default can't be a language, which is written as en-US.", "", 0},
+           {"default/P55/1.png", "", at + "default can't be", 0, {"P69"}},
+           {"de_DE/P69/1.png", at + "de_DE can't be a language: it's written de-DE.", "", 0, {"P69"}},
+           {"fonts/A.ttf", "", at + "fonts can't be a language", 0},
+           {"xx-YY/P69/1.png", "", at + "xx-YY isn't one of Apple's languages.", 1},
+           {"de/P69/1.png", "", at + "de isn't one of Apple's languages (de-DE is).", 1},
+           {"de-DE/P69/1.png", "", "", 1},
+           // With a display asked for, what is wrong with others' files is no matter.
+           {"de-DE/Toaster/1.png", at + "de-DE/Toaster: No display is called Toaster: kestu assets sizes lists them.",
+            "", 0},
+           {"de-DE/Toaster/1.png", "", at + "de-DE/Toaster: No display", 0, {"P69"}},
+           {"de-DE/P55/1.png", "", "", 0, {"P69"}},
+           {"de-DE/loose.jpg", "", at + "de-DE/loose.jpg is 9 × 9, which no display takes", 0, {"P69"}},
+           {"de-DE/P69/1.jpg", at + "de-DE/P69/1.jpg is 9 × 9, not a size of iPhone 6.9″ (6 × 9).", "", 1, {"P69"}},
+       }) {
+    SCOPED_TRACE(row.file + std::string(row.groups.empty() ? "" : " for P69"));
+    TemporaryFolder repo;
+    bool isSquare = std::string(row.file).ends_with(".jpg");
+    repo.write(at + row.file, isSquare ? tests::jpeg(9, 9) : png(6, 9));
+    AssetScan found = scan(repo, AssetKind::screenshots, {.platform = "ios", .groups = row.groups});
+    EXPECT_EQ(found.problems, row.problem.empty() ? Texts() : Texts{row.problem});
+    EXPECT_EQ(found.sets.size(), row.sets);
+    ASSERT_EQ(found.notes.size(), row.note.empty() ? 0U : 1U);
+    if (!row.note.empty()) EXPECT_TRUE(found.notes[0].starts_with(row.note)) << found.notes[0];
+  }
+}
+
+TEST(AssetScan, goesByNamesAmongDisplaysOfOneSize) {
+  auto pad = [](const char* group, const char* name) { return AssetDisplay{group, name, "ipad", "ios", 1, {}, {}}; };
+  const AssetDisplay large = pad("IPAD_PRO_BORDERLESS_PROFILE", "iPad 13″"),
+                     old = pad("IPAD_PRO_PROFILE", "iPad 12.9″");
+  AssetDisplay small{"IPHONE_A", "iPhone 6.1″", "iphone", "ios", 1, {}, {}};
+  AssetDisplay other{"IPHONE_AB", "iPhone 6.3″", "iphone", "ios", 1, {}, {}};
+  struct Row {
+    const char* file;
+    const AssetDisplay *first, *second, *meant;
+  };
+  for (const Row& row : {Row{"1.png", &large, &old, &large},
+                         {"iPadPro129-2ndGen-1.png", &large, &old, &old},
+                         {"01_APP_IPAD_PRO_3GEN_129_framed.png", &old, &large, &large},
+                         {"APP_IPAD_PRO_129-0.png", &large, &old, &old},
+                         {"iPad Pro (12.9-inch) (4th generation)-1.png", &old, &large, &large},
+                         {"iPad 12.9-1.png", &large, &old, &old},
+                         {"ipad_pro_profile_2.png", &large, &old, &old},
+                         {"gen-1.png", &old, &large, &old},
+                         {"APP_IPHONE_63_1.png", &small, &other, &other},
+                         {"iphone_ab.png", &small, &other, &other},
+                         {"6.3.png", &small, &other, &small}}) {
+    EXPECT_EQ(displayMeant(row.file, {row.first, row.second})->name, row.meant->name) << row.file;
+  }
+}
+
+TEST(AssetScan, framedPicturesStandForTheirOriginals) {
+  TemporaryFolder repo;
+  const std::string at = "fastlane/screenshots/ja/";
+  std::filesystem::create_directories(repo.path() / "metadata/screenshots/en-US"); // empty, it hides nothing
+  for (const char* file : {"1.png", "1_framed.png", "2.png", "3_framed.jpg.png", "2_frame.png"}) {
+    repo.write(at + file, png(5, 8, tests::PNGColours::palette, static_cast<std::uint8_t>(file[0])));
+  }
+  AssetScan found = scan(repo, AssetKind::screenshots, {.hashing = true});
+  EXPECT_EQ(shown(found), Texts{"ja P55 fastlane/screenshots/ja: 1_framed.png 2_frame.png 2.png 3_framed.jpg.png"});
+  EXPECT_EQ(found.notes, (Texts{"fastlane/screenshots/ja: a file is left out for the framed one beside it (…_framed).",
+                                "fastlane/screenshots/ja/2_frame.png and 2.png are the same picture."}));
+}
+
+TEST(AssetScan, groupsFilesWithTheSameFault) {
+  struct Row {
+    Texts problems;
+    bool grouped;
+    const char* lines;
+  };
+  const std::string at = "metadata/screenshots/", wrong = " is 1 × 2, not a size.";
+  for (const Row& row : std::vector<Row>{
+           {{at + "ja/A/1.png" + wrong, at + "ja/A/2.png" + wrong},
+            false,
+            "\nmetadata/screenshots/ja/A/1.png is 1 × 2, not a size.\nmetadata/screenshots/ja/A/2.png is 1 × 2, not a "
+            "size."},
+           {{at + "ja/A b.c/1.png" + wrong, at + "no/A/2.png" + wrong, at + "ja/A/3.png" + wrong},
+            true,
+            "\nmetadata/screenshots/ja/A b.c/1.png (and 2 more in no, ja) is 1 × 2, not a size."},
+           {{at + "a/1.png" + wrong, at + "b/1.png" + wrong, at + "c/1.png" + wrong, at + "d/1.png" + wrong,
+             at + "e/1.png" + wrong},
+            true,
+            "\nmetadata/screenshots/a/1.png (and 4 more in 4 languages) is 1 × 2, not a size."},
+           {{at + "ja/1.png isn't a PNG.", at + "ja/A has 11 screenshots.", at + "ja/2.png" + wrong,
+             at + "ja/A has 11 screenshots."},
+            true,
+            "\nmetadata/screenshots/ja/1.png isn't a PNG.\nmetadata/screenshots/ja/A has 11 screenshots.\n"
+            "metadata/screenshots/ja/2.png is 1 × 2, not a size.\nmetadata/screenshots/ja/A has 11 screenshots."},
+           {{at + "ja/1.mov and " + at + "ja/2.mov are the same."},
+            true,
+            "\nmetadata/screenshots/ja/1.mov and metadata/screenshots/ja/2.mov are the same."},
+           {{at + "ja/\x1b[2J.png isn't a PNG."}, true, "\nmetadata/screenshots/ja/\\u{1b}[2J.png isn't a PNG."},
+       }) {
+    SCOPED_TRACE(row.lines);
+    EXPECT_EQ(problemLines(row.problems, row.grouped), row.lines);
+  }
+}
+
 TEST(AssetScan, goesOnPastProblemsWithFolders) {
   TemporaryFolder repo;
   const std::string at = "metadata/screenshots/";
-  for (const char* file : {"de/P69/1.png", "de/P69/2.png", "de/P69/3.png", "en/P69/1.png", "en/iPhone 6.9/2.png", //
-                           "en/iPhone 6.9/3.png", "en/4.png", "fr/Foo/1.png", "it/1.png", "it/2.png", "it/3.png"}) {
+  for (const char* file :
+       {"de-DE/P69/1.png", "de-DE/P69/2.png", "de-DE/P69/3.png", "en-US/P69/1.png", "en-US/iPhone 6.9/2.png", //
+        "en-US/iPhone 6.9/3.png", "en-US/4.png", "fr-FR/Foo/1.png", "it/1.png", "it/2.png", "it/3.png"}) {
     repo.write(at + file, png(6, 9));
   }
-  std::filesystem::create_symlink("nowhere", repo.path() / at / "fr/iPhone 5.5");
+  std::filesystem::create_symlink("nowhere", repo.path() / at / "fr-FR/iPhone 5.5");
   std::filesystem::create_symlink("loop.png", repo.path() / at / "it/loop.png");
-  std::filesystem::create_directory_symlink("de", repo.path() / at / "sv");
+  std::filesystem::create_directory_symlink("de-DE", repo.path() / at / "sv");
   std::filesystem::create_directories(repo.path() / at / "sv/P55/a.png/P69");
   AssetScan found = scan(repo, AssetKind::screenshots);
   EXPECT_EQ(sorted(found.problems),
-            (Texts{at + "de/P69 has 3 screenshots; Apple takes 2 at most.",
-                   at + "en/iPhone 6.9 and metadata/screenshots/en are both iPhone 6.9″; keep one.",
-                   at + "en/iPhone 6.9 and metadata/screenshots/en/P69 are both iPhone 6.9″; keep one.",
-                   at + "fr/Foo: No display is called Foo: kestu assets sizes lists them.",
-                   at + "fr/iPhone 5.5 can't be read (No such file or directory).",
+            (Texts{at + "de-DE/P69 has 3 screenshots; Apple takes 2 at most.",
+                   at + "en-US/iPhone 6.9 and metadata/screenshots/en-US are both iPhone 6.9″; keep one.",
+                   at + "en-US/iPhone 6.9 and metadata/screenshots/en-US/P69 are both iPhone 6.9″; keep one.",
+                   at + "fr-FR/Foo: No display is called Foo: kestu assets sizes lists them.",
+                   at + "fr-FR/iPhone 5.5 can't be read (No such file or directory).",
                    at + "it has 3 screenshots for iPhone 6.9″; Apple takes 2 at most.",
                    at + "it/loop.png can't be read (Too many levels of symbolic links).",
                    at + "sv/P69 has 3 screenshots; Apple takes 2 at most."}));
@@ -166,7 +285,7 @@ TEST(AssetScan, hashesEveryFileInItsPlace) {
     std::string file =
         i == 9 ? "\xFF\xD8" + tests::jpegSegment(0xE1, std::string(65'533, 'x')) + tests::jpeg(6, 9).substr(2)
                : png(6, 9);
-    repo.write("metadata/screenshots/en/P69/" + std::to_string(i) + ".png", file + tail);
+    repo.write("metadata/screenshots/en-US/P69/" + std::to_string(i) + ".png", file + tail);
     bytes += file.size() + tail.size();
   }
   std::uint64_t last = 0;
@@ -195,18 +314,18 @@ TEST(AssetScan, hashesEveryFileInItsPlace) {
 TEST(AssetScan, knowsPulledFilesByTheirBytes) {
   TemporaryFolder repo;
   const std::string at = "metadata/screenshots/";
-  auto first = repo.write(at + "en/P69/1.png", png(6, 9));
-  repo.write(at + "en/2.png", png(5, 8));
+  auto first = repo.write(at + "en-US/P69/1.png", png(6, 9));
+  repo.write(at + "en-US/2.png", png(5, 8));
   Pulled::write(AssetKind::screenshots, repo.path(),
-                {{"en/P69/1.png", {"A1", MD5::hex(first)}}, {"en/2.png", {"A2", "0"}}});
-  EXPECT_EQ(Files::read(repo.path() / at / "pulled.json", 1000)->substr(0, 37),
-            "{\n  \"en/2.png\": {\n    \"assetId\": \"A2\"");
+                {{"en-US/P69/1.png", {"A1", MD5::hex(first)}}, {"en-US/2.png", {"A2", "0"}}});
+  EXPECT_EQ(Files::read(repo.path() / at / "pulled.json", 1000)->substr(0, 40),
+            "{\n  \"en-US/2.png\": {\n    \"assetId\": \"A2\"");
   for (bool hashing : {true, false}) {
     AssetScan found = scan(repo, AssetKind::screenshots, {.hashing = hashing});
     EXPECT_EQ(found.sets.at(0).files.at(0).assetId, "A1");
     EXPECT_EQ(found.sets.at(1).files.at(0).assetId, hashing ? std::nullopt : std::optional<std::string>("A2"));
   }
-  repo.write(at + "pulled.json", R"({"en/P69/1.png": "A1"})");
+  repo.write(at + "pulled.json", R"({"en-US/P69/1.png": "A1"})");
   AssetScan found = scan(repo, AssetKind::screenshots);
   EXPECT_EQ(found.problems, Texts());
   EXPECT_EQ(found.notes, Texts{at + "pulled.json isn't what kestu assets pull writes, so it wasn't used."});
@@ -224,25 +343,26 @@ TEST(Frames, areHoursMinutesSecondsAndFrames) {
 TEST(Frames, areCheckedAgainstTheFiles) {
   TemporaryFolder repo;
   const std::string at = "metadata/previews/";
-  for (const char* file : {"en/V69/1.mov", "en/V69/2.mov", "en/V55/3.mov", "fr/V69/1.mov"}) {
-    repo.write(at + file, std::string(file) == "en/V55/3.mov" ? "5 8" : "6 9");
+  for (const char* file : {"en-US/V69/1.mov", "en-US/V69/2.mov", "en-US/V55/3.mov", "fr-FR/V69/1.mov"}) {
+    repo.write(at + file, std::string(file) == "en-US/V55/3.mov" ? "5 8" : "6 9");
   }
-  repo.write(at + "en/poster.png", png(6, 9));
-  repo.write(at + "frames.json", R"({"en/V69/1.mov": "00:00:05:00", "en/V69/2.mov": "00:00:06:00", "en/V55/3.mov": "5",
-    "en/poster.png": "00:00:01:00", "en/V69/9.mov": "00:00:01:00", "fr/V69/1.mov": "00:00:07:00", "it/1.mov": "00:00:01:00"})");
+  repo.write(at + "en-US/poster.png", png(6, 9));
+  repo.write(at + "frames.json",
+             R"({"en-US/V69/1.mov": "00:00:05:00", "en-US/V69/2.mov": "00:00:06:00", "en-US/V55/3.mov": "5",
+    "en-US/poster.png": "00:00:01:00", "en-US/V69/9.mov": "00:00:01:00", "fr-FR/V69/1.mov": "00:00:07:00", "it/1.mov": "00:00:01:00"})");
   ScanOptions options{.hashing = true, .probe = measured};
   AssetScan found = scan(repo, AssetKind::previews, options);
   EXPECT_EQ(found.problems,
-            (Texts{at + "en/poster.png is an image, and app previews are videos.",
-                   at + "frames.json gives en/V55/3.mov the poster frame 5, which isn't HH:MM:SS:FF (00:00:05:00).",
-                   at + "frames.json gives en/V69/9.mov a poster frame, and there's no such video.",
-                   at + "frames.json gives en/poster.png a poster frame, and it's an image.",
+            (Texts{at + "en-US/poster.png is an image, and app previews are videos.",
+                   at + "frames.json gives en-US/V55/3.mov the poster frame 5, which isn't HH:MM:SS:FF (00:00:05:00).",
+                   at + "frames.json gives en-US/V69/9.mov a poster frame, and there's no such video.",
+                   at + "frames.json gives en-US/poster.png a poster frame, and it's an image.",
                    at + "frames.json gives it/1.mov a poster frame, and there's no such video.",
-                   at + "en/V69/1.mov and " + at +
-                       "en/V69/2.mov are the same video with different poster frames in en; a video has one."}));
+                   at + "en-US/V69/1.mov and " + at +
+                       "en-US/V69/2.mov are the same video with different poster frames in en-US; a video has one."}));
   EXPECT_EQ(found.sets.at(0).files.at(1).frame, "00:00:06:00");
   EXPECT_EQ(found.sets.at(1).files.at(0).frame, std::nullopt);
-  options.locales = {"FR"};
+  options.locales = {"FR-fr"};
   found = scan(repo, AssetKind::previews, options);
   EXPECT_EQ(found.problems.size(), 1U) << "other languages' frames were not looked for";
   EXPECT_EQ(found.sets.at(0).files.at(0).frame, "00:00:07:00");
@@ -252,21 +372,21 @@ TEST(Frames, areRewrittenEntryByEntry) {
   TemporaryFolder repo;
   const auto kind = AssetKind::previews;
   const auto& root = repo.path();
-  Frames::write(kind, root, {{"en/A/1.mov", "00:00:01:00"}, {"en/A/2.mov", "00:00:02:00"}, {"en/AB/1.mov", "bad"}}, {});
-  Frames::write(kind, root, {{"en/A/3.mov", "00:00:03:00"}}, {"en/A/2.mov", "en/A/3.mov"});
+  Frames::write(kind, root,
+                {{"en-US/A/1.mov", "00:00:01:00"}, {"en-US/A/2.mov", "00:00:02:00"}, {"en-US/AB/1.mov", "bad"}}, {});
+  Frames::write(kind, root, {{"en-US/A/3.mov", "00:00:03:00"}}, {"en-US/A/2.mov", "en-US/A/3.mov"});
   auto file = [&] { return Files::read(root / "metadata/previews/frames.json", 1000).value_or("gone"); };
-  EXPECT_EQ(
-      file(),
-      "{\n  \"en/A/1.mov\": \"00:00:01:00\",\n  \"en/A/3.mov\": \"00:00:03:00\",\n  \"en/AB/1.mov\": \"bad\"\n}\n");
-  Frames::moved(kind, root, {{"en/A", "en/B"}, {"en/A/3.mov", "en/A/1.mov"}});
+  EXPECT_EQ(file(), "{\n  \"en-US/A/1.mov\": \"00:00:01:00\",\n  \"en-US/A/3.mov\": \"00:00:03:00\",\n  "
+                    "\"en-US/AB/1.mov\": \"bad\"\n}\n");
+  Frames::moved(kind, root, {{"en-US/A", "en-US/B"}, {"en-US/A/3.mov", "en-US/A/1.mov"}});
   EXPECT_EQ(Frames::read(kind, root).frames,
-            (PosterFrames{{"en/A/1.mov", "00:00:03:00"}, {"en/B/1.mov", "00:00:01:00"}}));
-  Frames::write(kind, root, {{"en/C/1.mov", "00:00:09:00"}}, {});
-  Frames::moved(kind, root, {{"en/C", "en/B"}});
-  EXPECT_EQ(Frames::read(kind, root).frames.at("en/B/1.mov"), "00:00:01:00") << "what is there already stays";
-  Frames::write(kind, root, {}, {"en/A/1.mov", "en/AB/1.mov", "en/B/1.mov"});
+            (PosterFrames{{"en-US/A/1.mov", "00:00:03:00"}, {"en-US/B/1.mov", "00:00:01:00"}}));
+  Frames::write(kind, root, {{"en-US/C/1.mov", "00:00:09:00"}}, {});
+  Frames::moved(kind, root, {{"en-US/C", "en-US/B"}});
+  EXPECT_EQ(Frames::read(kind, root).frames.at("en-US/B/1.mov"), "00:00:01:00") << "what is there already stays";
+  Frames::write(kind, root, {}, {"en-US/A/1.mov", "en-US/AB/1.mov", "en-US/B/1.mov"});
   EXPECT_EQ(file(), "gone");
-  for (const char* wrong : {"[]", R"({"en/1.mov": 5})", "", "{"}) {
+  for (const char* wrong : {"[]", R"({"en-US/1.mov": 5})", "", "{"}) {
     repo.write("metadata/previews/frames.json", wrong);
     EXPECT_EQ(
         Frames::read(kind, root).problems,
@@ -279,16 +399,16 @@ TEST(Frames, areRewrittenEntryByEntry) {
 
 TEST(VideoProbe, leavesVideosUnmeasuredWithoutAModule) {
   TemporaryFolder repo;
-  repo.write("metadata/previews/en/V69/1.mov", "6 9");
-  repo.write("metadata/previews/en/2.mov", "6 9");
+  repo.write("metadata/previews/en-US/V69/1.mov", "6 9");
+  repo.write("metadata/previews/en-US/2.mov", "6 9");
   const std::string problem =
-      "metadata/previews/en/2.mov can't go by its size, which wasn't measured: move it to its display's folder.";
+      "metadata/previews/en-US/2.mov can't go by its size, which wasn't measured: move it to its display's folder.";
   auto missing = [](const auto&) -> std::optional<VideoFacts> { throw NoVideoModule(); };
   for (const VideoProbeFunction& probe : {VideoProbeFunction(), VideoProbeFunction(missing)}) {
     AssetScan found = scan(repo, AssetKind::previews, {.probe = probe});
     EXPECT_EQ(found.notes, Texts{"Videos weren't measured: this kestu has no video module."});
     EXPECT_EQ(found.problems, Texts{problem});
-    EXPECT_EQ(shown(found), Texts{"en V69 metadata/previews/en/V69: 1.mov"});
+    EXPECT_EQ(shown(found), Texts{"en-US V69 metadata/previews/en-US/V69: 1.mov"});
   }
   EXPECT_EQ(VideoProbe::load(repo.write("libkestu-media.so", "not a module")), nullptr);
   EXPECT_EQ(VideoProbe::candidates("/opt/kestu/bin").front().parent_path(), "/opt/kestu/lib");
