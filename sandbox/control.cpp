@@ -4,7 +4,9 @@
 #include "sandbox/builds/testflight.hpp"
 #include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
+#include "sandbox/overview/overview.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/release/releases.hpp"
 
 #include <fmt/format.h>
 
@@ -57,6 +59,17 @@ Answer decideSignIn(State& state, const Call& call, const std::string& id) {
   return done(call);
 }
 
+// App Review's word: {"approve": true}, {"approve": false}, or the state that a rejection leads to.
+Answer decideReview(State& state, const Call& call, const std::string& id) {
+  Releases::advance(state);
+  auto* const version = Releases::reviewed(state, id);
+  if (version == nullptr && !isForm(call)) throw Refused(404, "not_found", "App Review has no such version.");
+  const auto body = given(call);
+  const bool approves = !body.contains("state") && body.at("approve").get<bool>();
+  if (version != nullptr) Releases::decide(state, *version, approves ? "" : body.value("state", "rejected"));
+  return done(call);
+}
+
 Fault faultOf(const json& body) {
   Fault fault;
   fault.path = body.value("path", fault.path);
@@ -89,6 +102,15 @@ void script(State& state, const json& body) {
     state.events.nextError = event.value("mediaError", std::string());
     state.events.reviewing = std::chrono::seconds(event.value("reviewSeconds", state.events.reviewing.count()));
   }
+  if (body.contains("review")) {
+    const auto& given = body["review"];
+    auto& review = state.review;
+    review.step = std::chrono::seconds(given.value("seconds", review.step.count()));
+    review.day = std::chrono::seconds(given.value("daySeconds", review.day.count()));
+    review.rejection = given.value("rejection", review.rejection);
+    review.byItself = given.value("byItself", review.byItself);
+    review.unlisted = given.value("unlisted", review.unlisted);
+  }
   if (body.contains("signIn")) state.nextSignIn = body["signIn"].get<std::vector<std::string>>();
   if (!body.contains("plan")) return;
   const auto& plan = body["plan"];
@@ -118,6 +140,8 @@ void setVersion(State& state, const json& body) {
   if (state.app(appId) == nullptr) throw Refused(404, "not_found", fmt::format("There is no app {}.", appId));
   if (auto* const version = state.version(appId, platform, number)) {
     version->state = versionState;
+    version->since = state.clock();
+    version->sent = version->sent || versionState != "prepareforsubmission";
   } else {
     state.addVersion(appId, platform, number, versionState);
   }
@@ -188,6 +212,8 @@ Answer post(State& state, Faults& faults, const Call& call, const std::string& w
     setQuota(state, body);
   } else if (what == "versions") {
     setVersion(state, body);
+  } else if (what == "status") {
+    Overview::set(state, body);
   } else if (what == "kit") {
     Kit::set(state, body);
   } else if (what == "reset") {
@@ -218,6 +244,7 @@ Answer answer(State& state, Faults& faults, const Call& call) {
   if (call.method == "POST" && path.size() == 2) return post(state, faults, call, path[1]);
   if (call.method == "POST" && path.size() == 3 && path[1] == "plans") return decidePlan(state, call, path[2]);
   if (call.method == "POST" && path.size() == 3 && path[1] == "signins") return decideSignIn(state, call, path[2]);
+  if (call.method == "POST" && path.size() == 3 && path[1] == "reviews") return decideReview(state, call, path[2]);
   throw Refused(404, "not_found", "There is no such control call.");
 }
 

@@ -10,12 +10,6 @@ namespace {
 using nlohmann::json;
 using namespace std::chrono_literals;
 
-json planJson(const Plan& plan) {
-  json value{{"id", plan.id}, {"state", plan.state}, {"expiresAt", isoText(plan.expiresAt)}};
-  if (!plan.error.empty()) value["error"] = plan.error;
-  return value;
-}
-
 void follow(State& state, Plan& plan) {
   if (plan.script) {
     if (plan.script->waitingPolls-- <= 0) settle(state, plan, plan.script->state, plan.script->error);
@@ -26,12 +20,19 @@ void follow(State& state, Plan& plan) {
 
 } // namespace
 
+json planJson(const Plan& plan) {
+  json value{{"id", plan.id}, {"state", plan.state}, {"expiresAt", isoText(plan.expiresAt)}};
+  if (!plan.error.empty()) value["error"] = plan.error;
+  return value;
+}
+
 Answer change(State& state, const Call& call, std::string title, std::vector<std::string> lines,
               std::function<std::string()> apply, PlanDetails details) {
   if (call.dryRun()) return Answer::json({{"waits", true}});
   Plan plan{randomUuid(), std::move(title), std::move(lines), state.clock(), state.clock() + 24h};
   plan.apply = std::move(apply);
   plan.details = std::move(details);
+  if (call.path.starts_with("/v1/apps/")) plan.appId = std::stoll(call.segments[2]);
   plan.script = std::exchange(state.nextPlan, std::nullopt);
   state.plans.push_back(std::move(plan));
   auto& kept = state.plans.back();

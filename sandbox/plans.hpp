@@ -18,6 +18,7 @@ bool decide(State& state, Plan& plan, bool approve);
 // Moves a waiting plan to a state of any name; "applied" applies it.
 bool settle(State& state, Plan& plan, const std::string& planState, const std::string& error);
 
+nlohmann::json planJson(const Plan& plan);
 Answer poll(State& state, const Call& call);
 
 } // namespace kestu::sandbox::Plans

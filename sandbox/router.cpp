@@ -8,8 +8,10 @@
 #include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
+#include "sandbox/overview/overview.hpp"
 #include "sandbox/page/page.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/release/releases.hpp"
 
 #include <algorithm>
 #include <string_view>
@@ -34,7 +36,15 @@ constexpr Route routes[] = {
     {"GET", "/v1/auth/whoami", "", Accounts::whoami},
     {"GET", "/v1/plans/*", "", Plans::poll},
     {"GET", "/v1/apps", "", Apps::list},
-    {"GET", "/v1/apps/*/versions", "release", Apps::versions},
+    {"GET", "/v1/apps/*/status", "", Overview::status},
+    {"GET", "/v1/apps/*/versions", "release", Releases::list},
+    {"POST", "/v1/apps/*/versions", "release", Releases::create},
+    {"POST", "/v1/apps/*/versions/*", "release", Releases::update},
+    {"DELETE", "/v1/apps/*/versions/*", "release", Releases::remove},
+    {"POST", "/v1/apps/*/versions/*/submit", "release", Releases::submit},
+    {"POST", "/v1/apps/*/versions/*/withdraw", "release", Releases::withdraw},
+    {"POST", "/v1/apps/*/versions/*/release", "release", Releases::release},
+    {"POST", "/v1/apps/*/versions/*/phased", "release", Releases::phased},
     {"GET", "/v1/apps/*/listing", "release", Listing::show},
     {"POST", "/v1/apps/*/listing", "release", Listing::change},
     {"GET", "/v1/review-times", "release", Listing::reviewTimes},

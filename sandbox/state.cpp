@@ -4,6 +4,7 @@
 #include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
+#include "sandbox/overview/overview.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -57,17 +58,22 @@ void State::reset() {
   kit = demoKit();
   for (const auto& app : apps) {
     for (const auto& platform : app.platforms) {
-      addVersion(app.appId, platform, "1.1", "readyfordistribution").createdAt -= 24h * 60;
+      auto& out = addVersion(app.appId, platform, "1.1", "readyfordistribution");
+      out.createdAt -= 24h * 60;
+      out.sent = true;
       addVersion(app.appId, platform, "1.2", "prepareforsubmission");
     }
   }
+  review = {};
   TestFlights::makeDemo(*this);
+  Overview::makeDemo(*this);
   Listing::addDemo(*this);
   Events::makeDemo(*this);
 }
 
 Version& State::addVersion(std::int64_t appId, std::string platform, std::string version, std::string versionState) {
   Version made{appId, randomUuid(), std::move(platform), std::move(version), std::move(versionState), clock()};
+  made.since = made.createdAt;
   return *versions.insert(versions.begin(), std::move(made));
 }
 

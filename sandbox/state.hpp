@@ -4,7 +4,10 @@
 #include "sandbox/events/events_state.hpp"
 #include "sandbox/kit/kit_state.hpp"
 #include "sandbox/metadata/listing_state.hpp"
+#include "sandbox/release/release_state.hpp"
 #include "sandbox/text.hpp"
+
+#include <nlohmann/json.hpp>
 
 #include <array>
 #include <atomic>
@@ -80,6 +83,13 @@ struct Version {
   std::optional<Moment> earliestReleaseDate = std::nullopt;
   std::vector<ShownLanguage> languages = {};
   int revision = 0; // counts the changes of what it shows
+  bool phased = false;
+  std::string phasedState = {}; // "active", "paused" or "complete", once it is out
+  int phasedDay = 0;
+  Moment since = {}; // when it came into its state, or began its phased day
+  bool sent = false; // App Review has had it
+  std::optional<Moment> submittedAt = std::nullopt;
+  int unlisted = 0; // how many lists it is missing from yet
 };
 
 struct Part {
@@ -132,6 +142,7 @@ struct Plan {
   std::function<std::string()> apply = {}; // called with the state held; an error word when it could not be applied
   std::optional<Script> script = std::nullopt;
   PlanDetails details = {}; // the page shows these in place of the lines, where there are any
+  std::int64_t appId = 0;
 };
 
 // Everything that the sandbox knows, and the uploaded bytes in a temporary folder that goes with it. Whatever reads or
@@ -174,9 +185,11 @@ struct State {
   Listings listings;
   std::map<std::string, Asset> assets;
   KitState kit;
+  AppReview review;
   TestFlight testFlight;
   InAppEvents events;
-  std::vector<Plan> plans; // oldest first
+  std::map<std::int64_t, nlohmann::json> glances; // rating, reviews and ranks by app
+  std::vector<Plan> plans;                        // oldest first
   std::optional<Script> nextPlan;
   std::string announced; // the program version that answers announce, when not empty
 };

@@ -8,8 +8,11 @@
 
 #include <array>
 #include <cstdint>
+#include <ctime>
 #include <fstream>
+#include <iomanip>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <vector>
 
@@ -27,6 +30,15 @@ std::vector<unsigned char> randomBytes(std::size_t count) {
 
 std::string isoText(Moment moment) {
   return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::chrono::system_clock::to_time_t(moment)));
+}
+
+std::optional<Moment> momentOf(const std::string& text) {
+  std::tm parts{};
+  std::istringstream stream(text);
+  stream >> std::get_time(&parts, "%Y-%m-%dT%H:%M:%SZ");
+  if (stream.fail()) return std::nullopt;
+  const auto moment = std::chrono::system_clock::from_time_t(timegm(&parts));
+  return isoText(moment) == text ? std::optional(moment) : std::nullopt;
 }
 
 std::string randomHex(std::size_t bytes) {

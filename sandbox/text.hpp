@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,8 @@ using Moment = std::chrono::system_clock::time_point;
 
 // ISO 8601 in UTC, whole seconds.
 std::string isoText(Moment moment);
+// Of exactly that form; none when it isn't one.
+std::optional<Moment> momentOf(const std::string& text);
 
 // Random bytes come from OpenSSL; throws std::runtime_error when it has none.
 std::string randomHex(std::size_t bytes);

@@ -10,16 +10,20 @@ namespace kestu::sandbox::Apps {
 
 using nlohmann::json;
 
+json appJson(const App& app) {
+  return {{"appId", app.appId},
+          {"bundleId", app.bundleId},
+          {"name", app.name},
+          {"platforms", app.platforms},
+          {"primaryLocale", app.primaryLocale}};
+}
+
 Answer list(State& state, const Call& call) {
   const auto& granted = state.tokens.at(call.token).appIds;
   auto apps = json::array();
   for (const auto& app : state.apps) {
     if (granted && std::find(granted->begin(), granted->end(), app.appId) == granted->end()) continue;
-    apps.push_back({{"appId", app.appId},
-                    {"bundleId", app.bundleId},
-                    {"name", app.name},
-                    {"platforms", app.platforms},
-                    {"primaryLocale", app.primaryLocale}});
+    apps.push_back(appJson(app));
   }
   return Answer::json({{"apps", apps}});
 }
@@ -31,24 +35,20 @@ json versionJson(const State& state, const Version& version) {
              {"state", version.state},
              {"createdAt", isoText(version.createdAt)},
              {"releaseType", version.releaseType},
-             {"phased", false}};
+             {"phased", version.phased},
+             {"sent", version.sent}};
+  if (version.phased) value["phasedState"] = version.phasedState.empty() ? "inactive" : version.phasedState;
+  if (version.phasedDay > 0) value["phasedDay"] = version.phasedDay;
+  const auto listing = state.listings.versions.find(version.versionId);
+  if (listing != state.listings.versions.end() && listing->second.copyright) {
+    value["copyright"] = *listing->second.copyright;
+  }
   if (version.earliestReleaseDate) value["earliestReleaseDate"] = isoText(*version.earliestReleaseDate);
   for (const auto& build : state.testFlight.builds) {
     if (build.buildId != version.buildId) continue;
     value["build"] = {{"buildId", build.buildId}, {"version", build.version}, {"number", build.number}};
   }
   return value;
-}
-
-Answer versions(State& state, const Call& call) {
-  const auto& app = Accounts::grantedApp(state, call, call.segments[2]);
-  const auto wanted = call.param("platform").empty() ? std::string() : platform(app, call);
-  auto versions = json::array();
-  for (const auto& version : state.versions) {
-    if (version.appId != app.appId || (!wanted.empty() && version.platform != wanted)) continue;
-    versions.push_back(versionJson(state, version));
-  }
-  return Answer::json({{"versions", versions}});
 }
 
 std::string platform(const App& app, const Call& call) {

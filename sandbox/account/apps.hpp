@@ -7,7 +7,7 @@
 namespace kestu::sandbox::Apps {
 
 Answer list(State& state, const Call& call);
-Answer versions(State& state, const Call& call);
+nlohmann::json appJson(const App& app);
 nlohmann::json versionJson(const State& state, const Version& version);
 
 // The platform that the query names; throws Refused when the app isn't on it.

@@ -3,6 +3,7 @@
 #include "sandbox/account/accounts.hpp"
 #include "sandbox/account/apps.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/release/releases.hpp"
 
 #include <fmt/format.h>
 
@@ -137,6 +138,14 @@ void applyTo(AppInfo& app, VersionInfo* version, const json& body) {
   }
 }
 
+// Those of its build, where it has one.
+std::map<std::string, std::string> testNotes(const State& state, const Version& version, const VersionInfo& own) {
+  for (const auto& build : state.testFlight.builds) {
+    if (build.buildId == version.buildId) return build.notes;
+  }
+  return own.testNotes;
+}
+
 // The version that the query names; null when it names none, or one that App Store Connect doesn't have.
 const Version* versionOf(State& state, const App& app, const Call& call) {
   if (call.param("version").empty()) return nullptr;
@@ -160,6 +169,7 @@ VersionInfo& of(State& state, const Version& version) {
 
 Answer show(State& state, const Call& call) {
   const auto& app = Accounts::grantedApp(state, call, call.segments[2]);
+  Releases::advance(state);
   const auto* const version = versionOf(state, app, call);
   const auto& info = state.listings.apps[app.appId];
   json locales = json::object();
@@ -174,7 +184,7 @@ Answer show(State& state, const Call& call) {
     answer["version"] = Apps::versionJson(state, *version);
     if (own.copyright) answer["copyright"] = *own.copyright;
     if (const auto review = reviewJson(own); !review.empty()) answer["review"] = review;
-    if (!own.testNotes.empty()) answer["testNotes"] = own.testNotes;
+    if (const auto notes = testNotes(state, *version, own); !notes.empty()) answer["testNotes"] = notes;
   }
   answer["locales"] = locales;
   return Answer::json(answer);

@@ -5,7 +5,9 @@
 #include "sandbox/page/difference.hpp"
 #include "sandbox/page/script.hpp"
 #include "sandbox/page/style.hpp"
+#include "sandbox/page/versions.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/release/releases.hpp"
 
 #include <fmt/format.h>
 
@@ -180,9 +182,10 @@ std::string page(const State& state, const std::string& asked) {
       R"(<meta name="viewport" content="width=device-width, initial-scale=1">)"
       R"(<noscript><meta http-equiv="refresh" content="3"></noscript><style>{}</style>)"
       R"(<script src="/page.js" defer></script></head><body><header><h1>kestu app (sandbox)</h1>)"
-      R"(<span class="soft">{}</span></header><main><h2>Waiting for you</h2>{})"
-      R"(<h2>What Apple has now</h2>{}<h2>Names and subtitles</h2>{}{}</main><footer></footer></body></html>)",
-      style, state.origin, waiting, shownVersions(state), shownListings(state), history(state));
+      R"(<span class="soft">{}</span></header><main><h2>Waiting for you</h2>{}{})"
+      R"(<h2>Versions</h2>{}<h2>What Apple has now</h2>{}<h2>Names and subtitles</h2>{}{}</main><footer></footer></body></html>)",
+      style, state.origin, waiting, versionsInReview(state), versionStates(state), shownVersions(state),
+      shownListings(state), history(state));
 }
 
 } // namespace
@@ -197,6 +200,7 @@ Answer answer(State& state, const Call& call) {
   }
   if (call.path == "/favicon.ico") return Answer::nothing();
   Plans::lapse(state);
+  Releases::advance(state);
   answer.contentType = "text/html; charset=utf-8";
   answer.headers["Content-Security-Policy"] =
       "default-src 'none'; style-src 'unsafe-inline'; script-src 'self'; connect-src 'self'; img-src 'self'; "
