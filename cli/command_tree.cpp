@@ -14,17 +14,20 @@ namespace {
 using Expand = void (*)(Command&);
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 12> built = {{
+  static constexpr std::array<std::pair<std::string_view, Expand>, 15> built = {{
       {"login", addLogin},
       {"logout", addLogout},
       {"whoami", addWhoami},
       {"apps", addApps},
       {"link", addLink},
       {"config", addConfig},
-      {"assets", addAssets},
+      {"status", addStatus},
       {"builds", addBuilds},
+      {"versions", addVersions},
       {"metadata", addMetadata},
+      {"assets", addAssets},
       {"release", addRelease},
+      {"submit", addSubmit},
       {"events", addEvents},
       {"kit", addKit},
   }};

@@ -5,13 +5,15 @@
 namespace kestu {
 
 void addRelease(Command& command) {
-  command.discussion = "kestu release check 1.2 says what App Review would trip on.";
-  command.addNotBuilt("prepare", "Get a version ready for App Review from the repo.");
+  command.discussion =
+      "kestu release prepare 1.2 makes or renames the version being prepared, attaches its build and sends the repo's "
+      "listing and assets; kestu release check 1.2 says what App Review would trip on; kestu submit 1.2 sends it. "
+      "Releasing, and resuming or completing a phased release, reach users at once, so they wait for your approval. "
+      "kestu status says where each platform's versions are.";
+  addReleasePrepare(command);
   addReleaseCheck(command);
-  command.addNotBuilt(
-      "now", "Release a version App Review approved, which waits for you, to the App Store: it reaches users and can't "
-             "be undone, so it waits for your approval.");
-  command.addNotBuilt("phased", "Pause, resume or complete a version's phased release.");
+  addReleaseNow(command);
+  addReleasePhased(command);
 }
 
 } // namespace kestu

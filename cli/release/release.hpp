@@ -20,6 +20,9 @@ struct ReleaseChecked {
 /// Fetches all that the check of a version looks at and runs it; says notes on standard error only.
 ReleaseChecked checkRelease(Context& context, const Client& client, const ReleaseCheckOptions& options);
 
+void addReleasePrepare(Command& group);
 void addReleaseCheck(Command& group);
+void addReleaseNow(Command& group);
+void addReleasePhased(Command& group);
 
 } // namespace kestu

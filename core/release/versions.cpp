@@ -1,6 +1,7 @@
 #include "core/release/versions.hpp"
 
 #include "core/console/format.hpp"
+#include "core/release/phased.hpp"
 
 #include <algorithm>
 #include <array>
@@ -95,6 +96,19 @@ std::string nextCommand(const StoreVersion& version, const CommandTail& tail) {
   if (version.state == "prepareforsubmission" && !version.build)
     return filled("kestu release prepare {}", version, tail);
   return filled(road ? road->command : "kestu status~", version, tail);
+}
+
+std::string commandLine(const std::string& command, const StoreVersion& version, const CommandTail& tail) {
+  return filled("kestu " + command + " {}", version, tail);
+}
+
+std::string stateText(const StoreVersion& version, const TextStyles& style) {
+  std::string phases = Phased::text(version);
+  std::string text = version.stateText() + (phases.empty() ? "" : ", " + phases);
+  bool refused = version.state == "rejected" || version.state == "metadatarejected" || version.state == "invalidbinary";
+  if (refused) return style.red(text);
+  if (version.state == "pendingdeveloperrelease" || version.phasedState == "paused") return style.amber(text);
+  return version.state == "readyfordistribution" ? style.green(text) : text;
 }
 
 CLIError refusal(const StoreVersion& version, const std::string& reason, const CommandTail& tail) {

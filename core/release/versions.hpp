@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/console/text_style.hpp"
 #include "core/listing/store_version.hpp"
 #include "core/service/client.hpp"
 
@@ -33,6 +34,13 @@ std::string advice(const StoreVersion& version, const CommandTail& tail);
 
 /// The most useful command for it: "kestu release now 1.2".
 std::string nextCommand(const StoreVersion& version, const CommandTail& tail);
+
+/// "kestu submit 1.2 --platform macos"
+std::string commandLine(const std::string& command, const StoreVersion& version, const CommandTail& tail);
+
+/// The state with how far its phased release is, coloured by what it asks for: "on the App Store, in phases, day 3 of
+/// 7".
+std::string stateText(const StoreVersion& version, const TextStyles& style);
 
 /// "1.2 for iOS is in review, so it can't be released. App Review decides first: …"
 CLIError refusal(const StoreVersion& version, const std::string& reason, const CommandTail& tail);

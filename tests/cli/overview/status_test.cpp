@@ -1,0 +1,91 @@
+#include "core/console/text_style.hpp"
+#include "core/overview/app_status.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/release_test.hpp"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+TEST_F(ReleaseRoadTest, StatusIsAPage) {
+  attach("43");
+  putOutInPhases("active");
+  setState("1.2", "waitingforreview");
+  EXPECT_EQ(run({"status"}).out, R"(Daylight Weather (com.example.daylight)
+iOS        1.1 on the App Store, in phases, day 3 of 7
+           1.2 waiting for review, sent just now
+           build 1.2 (44) export compliance isn't answered, 2 hours ago
+macOS      1.1 on the App Store
+           1.2 being prepared, waits for a build
+           build 1.2 (12) ready for internal testers, 5 hours ago
+Rating     4.6 of 5, 1,312 ratings
+Reviews    3 unread, 12 in the last 7 days
+Ranks      #38 ▲7 in Weather, free, USA
+           #12 ▼3 in Weather, free, DEU
+           #91 new in Weather, grossing, JPN
+Next: kestu release prepare 1.2 --platform macos
+)");
+  EXPECT_EQ(run({"status", "--app", "Ledger"}).out, "Ledger (com.example.ledger.mac)\nmacOS      1.1 on the App Store\n"
+                                                    "           1.2 being prepared, waits for a build\nRating     none "
+                                                    "yet\nReviews    none yet\nNext: kestu release prepare 1.2 --app "
+                                                    "Ledger\n");
+  EXPECT_EQ(nlohmann::json::parse(run({"status", "--json"}).out)["platforms"].size(), 2U);
+  terminal.outIsTerminal = true;
+  for (int width : {50, 64, 200}) {
+    terminal.windowColumns = width;
+    for (const std::string& line : Text::split(TextStyle::plain(run({"status"}).out), '\n')) {
+      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
+    }
+  }
+}
+
+TEST(AppStatusTest, TheNextCommandIsWhatSomebodyWaitsFor) {
+  auto platform = [](const std::string& name, const std::string& live, const std::string& next,
+                     const std::string& more = "") {
+    auto version = [&](const char* key, const std::string& state) {
+      return state.empty()
+                 ? std::string()
+                 : fmt::format(R"(, "{}": {{"versionId": "v", "platform": "{}", "version": "{}", "state": "{}",
+                               "createdAt": "2026-11-21T10:00:00Z", "phased": false{}}})",
+                               key, name, key[0] == 'l' ? "1.9" : "2.0", state, more);
+    };
+    return fmt::format(R"({{"platform": "{}"{}{}}})", name, version("live", live), version("next", next));
+  };
+  const std::string out = "readyfordistribution", prepared = "prepareforsubmission";
+  const std::string build = R"(, "build": {"buildId": "b", "number": "1"})";
+  const std::string job =
+      R"({"id": "0a", "group": "prices", "job": {"state": "running", "done": 1, "total": 2, "canUndo": true,
+                             "kind": "price"}})";
+  struct Row {
+    std::string platforms, jobs, command;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"", "", "kestu versions create 1.0"},
+           {platform("ios", "", ""), "", "kestu versions create 1.0"},
+           {platform("ios", out, ""), "", "kestu versions create 1.10"},
+           {platform("ios", out, ""), job, "kestu prices status 0a"},
+           {platform("ios", out, "inreview"), "", "kestu builds list"},
+           {platform("ios", out, prepared), "", "kestu release prepare 2.0"},
+           {platform("ios", out, prepared, build), job, "kestu release check 2.0"},
+           {platform("macos", "", "rejected") + "," + platform("ios", out, prepared, R"(, "phasedState": "paused")"),
+            "", "kestu release prepare 2.0 --platform macos"},
+           {platform("ios", out, prepared, R"(, "phasedState": "paused")"), "", "kestu release phased resume"},
+           {platform("ios", out, prepared) + "," + platform("tvos", "", "pendingdeveloperrelease"), "",
+            "kestu release now 2.0 --platform tvos"},
+           {platform("tvos", "", "rejected") + "," + platform("macos", "", prepared), "",
+            "kestu release prepare 2.0 --platform tvos"},
+       }) {
+    SCOPED_TRACE(row.command);
+    AppStatus status = AppStatus::read(JSONValue::parse(
+        R"({"app": {"appId": 1, "bundleId": "b", "name": "n", "platforms": [], "primaryLocale": "en-US"}, "ranks": [],
+            "waiting": [], "jobs": [)" +
+        row.jobs + R"(], "platforms": [)" + row.platforms + "]}"));
+    EXPECT_EQ(status.nextCommand(""), row.command);
+    EXPECT_EQ(status.nextCommand(" --app x"), row.command + " --app x");
+  }
+}
+
+} // namespace
+} // namespace kestu::tests

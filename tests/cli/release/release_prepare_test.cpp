@@ -1,0 +1,261 @@
+#include "core/release/release_prepare.hpp"
+#include "core/support/moments.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/release_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+using nlohmann::json;
+
+const std::string title = "Daylight Weather (com.example.daylight) 1.2 for iOS";
+
+/// A repository that says something for every step.
+class PrepareTest : public ReleaseRoadTest {
+ protected:
+  PrepareTest() : ReleaseRoadTest(sandbox::Approve::all) {
+    setBuild("44", [](auto& build) { build.state = "failed"; });
+    repo.write("metadata/app.json", R"({"copyright": "2026 Daylight"})");
+    repo.write("metadata/listing/en-US.json", R"({"subtitle": "Every hour"})");
+    repo.write("metadata/releases/1.2/en-US.json", R"({"whatsNew": "Storms.", "whatToTest": "Radar."})");
+    repo.write("metadata/releases/1.2/release.json", R"({"releaseType": "afterapproval", "phased": true})");
+    repo.write("metadata/screenshots/en-US/iPhone 6.9/01.png", png(1290, 2796));
+  }
+
+  Ran prepare(std::vector<std::string> more = {}, const std::string& number = "1.2") {
+    std::vector<std::string> arguments = {"release", "prepare", number};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run(arguments);
+  }
+  /// "unchanged done …", the steps' states in order.
+  static std::string states(const std::string& body) {
+    std::vector<std::string> words;
+    const json answer = json::parse(body);
+    for (const auto& step : answer.at("steps")) words.push_back(step["state"]);
+    return Text::joined(words, " ");
+  }
+  std::size_t changes() {
+    auto all = paths();
+    return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), [](const std::string& call) {
+      return !call.starts_with("GET") && !call.ends_with("/assets");
+    }));
+  }
+};
+
+const std::string plan = R"(  version       App Store Connect already has what the repo says.
+  build         attach 1.2 (43)
+  release       releases in phases, once approved, copyright 2026 Daylight
+  listing       2 values from the repo, after your approval
+    en-US  subtitle    The sky, hour by hour → Every hour
+    en-US  what's new  Storms.
+  assets        1 file (459 KB) to upload, after your approval
+    en-US  iPhone 6.9″  1 screenshot  1 added
+  What to Test  1.2 (43)'s What to Test in en-US
+)";
+
+TEST_F(PrepareTest, ShowsTheWholePlanFirstAndMakesEachStepOnce) {
+  Ran ran = prepare({"--dry-run"});
+  EXPECT_EQ(ran.out, plan + "Dry run: would prepare " + title + "; nothing was sent.\n") << ran.err;
+  ran = prepare();
+  EXPECT_EQ(ran.status, 6);
+  EXPECT_EQ(ran.err, "Prepare " + title + ":\n" + plan +
+                         "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n");
+  EXPECT_EQ(changes(), 0U);
+  auto changed = json::parse(prepare({"--dry-run", "--json"}).out)["changes"];
+  EXPECT_EQ(changed.size(), 8U);
+  EXPECT_EQ(changed[0], (json{{"place", "1.2 for iOS"}, {"field", "build"}, {"from", nullptr}, {"to", "43"}}));
+
+  ran = prepare({"--yes"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  const std::string waits = "waits for your approval in the kestu app, until tomorrow, 12:00.\n";
+  EXPECT_EQ(ran.out.substr(ran.out.find("✓")),
+            "✓ version       App Store Connect already has what the repo says.\n"
+            "✓ build         1.2 (43) attached\n"
+            "✓ release       releases in phases, once approved, copyright 2026 Daylight\n"
+            "● listing       " +
+                waits +
+                "✓ listing       the repo's, 2 values changed\n"
+                "● assets        " +
+                waits +
+                "✓ assets        the repo's, 1 file (459 KB) uploaded\n"
+                "✓ What to Test  1.2 (43)'s What to Test in en-US\n"
+                "✓ 1.2 for iOS is prepared.\nNext: kestu release check 1.2\n");
+  EXPECT_TRUE(version("1.2").phased);
+  std::size_t before = changes();
+  ran = prepare({"--json"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(states(ran.out), "unchanged unchanged unchanged unchanged unchanged unchanged");
+  ran = prepare();
+  EXPECT_TRUE(
+      ran.out.starts_with("✓ version       App Store Connect already has what the repo says.\n✓ build         1.2 "
+                          "already has what the repo says.\n"))
+      << ran.out;
+  EXPECT_TRUE(ran.out.ends_with("✓ What to Test  1.2 (43) already has what the repo says.\n✓ 1.2 for iOS was prepared "
+                                "already: nothing sent.\nNext: kestu release check 1.2\n"));
+  EXPECT_EQ(changes(), before);
+}
+
+TEST_F(PrepareTest, GoesOnWhereItStopped) {
+  struct Stop {
+    std::string at, fault;
+    int status;
+    std::string states, end;
+  };
+  for (const Stop& stop : std::vector<Stop>{
+           {"listing", R"({"plan": {"state": "denied"}})", 5, "unchanged done done denied planned planned",
+            "Denied in the kestu app: listing stays as it was.\nDone: version, build, release.\nNot done: listing, "
+            "assets, "
+            "What to Test. Run it again to go on from there.\n"},
+           {"assets", "commit", 9, "unchanged unchanged unchanged done failed planned",
+            "Not done: assets, What to Test. Run it again to go on from there.\n"},
+           {"What to Test", "test-notes", 9, "unchanged unchanged unchanged unchanged done failed",
+            "Done: version, build, release, listing, assets.\nNot done: What to Test. Run it again to go on from "
+            "there.\n"},
+       }) {
+    SCOPED_TRACE(stop.at);
+    server.withState([&](sandbox::State& state) {
+      if (stop.at == "listing") state.nextPlan = sandbox::Script{0, "denied", ""};
+    });
+    std::string id;
+    setBuild("43", [&](auto& build) { id = build.buildId; });
+    if (stop.at == "assets")
+      server.faults().add({.path = "/v1/apps/1234567890/assets/commit", .times = -1, .status = 503});
+    if (stop.at == "What to Test") {
+      server.faults().add(
+          {.path = "/v1/apps/1234567890/testflight/builds/" + id + "/test-notes", .times = -1, .status = 503});
+    }
+    Ran ran = prepare({"--yes", "--json"});
+    EXPECT_EQ(ran.status, stop.status);
+    EXPECT_EQ(states(ran.out), stop.states);
+    EXPECT_TRUE(ran.err.ends_with(stop.end)) << ran.err;
+    server.faults().clear();
+  }
+  Ran ran = prepare({"--yes", "--json"});
+  EXPECT_EQ(states(ran.out), "unchanged unchanged unchanged unchanged unchanged done");
+  EXPECT_EQ(json::parse(ran.out)["steps"][5]["answers"][0]["waits"], false);
+}
+
+TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
+  repo.write("metadata/releases/1.3/en-US.json", R"({"whatsNew": "Dusk."})");
+  Ran ran = prepare({"--yes", "--no-wait", "--no-assets"}, "1.3");
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_NE(ran.out.find("\n  version       rename 1.2, the version being prepared, to 1.3\n"), std::string::npos);
+  EXPECT_NE(
+      ran.out.find("\n✓ version       1.2, which was being prepared, renamed to 1.3\n  build         none of 1.3 that "
+                   "Apple has processed yet: kestu builds upload sends one.\n"),
+      std::string::npos)
+      << ran.out;
+  EXPECT_NE(ran.out.find(
+                "\n● listing       2 values from the repo, waits for your approval in the kestu app\n  assets        "
+                "stay as they are (--no-assets).\n  What to Test  the repo has none.\n● Waiting for your approval "
+                "in the kestu app.\nNext: kestu release check 1.3\n"),
+            std::string::npos);
+
+  setState("1.3", "readyfordistribution");
+  server.withState([](sandbox::State& state) { state.review.unlisted = 3; });
+  ran = prepare({"--yes", "--json"}, "1.4");
+  EXPECT_EQ(ran.status, 10) << ran.err;
+  EXPECT_EQ(states(ran.out), "done left planned planned planned left");
+  EXPECT_TRUE(ran.err.ends_with("1.4 is made, but App Store Connect doesn't list it yet. Run it again in a minute.\n"));
+  ran = prepare({"--yes", "--json"}, "1.4");
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(states(ran.out), "unchanged left done done done left");
+}
+
+TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {
+  struct Case {
+    const char* what;
+    std::function<void()> before;
+    std::vector<std::string> arguments;
+    int status;
+    std::string message;
+  };
+  for (const Case& each : std::vector<Case>{
+           {"no moment",
+            {},
+            {"--release-type", "scheduled"},
+            2,
+            "A scheduled release needs --earliest, or earliestReleaseDate in release.json.\n"},
+           {"a moment of another kind",
+            {},
+            {"--earliest", "2026-12-01T09:00:00Z"},
+            2,
+            "--earliest is for a scheduled release: give --release-type scheduled with it.\n"},
+           {"no such build",
+            {},
+            {"--build", "99"},
+            7,
+            "1.2 for iOS has no build 99 that Apple has processed yet: kestu builds lists them.\n"},
+           {"another version's build",
+            {},
+            {"--build", "42"},
+            7,
+            "1.2 for iOS has no build 42 that Apple has processed yet: kestu builds lists them.\n"},
+           {"none processed",
+            [&] {
+              for (const char* number : {"43", "44"})
+                setBuild(number, [&](auto& build) {
+                  build.state = "processing";
+                  build.since = clock.now();
+                });
+            },
+            {"--build", "latest"},
+            7,
+            "1.2 for iOS has no build that Apple has processed yet: kestu builds lists them.\n"},
+           {"an expired build",
+            [&] { setBuild("43", [](auto& build) { build.state = "expired"; }); },
+            {"--build", "43"},
+            1,
+            "1.2 (43) for iOS can't go to App Review (expired): kestu builds upload sends another one.\n"},
+           {"assets that Apple wouldn't take",
+            [&] { repo.write("metadata/screenshots/en-US/iPhone 6.9/02.png", png(10, 10)); },
+            {},
+            1,
+            "Apple wouldn't take these, so nothing was sent:\n"},
+           {"in review",
+            [&] { setState("1.2", "inreview"); },
+            {},
+            1,
+            "1.2 for iOS is in review, so it can't be prepared now. App Review decides first: kestu status shows when "
+            "it has. "
+            "kestu submit 1.2 --withdraw takes it back.\n"},
+           {"out",
+            [&] { setState("1.2", "readyfordistribution"); },
+            {},
+            1,
+            "1.2 for iOS is on the App Store, so the next one needs another number.\n"},
+       }) {
+    SCOPED_TRACE(each.what);
+    if (each.before) each.before();
+    std::vector<std::string> arguments = each.arguments;
+    arguments.emplace_back("--yes");
+    Ran ran = prepare(arguments);
+    EXPECT_EQ(ran.status, each.status);
+    EXPECT_TRUE(ran.err.starts_with(each.message)) << ran.err;
+    EXPECT_EQ(ran.out, "");
+    repo.write("metadata/screenshots/en-US/iPhone 6.9/02.png", png(1290, 2796, PNGColours::palette, 1));
+  }
+  EXPECT_EQ(changes(), 0U);
+}
+
+TEST(ReleasePrepareTest, OptionsWinOverTheFile) {
+  const auto december = *Moments::parse("2026-12-01T09:00:00Z");
+  const auto january = *Moments::parse("2027-01-01T09:00:00Z");
+  struct Row {
+    ReleaseSettings options, file, wanted;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{}, {"scheduled", december, true, "45"}, {"scheduled", december, true, "45"}},
+           {{"manual"}, {"scheduled", december, true, "45"}, {"manual", std::nullopt, true, "45"}},
+           {{std::nullopt, january, false}, {"scheduled", december, true}, {"scheduled", january, false}},
+           {{"scheduled", january, std::nullopt, "latest"}, {"manual"}, {"scheduled", january, std::nullopt, "latest"}},
+           {{}, {"afterapproval", december}, {"afterapproval"}},
+       }) {
+    EXPECT_EQ(ReleasePrepare::settings(row.options, row.file), row.wanted);
+  }
+}
+
+} // namespace
+} // namespace kestu::tests
