@@ -1,52 +1,63 @@
 #include "core/assets/asset_measure.hpp"
 
 #include "core/assets/image_header.hpp"
-#include "core/support/error.hpp"
 #include "core/support/files.hpp"
-#include "core/support/md5.hpp"
 
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace kestu {
 
 namespace {
 
-constexpr std::size_t piece = 4'194'304;
 constexpr std::size_t mostHeaders =
     65'536; ///< enough for all but JPEGs with large profiles or previews before the size
-
-/// Reads on until the buffer holds `wanted` bytes or the file ends; how many it holds then.
-std::size_t fill(FileReader& reader, char* buffer, std::size_t held, std::size_t wanted) {
-  while (held < wanted) {
-    std::size_t count = reader.read(buffer + held, wanted - held);
-    if (count == 0) break;
-    held += count;
-  }
-  return held;
-}
+constexpr std::uint64_t tellingPiece = 1'048'576;
 
 } // namespace
 
-AssetMeasurer::Outcome AssetMeasurer::measure(AssetFile& file, const std::stop_token& stop,
-                                              const std::function<bool(const AssetFile&)>& isWanted) {
-  FileReader reader(file.path);
-  file.size = static_cast<std::int64_t>(reader.size());
-  Buffer buffer = takeBuffer();
-  std::size_t begun = 0;
-  bool fine = file.isVideo ? measureVideo(file) : measureImage(file, reader, buffer.get(), begun);
-  bool whole = !fine || !options_.hashing || !isWanted(file) || hash(file, reader, buffer.get(), begun, stop);
-  giveBack(std::move(buffer));
-  return !fine ? Outcome::wrongType : whole ? Outcome::fine : Outcome::changed;
+struct AssetMeasurer::Opened {
+  explicit Opened(const std::filesystem::path& file) : reader(file) {}
+
+  /// Reads on until `wanted` bytes were read ahead or the file ends.
+  std::string_view ahead(std::size_t wanted) {
+    std::size_t held = begun.size();
+    begun.resize(wanted);
+    while (held < wanted) {
+      std::size_t count = reader.read(begun.data() + held, wanted - held);
+      if (count == 0) break;
+      held += count;
+    }
+    begun.resize(held);
+    return begun;
+  }
+
+  /// The file's bytes from its beginning, those read ahead first.
+  std::size_t read(char* buffer, std::size_t capacity) {
+    std::size_t count = begun.copy(buffer, capacity, served);
+    served += count;
+    if (count == 0) count = reader.read(buffer, capacity);
+    total += count;
+    return count;
+  }
+
+  FileReader reader;
+  std::string begun; ///< what was read ahead for the measurements is the beginning of what is hashed
+  std::size_t served = 0;
+  std::uint64_t total = 0, told = 0; ///< bytes
+};
+
+std::shared_ptr<AssetMeasurer::Opened> AssetMeasurer::measure(AssetFile& file) {
+  auto opened = std::make_shared<Opened>(file.path);
+  file.size = static_cast<std::int64_t>(opened->reader.size());
+  return (file.isVideo ? measureVideo(file) : measureImage(file, *opened)) ? opened : nullptr;
 }
 
-bool AssetMeasurer::measureImage(AssetFile& file, FileReader& reader, char* buffer, std::size_t& begun) {
-  // What is read for the header is the beginning of what is hashed.
-  begun = fill(reader, buffer, 0, options_.hashing ? piece : mostHeaders);
-  auto header = ImageHeader::read({buffer, begun});
-  if (!header && begun == mostHeaders) {
-    begun = fill(reader, buffer, begun, ImageHeader::limit);
-    header = ImageHeader::read({buffer, begun});
-  }
+bool AssetMeasurer::measureImage(AssetFile& file, Opened& opened) {
+  auto header = ImageHeader::read(opened.ahead(mostHeaders));
+  if (!header && opened.begun.size() == mostHeaders) header = ImageHeader::read(opened.ahead(ImageHeader::limit));
   if (!header) return false;
   file.width = header->width;
   file.height = header->height;
@@ -68,37 +79,42 @@ bool AssetMeasurer::measureVideo(AssetFile& file) {
   return true;
 }
 
-bool AssetMeasurer::hash(AssetFile& file, FileReader& reader, char* buffer, std::size_t begun,
-                         const std::stop_token& stop) {
-  MD5 digest;
-  std::uint64_t total = 0;
-  for (std::size_t held = begun; (held = fill(reader, buffer, held, piece)) > 0; held = 0) {
-    if (stop.stop_requested()) throw Stopped();
-    digest.add({buffer, held});
-    total += held;
-    tell(held);
-  }
-  file.md5 = digest.finish();
-  return total == reader.size();
+MD5Message AssetMeasurer::toHash(std::shared_ptr<Opened> opened, AssetFile& file, Ends ends) {
+  auto read = [this, opened](char* buffer, std::size_t capacity) {
+    std::size_t count = opened->read(buffer, capacity);
+    std::uint64_t untold = opened->total - opened->told;
+    if (untold >= tellingPiece || (count == 0 && untold > 0)) {
+      opened->told = opened->total;
+      tell(untold);
+    }
+    return count;
+  };
+  auto whole = [opened, &file, done = std::move(ends.done),
+                changed = std::move(ends.changed)](const std::string& digest) {
+    if (opened->total != opened->reader.size()) return changed();
+    file.md5 = digest;
+    done();
+  };
+  return {std::move(read), std::move(whole), std::move(ends.failed)};
 }
 
-void AssetMeasurer::tell(std::size_t bytes) {
+AssetMeasurer::Outcome AssetMeasurer::measureAndHash(AssetFile& file, const std::stop_token& stop) {
+  auto opened = measure(file);
+  if (!opened) return Outcome::wrongType;
+  auto outcome = Outcome::fine;
+  std::optional<std::system_error> failure;
+  std::optional<MD5Message> message =
+      toHash(opened, file,
+             {[] {}, [&] { outcome = Outcome::changed; }, [&](const std::system_error& error) { failure = error; }});
+  MD5Several::hash([&] { return std::exchange(message, std::nullopt); }, stop, {.atOnce = 1});
+  if (failure) throw std::system_error(*failure);
+  return outcome;
+}
+
+void AssetMeasurer::tell(std::uint64_t bytes) {
   if (!options_.progress) return;
   std::lock_guard lock(telling_);
   options_.progress(hashed_ += bytes);
-}
-
-AssetMeasurer::Buffer AssetMeasurer::takeBuffer() {
-  std::lock_guard lock(mutex_);
-  if (buffers_.empty()) return std::make_unique_for_overwrite<char[]>(piece);
-  Buffer buffer = std::move(buffers_.back());
-  buffers_.pop_back();
-  return buffer;
-}
-
-void AssetMeasurer::giveBack(Buffer buffer) {
-  std::lock_guard lock(mutex_);
-  buffers_.push_back(std::move(buffer));
 }
 
 } // namespace kestu

@@ -2,50 +2,51 @@
 
 #include "core/assets/asset_file.hpp"
 #include "core/assets/asset_scan.hpp"
+#include "core/support/md5_several.hpp"
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <stop_token>
-#include <string_view>
-#include <vector>
+#include <system_error>
 
 namespace kestu {
 
-class FileReader;
-
-/// Opens files for their size, measurements and checksum, several at once.
+/// Opens files for their size, measurements and checksum, from several threads.
 class AssetMeasurer {
  public:
   explicit AssetMeasurer(const ScanOptions& options) : options_(options) {}
 
+  /// A measured file, open to be read on.
+  struct Opened;
+
+  /// Fills in what the first bytes tell; null for a file of the wrong type. Throws std::system_error.
+  std::shared_ptr<Opened> measure(AssetFile& file);
+
+  /// What comes of a file that is hashed: its checksum is filled in before `done`.
+  struct Ends {
+    std::function<void()> done;
+    std::function<void()> changed; ///< while it was read
+    std::function<void(const std::system_error&)> failed;
+  };
+  MD5Message toHash(std::shared_ptr<Opened> opened, AssetFile& file, Ends ends);
+
   enum class Outcome { fine, wrongType, changed }; ///< the last: while it was read
 
-  /// Fills in what the bytes tell. `isWanted` is asked once the file is measured; an unwanted one is not hashed. Throws
-  /// std::system_error, and Stopped.
-  Outcome measure(AssetFile& file, const std::stop_token& stop, const std::function<bool(const AssetFile&)>& isWanted);
+  /// Measures and hashes one file. Throws std::system_error, and Stopped.
+  Outcome measureAndHash(AssetFile& file, const std::stop_token& stop);
 
   /// Whether a video was left unmeasured for want of a probe.
   bool unmeasuredVideos() const { return unmeasured_; }
 
  private:
-  using Buffer = std::unique_ptr<char[]>;
-
-  bool measureImage(AssetFile& file, FileReader& reader, char* buffer, std::size_t& begun);
+  bool measureImage(AssetFile& file, Opened& opened);
   bool measureVideo(AssetFile& file);
-  bool hash(AssetFile& file, FileReader& reader, char* buffer, std::size_t begun, const std::stop_token& stop);
-  void tell(std::size_t bytes);
-  Buffer takeBuffer();
-  void giveBack(Buffer buffer);
+  void tell(std::uint64_t bytes);
 
   const ScanOptions& options_;
   std::atomic<bool> unmeasured_ = false;
-  std::mutex mutex_;
-  std::vector<Buffer>
-      buffers_; ///< one for each worker in the end; filling new ones with zeros for each file costs more
   std::mutex telling_;
   std::uint64_t hashed_ = 0;
 };

@@ -4,8 +4,7 @@
 #include "core/assets/pulled.hpp"
 #include "core/console/printable.hpp"
 #include "core/support/error.hpp"
-#include "core/support/md5.hpp"
-#include "core/support/tasks.hpp"
+#include "core/support/md5_several.hpp"
 #include "core/support/text.hpp"
 
 #include <fmt/format.h>
@@ -140,8 +139,7 @@ class KindPlanner {
       file.isVideo = mediaType(file.name) == MediaType::video;
       const AssetDisplay* display = nullptr;
       try {
-        auto outcome = measurer.measure(file, options_.stop, [](const AssetFile&) { return false; });
-        if (outcome == AssetMeasurer::Outcome::fine) display = displays_.fitting(file);
+        if (measurer.measure(file)) display = displays_.fitting(file);
       } catch (const std::system_error&) {
         continue; // what can't be read is no display's
       }
@@ -171,13 +169,11 @@ class KindPlanner {
         if (std::any_of(assets.begin(), assets.end(), sameSize)) wanted.push_back(&each);
       }
     }
-    fewAtOnce(wanted.size(), coreCount(), options_.stop, [&](std::size_t index, const std::stop_token& stop) {
-      try {
-        wanted[index]->md5 = MD5::hex(absolute(wanted[index]->now), stop);
-      } catch (const std::system_error&) {
-        // It counts as a file that App Store Connect doesn't show.
-      }
-    });
+    std::vector<std::filesystem::path> files;
+    for (const Local* each : wanted) files.push_back(absolute(each->now));
+    // One that can't be read counts as a file that App Store Connect doesn't show.
+    auto digests = MD5Several::ofFiles(files, options_.stop);
+    for (std::size_t i = 0; i < wanted.size(); ++i) wanted[i]->md5 = std::move(digests[i]);
   }
 
   bool isAsset(const Local& file, const ShownAsset& asset) const {

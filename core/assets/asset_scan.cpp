@@ -5,14 +5,15 @@
 #include "core/assets/frames.hpp"
 #include "core/assets/pulled.hpp"
 #include "core/support/files.hpp"
-#include "core/support/tasks.hpp"
+#include "core/support/md5_several.hpp"
 #include "core/support/text.hpp"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
+#include <atomic>
 #include <map>
+#include <optional>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -71,44 +72,64 @@ class Scanner {
       }
     }
     AssetMeasurer measurer(options_);
-    fewAtOnce(candidates_.size(), coreCount(), options_.stop,
-              [&](std::size_t index, const std::stop_token& stop) { measure(candidates_[index], measurer, stop); });
+    std::atomic<std::size_t> taken = 0;
+    auto next = [&](const std::stop_token& stop) -> std::optional<MD5Message> {
+      for (std::size_t index; (index = taken++) < candidates_.size() && !stop.stop_requested();) {
+        if (auto message = measure(candidates_[index], measurer)) return message;
+      }
+      return std::nullopt;
+    };
+    MD5Several::hashOnAllCores(candidates_.size(), next, options_.stop);
     if (measurer.unmeasuredVideos()) {
       scan_.notes.emplace_back("Videos weren't measured: this kestu has no video module.");
     }
   }
 
-  /// Runs on several threads, each for a candidate of its own.
-  void measure(Candidate& candidate, AssetMeasurer& measurer, const std::stop_token& stop) const {
+  /// Runs on several threads, each for a candidate of its own; what is to be hashed of it.
+  std::optional<MD5Message> measure(Candidate& candidate, AssetMeasurer& measurer) const {
     AssetFile& file = candidate.file;
-    if (!displays_.takes(candidate.display, file.isVideo ? MediaType::video : MediaType::image)) {
-      candidate.problems.push_back(fmt::format("{} is {}, and {} are {}.", candidate.path,
-                                               file.isVideo ? "a video" : "an image", facts(kind_).plural,
-                                               file.isVideo ? "images" : "videos"));
-      candidate.display = nullptr;
-      return;
-    }
-    auto isWanted = [&](const AssetFile& measured) {
-      if (!candidate.display) candidate.display = displays_.fitting(measured);
-      return candidate.display && displays_.keeps(*candidate.display);
-    };
-    auto fail = [&](std::string problem) {
+    auto fail = [&candidate](std::string problem) {
       candidate.problems.push_back(std::move(problem));
       candidate.display = nullptr;
     };
+    auto failed = [fail, &candidate](const std::system_error& error) {
+      fail(Assets::unreadable(candidate.path, error.code()));
+    };
     try {
-      if (isLargeFilePointer(file.path)) {
-        return fail(candidate.path + " is a Git LFS pointer, not the file itself: git lfs pull.");
+      std::shared_ptr<AssetMeasurer::Opened> opened;
+      if (auto problem = obstacle(candidate)) {
+        fail(std::move(*problem));
+      } else if (opened = measurer.measure(file); !opened) {
+        fail(candidate.path + wrongType(file));
+      } else if (bool wanted = isWanted(candidate); wanted && options_.hashing) {
+        return measurer.toHash(std::move(opened), file,
+                               {[this, &candidate] { check(candidate); },
+                                [fail, &candidate] { fail(candidate.path + " changed while it was read."); }, failed});
+      } else {
+        if (!candidate.display || wanted) check(candidate);
+        if (!wanted) candidate.display = nullptr;
       }
-      auto outcome = measurer.measure(file, stop, isWanted);
-      if (outcome == AssetMeasurer::Outcome::wrongType) return fail(candidate.path + wrongType(file));
-      if (outcome == AssetMeasurer::Outcome::changed) return fail(candidate.path + " changed while it was read.");
     } catch (const std::system_error& error) {
-      return fail(Assets::unreadable(candidate.path, error.code()));
+      failed(error);
     }
-    bool wanted = isWanted(file);
-    if (!candidate.display || wanted) check(candidate);
-    if (!wanted) candidate.display = nullptr;
+    return std::nullopt;
+  }
+
+  /// What keeps a file from being measured at all.
+  std::optional<std::string> obstacle(const Candidate& candidate) const {
+    bool isVideo = candidate.file.isVideo;
+    if (!displays_.takes(candidate.display, isVideo ? MediaType::video : MediaType::image)) {
+      return fmt::format("{} is {}, and {} are {}.", candidate.path, isVideo ? "a video" : "an image",
+                         facts(kind_).plural, isVideo ? "images" : "videos");
+    }
+    if (!isLargeFilePointer(candidate.file.path)) return std::nullopt;
+    return candidate.path + " is a Git LFS pointer, not the file itself: git lfs pull.";
+  }
+
+  /// Gives the candidate its display, if one fits; whether the scan keeps it.
+  bool isWanted(Candidate& candidate) const {
+    if (!candidate.display) candidate.display = displays_.fitting(candidate.file);
+    return candidate.display && displays_.keeps(*candidate.display);
   }
 
   /// What git has in place of a file that is kept elsewhere.

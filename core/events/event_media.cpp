@@ -48,7 +48,7 @@ std::string measure(AssetFile& file, const EventSlot& slot, const std::string& s
                     bool& unmeasured) {
   AssetMeasurer measurer(options);
   try {
-    switch (measurer.measure(file, options.stop, [](const AssetFile&) { return true; })) {
+    switch (measurer.measureAndHash(file, options.stop)) {
     case AssetMeasurer::Outcome::wrongType:
       return shown + (file.isVideo ? " isn't a video kestu can read." : " isn't a PNG or a JPEG.");
     case AssetMeasurer::Outcome::changed:
