@@ -54,7 +54,7 @@ void runPush(Context& context, const PushOptions& options) {
   AssetCatalog catalog = AssetPush::catalogs(client, target.path, target.platforms);
   AssetScan found = scan(context, selection, catalog, target.platform);
   for (const std::string& note : found.notes) console.error(printable(note));
-  AssetPush::requireSendable(found, selection, console.isTerminal(Stream::err));
+  AssetPush::requireSendable(found, selection, console.isTerminal(Stream::err) ? console.width() : 0);
 
   AssetDestination destination{target.path, target.platform, options.version};
   auto sending = AssetSending::plan(client, destination, std::move(found.sets), selection.plural(), options.dryRun);

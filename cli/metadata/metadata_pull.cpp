@@ -171,7 +171,7 @@ void runPull(Context& context, const PullOptions& options) {
   StoreListing store = ListingPush::fetch(client, target);
   requireLocales(store, options, target);
   MetadataLayout layout = options.choice.layout.chosen(root).value_or(MetadataLayout::kestu);
-  if (!Metadata::detect(root)) context.console.error(Metadata::newLayoutText(layout, root));
+  if (auto text = Metadata::newLayoutText(layout, root)) context.console.error(*text);
   Writing writing = compared(Metadata::files(layout, root, toWrite(store, options, target)), root);
   if (!writing.conflicts.empty() && !options.force) {
     throw CLIError::notWritten("These files say something else than " + target.title() + " in App Store Connect",

@@ -4,6 +4,7 @@
 #include "core/assets/asset_kind.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
+#include "core/console/text_style.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -59,11 +60,11 @@ std::string others(const std::vector<std::string>& paths) {
 
 } // namespace
 
-std::string problemLines(const std::vector<std::string>& problems, bool grouped) {
+std::string problemLines(const std::vector<std::string>& problems, int columns) {
   std::vector<std::pair<std::string, std::vector<std::string>>> lines; // what is wrong, and with which files
   std::map<std::string, std::size_t> known;
   for (const std::string& problem : problems) {
-    auto file = grouped ? ofFile(problem) : std::nullopt;
+    auto file = columns > 0 ? ofFile(problem) : std::nullopt;
     if (!file) {
       lines.push_back({problem, {}});
       continue;
@@ -74,10 +75,11 @@ std::string problemLines(const std::vector<std::string>& problems, bool grouped)
   }
   std::string text;
   for (const auto& [what, paths] : lines) {
-    text += "\n";
-    if (!paths.empty()) text += printable(paths.front()) + " ";
-    if (paths.size() > 1) text += "(and " + printable(others(paths)) + ") ";
-    text += printable(what);
+    std::string line;
+    if (!paths.empty()) line += printable(paths.front()) + " ";
+    if (paths.size() > 1) line += "(and " + printable(others(paths)) + ") ";
+    line += printable(what);
+    text += "\n" + (columns > 0 ? TextStyle::wrap(line, columns, 2) : line);
   }
   return text;
 }

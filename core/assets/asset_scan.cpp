@@ -219,6 +219,9 @@ class Scanner {
   void applyFrames() {
     auto reading = Frames::read(kind_, root_);
     append(scan_.problems, std::move(reading.problems));
+    for (const auto& [path, problem] : reading.malformed) {
+      if (isOfWalk(path)) scan_.problems.push_back(problem);
+    }
     std::string file = walk_.kindFolder + "/" + std::string(Frames::fileName);
     for (const auto& [path, frame] : reading.frames) {
       if (!isOfWalk(path)) continue;

@@ -166,10 +166,10 @@ AssetScan scan(const AssetSelection& selection, const std::filesystem::path& roo
   return all;
 }
 
-void requireSendable(const AssetScan& scan, const AssetSelection& selection, bool grouped) {
+void requireSendable(const AssetScan& scan, const AssetSelection& selection, int columns) {
   if (!scan.problems.empty()) {
     throw CLIError(Kind::failed,
-                   "Apple wouldn't take these, so nothing was sent:" + problemLines(scan.problems, grouped));
+                   "Apple wouldn't take these, so nothing was sent:" + problemLines(scan.problems, columns));
   }
   if (!scan.sets.empty()) return;
   std::string folder(facts(selection.kinds.front()).folders.front());

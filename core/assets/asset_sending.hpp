@@ -57,9 +57,9 @@ AssetScan scan(const AssetSelection& selection, const std::filesystem::path& roo
                ScanOptions options);
 
 /// Throws the CLIError that names all that keeps the scan from being sent: its problems (failed), or that it is empty
-/// (notFound). A command for which no assets are fine looks at `sets` first. `grouped`, for a terminal, gives files
-/// with the same fault one line.
-void requireSendable(const AssetScan& scan, const AssetSelection& selection, bool grouped = false);
+/// (notFound). A command for which no assets are fine looks at `sets` first. `columns` are a terminal's, for
+/// which files with the same fault share a line; 0 for a pipe.
+void requireSendable(const AssetScan& scan, const AssetSelection& selection, int columns = 0);
 
 } // namespace AssetPush
 

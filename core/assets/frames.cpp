@@ -76,8 +76,8 @@ Reading read(AssetKind kind, const std::filesystem::path& root) {
   }
   std::erase_if(reading.frames, [&](const auto& entry) {
     if (isFrame(entry.second)) return false;
-    reading.problems.push_back(fmt::format("{} gives {} the poster frame {}, which isn't HH:MM:SS:FF (00:00:05:00).",
-                                           file, entry.first, entry.second));
+    reading.malformed[entry.first] = fmt::format(
+        "{} gives {} the poster frame {}, which isn't HH:MM:SS:FF (00:00:05:00).", file, entry.first, entry.second);
     return true;
   });
   return reading;

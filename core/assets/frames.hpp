@@ -20,8 +20,9 @@ namespace Frames {
 inline constexpr std::string_view fileName = "frames.json";
 
 struct Reading {
-  PosterFrames frames;               ///< the well-formed ones
-  std::vector<std::string> problems; ///< whole sentences
+  PosterFrames frames;                          ///< the well-formed ones
+  std::vector<std::string> problems;            ///< of the whole file; sentences
+  std::map<std::string, std::string> malformed; ///< of single entries, by the videos' paths
 };
 
 /// HH:MM:SS:FF, minutes and seconds below 60.

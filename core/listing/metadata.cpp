@@ -43,7 +43,14 @@ std::string elsewhere(const std::filesystem::path& root) {
   return text;
 }
 
-std::string newLayoutText(MetadataLayout layout, const std::filesystem::path& root) {
+std::optional<std::string> newLayoutText(MetadataLayout layout, const std::filesystem::path& root) {
+  try {
+    // fastlane's folder may hold another store's listing alone, or one platform's in a folder of its own.
+    auto detected = detect(root);
+    if (detected && !read(*detected, root, std::nullopt, std::nullopt).isEmpty()) return std::nullopt;
+  } catch (const CLIError&) {
+    return std::nullopt; // a broken file is one
+  }
   std::string folder = layout == MetadataLayout::fastlane ? "fastlane/metadata/" : "metadata/";
   return "No listing in the repo yet, so this writes " + std::string(facts(layout).name) + " (" + folder +
          "): --layout names another." + elsewhere(root);

@@ -47,8 +47,8 @@ std::optional<MetadataLayout> detect(const std::filesystem::path& root);
 /// Lines about listings that lie where they aren't read, each after a line feed; empty when there are none. Printable.
 std::string elsewhere(const std::filesystem::path& root);
 
-/// What a pull says before it writes the first listing of a repository: in which layout.
-std::string newLayoutText(MetadataLayout layout, const std::filesystem::path& root);
+/// What a pull says before it writes the first listing of a repository: in which layout; none where there is one.
+std::optional<std::string> newLayoutText(MetadataLayout layout, const std::filesystem::path& root);
 
 /// The version selects the release's folder, the highest that there is when none is named; the platform those values
 /// that are its own.

@@ -122,7 +122,7 @@ const App& ofRepository(const std::filesystem::path& root, const std::vector<App
   auto found = those(apps, [&](const App& app) { return bundleIDs.contains(app.bundleId); });
   if (found.size() == 1) return *found.front();
   if (found.empty()) {
-    throw CLIError(Kind::notFound, "None of your apps this sign-in covers is " + some(Project::appIDs(bundleIDs), "") +
+    throw CLIError(Kind::notFound, "None of your apps this sign-in covers is " + some(Project::appIDs(root), "") +
                                        ". Name the app: kestu link <app>." + explained(root, apps));
   }
   throw CLIError(Kind::usage,

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -75,6 +76,38 @@ std::set<std::string> valuesIn(std::string_view projectFile) {
   return found;
 }
 
+void forProjects(const fs::path& root, const std::function<void(const std::string& text)>& visit) {
+  walk(root, "", 1, [&](const Found& entry) {
+    if (!entry.isFolder || !entry.name.ends_with(".xcodeproj")) return;
+    if (auto text = textOf(entry.file / "project.pbxproj")) visit(*text);
+  });
+}
+
+/// The objects of a project file by their IDs: each begins in a line of two tabs and its ID, and ends in one of two
+/// tabs and "};".
+std::map<std::string, std::string> objectsIn(std::string_view projectFile) {
+  std::map<std::string, std::string> objects;
+  std::string id;
+  while (!projectFile.empty()) {
+    std::string_view line = projectFile.substr(0, projectFile.find('\n'));
+    projectFile.remove_prefix(std::min(projectFile.size(), line.size() + 1));
+    bool isOuter = line.starts_with("\t\t") && !line.starts_with("\t\t\t");
+    if (id.empty() && isOuter && line.ends_with("{")) id = line.substr(2, line.find(' ') - 2);
+    if (!id.empty()) objects[id] += std::string(line) + "\n";
+    if (isOuter && line.ends_with("};")) id.clear();
+  }
+  return objects;
+}
+
+/// What an object gives a key, without quotes and the comment behind it.
+std::optional<std::string> valueOf(const std::string& object, const std::string& key) {
+  std::size_t at = object.find("\t" + key + " = ");
+  if (at == std::string::npos) return std::nullopt;
+  std::string value = object.substr(at + key.size() + 4);
+  if (value.starts_with('"')) return value.substr(1, value.find('"', 1) - 1);
+  return value.substr(0, value.find_first_of(" ;"));
+}
+
 bool isReference(const std::string& value) { return value.find('$') != std::string::npos; }
 
 bool isOfTests(const std::string& id) {
@@ -137,10 +170,7 @@ std::vector<std::string> readable(Contents contents, const fs::path& root) {
 
 std::set<std::string> bundleIDs(const fs::path& root) {
   std::set<std::string> found;
-  walk(root, "", 1, [&](const Found& entry) {
-    if (!entry.isFolder || !entry.name.ends_with(".xcodeproj")) return;
-    if (auto text = textOf(entry.file / "project.pbxproj")) found.merge(bundleIDsIn(*text));
-  });
+  forProjects(root, [&](const std::string& text) { found.merge(bundleIDsIn(text)); });
   return found;
 }
 
@@ -150,13 +180,37 @@ std::set<std::string> bundleIDsIn(std::string_view projectFile) {
   return found;
 }
 
-std::vector<std::string> appIDs(const std::set<std::string>& bundleIDs) {
-  std::vector<std::string> ids;
-  for (const std::string& id : bundleIDs) {
-    auto isPart = [&](const std::string& other) { return id.starts_with(other + "."); };
-    if (!isOfTests(id) && std::none_of(bundleIDs.begin(), bundleIDs.end(), isPart)) ids.push_back(id);
+std::set<std::string> partIDsIn(std::string_view projectFile) {
+  auto objects = objectsIn(projectFile);
+  std::set<std::string> parts, apps;
+  for (const auto& [id, target] : objects) {
+    auto type = valueOf(target, "productType");
+    auto list = valueOf(target, "buildConfigurationList");
+    if (!type || !list || !objects.contains(*list)) continue;
+    bool isApp = *type == "com.apple.product-type.application";
+    for (const std::string& word : Text::words(objects.at(*list))) {
+      if (auto configuration = objects.find(word); configuration != objects.end()) {
+        (isApp ? apps : parts).merge(bundleIDsIn(configuration->second));
+      }
+    }
   }
-  return ids.empty() ? std::vector<std::string>(bundleIDs.begin(), bundleIDs.end()) : ids;
+  std::erase_if(parts, [&](const std::string& id) { return apps.contains(id); });
+  return parts;
+}
+
+std::vector<std::string> appIDs(const fs::path& root) {
+  std::set<std::string> all, parts;
+  forProjects(root, [&](const std::string& text) {
+    all.merge(bundleIDsIn(text));
+    parts.merge(partIDsIn(text));
+  });
+  std::vector<std::string> ids;
+  for (const std::string& id : all) {
+    auto isWhole = [&](const std::string& other) { return id.starts_with(other + "."); };
+    bool isPart = parts.contains(id) || isOfTests(id) || std::any_of(all.begin(), all.end(), isWhole);
+    if (!isPart) ids.push_back(id);
+  }
+  return ids.empty() ? std::vector<std::string>(all.begin(), all.end()) : ids;
 }
 
 std::vector<std::string> bundleIDSources(const fs::path& root) {

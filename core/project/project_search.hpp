@@ -16,9 +16,13 @@ std::set<std::string> bundleIDs(const std::filesystem::path& root);
 /// The bundle IDs that one project file's text sets; references to build settings are left out.
 std::set<std::string> bundleIDsIn(std::string_view projectFile);
 
-/// The IDs that an app may have, without those of tests and of what is part of another of them
-/// ("com.example.app.widget" beside "com.example.app"); all of them where nothing would be left.
-std::vector<std::string> appIDs(const std::set<std::string>& bundleIDs);
+/// The bundle IDs that only targets other than apps set: tests, extensions, watch apps, clips. Told by the targets'
+/// product types, as Xcode lays a project file out.
+std::set<std::string> partIDsIn(std::string_view projectFile);
+
+/// The repository's bundle IDs that an app may have, without those of `partIDsIn`, of tests by their names, and of what
+/// is part of another ("com.example.app.widget" beside "com.example.app"); all of them where nothing would be left.
+std::vector<std::string> appIDs(const std::filesystem::path& root);
 
 /// Where the bundle ID comes from that no project sets outright, a sentence each: a variable, an .xcconfig file, a
 /// project that is generated. Texts of files stand in them as they are.

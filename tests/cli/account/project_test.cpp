@@ -91,15 +91,50 @@ TEST(Project, SaysWhereAnIDComesFrom) {
   }
 }
 
+/// A target with one configuration, as Xcode writes it.
+std::string target(const std::string& number, const std::string& type, const std::string& bundleID) {
+  return "\t\tA" + number + " /* T */ = {\n\t\t\tisa = PBXNativeTarget;\n\t\t\tbuildConfigurationList = B" + number +
+         " /* Build configuration list */;\n\t\t\tproductType = \"com.apple.product-type." + type +
+         "\";\n\t\t};\n\t\tB" + number + " /* list */ = {\n\t\t\tbuildConfigurations = (\n\t\t\t\tC" + number +
+         " /* Debug */,\n\t\t\t);\n\t\t};\n\t\tC" + number +
+         " /* Debug */ = {\n\t\t\tbuildSettings = {\n\t\t\t\tPRODUCT_BUNDLE_IDENTIFIER = " + bundleID +
+         ";\n\t\t\t};\n\t\t};\n";
+}
+
 TEST(Project, ListsAppsWithoutTheirTestsAndParts) {
-  for (const auto& [all, apps] : std::vector<std::pair<std::set<std::string>, std::vector<std::string>>>{
-           {{"a.b", "a.b.widget", "a.bc", "a.b.widget.more"}, {"a.b", "a.bc"}},
-           {{"a.b", "c.AppTests", "c.AppUITests"}, {"a.b"}},
-           {{"c.tests", "c.uitests"}, {"c.tests", "c.uitests"}},
-           {{"a.contest.app"}, {"a.contest.app"}},
+  for (const auto& [project, apps] : std::vector<std::pair<std::string, std::vector<std::string>>>{
+           {target("1", "application", "a.b") + target("2", "app-extension", "a.b.widget") +
+                target("3", "application", "a.bc") + target("4", "app-extension", "a.b.widget.more"),
+            {"a.b", "a.bc"}},
+           {target("1", "application", "a.b") + target("2", "bundle.unit-test", "c.unit"), {"a.b"}},
+           {target("1", "bundle.ui-testing", "a.b") + target("2", "application", "a.b"), {"a.b"}},
+           {target("1", "application", "\"$(ID)\"") + target("2", "app-extension", "a.share") +
+                target("3", "application", "a.other"),
+            {"a.other"}},
+           {target("1", "application.watchapp2", "a.watch"), {"a.watch"}}, // rather than none
+           {"PRODUCT_BUNDLE_IDENTIFIER = a.b; PRODUCT_BUNDLE_IDENTIFIER = c.AppUITests;", {"a.b"}},
+           {"PRODUCT_BUNDLE_IDENTIFIER = a.contest;", {"a.contest"}},
        }) {
-    SCOPED_TRACE(nlohmann::json(all).dump());
-    EXPECT_EQ(Project::appIDs(all), apps);
+    SCOPED_TRACE(project);
+    TemporaryFolder folder;
+    folder.write("A.xcodeproj/project.pbxproj", project);
+    EXPECT_EQ(Project::appIDs(folder.path()), apps);
+  }
+}
+
+TEST(AppChoice, ListsAreFolded) {
+  TemporaryFolder folder;
+  for (std::size_t count : {0U, 1U, 9U, 10U, 30U}) {
+    std::vector<App> apps;
+    for (std::size_t i = 1; i <= count; ++i) apps.push_back({static_cast<std::int64_t>(i), "", "A", {}, ""});
+    try {
+      AppChoice::ofRepository(folder.path(), apps);
+      ADD_FAILURE() << "no project sets an ID";
+    } catch (const CLIError& error) {
+      std::string more = " and " + std::to_string(count - 8) + " more (kestu apps lists them)";
+      EXPECT_EQ(error.description.ends_with(more), count > 9) << error.description;
+      EXPECT_EQ(error.description.find("A (9)") != std::string::npos, count == 9);
+    }
   }
 }
 
