@@ -2,6 +2,7 @@
 
 #include "cli/context.hpp"
 #include "core/console/format.hpp"
+#include "core/console/text_style.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/support/printable_ascii.hpp"
 #include "core/support/text.hpp"
@@ -138,7 +139,9 @@ void ChangeOptions::make(Context& context, const Client& client, const ChangeReq
 }
 
 void ChangeOptions::confirm(Context& context, const ProposedChange& change) const {
-  std::string text = change.title + (change.lines.empty() ? "" : "\n" + change.lines);
+  bool folds = context.console.isTerminal(yes && !quiet() ? Stream::out : Stream::err);
+  std::string text = folds ? TextStyle::wrap(change.title, context.console.width()) : change.title;
+  if (!change.lines.empty()) text += "\n" + change.lines;
   if (yes) return say(context.console, text);
   ChangeFlow::confirm({yes, change.waits}, text, context.console, context.stop);
 }

@@ -44,9 +44,11 @@ std::optional<std::string> languageOf(const std::string& option, const std::opti
   case AppleLocales::Standing::refused:
     faults.add(option + ": " + printable(*typed) + AppleLocales::refusal(*typed));
     break;
-  case AppleLocales::Standing::unknown:
-    faults.notes.push_back(option + ": " + printable(*typed) + AppleLocales::doubt(*typed) + ".");
+  case AppleLocales::Standing::unknown: {
+    std::string doubt = option + ": " + printable(*typed) + AppleLocales::doubt(*typed) + ".";
+    (AppleLocales::near(*typed) ? faults.all : faults.notes).push_back(doubt);
     break;
+  }
   case AppleLocales::Standing::apples:
     break;
   }
@@ -219,6 +221,8 @@ void EventTextOptions::check(Faults& faults) const {
   }
 }
 
+int windowColumns(const Console& console) { return console.isTerminal(Stream::out) ? console.width() : 0; }
+
 std::string appOption(const AppTarget& app) {
   return app.app ? " --app " + Format::shellWord(printable(*app.app)) : "";
 }
@@ -244,6 +248,12 @@ FoundEvent FoundEvent::of(const EventTarget& target, const Context& context) {
   std::string path = app.path + "/events/" + percentEncoded(event.eventId);
   return {std::move(client), std::move(app),  std::move(answer.value), std::move(event),
           std::move(json),   std::move(path), appOption(target.app)};
+}
+
+std::string FoundEvent::command(const std::string& word) const {
+  auto same = [&](const Event& other) { return Text::folded(other.name) == Text::folded(event.name); };
+  const bool only = std::count_if(all.begin(), all.end(), same) == 1;
+  return eventCommand(word, only ? event.name : event.eventId, event.eventId, ofApp);
 }
 
 std::string FoundEvent::eventCommand(const std::string& word, const std::string& name, const std::string& eventId,

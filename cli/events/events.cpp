@@ -2,6 +2,7 @@
 
 #include "cli/families.hpp"
 #include "core/console/format.hpp"
+#include "core/console/printable.hpp"
 #include "core/events/event_text.hpp"
 
 #include <memory>
@@ -15,9 +16,6 @@ struct ListOptions : TableOptions {
   AppTarget app;
 };
 
-/// For a pipe too, whose lines have no width to fit.
-int columns(const Console& console) { return console.isTerminal(Stream::out) ? console.width() : 0; }
-
 void runList(Context& context, const ListOptions& options) {
   Client client = context.signedIn();
   auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
@@ -25,7 +23,7 @@ void runList(Context& context, const ListOptions& options) {
   std::string text = "No in-app events yet: kestu events create makes one.";
   if (!answer.value.empty()) {
     text = Format::events(answer.value, options.timeZone.shown(context), context.clock.now(), context.console.style(),
-                          columns(context.console));
+                          windowColumns(context.console));
   }
   options.write(context.console, answer.body, Format::eventsTable(answer.value), text);
 }
@@ -43,9 +41,13 @@ std::string nextOf(const FoundEvent& found) {
   if (event.needs.empty()) return found.command("submit");
   if (!event.schedule) return found.command("set") + " --starts <time> --ends <time>";
   if (!event.badge) return found.command("set") + " --badge <badge>";
+  if (event.primaryLocale && !event.language(*event.primaryLocale)) {
+    return found.command("localize") + " --language " + Format::shellWord(printable(*event.primaryLocale)) +
+           " --display-name <name>";
+  }
   if (event.languages.empty()) return found.command("localize") + " --display-name <name>";
   for (const EventLanguage& language : event.languages) {
-    std::string in = " --language " + Format::shellWord(language.locale);
+    std::string in = " --language " + Format::shellWord(printable(language.locale));
     if (!language.shortDescription) return found.command("localize") + in + " --short-description <text>";
     if (!language.longDescription) return found.command("localize") + in + " --long-description <text>";
     if (!language.card) return found.command("card") + " <file>" + in;
@@ -57,7 +59,7 @@ std::string nextOf(const FoundEvent& found) {
 void runView(Context& context, const ViewOptions& options) {
   FoundEvent found = FoundEvent::of(options.target, context);
   std::string text = Format::eventDetails(found.event, options.timeZone.shown(context), context.clock.now(),
-                                          context.console.style(), columns(context.console));
+                                          context.console.style(), windowColumns(context.console));
   if (std::string next = nextOf(found); !next.empty()) text += "\n\nNext: " + next;
   options.write(context.console, found.json, Format::eventTable(found.event), text);
 }

@@ -84,12 +84,15 @@ struct FoundEvent {
   static FoundEvent of(const EventTarget& target, const Context& context);
 
   std::string about() const { return event.quoted() + " of " + app.appTitle(); }
-  /// Another command line about the event.
-  std::string command(const std::string& word) const { return eventCommand(word, event.name, event.eventId, ofApp); }
+  /// Another command line about the event; by its ID where its name isn't its alone.
+  std::string command(const std::string& word) const;
   /// By its ID where its name would be taken for an option.
   static std::string eventCommand(const std::string& word, const std::string& name, const std::string& eventId,
                                   const std::string& ofApp);
 };
+
+/// To fold in; 0 elsewhere than at a terminal, where lines stand whole.
+int windowColumns(const Console& console);
 
 /// " --app …" as it was given.
 std::string appOption(const AppTarget& app);

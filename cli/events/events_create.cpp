@@ -77,15 +77,6 @@ void needNewName(const std::vector<Event>& events, const std::string& name, cons
                                    FoundEvent::eventCommand("set", same->name, same->eventId, ofApp));
 }
 
-std::string mediaLines(const std::vector<EventMediaFile>& media) {
-  std::string text;
-  for (const EventMediaFile& file : media) {
-    text += "\n  " + std::string(file.slot->label) + "  " + file.name() + ", " +
-            Format::bytes(static_cast<std::uint64_t>(file.size()));
-  }
-  return text;
-}
-
 /// What is sent, shown and given as data.
 struct Proposal {
   JSONData body;
@@ -102,20 +93,19 @@ Proposal proposal(const Draft& draft, const CreateOptions& options, const AppOnP
   made.body = edit.body;
   made.change.items = itemsOf(edit, name);
   std::erase_if(edit.values, [](const auto& value) { return value.part == "name"; });
-  made.change.lines = edit.lines(context.console.width());
+  made.change.lines = edit.lines(windowColumns(context.console));
   if (!options.texts.texts.empty()) {
     made.locale = languageOr(options.texts.language, draft.given.primaryLocale, app);
     EventEdit texts = EventEdit::between(nullptr, options.texts.texts);
     texts.body.set("locale", made.locale);
     made.body.set("language", texts.body);
+    for (const EventMediaFile& file : draft.media) { // sent on their own, and shown with the rest
+      texts.values.push_back({std::string(file.slot->label), std::nullopt, file.path.filename().string(), "",
+                              file.name() + ", " + Format::bytes(static_cast<std::uint64_t>(file.size()))});
+    }
     for (ChangeItem& item : itemsOf(texts, name + " " + made.locale)) made.change.items.push_back(std::move(item));
-    made.change.lines += "\n" + printable(made.locale) + "\n" + texts.lines(context.console.width());
+    made.change.lines += "\n" + printable(made.locale) + "\n" + texts.lines(windowColumns(context.console));
   }
-  for (const EventMediaFile& file : draft.media) {
-    made.change.items.push_back(
-        {name + " " + made.locale, std::string(file.slot->label), std::nullopt, file.path.filename().string()});
-  }
-  made.change.lines += mediaLines(draft.media);
   std::string quoted = "\"" + printable(name) + "\"";
   std::string when = Format::eventDates(EventRules::merged(std::nullopt, draft.given.dates), zone, now);
   made.change.title = app.appTitle() + ", a new in-app event " + quoted + ", a draft, times in " + zone.id() + ":";

@@ -97,6 +97,11 @@ void addMedia(Command& group, const EventSlot& slot, const std::string& abstract
 
 std::string uploadEventMedia(Context& context, const Client& client, const std::string& languagePath,
                              const EventMediaFile& file, const std::string& left) {
+  bool committing = false;
+  // What a lost answer to the last call leaves isn't known.
+  auto leaves = [&](bool answered) {
+    return committing && !answered ? "Whether the event has it now isn't known: kestu events view shows it." : left;
+  };
   try {
     auto reserved = client
                         .decoded(client.send("POST", languagePath + "/media", {}, file.reservation().compact()),
@@ -109,14 +114,15 @@ std::string uploadEventMedia(Context& context, const Client& client, const std::
         reserved.parts, uploader, context.stop, [&](int, int) { progress.advance(0, 1); },
         [&](std::int64_t bytes) { progress.advance(bytes, 0); });
     progress.finish();
+    committing = true;
     client.post(languagePath + "/media/" + percentEncoded(reserved.assetId) + "/commit");
     return reserved.assetId;
   } catch (const CLIError& error) {
     std::string text = error.description;
     while (text.ends_with(' ')) text.pop_back();
-    throw CLIError(error.kind, text + "\n" + left);
+    throw CLIError(error.kind, text + "\n" + leaves(error.kind != Kind::unavailable));
   } catch (const Stopped&) {
-    context.console.error(left);
+    context.console.error(leaves(false));
     throw;
   }
 }

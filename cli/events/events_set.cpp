@@ -72,7 +72,7 @@ void runSet(Context& context, const SetOptions& options) {
   const std::string after = change.waits ? ", after your approval" : "";
   change.title = found.app.appTitle() + ", in-app event " + event.quoted() +
                  (dates.any() ? ", times in " + zone.id() : "") + after + ":";
-  change.lines = edit.lines(context.console.width());
+  change.lines = edit.lines(windowColumns(context.console));
   change.items = itemsOf(edit, event.name);
   change.would =
       "Dry run: would change " + found.about() + (dates.any() ? ", times in " + zone.id() : "") + after + ".";
@@ -144,7 +144,7 @@ void runLocalize(Context& context, const LocalizeOptions& options) {
   change.waits = false;
   change.title =
       found.app.appTitle() + ", in-app event " + event.quoted() + " in " + in + (language ? "" : ", new") + ":";
-  change.lines = edit.lines(context.console.width());
+  change.lines = edit.lines(windowColumns(context.console));
   change.items = itemsOf(edit, event.name + " " + locale);
   change.would = "Dry run: would change " + found.about() + " in " + in + ".";
   change.done = (language ? "✓ Changed " : "✓ Gave ") + event.quoted() + (language ? " in " + in : " its " + in) + ".";

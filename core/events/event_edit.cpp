@@ -43,7 +43,7 @@ std::string EventEdit::lines(int width) const {
   }
   std::vector<std::string> wrapped;
   for (const std::string& line : Text::split(Format::table(rows), '\n')) {
-    wrapped.push_back(TextStyle::wrap(line, width, 4));
+    wrapped.push_back(width > 0 ? TextStyle::wrap(line, width, 4) : line);
   }
   return Text::joined(wrapped, "\n");
 }

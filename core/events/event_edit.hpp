@@ -31,7 +31,8 @@ struct EventEdit {
   bool empty() const { return values.empty(); }
   std::vector<std::string> parts() const;
 
-  /// "  badge  Challenge → Live Event", a line each; without what was before where nothing was.
+  /// "  badge  Challenge → Live Event", a line each; without what was before where nothing was. Folds in so
+  /// many columns, 0 for any.
   std::string lines(int width) const;
 
   /// Times as clocks in the zone show them.

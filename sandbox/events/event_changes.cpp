@@ -131,7 +131,16 @@ Answer change(State& state, const Call& call) {
     return atOnce(call, [&] { apply(event, body); });
   }
   std::vector<std::string> lines;
-  for (const auto& [key, value] : body.items()) lines.push_back(fmt::format("{}: {}", key, value.dump()));
+  if (body.contains("schedule")) {
+    const auto& dates = body.at("schedule");
+    const auto at = [&](const char* key) { return dates.at(key).get<std::string>(); };
+    lines.push_back(
+        fmt::format("Run from {} to {}, shown from {}", at("eventStart"), at("eventEnd"), at("publishStart")));
+  }
+  if (body.contains("regions")) {
+    lines.push_back(fmt::format("Show it in {}", fmt::join(body.at("regions").get<std::vector<std::string>>(), ", ")));
+  }
+  if (body.contains("priority")) lines.push_back("Priority: " + body.at("priority").get<std::string>());
   auto applied = [&state, app, id = event.eventId, body]() -> std::string {
     auto* const there = find(state, app.appId, id);
     if (there == nullptr) return "changed";

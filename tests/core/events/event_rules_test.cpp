@@ -34,7 +34,9 @@ TEST(EventRulesTest, DatesThatTheAppStoreTakes) {
     SCOPED_TRACE(std::string(row.promote) + " " + row.end);
     auto problems = EventRules::problems({at(row.promote), at(row.start), at(row.end)});
     EXPECT_EQ(problems.size(), *row.problem ? 1U : 0U);
-    if (!problems.empty()) EXPECT_NE(problems[0].find(row.problem), std::string::npos) << problems[0];
+    if (!problems.empty()) {
+      EXPECT_NE(problems[0].find(row.problem), std::string::npos) << problems[0];
+    }
   }
   EventDates moved = EventRules::merged(EventDates{at("2026-12-01T10:00:00Z"), at("2026-12-01T10:00:00Z"), now},
                                         {at("2026-12-03T10:00:00Z"), std::nullopt, std::nullopt});
