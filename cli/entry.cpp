@@ -77,23 +77,23 @@ int runEntry(Context& context, const std::vector<std::string>& arguments) {
     if (!words.notice.empty()) context.console.error(words.notice);
     run(context, std::move(words.arguments));
   } catch (const CLIError& error) {
-    context.console.error(error.description);
+    context.console.failure(error.description);
     if (error.kind == CLIError::Kind::outdated) return error.status();
     status = error.status();
   } catch (const UsageError& error) {
-    context.console.error(error.what());
+    context.console.failure(error.what());
     status = usageStatus;
   } catch (const NotPassed&) {
     status = failedStatus;
   } catch (const std::system_error& error) {
-    context.console.error(printable(error.what()));
+    context.console.failure(printable(error.what()));
     status = failedStatus;
   } catch (const Stopped&) {
     throw;
   } catch (const BrokenPipe&) {
     throw;
   } catch (const std::exception& error) {
-    context.console.error("Something went wrong in kestu itself: " + printable(error.what()));
+    context.console.failure("Something went wrong in kestu itself: " + printable(error.what()));
     status = failedStatus;
   }
   noticeUpdate(context);

@@ -2,8 +2,7 @@
 
 #include "cli/context.hpp"
 #include "core/console/format.hpp"
-#include "core/console/text_style.hpp"
-#include "core/listing/metadata.hpp"
+#include "core/project/apple_locales.hpp"
 #include "core/support/printable_ascii.hpp"
 #include "core/support/text.hpp"
 
@@ -16,6 +15,7 @@ namespace {
 const std::string yesHelp =
     "Send it without asking. Otherwise what it changes is shown and asked about first, and without a "
     "terminal to ask at (an agent, CI) nothing's sent.";
+constexpr std::size_t longestName = 300; // bytes; App Store Connect's are at most 30 characters
 const std::string jsonHelp = "json for kestu's answer as JSON, for scripts and agents (--json for short)";
 
 void declareAnswerFormat(Command& command, Output& output) {
@@ -31,6 +31,17 @@ void declareAnswerFormat(Command& command, Output& output) {
   command.flag({"--json"}, output.json, "The same as --output json.", true);
 }
 
+/// Whole numbers between dots: 1.2, not 1..2, v1 or -1.
+bool numbersBetweenDots(std::string_view text) {
+  bool digit = false;
+  for (char c : text) {
+    bool isDigit = c >= '0' && c <= '9';
+    if (!isDigit && !(c == '.' && digit)) return false;
+    digit = isDigit;
+  }
+  return digit;
+}
+
 } // namespace
 
 void requireOneOf(const std::string& name, const std::string& value, const std::vector<std::string>& words) {
@@ -38,17 +49,42 @@ void requireOneOf(const std::string& name, const std::string& value, const std::
   throw UsageError(name + " is " + Text::orList(words) + ", not " + shown(value) + "." + "");
 }
 
+std::string versionGiven(const std::string& value) {
+  std::string version = Text::trimmed(value);
+  if (version.empty()) throw UsageError("The version is empty.");
+  if (numbersBetweenDots(version)) return version;
+  throw UsageError(shown(value) + " can't be a version: it's a number, as 1.2.");
+}
+
+std::string buildNumberGiven(const std::string& value) {
+  std::string number = Text::trimmed(value);
+  if (numbersBetweenDots(number)) return number;
+  throw UsageError(shown(value) + " can't be a build number: it's one as 45 or 1.0.8.");
+}
+
+std::string localeGiven(const std::string& value) {
+  std::string locale = Text::trimmed(value);
+  if (AppleLocales::standing(locale) != AppleLocales::Standing::refused) return locale;
+  throw UsageError(shown(value) + AppleLocales::refusal(locale));
+}
+
+void declareLocales(Command& command, std::vector<std::string>& locales, std::string help) {
+  command.option({{"--locale"},
+                  "locale",
+                  std::move(help),
+                  [&locales](const std::string& value) {
+                    std::vector<std::string> given;
+                    addWords(given, value);
+                    if (given.empty()) throw UsageError("--locale names no language.");
+                    for (const std::string& locale : given) locales.push_back(localeGiven(locale));
+                  },
+                  {},
+                  false});
+}
+
 void declareVersion(Command& command, std::string help, bool required, std::function<void(std::string version)> set) {
   command.argument({"version", std::move(help),
-                    [set = std::move(set)](const std::string& value) {
-                      std::string version = Text::trimmed(value);
-                      if (version.empty()) throw UsageError("The version is empty.");
-                      if (!Metadata::versionShape(version)) {
-                        throw UsageError(shown(value) + " can't be a version: it's a number, as 1.2.");
-                      }
-                      set(std::move(version));
-                    },
-                    required});
+                    [set = std::move(set)](const std::string& value) { set(versionGiven(value)); }, required});
 }
 
 void addWords(std::vector<std::string>& target, const std::string& value) {
@@ -114,13 +150,16 @@ void TableOptions::write(Console& console, const std::string& body, const Table&
   }
 }
 
-void AppTarget::declare(Command& command, bool shortName) {
-  std::vector<std::string> names = {"--app"};
-  if (shortName) names.insert(names.begin(), "-a");
-  command.option({names,
+void AppTarget::declare(Command& command) {
+  command.option({{"-a", "--app"},
                   "app",
                   "The app: its App Store ID, bundle ID or name. The repo's linked app when left out.",
-                  [this](const std::string& value) { app = value; },
+                  [this](const std::string& value) {
+                    app = Text::trimmed(value);
+                    if (shown(*app) != *app || app->size() > longestName) {
+                      throw UsageError("--app is an app's App Store ID, bundle ID or name, not " + shown(*app) + ".");
+                    }
+                  },
                   {},
                   false});
 }
@@ -139,9 +178,7 @@ void ChangeOptions::make(Context& context, const Client& client, const ChangeReq
 }
 
 void ChangeOptions::confirm(Context& context, const ProposedChange& change) const {
-  bool folds = context.console.isTerminal(yes && !quiet() ? Stream::out : Stream::err);
-  std::string text = folds ? TextStyle::wrap(change.title, context.console.width()) : change.title;
-  if (!change.lines.empty()) text += "\n" + change.lines;
+  std::string text = change.title + (change.lines.empty() ? "" : "\n" + change.lines);
   if (yes) return say(context.console, text);
   ChangeFlow::confirm({yes, change.waits}, text, context.console, context.stop);
 }

@@ -51,7 +51,8 @@ struct TableOptions : Output {
 /// The app that a command is about.
 struct AppTarget {
   std::optional<std::string> app;
-  void declare(Command& command, bool shortName);
+  void declare(Command& command);
+  void declare(Command& command, bool) { declare(command); }
 };
 
 /// A change as its command hands it over: what is shown before the question, with --yes and by a dry run.
@@ -98,10 +99,19 @@ struct ChangeOptions : Output {
 /// One of the words, else a UsageError that names them.
 void requireOneOf(const std::string& name, const std::string& value, const std::vector<std::string>& words);
 
+/// A version ("1.2"), a build number ("45", "1.0.8") or a language ("en-US") as it was given, without blanks around it;
+/// what can't be one is a UsageError.
+std::string versionGiven(const std::string& value);
+std::string buildNumberGiven(const std::string& value);
+std::string localeGiven(const std::string& value);
+
+/// --locale, several with commas or the option again.
+void declareLocales(Command& command, std::vector<std::string>& locales, std::string help);
+
 /// Adds the pieces between commas.
 void addWords(std::vector<std::string>& target, const std::string& value);
 
-/// The argument that names a version; anything that can't name one is a UsageError.
+/// The argument that names a version.
 void declareVersion(Command& command, std::string help, bool required, std::function<void(std::string version)> set);
 
 } // namespace kestu

@@ -6,6 +6,7 @@
 #include "core/console/qr.hpp"
 #include "core/console/table.hpp"
 #include "core/platform/machine_name.hpp"
+#include "core/project/project.hpp"
 #include "core/service/device_flow.hpp"
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
@@ -40,22 +41,58 @@ struct WhoamiAnswer {
   }
 };
 
+/// The link, and at a terminal with room for it its QR code: below the link, or in a short window above it, since there
+/// only the code's empty margin may scroll away.
+void showLink(Console& console, const GlobalOptions& options, const DeviceStart& start) {
+  constexpr int linesWithGap = 4; // beside the code's: the link, an empty one, what is waited for, the cursor's
+  constexpr int fewest = 1;       // the same without the gap and the two of the code's upper margin
+  const std::string& link = start.verificationUriComplete;
+  std::string line = "Approve in kestu: " + printable(start.userCode) + "  " + printable(link);
+  int columns = qrColumns(link);
+  int codeLines = (columns + 1) / 2;
+  int rows = console.rows().value_or(codeLines + linesWithGap);
+  bool drawn = !options.quiet() && console.isTerminal(Stream::out) && columns > 0 && columns <= console.width();
+  if (!drawn || rows < codeLines + fewest) return options.say(console, line);
+  std::string code = qr(link, console.styles());
+  console.line(rows >= codeLines + linesWithGap ? line + "\n\n" + code : code + "\n" + line);
+}
+
 void showStart(Context& context, const GlobalOptions& options, const DeviceStart& start) {
   Console& console = context.console;
-  std::string link = printable(start.verificationUriComplete);
-  options.say(console, "Approve in kestu: " + printable(start.userCode) + "  " + link);
-  int columns = qrColumns(start.verificationUriComplete);
-  if (!options.quiet() && console.isTerminal(Stream::out) && columns > 0 && columns <= console.width()) {
-    console.line("\n" + qr(start.verificationUriComplete, console.styles()));
-  }
+  showLink(console, options, start);
   Moment until = context.clock.now() + start.expiresIn;
   options.say(console,
               "● Waiting for your approval in the kestu app, until " + Format::moment(until, context.clock.now()));
 }
 
+/// Who a sign-in is; none where the service doesn't say.
+std::optional<WhoamiAnswer> holder(const Context& context, const Token& token) {
+  try {
+    return context.client(token).get("/v1/auth/whoami", {}, WhoamiAnswer::read).value;
+  } catch (const CLIError&) {
+    return std::nullopt;
+  }
+}
+
+std::string nameOf(const WhoamiAnswer& who) { return printable(who.name) + " (" + printable(who.email) + ")"; }
+
+/// A link that can't be read is told by the command that needs it.
+bool isLinked(const Context& context) {
+  try {
+    return Project::link(context.folder).has_value();
+  } catch (const CLIError&) {
+    return false;
+  }
+}
+
 void runLogin(Context& context, const GlobalOptions& options) {
   Credentials credentials = context.credentials();
   credentials.checkKeyring();
+  if (auto before = credentials.stored()) {
+    if (auto who = holder(context, *before)) {
+      options.say(context.console, "Signed in as " + nameOf(*who) + " so far: a new sign-in takes its place.");
+    }
+  }
   Client client = context.client(std::nullopt);
   DeviceStart start = DeviceFlow::start({std::string(CLI::client), machineName(), {}, std::nullopt}, client);
   showStart(context, options, start);
@@ -66,9 +103,12 @@ void runLogin(Context& context, const GlobalOptions& options) {
   std::string done = "✓ Signed in";
   if (signedIn.grant) {
     answer.set("name", signedIn.grant->name).set("scopes", signedIn.grant->scopes);
-    done += " as " + printable(signedIn.grant->name);
   }
-  options.emit(context.console, answer, done + "\nNext: kestu link");
+  if (auto who = holder(context, signedIn.token)) {
+    answer.set("account", JSONData::object({{"name", who->name}, {"email", who->email}}));
+    done += " as " + nameOf(*who);
+  }
+  options.emit(context.console, answer, done + "\nNext: kestu " + (isLinked(context) ? "status" : "link"));
 }
 
 /// The stored token; where KESTU_TOKEN is the sign-in, a machine without a keyring has simply none.
@@ -130,8 +170,9 @@ std::string useText(const Use& use, Moment now) {
          (use.resetsAt ? ", until " + Format::moment(*use.resetsAt, now) : "");
 }
 
-std::string whoamiText(const WhoamiAnswer& answer, Credentials::Source source, Moment now) {
-  return Format::table({
+std::string whoamiText(const WhoamiAnswer& answer, Credentials::Source source, const Context& context) {
+  Moment now = context.clock.now();
+  const std::vector<std::pair<std::string, std::string>> rows = {
       {"Account", printable(answer.name) + " (" + printable(answer.email) + ")"},
       {"Sign-in", printable(answer.grant.name) + ", " + printable(answer.grant.client) +
                       (source == Credentials::Source::environment ? ", from KESTU_TOKEN" : "")},
@@ -141,14 +182,16 @@ std::string whoamiText(const WhoamiAnswer& answer, Credentials::Source source, M
       {"5 hours", useText(answer.window, now)},
       {"Week", useText(answer.week, now)},
       {"Minute", useText(answer.minute, now)},
-  });
+  };
+  constexpr int unfolded = 10'000;
+  return Format::facts(rows, context.console.isTerminal(Stream::out) ? context.console.width() : unfolded);
 }
 
 void runWhoami(Context& context, const GlobalOptions& options) {
   auto current = context.credentials().current();
   if (!current) throw CLIError::signedOut();
   auto answer = context.client(current->token).get("/v1/auth/whoami", {}, WhoamiAnswer::read);
-  options.emitBody(context.console, answer.body, whoamiText(answer.value, current->source, context.clock.now()));
+  options.emitBody(context.console, answer.body, whoamiText(answer.value, current->source, context));
 }
 
 void add(Command& command, void (*run)(Context&, const GlobalOptions&)) {

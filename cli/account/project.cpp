@@ -25,33 +25,13 @@ Table appsTable(const std::vector<App>& apps, const std::optional<ProjectLink>& 
   return table;
 }
 
-/// For a window that the table is too wide for: each app's name, and below it the rest.
-std::string narrowApps(const Table& table, int width) {
-  std::string text;
-  for (const auto& row : table.rows) {
-    std::vector<std::string> rest(row.begin() + 2, row.end());
-    text += (text.empty() ? "" : "\n") + (row[0].empty() ? "  " : row[0] + " ") +
-            TextStyle::wrap(row[1], width - 2, 2) + "\n    " + TextStyle::wrap(Text::joined(rest, "  "), width - 4, 4);
-  }
-  return text;
-}
-
-bool fits(const std::string& text, int width) {
-  auto lines = Text::split(text, '\n');
-  return std::none_of(lines.begin(), lines.end(), [&](const std::string& line) {
-    return Text::columns(TextStyle::plain(line)) > static_cast<std::size_t>(width);
-  });
-}
-
 std::string appsText(Table table, const Console& console, bool linked) {
   if (table.rows.empty()) return "This sign-in covers none of your apps. Add one in the kestu app.";
-  const std::string end = linked ? "\n● this repo's app" : "";
-  const Table plain = table;
   for (std::string& heading : table.headings) heading = console.style().bold(heading);
   table.rows.insert(table.rows.begin(), table.headings);
-  std::string text = Format::table(table.rows);
-  if (console.isTerminal(Stream::out) && !fits(text, console.width())) text = narrowApps(plain, console.width());
-  return text + end;
+  std::string text =
+      console.isTerminal(Stream::out) ? Format::folded(table.rows, 2, console.width()) : Format::table(table.rows);
+  return text + (linked ? "\n● this repo's app" : "");
 }
 
 void runApps(Context& context, const TableOptions& options) {

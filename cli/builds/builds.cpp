@@ -63,7 +63,7 @@ void declareBuild(Command& command, std::optional<BuildReference>& build, const 
 void BuildTarget::declare(Command& command) {
   declareBuild(command, build, "The build: its number (45), version and number (\"1.2 (45)\") or Apple's ID.", true);
   platform.declare(command, "ios, macos, tvos or visionos, where a number is on several.");
-  app.declare(command, false);
+  app.declare(command);
 }
 
 std::string BuildTarget::next(const std::string& command, const ManagedBuild& about) const {
@@ -129,33 +129,6 @@ std::string styledState(const ManagedBuild& build, const TextStyles& style) {
   }
 }
 
-bool fits(const std::string& text, int width) {
-  auto lines = Text::split(TextStyle::plain(text), '\n');
-  return std::all_of(lines.begin(), lines.end(),
-                     [&](const std::string& line) { return Text::columns(line) <= static_cast<std::size_t>(width); });
-}
-
-/// The same rows for a window that they are too wide for: what a build is, and below it the rest.
-std::string narrowText(const std::vector<std::vector<std::string>>& rows, int width) {
-  constexpr std::size_t first = 3;
-  std::vector<std::vector<std::string>> heads;
-  for (const auto& row : rows) heads.emplace_back(row.begin(), row.begin() + first);
-  auto lines = Text::split(Format::table(heads), '\n');
-  bool wide = fits(Text::joined(lines, "\n"), width);
-  std::string text = wide ? lines.front() : "";
-  for (std::size_t at = 1; at < rows.size(); ++at) {
-    const auto& row = rows[at];
-    if (!text.empty()) text += "\n";
-    text += wide ? lines[at] : row[0] + "  " + row[1] + "\n  " + TextStyle::wrap(row[2], width - 2, 2);
-    std::vector<std::string> rest;
-    for (std::size_t column = first; column < row.size(); ++column) {
-      if (!row[column].empty()) rest.push_back(rows.front()[column] + " " + row[column]);
-    }
-    text += "\n  " + TextStyle::wrap(Text::joined(rest, "  "), width - 2, 2);
-  }
-  return text;
-}
-
 std::string buildsText(const TestFlightBuilds& answer, const ListOptions& options, const Console& console, Moment now) {
   if (answer.builds.empty()) {
     return "No builds" + forPlatform(options.platform.platform) + " yet: kestu builds upload sends one.";
@@ -169,8 +142,7 @@ std::string buildsText(const TestFlightBuilds& answer, const ListOptions& option
                     groupNames(build, answer.groups)});
     while (rows.back().back().empty()) rows.back().pop_back();
   }
-  std::string text = Format::table(rows);
-  if (console.isTerminal(Stream::out) && !fits(text, console.width())) text = narrowText(rows, console.width());
+  std::string text = console.isTerminal(Stream::out) ? Format::folded(rows, 3, console.width()) : Format::table(rows);
   auto unanswered = std::find_if(answer.builds.begin(), answer.builds.end(), [](const ManagedBuild& build) {
     return build.stateKind() == BuildState::missingCompliance && build.canDeclareExempt;
   });
@@ -228,7 +200,7 @@ void addList(Command& group) {
   Command& command = group.add("list", "The app's newest builds on every platform, and where each is.");
   auto options = std::make_shared<ListOptions>();
   options->platform.declare(command, "Only one platform's: ios, macos, tvos or visionos.");
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
 }
@@ -236,7 +208,7 @@ void addList(Command& group) {
 std::shared_ptr<NewestOptions> addNewest(Command& command, void (*run)(Context&, const NewestOptions&)) {
   auto options = std::make_shared<NewestOptions>();
   options->platform.declare(command, "ios (to start with), macos, tvos or visionos.");
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options, run](Context& context) { run(context, *options); };
   return options;
@@ -256,7 +228,7 @@ void addBuilds(Command& command) {
   next.option({{"--version"},
                "version",
                "Only builds of this version, for an app whose numbers start again with each version.",
-               [options](const std::string& value) { options->version = Text::trimmed(value); },
+               [options](const std::string& value) { options->version = versionGiven(value); },
                {},
                false});
   addBuildsUpload(command);

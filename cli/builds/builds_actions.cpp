@@ -263,7 +263,7 @@ void addBuildsTestNotes(Command& group) {
                 [&own](const std::string& file) { own.file = file; });
     declareWord(command, "--locale", "locale",
                 "Apple's code for its language (en-US). The app's primary language when left out.",
-                [&own](const std::string& locale) { own.locale = locale; });
+                [&own](const std::string& locale) { own.locale = localeGiven(locale); });
   });
   command.validate = [options] {
     if (options->text && options->file) throw UsageError("Give the text, or --file, but not both.");

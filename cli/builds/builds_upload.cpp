@@ -118,7 +118,7 @@ void runUpload(Context& context, const UploadOptions& options) {
   std::string done = "✓ Uploaded " + build + ". Apple is processing it, usually 5 to 30 minutes.";
   JSONData answer = request;
   answer.set("uploadId", uploadId);
-  if (!options.wait) return options.emit(console, answer, done);
+  if (!options.wait) return options.emit(console, answer, done + "\nNext: " + commandAbout("wait", file, options));
   options.say(console, done);
   BuildTarget target{std::nullopt, options.platform, options.app};
   BuildWait::Goal goal{referenceTo(file), file.platform, false, false, past};
@@ -132,11 +132,11 @@ void runUpload(Context& context, const UploadOptions& options) {
   options.emit(console, answer, reachedText(reached->build, target));
 }
 
-/// An option whose text is kept without blanks around it.
-void declareText(Command& command, const std::string& name, const std::string& help,
-                 std::optional<std::string>& target) {
+/// An option whose text `read` takes, or refuses.
+void declareText(Command& command, const std::string& name, const std::string& help, std::optional<std::string>& target,
+                 std::string (*read)(const std::string&)) {
   command.option(
-      {{"--" + name}, name, help, [&target](const std::string& value) { target = Text::trimmed(value); }, {}, false});
+      {{"--" + name}, name, help, [&target, read](const std::string& value) { target = read(value); }, {}, false});
 }
 
 // remove
@@ -178,13 +178,14 @@ void addBuildsUpload(Command& group) {
       "that.";
   auto options = std::make_shared<UploadOptions>();
   command.argument({"file", "The .ipa or .pkg.", [options](const std::string& value) { options->file = value; }, true});
-  declareText(command, "version", "Its version, when the file doesn't say.", options->given.version);
-  declareText(command, "build", "Its build number, when the file doesn't say.", options->given.number);
+  declareText(command, "version", "Its version, when the file doesn't say.", options->given.version, versionGiven);
+  declareText(command, "build", "Its build number, when the file doesn't say.", options->given.number,
+              buildNumberGiven);
   options->platform.declare(command, "ios, macos, tvos or visionos, when the file doesn't say.");
   command.flag({"--wait"}, options->wait, "Wait until Apple has processed it.");
   options->time.declare(command, "How long --wait waits, in minutes.");
   command.flag({"--dry-run"}, options->dryRun, "Show what it would upload, and send nothing.");
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.validate = [options] {
     if (options->time.given && !options->wait) throw UsageError("--timeout is for --wait: give both, or neither.");
@@ -203,9 +204,10 @@ void addBuildsRemove(Command& group) {
   auto options = std::make_shared<RemoveOptions>();
   declareBuild(command, options->target.build, "The build: its number (45), or version and number (\"1.2 (45)\").",
                true);
-  declareText(command, "upload", "Which upload, by the ID listed where a build has several.", options->uploadId);
+  declareText(command, "upload", "Which upload, by the ID listed where a build has several.", options->uploadId,
+              [](const std::string& value) { return Text::trimmed(value); });
   options->target.platform.declare(command, "ios, macos, tvos or visionos, where a number is on several.");
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runRemove(context, *options); };
 }

@@ -99,7 +99,7 @@ void addBuildsWait(Command& group) {
   options->target.platform.declare(command, "ios, macos, tvos or visionos.");
   command.flag({"--testable"}, options->testable, "Until testers can install it, not only until it's processed.");
   options->time.declare(command, "How long to wait, in minutes.");
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runWait(context, *options); };
 }

@@ -94,7 +94,7 @@ void addCheck(Command& group) {
                       options->folder = value;
                     },
                     false});
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->declare(command);
   command.run = [options](Context& context) { runCheck(context, *options); };
 }

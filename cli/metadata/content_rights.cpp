@@ -63,7 +63,7 @@ void addContentRights(Command& group) {
   Command& command = group.add("content-rights", "Whether the app uses content of others: the answer, and setting it.");
   auto addShow = [](Command& to) {
     auto shown = std::make_shared<ShowOptions>();
-    shown->app.declare(to, false);
+    shown->app.declare(to);
     shown->GlobalOptions::declare(to);
     to.run = [shown](Context& context) { runShow(context, *shown); };
   };
@@ -84,7 +84,7 @@ void addContentRights(Command& group) {
               },
               {"yes", "no"},
               false});
-  options->app.declare(set, false);
+  options->app.declare(set);
   options->ChangeOptions::declare(set);
   set.validate = [options] {
     if (!options->rights) throw UsageError("--third-party-content says yes or no.");

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::chrono::seconds longestCall = 25s;
 constexpr std::chrono::seconds pause = 5s;
+constexpr std::chrono::minutes longestOutage = 5min;
 
 /// Too many calls for the moment, unlike those of some hours or days, whose end no wait outlasts.
 bool crowded(int status, const Refusal& refusal) {
@@ -80,9 +81,16 @@ class Waiting {
       auto wait = client_.decoded(std::move(answer), BuildsWait::read);
       answered_ = true;
       lost_.reset();
+      unread_ = false;
       return wait;
     } catch (const CLIError& error) {
       if (error.kind != CLIError::Kind::unavailable && !crowded(status, refusal)) throw;
+      bool answers = status >= 200 && status < 300;
+      // One may have been cut short; a second is what the service says now.
+      if (answers && std::exchange(unread_, true)) throw;
+      if (!answers) unread_ = false;
+      if (!lost_) lostSince_ = clock_.continuous();
+      if (clock_.continuous() - lostSince_ >= longestOutage) throw;
       bool said = status == 0 || (status >= 300 && refusal.message);
       if (!lost_ && listener_.trouble) listener_.trouble(said ? error.description : troubleOf(status));
       lost_ = error;
@@ -132,6 +140,8 @@ class Waiting {
   std::optional<std::string> seen_; // the last state, once it was listed
   std::optional<ManagedBuild> reached_;
   std::optional<CLIError> lost_; // why the last call had no answer of use
+  std::chrono::nanoseconds lostSince_{0};
+  bool unread_ = false; // the last answer couldn't be read
   bool answered_ = false;
   bool unlistedSaid_ = false;
 };

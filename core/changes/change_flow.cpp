@@ -1,5 +1,7 @@
 #include "core/changes/change_flow.hpp"
 
+#include "core/changes/blotting.hpp"
+#include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 
 #include <chrono>
@@ -57,22 +59,50 @@ Response<Plan> decided(const Client& client, const Plan& plan) {
   }
 }
 
-} // namespace
+Response<Plan> decidedOrTold(const Client& client, const Plan& plan) {
+  try {
+    return decided(client, plan);
+  } catch (const Stopped&) {
+    const ServiceContext& context = client.context();
+    context.console.error("The change still waits for your approval in the kestu app, until " +
+                          Format::moment(plan.expiresAt, context.clock.now()) + ".");
+    throw;
+  }
+}
 
-Response<ChangeAnswer> send(const Client& client, const ChangeRequest& request, bool dryRun, bool wait,
-                            const std::function<void(const Plan&)>& waiting) {
+Response<ChangeAnswer> sendOpenly(const Client& client, const ChangeRequest& request, bool dryRun, bool wait,
+                                  const std::function<void(const Plan&)>& waiting) {
   Query query = request.query;
   if (dryRun) query.push_back(Client::dryRun);
   auto answer = client.decoded(client.send(request.method, request.path, query, request.body), ChangeAnswer::read);
-  if (!wait || !answer.value.plan || !answer.value.plan->waits()) return answer;
+  if (dryRun || !answer.value.plan) return answer;
+  if (!answer.value.plan->waits()) {
+    if (answer.value.plan->state != "applied") throw outcome(*answer.value.plan);
+    return answer;
+  }
+  if (!wait) return answer;
   waiting(*answer.value.plan);
-  Response<Plan> plan = decided(client, *answer.value.plan);
+  Response<Plan> plan = decidedOrTold(client, *answer.value.plan);
   if (plan.value.state != "applied") throw outcome(plan.value);
   answer.value.plan = plan.value;
   JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
   whole.set("plan", JSONData::copied(JSONValue::parse(plan.body)));
   answer.body = whole.compact();
   return answer;
+}
+
+} // namespace
+
+Response<ChangeAnswer> send(const Client& client, const ChangeRequest& request, bool dryRun, bool wait,
+                            const std::function<void(const Plan&)>& waiting) {
+  if (!request.secret || request.secret->empty()) return sendOpenly(client, request, dryRun, wait, waiting);
+  try {
+    auto answer = sendOpenly(client, request, dryRun, wait, waiting);
+    answer.body = blottedJSON(answer.body, *request.secret);
+    return answer;
+  } catch (const CLIError& error) {
+    throw CLIError(error.kind, blotted(blotted(error.description, *request.secret), printable(*request.secret)));
+  }
 }
 
 } // namespace kestu::ChangeFlow

@@ -13,7 +13,8 @@ struct ChangeRequest {
   std::string method = "POST";
   std::string path;
   Query query;
-  std::optional<std::string> body; ///< JSON
+  std::optional<std::string> body;     ///< JSON
+  std::optional<std::string> secret{}; ///< a password in the body, which is blotted out wherever the service echoes it
 };
 
 namespace ChangeFlow {
@@ -26,8 +27,9 @@ struct Confirmation {
 };
 void confirm(const Confirmation& confirmation, const std::string& lines, Console& console, const std::stop_token& stop);
 
-/// Sends the change. With `wait`, a plan that waits is polled until it is decided, after one call of `waiting`;
-/// every outcome but "applied" is a CLIError.
+/// Sends the change. With `wait`, a plan that waits is polled until it is decided, after one call of `waiting`; a stop
+/// then tells that the change still waits. Every decision but "applied" is a CLIError, also one that the first answer
+/// brings.
 Response<ChangeAnswer> send(const Client& client, const ChangeRequest& request, bool dryRun, bool wait,
                             const std::function<void(const Plan&)>& waiting);
 

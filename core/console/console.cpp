@@ -3,6 +3,7 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <vector>
 
 namespace kestu {
 
@@ -18,6 +19,27 @@ bool hasStyles(const Terminal& terminal, const Environment& environment) {
 Spinner::Abilities abilities(const Terminal& terminal, const Environment& environment) {
   bool redraws = terminal.isTerminal(Stream::err) && !isDumb(environment);
   return {.spins = redraws && terminal.isTerminal(Stream::out), .redraws = redraws};
+}
+
+/// A line broken between words, those after the first indented as far as the words of the first.
+std::string sentence(const std::string& line, int width) {
+  constexpr std::string_view next = "Next: ", command = ": kestu ";
+  auto columns = [](std::string_view text) { return static_cast<int>(Text::columns(TextStyle::plain(text))); };
+  if (columns(line) <= width || line.starts_with(next)) return line;
+  bool marked = line.starts_with("✓ ") || line.starts_with("● ");
+  int indent = marked ? 2 : static_cast<int>(std::min(line.find_first_not_of(' '), line.size()));
+  std::size_t copied = line.rfind(command);
+  if (copied == std::string::npos) return TextStyle::wrap(line, width, indent);
+  std::string head = TextStyle::wrap(line.substr(0, copied + 1), width, indent);
+  std::string tail = line.substr(copied + 2);
+  bool fits = columns(head.substr(head.rfind('\n') + 1)) + 1 + columns(tail) <= width;
+  return head + (fits ? " " : "\n" + std::string(static_cast<std::size_t>(indent), ' ')) + tail;
+}
+
+std::string sentences(std::string_view text, int width) {
+  std::vector<std::string> lines = Text::split(text, '\n');
+  for (std::string& line : lines) line = sentence(line, width);
+  return Text::joined(lines, "\n");
 }
 
 /// Holds the spinner while a question is on the screen, however it ends.
@@ -42,9 +64,25 @@ int Console::width() const { return terminalWidth(terminal_, givenColumns_); }
 
 void Console::out(std::string_view text) { spinner_.write(Stream::out, text); }
 
-void Console::line(std::string_view text) { spinner_.write(Stream::out, std::string(text) + "\n"); }
+std::string Console::folded(Stream stream, std::string_view text) const {
+  if (!isTerminal(stream)) return std::string(text);
+  return sentences(text, terminal_.columns().value_or(width()));
+}
 
-void Console::error(std::string_view message) { spinner_.write(Stream::err, std::string(message) + "\n"); }
+void Console::line(std::string_view text) { spinner_.write(Stream::out, folded(Stream::out, text) + "\n"); }
+
+void Console::error(std::string_view message) { spinner_.write(Stream::err, folded(Stream::err, message) + "\n"); }
+
+void Console::failure(std::string_view message) {
+  if (!styles() || !isTerminal(Stream::err)) return error(message);
+  std::size_t end = std::min(message.find('\n'), message.size());
+  std::string text;
+  for (const std::string& line : Text::split(folded(Stream::err, message.substr(0, end)), '\n')) {
+    text += style_.red(line) + "\n";
+  }
+  if (end < message.size()) text += folded(Stream::err, message.substr(end + 1)) + "\n";
+  spinner_.write(Stream::err, text);
+}
 
 bool Console::ask(std::string_view question, const std::stop_token& stop) {
   Question asking(spinner_);

@@ -36,9 +36,15 @@ class Console {
   /// Columns for what is written to standard output.
   int width() const;
 
-  void out(std::string_view text);      ///< to standard output as it is
-  void line(std::string_view text);     ///< to standard output, with a line feed
-  void error(std::string_view message); ///< to standard error, with a line feed
+  /// The window's lines, when there is a window.
+  std::optional<int> rows() const { return terminal_.rows(); }
+
+  void out(std::string_view text); ///< to standard output as it is
+
+  /// With a line feed, and at a terminal broken between words; a command line to be copied stays whole.
+  void line(std::string_view text);       ///< to standard output
+  void error(std::string_view message);   ///< to standard error
+  void failure(std::string_view message); ///< the same, its first line in red at a terminal
 
   /// Asks with " [y/N] "; only "y" and "yes" are yes. Throws Stopped.
   bool ask(std::string_view question, const std::stop_token& stop);
@@ -67,6 +73,8 @@ class Console {
   }
 
  private:
+  std::string folded(Stream stream, std::string_view text) const;
+
   Terminal& terminal_;
   const std::optional<int> givenColumns_;
   const TextStyles style_;

@@ -66,13 +66,15 @@ std::string Progress::text(std::chrono::nanoseconds elapsed) const {
     facts.push_back(fmt::format("{} of {} {}", parts_, totalParts_, totalParts_ == 1 ? unit_.one : unit_.many));
   }
   double seconds = std::chrono::duration<double>(elapsed).count();
-  // The first second tells nothing yet about a speed.
-  if (totalBytes_ > 0 && bytes_ > 0 && seconds >= 1) {
-    double speed = static_cast<double>(bytes_) / seconds;
+  double speed = seconds > 0 ? static_cast<double>(bytes_) / seconds : 0;
+  // The first second tells nothing yet about a speed, and less than 1 KB a second would be shown as none.
+  if (totalBytes_ > 0 && seconds >= 1 && speed >= 1024) {
     auto left = static_cast<double>(totalBytes_ - std::min(bytes_, totalBytes_)) / speed;
     facts.push_back(Format::bytes(static_cast<std::uint64_t>(speed)) + "/s");
-    // Beyond days it would only be noise, and too large to count.
-    if (left < 100 * 3600) facts.push_back(clockFace(static_cast<std::uint64_t>(std::llround(left))) + " left");
+    // A start says little about the rest. Beyond days it would only be noise, and too large to count.
+    bool means = seconds >= 10 || (seconds >= 3 && bytes_ >= totalBytes_ / 20);
+    if (means && left < 100 * 3600)
+      facts.push_back(clockFace(static_cast<std::uint64_t>(std::llround(left))) + " left");
   }
   std::string line = Text::joined(facts, "  ");
   bool narrow = console_.redraws() && Text::columns(line) >= static_cast<std::size_t>(console_.width());

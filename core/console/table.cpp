@@ -70,6 +70,59 @@ std::string table(const std::vector<Row>& rows) {
 
 std::string table(const Table& table) { return Format::table(withHeadings(table)); }
 
+namespace {
+
+bool fits(const std::string& text, int width) {
+  auto lines = Text::split(TextStyle::plain(text), '\n');
+  return std::all_of(lines.begin(), lines.end(), [&](const std::string& line) {
+    return Text::columns(line) <= static_cast<std::size_t>(std::max(width, 0));
+  });
+}
+
+/// The first cells of a row where not even those fit beside each other.
+std::string stacked(const Row& row, std::size_t firstCells, int width) {
+  Row cells(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(std::min(firstCells, row.size())));
+  std::erase(cells, "");
+  return TextStyle::wrap(Text::joined(cells, "  "), width, 2);
+}
+
+} // namespace
+
+std::string folded(const std::vector<Row>& rows, std::size_t firstCells, int width) {
+  std::string whole = table(rows);
+  if (fits(whole, width)) return whole;
+  std::vector<Row> heads;
+  for (const Row& row : rows) {
+    heads.emplace_back(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(std::min(firstCells, row.size())));
+  }
+  auto lines = Text::split(table(heads), '\n');
+  bool beside = fits(Text::joined(lines, "\n"), width);
+  std::string text = beside ? lines.front() : "";
+  for (std::size_t at = 1; at < rows.size(); ++at) {
+    const Row& row = rows[at];
+    text += (text.empty() ? "" : "\n") + (beside ? lines[at] : stacked(row, firstCells, width));
+    Row rest;
+    for (std::size_t column = firstCells; column < row.size(); ++column) {
+      if (!row[column].empty()) rest.push_back(rows.front()[column] + " " + row[column]);
+    }
+    if (!rest.empty()) text += "\n  " + TextStyle::wrap(Text::joined(rest, "  "), width - 2, 2);
+  }
+  return text;
+}
+
+std::string facts(const std::vector<std::pair<std::string, std::string>>& rows, int width) {
+  std::size_t longest = 0;
+  for (const auto& [name, text] : rows) longest = std::max(longest, TextStyle::width(name));
+  auto indent = static_cast<int>(longest) + 2;
+  std::vector<std::string> lines;
+  for (const auto& [name, text] : rows) {
+    std::string gap(longest - TextStyle::width(name) + 2, ' ');
+    // Wrapped beside the name, so that the first line is as long as the others.
+    lines.push_back(TextStyle::wrap(name + gap + text, width, indent));
+  }
+  return Text::joined(lines, "\n");
+}
+
 std::string csv(const Table& table) {
   std::string result;
   for (const Row& row : withHeadings(table)) {

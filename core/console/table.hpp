@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kestu {
@@ -19,6 +21,13 @@ std::string table(const std::vector<std::vector<std::string>>& rows);
 
 /// The same with the headings as the first row.
 std::string table(const Table& table);
+
+/// The rows, the first of them the headings, for a window of so many columns: the table where it fits, else each row's
+/// first cells, with the others below them behind their headings.
+std::string folded(const std::vector<std::vector<std::string>>& rows, std::size_t firstCells, int width);
+
+/// Rows of a name and a text, which is broken between words within its column.
+std::string facts(const std::vector<std::pair<std::string, std::string>>& rows, int width);
 
 /// RFC 4180 with line feeds, the last row ended too; without style sequences.
 std::string csv(const Table& table);

@@ -64,7 +64,7 @@ std::string heldText(const ListingChange& change, const StoreListing& store, con
 ChangeRequest request(const ListingTarget& target, const ListingChange& change, bool dryRun) {
   ListingChange sent = change;
   if (dryRun) sent.demoPassword.reset(); // nothing that is only looked at needs it
-  return {"POST", target.path, target.query(), sent.request().compact()};
+  return {"POST", target.path, target.query(), sent.request().compact(), sent.demoPassword};
 }
 
 std::vector<ListingDifference> testNotes(const RepoListing& repo, const StoreListing& store,

@@ -53,7 +53,12 @@ class Keychain final : public TokenStore {
         CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(secret.data()), static_cast<CFIndex>(secret.size())));
     CFDictionarySetValue(item.get(), kSecAttrLabel, text(label).get());
     CFDictionarySetValue(item.get(), kSecValueData, data.get());
-    throwUnless(SecItemAdd(item.get(), nullptr), false);
+    OSStatus status = SecItemAdd(item.get(), nullptr);
+    for (int attempt = 0; status == errSecDuplicateItem && attempt < 10; ++attempt) {
+      erase(account); // another process was quicker
+      status = SecItemAdd(item.get(), nullptr);
+    }
+    throwUnless(status, false);
   }
 
   void erase(std::string_view account) override { throwUnless(SecItemDelete(query(account).get()), true); }

@@ -91,6 +91,12 @@ std::optional<int> SystemTerminal::columns() const {
   return columns ? columns : columnsOf(STDERR_FILENO);
 }
 
+std::optional<int> SystemTerminal::rows() const {
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return std::nullopt;
+  return size.ws_row;
+}
+
 void SystemTerminal::write(Stream stream, std::string_view bytes) {
   int descriptor = descriptorOf(stream);
   while (!bytes.empty()) {

@@ -28,6 +28,9 @@ class Terminal {
   /// The window's columns, always above 0; none when there is no window or the system doesn't say.
   virtual std::optional<int> columns() const = 0;
 
+  /// The window's lines, likewise.
+  virtual std::optional<int> rows() const { return std::nullopt; }
+
   /// Writes all the bytes. Throws BrokenPipe, or std::system_error, for standard output; what standard error doesn't
   /// take is lost, as there is nowhere left to tell of it.
   virtual void write(Stream stream, std::string_view bytes) = 0;
@@ -40,6 +43,7 @@ class SystemTerminal final : public Terminal {
  public:
   bool isTerminal(Stream stream) const override;
   std::optional<int> columns() const override;
+  std::optional<int> rows() const override;
   void write(Stream stream, std::string_view bytes) override;
   std::optional<std::string> readLine(const std::stop_token& stop) override;
 

@@ -19,6 +19,11 @@ class TokenStore {
  public:
   static constexpr std::string_view service = "com.kestu.cli";
   static constexpr std::string_view label = "kestu CLI";
+#ifdef __APPLE__
+  static constexpr bool isKeychain = true;
+#else
+  static constexpr bool isKeychain = false;
+#endif
 
   virtual ~TokenStore() = default;
   virtual std::optional<std::string> find(std::string_view account) = 0;

@@ -71,7 +71,12 @@ std::string Client::checked(HTTPAnswer answer) const {
 }
 
 CLIError Client::error(int status, std::string_view body) const {
-  return Refusal::read(body).asError(status, context_.announced.newer(), context_.clock.now());
+  CLIError error = Refusal::read(body).asError(status, context_.announced.newer(), context_.clock.now());
+  bool refused = error.kind == CLIError::Kind::signedOut || (status == 403 && error.kind == CLIError::Kind::notAllowed);
+  if (refused && token_ && token_->isFromEnvironment()) {
+    error.description += "\nKESTU_TOKEN is this sign-in: set it to another token, or unset it.";
+  }
+  return error;
 }
 
 } // namespace kestu

@@ -13,9 +13,12 @@ CLIError notKept(const KeyringError& failure) {
                                       "). Unlock it (security unlock-keychain) and run kestu login again."};
 }
 
+/// There is nothing to unlock where there is no keyring at all, which only the Keychain is known not to be.
 CLIError notReached(const KeyringError& failure) {
-  return {CLIError::Kind::failed, "Couldn't read the Keychain (" + printable(failure.what()) +
-                                      "). Unlock it (security unlock-keychain), or set KESTU_TOKEN."};
+  std::string advice = TokenStore::isKeychain ? "Unlock it (security unlock-keychain), or set KESTU_TOKEN."
+                                              : "Set KESTU_TOKEN, or sign in where there is one.";
+  return {CLIError::Kind::signedOut,
+          "Not signed in: this machine's keyring can't be reached (" + printable(failure.what()) + "). " + advice};
 }
 
 std::optional<Token> fromEnvironment(const Environment& environment) {
@@ -25,7 +28,7 @@ std::optional<Token> fromEnvironment(const Environment& environment) {
     throw CLIError(CLIError::Kind::usage,
                    "KESTU_TOKEN isn't a token: it has blanks or other characters in it that no token has.");
   }
-  return Token(text);
+  return Token(text, Token::Source::environment);
 }
 
 } // namespace
@@ -54,7 +57,7 @@ void Credentials::checkKeyring() const {
   try {
     store_.check();
   } catch (const KeyringError& failure) {
-    throw notKept(failure);
+    throw TokenStore::isKeychain ? notKept(failure) : notReached(failure);
   }
 }
 

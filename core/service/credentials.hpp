@@ -11,7 +11,8 @@
 namespace kestu {
 
 /// The sign-in's token: KESTU_TOKEN from the environment, which always wins, or the keyring's item for the service's
-/// origin. Keyring failures while reading are a CLIError of kind failed.
+/// origin. A keyring that can't be reached is a CLIError of kind
+/// signedOut.
 class Credentials {
  public:
   enum class Source { environment, stored };

@@ -129,7 +129,8 @@ std::unique_ptr<curl_slist, FreeList> headerLines(const HTTPRequest& request) {
   if (request.token) append(list, "Authorization: Bearer " + request.token->reveal());
   // Waiting for "100 Continue" would cost a second a part where a server does not send it.
   append(list, "Expect:");
-  if (request.body && std::none_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
+  // Without a body too, the library would name a form's type.
+  if (std::none_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
         return header.first.size() == 12 &&
                std::equal(header.first.begin(), header.first.end(), "content-type",
                           [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });

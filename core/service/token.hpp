@@ -9,7 +9,12 @@ namespace kestu {
 /// `reveal` is for the request's header and the keyring alone.
 class Token {
  public:
-  explicit Token(std::string secret) : secret_(std::move(secret)) {}
+  enum class Source { service, environment };
+
+  explicit Token(std::string secret, Source source = Source::service) : secret_(std::move(secret)), source_(source) {}
+
+  /// Whether KESTU_TOKEN gave it, so that signing in wouldn't replace it.
+  bool isFromEnvironment() const { return source_ == Source::environment; }
   const std::string& reveal() const { return secret_; }
 
   /// Whether the text can stand in a header: visible ASCII characters only.
@@ -22,6 +27,7 @@ class Token {
 
  private:
   std::string secret_;
+  Source source_;
 };
 
 } // namespace kestu

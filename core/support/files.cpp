@@ -88,7 +88,7 @@ void writeAtomically(const std::filesystem::path& file, std::string_view bytes) 
     if (!ignored) target = resolved;
   }
   struct stat facts {};
-  mode_t mode = 0644;
+  std::optional<mode_t> mode;
   if (::stat(target.c_str(), &facts) == 0) mode = facts.st_mode & 07777;
   IncomingFile incoming(target);
   incoming.write(bytes);

@@ -38,7 +38,8 @@ namespace Files {
 std::optional<std::string> read(const std::filesystem::path& file, std::uint64_t limit);
 
 /// Writes beside the target, then renames over it, so that a reader sees the old file or the new one, never a part.
-/// Keeps the permissions of the file that it replaces and writes through a symbolic link. Errors are std::system_error.
+/// Keeps the permissions of the file that it replaces, gives a new one those of the umask, and writes through a
+/// symbolic link. Errors are std::system_error.
 void writeAtomically(const std::filesystem::path& file, std::string_view bytes);
 
 /// Renames a file, a link or a folder where nothing may be in the way: false, and nothing done, when something is. A

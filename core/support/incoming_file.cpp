@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstdlib>
+#include <random>
 #include <system_error>
 
 #include <fcntl.h>
@@ -32,6 +32,14 @@ std::filesystem::path hidden(const std::filesystem::path& file, std::string_view
   return file.parent_path() / ("." + name.substr(0, length) + std::string(mark) + std::string(end));
 }
 
+std::string randomEnd() {
+  constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+  std::random_device random;
+  std::string end;
+  while (end.size() < markedLength) end += letters[random() % letters.size()];
+  return end;
+}
+
 bool isHiddenName(const std::string& name) {
   if (name.size() <= mark.size() + markedLength || name.front() != '.') return false;
   std::string_view end = std::string_view(name).substr(name.size() - mark.size() - markedLength);
@@ -41,11 +49,15 @@ bool isHiddenName(const std::string& name) {
 
 } // namespace
 
-IncomingFile::IncomingFile(const std::filesystem::path& target)
-    : target_(target), path_(hidden(target, "XXXXXX").string()) {
-  descriptor_ = ::mkstemp(path_.data());
+IncomingFile::IncomingFile(const std::filesystem::path& target) : target_(target) {
+  // Made with the permissions that any new file gets here, so that the umask counts.
+  constexpr int attempts = 100;
+  for (int attempt = 0; descriptor_ < 0 && attempt < attempts; ++attempt) {
+    path_ = hidden(target, randomEnd()).string();
+    descriptor_ = ::open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor_ < 0 && errno != EEXIST) break;
+  }
   if (descriptor_ < 0) fail(target);
-  ::fcntl(descriptor_, F_SETFD, FD_CLOEXEC);
   // Held for as long as somebody writes; without it the file counts as left behind.
   ::flock(descriptor_, LOCK_EX | LOCK_NB);
 }
@@ -65,18 +77,19 @@ void IncomingFile::write(std::string_view bytes) {
   }
 }
 
-void IncomingFile::flush(mode_t mode) {
-  if (::fchmod(descriptor_, mode) != 0 || ::fsync(descriptor_) != 0) fail(target_);
+void IncomingFile::flush() {
+  if (::fsync(descriptor_) != 0) fail(target_);
 }
 
-void IncomingFile::replaceTarget(mode_t mode) {
-  flush(mode);
+void IncomingFile::replaceTarget(std::optional<mode_t> mode) {
+  if (mode && ::fchmod(descriptor_, *mode) != 0) fail(target_);
+  flush();
   if (::rename(path_.c_str(), target_.c_str()) != 0) fail(target_);
   path_.clear();
 }
 
 bool IncomingFile::becomeTarget() {
-  flush(0644);
+  flush();
   if (!Files::moveWithoutReplacing(path_, target_)) return false;
   path_.clear();
   return true;

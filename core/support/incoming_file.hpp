@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,8 +22,8 @@ class IncomingFile {
   void write(std::string_view bytes);
   std::uint64_t size() const { return size_; }
 
-  /// Flushed to the disk and renamed over the target.
-  void replaceTarget(mode_t mode = 0644);
+  /// Flushed to the disk and renamed over the target; without permissions of its own with those that the umask leaves.
+  void replaceTarget(std::optional<mode_t> mode = std::nullopt);
 
   /// The same where nothing may be in the way: false, and the target left as it is, when something is.
   bool becomeTarget();
@@ -31,7 +32,7 @@ class IncomingFile {
   static void removeAbandoned(const std::filesystem::path& folder);
 
  private:
-  void flush(mode_t mode);
+  void flush();
 
   std::filesystem::path target_;
   std::string path_;

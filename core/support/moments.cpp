@@ -8,6 +8,10 @@ namespace kestu::Moments {
 
 namespace {
 
+/// A moment counts in 64 bits and so does what lies between two, which is why these are less than 292 years apart.
+constexpr std::chrono::sys_days earliest = std::chrono::year(1900) / 1 / 1;
+constexpr std::chrono::sys_days latest = std::chrono::year(2190) / 1 / 1;
+
 /// Takes exactly `digits` digits off the front.
 std::optional<int> take(std::string_view& text, std::size_t digits) {
   if (text.size() < digits) return std::nullopt;
@@ -71,6 +75,8 @@ std::optional<Moment> parse(std::string_view text) {
   if (!offset || !date.ok() || *hour > 23 || *minute > 59 || *second > 60) return std::nullopt;
   auto moment = std::chrono::sys_days(date) + std::chrono::hours(*hour) + std::chrono::minutes(*minute) +
                 std::chrono::seconds(*second) - *offset;
+  if (moment < earliest) return Moment(earliest);
+  if (moment > latest) return Moment(latest);
   return std::chrono::time_point_cast<Moment::duration>(moment + part);
 }
 

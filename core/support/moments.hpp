@@ -9,6 +9,7 @@
 namespace kestu::Moments {
 
 /// An ISO 8601 moment with its zone ("2026-11-21T14:00:00Z", with a fraction, with "+02:00"); none when it is not one.
+/// Before 1900 and after 2190 it is the nearest moment between them.
 std::optional<Moment> parse(std::string_view text);
 
 /// "2026-11-21T14:00:00Z", whole seconds in UTC.

@@ -98,6 +98,7 @@ std::vector<std::string> environmentOf(const ProcessRequest& request) {
     std::size_t equals = text.find('=');
     if (equals != std::string_view::npos) values.emplace(text.substr(0, equals), text.substr(equals + 1));
   }
+  for (const char* secret : {"KESTU_TOKEN", "KESTU_REVIEW_DEMO_PASSWORD"}) values.erase(secret);
   for (const auto& name : request.without) values.erase(name);
   for (const auto& [name, value] : request.environment) values[name] = value;
   std::vector<std::string> lines;

@@ -10,7 +10,8 @@
 
 namespace kestu {
 
-/// A program to run, without a shell and with nothing on its standard input.
+/// A program to run, without a shell and with nothing on its standard input. It never gets the token or the demo
+/// account's password in its environment.
 struct ProcessRequest {
   std::vector<std::string> arguments; ///< the program first: a path, or a name that PATH knows
   std::filesystem::path folder{};     ///< where it runs; here when empty

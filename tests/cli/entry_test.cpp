@@ -65,6 +65,7 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
            {{"assets", "psuh", "1.2"}, 2, "", "kestu assets has no command psuh. Did you mean push?"},
            {{"assets", "push"}, 2, "", "Missing <version>: "},
            {{"assets", "push", "1.2", "1.3"}, 2, "", "Nothing is expected at 1.3."},
+           {{"assets", "push", "1.2", "pull"}, 2, "", "Nothing is expected at pull."},
            {{"assets", "push", "1.2", "--forse"}, 2, "", "There's no option --forse here."},
            {{"assets", "push", "--", "--forse", "--json"}, 2, "", "Nothing is expected at --json."},
            {{"assets", "push", "1.2", "--locale", "--", "x"}, 2, "", "--locale needs a value.\n"},

@@ -20,6 +20,7 @@ namespace kestu::tests {
 class FakeTokenStore final : public TokenStore {
  public:
   bool broken = false;
+  std::function<void(std::string_view account)> saved;
   std::map<std::string, std::string, std::less<>> items;
 
   std::optional<std::string> find(std::string_view account) override {
@@ -29,6 +30,7 @@ class FakeTokenStore final : public TokenStore {
   }
   void save(std::string_view account, std::string_view secret) override {
     use();
+    if (saved) saved(account);
     items.insert_or_assign(std::string(account), std::string(secret));
   }
   void erase(std::string_view account) override {

@@ -16,7 +16,7 @@ class FakeTerminal final : public Terminal {
   bool inIsTerminal = false;
   bool outIsTerminal = false;
   bool errIsTerminal = false;
-  std::optional<int> windowColumns;
+  std::optional<int> windowColumns, windowRows;
 
   FakeTerminal() = default;
 
@@ -29,6 +29,7 @@ class FakeTerminal final : public Terminal {
   }
 
   std::optional<int> columns() const override { return windowColumns; }
+  std::optional<int> rows() const override { return windowRows; }
 
   void write(Stream stream, std::string_view bytes) override {
     std::lock_guard lock(mutex_);

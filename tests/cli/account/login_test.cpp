@@ -1,11 +1,18 @@
+#include "core/console/text_style.hpp"
+#include "core/support/text.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>
 
+#include <set>
+
 namespace kestu::tests {
 namespace {
 
-class LoginTest : public CommandTest {};
+class LoginTest : public CommandTest {
+ protected:
+  const std::string token = "/v1/auth/token";
+};
 
 TEST_F(LoginTest, FollowsTheSignInToItsEnd) {
   struct Row {
@@ -37,13 +44,86 @@ TEST_F(LoginTest, FollowsTheSignInToItsEnd) {
   }
 }
 
+TEST_F(LoginTest, WhatPassesAtAPollIsPolledAgain) {
+  struct Row {
+    sandbox::Fault fault;
+    int status;
+    std::string err; // how it begins
+    std::size_t polls;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{.path = token, .times = 2, .status = 503, .body = "<html>"}, 0, "", 3},
+           {{.path = token, .cut = true}, 0, "", 2},
+           {{.path = token, .status = 429}, 0, "", 2},
+           {{.path = token, .status = 426}, 11, "kestu CLI 1.1.2 is too old to use now. Update it: kestu update\n", 1},
+           {{.path = token, .status = 500, .body = R"({"error":"access_denied"})"}, 5, "Denied in the kestu app.", 1},
+           {{.path = token, .status = 404}, 1, "kestu no longer knows this sign-in. Run it again.\n", 1},
+           {{.path = token, .status = 200, .body = "{}"}, 9, "kestu's answer wasn't what this version", 1},
+           {{.path = token, .times = -1, .status = 502}, 9, "kestu couldn't answer (502). Try again in a moment.\n", 9},
+       }) {
+    SCOPED_TRACE(row.err + std::to_string(row.fault.status));
+    server.faults().clear();
+    server.forgetRequests();
+    server.scriptNextSignIn({});
+    server.onNext(row.fault);
+    Ran ran = run({"login"});
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
+    EXPECT_GE(calls("POST " + token), row.polls);
+    if (row.polls == 1) EXPECT_EQ(calls("POST " + token), 1U);
+  }
+}
+
+TEST_F(LoginTest, SaysWhoIsSignedInBeforeAndAfter) {
+  server.scriptNextSignIn({});
+  std::string first = run({"login"}).out;
+  EXPECT_EQ(first.find("so far"), std::string::npos) << first;
+  std::size_t start = first.find("✓ Signed in as ") + 17;
+  std::string who = first.substr(start, first.find('\n', start) - start);
+  EXPECT_TRUE(who.ends_with(")") && first.ends_with("\nNext: kestu link\n")) << first;
+  server.scriptNextSignIn({});
+  EXPECT_TRUE(run({"login", "--json"}).err.starts_with("Signed in as " + who + " so far: a new sign-in takes its"));
+}
+
 TEST_F(LoginTest, NoKeyringIsSaidBeforeAnybodyIsAsked) {
   store.broken = true;
-  Ran ran = run({"login"});
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "Couldn't keep the token in the Keychain (no keyring here). Unlock it (security unlock-keychain) "
-                     "and run kestu login again.\n");
+  for (const char* command : {"login", "apps", "whoami", "logout"}) {
+    SCOPED_TRACE(command);
+    Ran ran = run({command});
+    EXPECT_EQ(ran.status, 3);
+    EXPECT_EQ(ran.err, "Not signed in: this machine's keyring can't be reached (no keyring here). Set KESTU_TOKEN, or "
+                       "sign in where there is one.\n");
+  }
   EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(LoginTest, TheProbeOfTheKeyringHasANameOfItsOwn) {
+  std::set<std::string> names;
+  store.saved = [&](std::string_view name) { names.insert(std::string(name)); };
+  for (int i = 0; i < 3; ++i) store.check();
+  EXPECT_EQ(names.size(), 3U);
+  EXPECT_TRUE(store.items.empty());
+}
+
+TEST_F(LoginTest, ATokenThatIsRefusedIsNamedAsTheThingToMend) {
+  const std::string mend = "\nKESTU_TOKEN is this sign-in: set it to another token, or unset it.\n";
+  environment["KESTU_TOKEN"] = "stale";
+  Ran ran = run({"apps"});
+  EXPECT_EQ(ran.status, 3);
+  EXPECT_TRUE(ran.err.ends_with("Run kestu login." + mend)) << ran.err;
+  environment["KESTU_TOKEN"] = server.tokenFor({"sales"});
+  link();
+  EXPECT_TRUE(run({"builds", "list"}).err.ends_with("as you approve it." + mend));
+  environment.erase("KESTU_TOKEN");
+  store.items.insert_or_assign("token@" + server.origin(), "stale");
+  EXPECT_TRUE(run({"apps"}).err.ends_with("Run kestu login.\n"));
+}
+
+TEST_F(LoginTest, ACallWithoutABodyNamesNoContentType) {
+  signIn();
+  run({"logout"});
+  EXPECT_FALSE(server.requests().back().headers.contains("content-type"));
+  EXPECT_EQ(server.requests().back().path, "/v1/auth/revoke");
 }
 
 TEST_F(LoginTest, TheEnvironmentWins) {
@@ -93,6 +173,41 @@ TEST_F(LoginTest, DrawsTheCodeAtATerminalOnly) {
     EXPECT_EQ(ran.out.find("▀") != std::string::npos, drawn);
     EXPECT_NE((machine ? ran.err : ran.out).find("● Waiting for your approval in the kestu app, until "),
               std::string::npos);
+  }
+}
+
+TEST_F(LoginTest, TheLinkStaysInSightBesideTheCode) {
+  terminal.outIsTerminal = true;
+  terminal.windowColumns = 100;
+  auto lines = [](const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); };
+  auto shown = [&] {
+    server.scriptNextSignIn({});
+    store.items.clear();
+    std::string text = run({"login"}).out;
+    return text.substr(0, text.find("✓"));
+  };
+  const int all = lines(shown()) + 1; // the cursor's too
+  for (auto [fewer, drawn, linkFirst] :
+       {std::tuple(0, true, true), {1, true, false}, {3, true, false}, {4, false, true}}) {
+    SCOPED_TRACE(fewer);
+    terminal.windowRows = all - fewer;
+    std::string text = shown();
+    std::size_t link = text.find("Approve in kestu: "), code = text.find("▀");
+    EXPECT_EQ(code != std::string::npos, drawn);
+    EXPECT_EQ(link < code, linkFirst);
+    EXPECT_LE(lines(text.substr(link)) + 1, all - fewer);
+  }
+}
+
+TEST_F(LoginTest, WhatIsListedFitsTheWindow) {
+  signIn();
+  terminal.outIsTerminal = true;
+  for (const char* command : {"whoami", "apps"}) {
+    for (int width : {40, 80, 200}) {
+      terminal.windowColumns = width;
+      for (const std::string& line : Text::split(TextStyle::plain(run({command}).out), '\n'))
+        EXPECT_LE(Text::columns(line), std::size_t(width)) << line;
+    }
   }
 }
 

@@ -106,6 +106,16 @@ TEST_F(BuildsTest, WrongUseEndsBeforeAnyCall) {
            {{"expire"}, "Missing <build>"},
            {{"expire", " "}, "The build is empty."},
            {{"upload", "a.ipa", "--version", " "}, "--version needs a value."},
+           {{"upload", "a.pkg", "--build", "46", "--version", "--dry-run"}, "--version needs a value."},
+           {{"upload", "a.pkg", "--build", "46", "--version=", "--dry-run"}, "--version needs a value."},
+           {{"upload", "a.pkg", "--version=--dry-run"}, "--dry-run can't be a version: it's a number, as 1.2."},
+           {{"upload", "a.pkg", "--version", "v1.2"}, "v1.2 can't be a version: it's a number, as 1.2."},
+           {{"upload", "a.pkg", "--version", "1..2"}, "1..2 can't be a version: it's a number, as 1.2."},
+           {{"upload", "a.pkg", "--build", "1.0."}, "1.0. can't be a build number: it's one as 45 or 1.0.8."},
+           {{"upload", "a.pkg", "--build", "4 5"}, "4 5 can't be a build number: it's one as 45 or 1.0.8."},
+           {{"next-number", "--version", "beta"}, "beta can't be a version: it's a number, as 1.2."},
+           {{"test-notes", "45", "Rain.", "--locale", "de_DE"}, "de_DE can't be a language: it's written de-DE."},
+           {{"list", "-a", "Day\x1b[2J"}, "--app is an app's App Store ID, bundle ID or name, not Day?[2J."},
        }) {
     SCOPED_TRACE(row.message);
     Ran ran = builds(row.arguments);
@@ -209,42 +219,24 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
 }
 
 TEST_F(BuildsTest, ADryRunGivesItsChangesAsData) {
-  server.withState([](sandbox::State& state) {
-    for (auto& app : state.apps) app.name += "\x1b[2J";
-  });
-  struct Row {
-    std::vector<std::string> arguments;
-    std::string field;
-    nlohmann::json from, to;
-  };
-  const std::string longText = std::string(500, 'x') + "\nSun.";
-  for (const Row& row : std::vector<Row>{
-           {{"expire", "42"}, "state", "readyforexternal", "expired"},
-           {{"compliance", "44"}, "usesNonExemptEncryption", nullptr, "false"},
-           {{"distribute", "42", "--remove", "team"}, "groups", "Team, Friends & Family", "Friends & Family"},
-           {{"test-notes", "44", longText}, "What to Test en-US", nullptr, longText},
+  const std::string notes = std::string(500, 'x') + "\nSun.";
+  for (const auto& [arguments, expected] : std::vector<std::pair<std::vector<std::string>, nlohmann::json>>{
+           {{"expire", "42"}, {"state", "readyforexternal", "expired"}},
+           {{"compliance", "44"}, {"usesNonExemptEncryption", nullptr, "false"}},
+           {{"distribute", "42", "--remove", "team"}, {"groups", "Team, Friends & Family", "Friends & Family"}},
+           {{"test-notes", "44", notes}, {"What to Test en-US", nullptr, notes}},
        }) {
-    SCOPED_TRACE(row.field);
-    auto arguments = row.arguments;
-    arguments.insert(arguments.end(), {"--dry-run", "--json"});
-    Ran ran = builds(arguments);
-    auto answer = nlohmann::json::parse(ran.out);
-    EXPECT_TRUE(answer.contains("waits"));
-    ASSERT_EQ(answer["changes"].size(), 1U);
-    EXPECT_EQ(answer["changes"][0]["field"], row.field);
-    EXPECT_EQ(answer["changes"][0]["from"], row.from);
-    EXPECT_EQ(answer["changes"][0]["to"], row.to);
-    EXPECT_TRUE(std::string(answer["changes"][0]["place"]).starts_with("1."));
+    auto words = arguments;
+    words.insert(words.end(), {"--dry-run", "--json"});
+    auto change = nlohmann::json::parse(builds(words).out)["changes"].at(0);
+    EXPECT_EQ(nlohmann::json({change["field"], change["from"], change["to"]}), expected);
   }
-  Ran ran = builds({"compliance", "44", "--yes", "--json", "--app", "1234567890"});
-  EXPECT_EQ(
-      ran.err,
-      "Answer export compliance for Daylight Weather\\u{1b}[2J (com.example.daylight) 1.2 (44) for iOS. It uses no "
-      "encryption that needs documents.\n");
+  Ran ran = builds({"compliance", "44", "--yes", "--json"});
+  EXPECT_TRUE(ran.err.starts_with("Answer export compliance for Daylight Weather (com.example.daylight) 1.2 (44) for"));
   EXPECT_FALSE(nlohmann::json::parse(ran.out).contains("changes"));
   repo.write("kestu.json", R"({"appId": 2345678901, "bundleId": "com.example.tides"})");
   EXPECT_NE(builds({"expire", "43", "--app", "com.example.daylight"})
-                .err.find("Weather\\u{1b}[2J (com.example.daylight, not this repo's app) 1.2 (43) for iOS."),
+                .err.find("Weather (com.example.daylight, not this repo's app) 1.2 (43) for iOS."),
             std::string::npos);
 }
 
@@ -319,6 +311,37 @@ TEST_F(BuildsTest, ExpiringWaitsForTheApproval) {
             "Dry run: would expire Daylight Weather (com.example.daylight) 1.1 (42) for iOS, after your approval.\n");
   server.scriptNextPlan({.state = "denied"});
   EXPECT_EQ(builds({"expire", "42", "--yes"}).status, 5);
+  struct Row {
+    std::string state, error;
+    int status;
+    std::string err;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"denied", "", 5, "Denied in the kestu app. Nothing changed.\n"},
+           {"expired", "", 1, "No one decided it in time, so nothing changed. Run it again to ask again.\n"},
+           {"failed", "quota", 1, "kestu couldn't apply it (quota). Nothing changed.\n"},
+           {"failed", "", 1, "kestu couldn't apply it (failed). Nothing changed.\n"},
+       }) {
+    SCOPED_TRACE(row.err);
+    for (const char* option : {"--yes", "--no-wait"}) {
+      std::string error = row.error.empty() ? "null" : "\"" + row.error + "\"";
+      server.onNext({.path = base + "builds/",
+                     .method = "POST",
+                     .status = 200,
+                     .body = R"({"waits":true,"plan":{"id":"0d6f0b0e-8a52-4c7e-9d1f-2b1b5f1f4f00","state":")" +
+                             row.state + R"(","expiresAt":"9999-12-31T23:59:59Z","error":)" + error + "}}"});
+      ran = builds({"expire", "42", "-y", option});
+      EXPECT_EQ(ran.status, row.status);
+      EXPECT_EQ(ran.err, row.err);
+    }
+  }
+  server.scriptNextPlan({.waitingPolls = 9});
+  clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
+  EXPECT_THROW(builds({"expire", "42", "--yes"}), Stopped);
+  EXPECT_NE(terminal.errText().find("The change still waits for your approval in the kestu app, until "),
+            std::string::npos);
+  stopping = {};
+  clock.onSleep = nullptr;
   EXPECT_TRUE(
       builds({"expire", "42", "-y", "--no-wait"}).out.ends_with("\n● Waiting for your approval in the kestu app.\n"));
   EXPECT_EQ(build("42").state, "readyforexternal");

@@ -30,7 +30,8 @@ TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(ran.out,
             "Daylight.ipa: Daylight Weather (com.example.daylight) 1.3 (50) for iOS, 8 KB, straight to Apple…\n"
-            "✓ Uploaded 1.3 (50) for iOS. Apple is processing it, usually 5 to 30 minutes.\n");
+            "✓ Uploaded 1.3 (50) for iOS. Apple is processing it, usually 5 to 30 minutes.\n"
+            "Next: kestu builds wait \"1.3 (50)\" --platform ios\n");
   EXPECT_EQ(parts(), (bytes.size() + 999) / 1000);
   EXPECT_EQ(build("50").md5, MD5::hex(std::string_view(bytes)));
   for (const auto& request : server.requests()) {

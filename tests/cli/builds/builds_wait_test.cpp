@@ -156,6 +156,7 @@ TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
     sandbox::Fault fault;
     int status;
     std::string err;
+    std::size_t calls = 1;
   };
   for (const Row& row : std::vector<Row>{
            {{.path = path, .status = 401}, 3, "kestu no longer takes this sign-in"},
@@ -168,10 +169,13 @@ TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
             "Over the account's calls for this week."},
            {{.path = path, .times = -1, .status = 200, .body = "{}"},
             9,
-            "kestu's answer couldn't be read. Still waiting.\nkestu's answer wasn't what this version"},
+            "kestu's answer couldn't be read. Still waiting.\nkestu's answer wasn't what this version",
+            2},
+           {{.path = path, .times = 2, .status = 200, .body = "["}, 9, "kestu's answer couldn't be read.", 2},
            {{.path = path, .times = -1, .status = 502},
             9,
-            "kestu couldn't answer (502). Still waiting.\nkestu couldn't answer (502). Try again in a moment.\n"},
+            "kestu couldn't answer (502). Still waiting.\nkestu couldn't answer (502). Try again in a moment.\n",
+            12},
        }) {
     SCOPED_TRACE(row.err);
     processingFor(std::chrono::hours(9));
@@ -180,7 +184,17 @@ TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
     ran = builds({"wait", "44", "--timeout", "1"});
     EXPECT_EQ(ran.status, row.status);
     EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
-    EXPECT_EQ(asked().size(), row.fault.times < 0 ? 12U : 1U);
+    EXPECT_EQ(asked().size(), row.calls);
+    server.faults().clear();
+  }
+  // An outage, a shorter one, and one that a readable answer divides.
+  for (auto [skip, times, status, minutes] : {std::tuple(0, -1, 9, 5), {0, 50, 10, 60}, {1, -1, 9, 5}}) {
+    SCOPED_TRACE(times);
+    processingFor(std::chrono::hours(9));
+    server.onNext({.path = path, .skip = skip, .times = times, .status = 502});
+    auto begun = clock.continuous();
+    EXPECT_EQ(builds({"wait", "44"}).status, status);
+    EXPECT_EQ(std::chrono::round<std::chrono::minutes>(clock.continuous() - begun).count(), minutes);
     server.faults().clear();
   }
 }

@@ -43,6 +43,49 @@ TEST(Console, DecidesByTerminalAndEnvironment) {
   }
 }
 
+TEST(Console, BreaksSentencesBetweenWordsAtATerminal) {
+  struct {
+    int columns;
+    std::string_view text, expected;
+  } rows[] = {
+      {0, "One two three four", "One two three four"},
+      {12, "One two", "One two"},
+      {12, "One two three four", "One two\nthree four"},
+      {12, "✓ One two three\nfour five six", "✓ One two\n  three\nfour five\nsix"},
+      {12, "  One two three four", "  One two\n  three four"},
+      {12, "Next: kestu builds list --app Daylight", "Next: kestu builds list --app Daylight"},
+      {16, "To go on now: kestu builds wait 45", "To go on now:\nkestu builds wait 45"},
+      {12, "Uninterruptible", "Uninterruptible"},
+      {12, "日本語 日本語 日本語", "日本語\n日本語\n日本語"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    FakeTerminal terminal(row.columns);
+    terminal.outIsTerminal = terminal.errIsTerminal = row.columns > 0;
+    FakeClock clock;
+    Console console(terminal, Environment(Variables{{"NO_COLOR", ""}}), clock);
+    console.line(row.text);
+    console.error(row.text);
+    console.failure(row.text);
+    EXPECT_EQ(terminal.outText(), std::string(row.expected) + "\n");
+    EXPECT_EQ(terminal.errText(), std::string(row.expected) + "\n" + std::string(row.expected) + "\n");
+  }
+}
+
+TEST(Console, FailuresAreRedWhereBothStreamsAreATerminal) {
+  for (auto [out, err] : {std::pair(true, true), {true, false}, {false, true}}) {
+    FakeTerminal terminal(12);
+    terminal.outIsTerminal = out;
+    terminal.errIsTerminal = err;
+    FakeClock clock;
+    Console console(terminal, Environment(), clock);
+    console.failure("It failed here today:\n  a.png\n");
+    EXPECT_EQ(terminal.errText(), out && err ? "\x1B[31mIt failed\x1B[39m\n\x1B[31mhere today:\x1B[39m\n  a.png\n\n"
+                                  : err      ? "It failed\nhere today:\n  a.png\n\n"
+                                             : "It failed here today:\n  a.png\n\n");
+  }
+}
+
 TEST(Console, FindsItsWidth) {
   struct {
     bool out;
@@ -149,7 +192,23 @@ TEST(Progress, ShowsAtATerminalAtMostTenTimesASecond) {
   clock.advance(1000ms);
   progress.advance(1, 1);
   EXPECT_EQ(terminal.errText(), "\r\x1B[2KUploading  0 KB of 1.0 GB  0 of 64 parts"
-                                "\r\x1B[2KUploading  45 MB of 1.0 GB  3 of 64 parts  45 MB/s  0:22 left\r\x1B[2K");
+                                "\r\x1B[2KUploading  45 MB of 1.0 GB  3 of 64 parts  45 MB/s\r\x1B[2K");
+}
+
+TEST(Progress, TellsTheTimeLeftOnceItMeansSomething) {
+  for (auto [seconds, bytes, end] : {std::tuple(2, 20 << 20, "  10 MB/s"),
+                                     {3, 4 << 20, "  1 MB/s"},
+                                     {3, 6 << 20, "  2 MB/s  0:47 left"},
+                                     {10, 1 << 20, "  102 KB/s  16:30 left"},
+                                     {10, 1000, "  1 KB of 100 MB"}}) {
+    FakeTerminal terminal(100);
+    FakeClock clock;
+    Console console(terminal, Environment(), clock);
+    Progress progress(console, clock, "Sending", 100ULL << 20, 0);
+    clock.advance(seconds * 1000ms);
+    progress.advance(bytes, 0);
+    EXPECT_TRUE(terminal.errText().ends_with(end)) << terminal.errText();
+  }
 }
 
 TEST(Progress, KeepsTheTimeLeftInANarrowWindow) {
@@ -157,9 +216,9 @@ TEST(Progress, KeepsTheTimeLeftInANarrowWindow) {
   FakeClock clock;
   Console console(terminal, Environment(), clock);
   Progress progress(console, clock, "Uploading", 1ULL << 30, 64);
-  clock.advance(1000ms);
-  progress.advance(45ULL << 20, 3);
-  EXPECT_TRUE(terminal.errText().ends_with("\x1B[2KUploading  45 MB of 1.0 GB  45 MB/s  0:22 left"));
+  clock.advance(3000ms);
+  progress.advance(135ULL << 20, 3);
+  EXPECT_TRUE(terminal.errText().ends_with("\x1B[2KUploading  135 MB of 1.0 GB  45 MB/s  0:20 left"));
 }
 
 TEST(Progress, TellsAScriptEveryFiveSeconds) {

@@ -45,6 +45,17 @@ TEST(Process, GivesWhatAProgramWroteAndHowItEnded) {
   }
 }
 
+TEST(Process, GetsNoSecretOfThisProcess) {
+  for (const char* name : {"KESTU_TOKEN", "KESTU_REVIEW_DEMO_PASSWORD"}) {
+    SCOPED_TRACE(name);
+    ::setenv(name, "s3cret", 1);
+    ProcessResult result = Process::run({.arguments = {"env"}}, {});
+    ::unsetenv(name);
+    EXPECT_NE(result.out.find("PATH="), std::string::npos);
+    EXPECT_EQ(result.out.find("s3cret"), std::string::npos);
+  }
+}
+
 TEST(Process, DrainsBothPipesAtOnce) {
   auto result = shell("head -c 900000 /dev/zero >&2; head -c 900000 /dev/zero; head -c 100000 /dev/zero >&2");
   EXPECT_TRUE(result.succeeded());

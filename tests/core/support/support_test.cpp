@@ -23,6 +23,9 @@ TEST(Moments, ParseISO8601AndNothingElse) {
                                                         {"2026-12-31T23:30:00-0130", "2027-01-01T01:00:00Z"},
                                                         {"2024-02-29T00:00:00Z", "2024-02-29T00:00:00Z"},
                                                         {"1969-12-31T23:59:59Z", "1969-12-31T23:59:59Z"},
+                                                        {"9999-12-31T23:59:59Z", "2190-01-01T00:00:00Z"},
+                                                        {"0000-01-01T00:00:00+23:59", "1900-01-01T00:00:00Z"},
+                                                        {"2189-12-31T23:59:59Z", "2189-12-31T23:59:59Z"},
                                                         {"2026-02-29T00:00:00Z", ""},
                                                         {"2026-11-21T24:00:00Z", ""},
                                                         {"2026-11-21T14:60:00Z", ""},
@@ -35,6 +38,27 @@ TEST(Moments, ParseISO8601AndNothingElse) {
     SCOPED_TRACE(text);
     auto moment = Moments::parse(text);
     EXPECT_EQ(moment ? Moments::iso8601(*moment) : "", canonical);
+  }
+}
+
+TEST(Files, NewOnesFollowTheUmaskAndOthersKeepTheirs) {
+  TemporaryFolder folder;
+  struct Row {
+    mode_t umask;
+    int before; // the permissions of a file that is there; 0 for none
+    int after;
+  };
+  for (const Row& row : {Row{022, 0, 0644}, {077, 0, 0600}, {002, 0, 0664}, {077, 0640, 0640}, {0, 0600, 0600}}) {
+    SCOPED_TRACE(row.after);
+    auto file = folder.path() / "new.json";
+    std::filesystem::remove(file);
+    if (row.before != 0) folder.write("new.json", "old");
+    if (row.before != 0) std::filesystem::permissions(file, std::filesystem::perms(row.before));
+    mode_t usual = ::umask(row.umask);
+    Files::writeAtomically(file, "new");
+    ::umask(usual);
+    EXPECT_EQ(static_cast<int>(std::filesystem::status(file).permissions()), row.after);
+    EXPECT_EQ(Files::entries(folder.path()).size(), 1U);
   }
 }
 

@@ -1,0 +1,55 @@
+#include "core/changes/blotting.hpp"
+
+#include "core/support/json.hpp"
+#include "core/support/json_data.hpp"
+
+#include <algorithm>
+
+namespace kestu {
+
+namespace {
+
+/// One past the closing quotation mark of the text that begins at `start`.
+std::size_t endOfText(std::string_view document, std::size_t start) {
+  std::size_t at = start + 1;
+  while (at < document.size() && document[at] != '"') at += document[at] == '\\' ? 2 : 1;
+  return std::min(at + 1, document.size());
+}
+
+bool isKey(std::string_view document, std::size_t end) {
+  std::size_t next = document.find_first_not_of(" \t\r\n", end);
+  return next != std::string_view::npos && document[next] == ':';
+}
+
+} // namespace
+
+std::string blotted(std::string_view text, std::string_view secret) {
+  std::string result;
+  std::size_t at = 0;
+  while (!secret.empty()) {
+    std::size_t found = text.find(secret, at);
+    if (found == std::string_view::npos) break;
+    result.append(text.substr(at, found - at)).append("••••");
+    at = found + secret.size();
+  }
+  return result.append(text.substr(at));
+}
+
+std::string blottedJSON(std::string_view document, std::string_view secret) {
+  std::string result;
+  for (std::size_t at = 0; at < document.size();) {
+    if (document[at] != '"') {
+      result += document[at++];
+      continue;
+    }
+    std::size_t end = endOfText(document, at);
+    std::string_view literal = document.substr(at, end - at);
+    at = end;
+    std::string text = isKey(document, end) ? "" : JSONValue::parse(literal).text();
+    bool echoes = text.find(secret) != std::string::npos;
+    result.append(echoes ? JSONData(blotted(text, secret)).compact() : literal);
+  }
+  return result;
+}
+
+} // namespace kestu

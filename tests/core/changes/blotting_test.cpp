@@ -1,0 +1,30 @@
+#include "core/changes/blotting.hpp"
+
+#include <gtest/gtest.h>
+
+#include <tuple>
+#include <vector>
+
+namespace kestu {
+
+TEST(Blotting, HidesTheSecretWhereverItIsEchoed) {
+  for (const auto& [text, secret, expected] : std::vector<std::tuple<std::string, std::string, std::string>>{
+           {"pa55 is weak: pa55", "pa55", "•••• is weak: ••••"},
+           {"nothing", "pa55", "nothing"},
+           {"aaa", "a", "••••••••••••"},
+           {"any", "", "any"},
+       }) {
+    EXPECT_EQ(blotted(text, secret), expected);
+  }
+  for (const auto& [document, secret, expected] : std::vector<std::tuple<std::string, std::string, std::string>>{
+           {R"({"plan": {"error": "plan"}, "waits":true})", "plan", R"({"plan": {"error": "••••"}, "waits":true})"},
+           {R"({"a":["x\"y\\","true",1,true]})", "true", R"({"a":["x\"y\\","••••",1,true]})"},
+           {R"({"a":"is p\u00e4ss\"w","b":""})", "p\u00e4ss\"w", R"({"a":"is ••••","b":""})"},
+           {R"({"a":1})", "1", R"({"a":1})"},
+       }) {
+    SCOPED_TRACE(document);
+    EXPECT_EQ(blottedJSON(document, secret), expected);
+  }
+}
+
+} // namespace kestu
