@@ -54,7 +54,7 @@ void runLink(Context& context, const LinkOptions& options) {
   auto root = options.here ? context.folder : Project::root(context.folder);
   auto apps = fetchApps(context.signedIn()).value;
   const App& app = options.app ? AppChoice::match(*options.app, apps) : AppChoice::ofRepository(root, apps);
-  Project::write(root, {app.appId, app.bundleId, std::nullopt});
+  Project::write(root, {app.appId, app.bundleId, std::nullopt, std::nullopt});
   options.emit(context.console,
                JSONData::object({{"appId", app.appId}, {"bundleId", app.bundleId}, {"name", app.name}}),
                std::string("✓ Linked this ") + (options.here ? "folder" : "repo") + " to " + app.described() +
@@ -70,10 +70,14 @@ ProjectLink linked(const Context& context) {
 void runConfig(Context& context, const GlobalOptions& options) {
   ProjectLink link = linked(context);
   std::string folders = link.assetFolderIDs() ? "ids" : "names";
-  options.emit(context.console,
-               JSONData::object({{"appId", link.appId}, {"bundleId", link.bundleId}, {"screenshotFolders", folders}}),
-               Format::table({{"App", printable(link.bundleId) + " (" + std::to_string(link.appId) + ")"},
-                              {"screenshot-folders", folders}}));
+  std::string keywords = link.keywordCharacters() ? "characters" : "bytes";
+  options.emit(
+      context.console,
+      JSONData::object(
+          {{"appId", link.appId}, {"bundleId", link.bundleId}, {"screenshotFolders", folders}, {"keywords", keywords}}),
+      Format::table({{"App", printable(link.bundleId) + " (" + std::to_string(link.appId) + ")"},
+                     {"screenshot-folders", folders},
+                     {"keywords", keywords}}));
 }
 
 struct FoldersOptions : GlobalOptions {
@@ -86,6 +90,34 @@ void runFolders(Context& context, const FoldersOptions& options) {
   Project::write(Project::root(context.folder), link);
   options.emit(context.console, JSONData::object({{"screenshotFolders", options.value}}),
                "✓ Set screenshot-folders to " + options.value);
+}
+
+struct KeywordsOptions : GlobalOptions {
+  std::string value;
+};
+
+void runKeywords(Context& context, const KeywordsOptions& options) {
+  ProjectLink link = linked(context);
+  link.keywords = options.value;
+  Project::write(Project::root(context.folder), link);
+  options.emit(context.console, JSONData::object({{"keywords", options.value}}), "✓ Set keywords to " + options.value);
+}
+
+void addKeywords(Command& config) {
+  Command& keywords =
+      config.add("keywords", "How the limit of 100 of a language's keywords is counted: bytes, as Apple "
+                             "says, or characters, as App Store Connect has been seen to.");
+  auto chosen = std::make_shared<KeywordsOptions>();
+  chosen->declare(keywords);
+  keywords.argument({"bytes|characters",
+                     "bytes or characters.",
+                     [chosen](const std::string& value) {
+                       requireOneOf("keywords", value, {"bytes", "characters"});
+                       chosen->value = value;
+                     },
+                     true,
+                     {"bytes", "characters"}});
+  keywords.run = [chosen](Context& context) { runKeywords(context, *chosen); };
 }
 
 } // namespace
@@ -128,6 +160,7 @@ void addConfig(Command& command) {
                     true,
                     {"names", "ids"}});
   folders.run = [chosen](Context& context) { runFolders(context, *chosen); };
+  addKeywords(command);
 }
 
 } // namespace kestu

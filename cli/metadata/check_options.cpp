@@ -21,10 +21,29 @@ void CheckOptions::declare(Command& command) {
 void CheckOptions::write(Context& context, const Findings& findings) const {
   if (findings.empty() && !quiet()) return;
   Console& console = context.console;
-  std::optional<int> width;
-  if (console.isTerminal(Stream::out)) width = console.width();
   TableOptions::write(console, encoded(findings).compact(), ReleaseCheck::rows(findings),
-                      ReleaseCheck::table(findings, console.style(), width));
+                      console.isTerminal(Stream::out) ? ReleaseCheck::groups(findings, console.style(), console.width())
+                                                      : ReleaseCheck::table(findings, console.style()));
+}
+
+ReleaseCheck::KeywordCount keywordCount(const Context& context) {
+  auto link = Project::link(context.folder);
+  bool characters = link && link->keywordCharacters();
+  return characters ? ReleaseCheck::KeywordCount::characters : ReleaseCheck::KeywordCount::bytes;
+}
+
+Git::Changes askedAgain(Context& context, const RepoListing& listing, Git::Changes changes,
+                        const std::string& primary) {
+  auto suspects = ReleaseCheck::suspects(listing.files, changes, primary);
+  // What isn't committed has changed now, and a file's history has nothing to say on it.
+  Moment now = context.clock.now();
+  std::erase_if(suspects, [&](const std::string& path) { return changes.dates.at(path) >= now; });
+  if (suspects.empty()) return changes;
+  Console::Busy busy(context.console);
+  for (const auto& [path, date] : SystemGit(context.stop).lastCommitted(suspects, Project::root(context.folder))) {
+    changes.dates[path] = date;
+  }
+  return changes;
 }
 
 void tellNotes(Context& context, const RepoListing& listing) {

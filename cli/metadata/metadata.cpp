@@ -1,6 +1,7 @@
 #include "cli/metadata/metadata.hpp"
 
 #include "cli/families.hpp"
+#include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/platform.hpp"
@@ -61,9 +62,32 @@ MetadataTarget MetadataChoice::resolve(const Client& client, const Context& cont
   MetadataTarget target;
   target.path = on.path + "/listing";
   target.platform = on.platform;
-  target.firstPlatform = on.platform == on.firstPlatform;
+  for (std::string_view each : kestu::platforms) {
+    if (std::find(on.platforms.begin(), on.platforms.end(), each) != on.platforms.end()) {
+      target.platforms.emplace_back(each);
+    }
+  }
   target.version = version ? *version : editableVersion(client, on.path, target.platform, command);
+  target.appTitle = on.title(target.version);
   return target;
+}
+
+void MetadataChoice::declareDiff(Command& command) {
+  command.flag({"--diff"}, diff, "Show what differs word by word, in whole texts.");
+}
+
+std::string MetadataChoice::linesOf(const Context& context, const std::vector<ListingDifference>& differences,
+                                    Stream where) const {
+  Console& console = context.console;
+  std::optional<int> width = console.isTerminal(where) ? std::optional(console.width()) : std::nullopt;
+  return diff ? wordDifferencesText(differences, width, console.style())
+              : differencesText(differences, width, console.style());
+}
+
+std::string MetadataChoice::prepareCommand(const MetadataTarget& target) const {
+  return "kestu release prepare " + Format::shellWord(target.version) +
+         (platform ? " --platform " + Format::shellWord(*platform) : "") +
+         (app.app ? " --app " + Format::shellWord(*app.app) : "");
 }
 
 void addMetadata(Command& command) {

@@ -2,10 +2,12 @@
 #include "cli/outcome.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
+#include "core/project/platform.hpp"
 #include "core/project/project.hpp"
 #include "core/support/files.hpp"
 #include "core/support/text.hpp"
 
+#include <iterator>
 #include <set>
 #include <system_error>
 
@@ -19,6 +21,7 @@ using Kind = CLIError::Kind;
 struct PullOptions : GlobalOptions {
   MetadataChoice choice;
   bool force = false;
+  bool dryRun = false;
 };
 
 /// A pull's files, beside what the repository has.
@@ -47,7 +50,7 @@ ListingToWrite toWrite(const StoreListing& store, const PullOptions& options, co
   ListingToWrite listing;
   listing.version = target.version;
   listing.platform = target.platform;
-  listing.firstPlatform = target.firstPlatform;
+  listing.platforms = target.platforms;
   listing.texts = store.texts;
   listing.testNotes = store.testNotes;
   auto unwanted = [&](const auto& entry) { return !only.empty() && !only.contains(entry.first); };
@@ -57,8 +60,7 @@ ListingToWrite toWrite(const StoreListing& store, const PullOptions& options, co
   listing.contentRights = store.contentRights;
   listing.review = store.review.value_or(ReviewInfo{});
   listing.appValues = only.empty();
-  // App Review is told of each platform's version, and the repository says it once: as the first platform has it.
-  listing.appReviewInfo = only.empty() && store.review.has_value() && target.firstPlatform;
+  listing.appReviewInfo = only.empty() && store.review.has_value();
   return listing;
 }
 
@@ -129,7 +131,25 @@ std::string apartText(const std::vector<ListingDifference>& values, const Metada
          "or a review.json for every platform.";
 }
 
+/// For a layout whose files know no platforms.
+std::string sharedText(const MetadataTarget& target) {
+  std::vector<std::string> others;
+  for (const std::string& each : target.platforms) {
+    if (each != target.platform) others.push_back(platformLabel(each));
+  }
+  return "fastlane's layout has one place for every platform, so a push for " + Text::orList(others) +
+         " sends this too.";
+}
+
 std::string counted(std::size_t count) { return count == 1 ? "1 file" : std::to_string(count) + " files"; }
+
+std::string filesText(const Writing& writing) {
+  std::string text;
+  for (const Writing::File& file : writing.changed) {
+    text += (file.before ? "  changed  " : "  new      ") + printable(file.path) + "\n";
+  }
+  return text;
+}
 
 std::string doneText(const Writing& writing, const MetadataTarget& target, MetadataLayout layout, bool same) {
   if (writing.changed.empty() && writing.unchanged.empty()) {
@@ -140,10 +160,7 @@ std::string doneText(const Writing& writing, const MetadataTarget& target, Metad
     if (!same) return "✓ Nothing written for " + target.title() + ": " + count + " already so.";
     return "✓ The repo says what " + target.title() + " does already: nothing written, " + count + " already so.";
   }
-  std::string text;
-  for (const Writing::File& file : writing.changed) {
-    text += (file.before ? "  changed  " : "  new      ") + printable(file.path) + "\n";
-  }
+  std::string text = filesText(writing);
   text +=
       "✓ Wrote " + target.title() + " in " + std::string(facts(layout).name) + ": " + counted(writing.changed.size());
   if (!writing.unchanged.empty()) text += ", and " + counted(writing.unchanged.size()) + " already so";
@@ -164,6 +181,43 @@ JSONData answerOf(const Writing& writing, const MetadataTarget& target, Metadata
                            {"apart", std::move(places)}});
 }
 
+std::vector<ChangeItem> changesOf(const Writing& writing) {
+  std::vector<ChangeItem> all;
+  for (const Writing::File& file : writing.changed) {
+    auto items = Metadata::differences(file.path, file.before, file.after);
+    all.insert(all.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
+  }
+  return all;
+}
+
+/// Word by word, for --diff.
+std::string differencesOf(const Context& context, const PullOptions& options, const Writing& writing) {
+  std::vector<ListingDifference> differences;
+  for (const ChangeItem& each : changesOf(writing)) {
+    differences.push_back({each.place, each.field, each.from, each.to.value_or(""), each.hidden});
+  }
+  return options.choice.linesOf(context, differences, options.quiet() ? Stream::err : Stream::out);
+}
+
+/// What a pull would write, and what it would need --force for.
+void tellDryRun(Context& context, const PullOptions& options, const Writing& writing, const MetadataTarget& target,
+                MetadataLayout layout) {
+  JSONData answer = answerOf(writing, target, layout, {});
+  answer.set("conflicts", writing.conflicts).set("changes", changesData(changesOf(writing)));
+  std::string text = filesText(writing);
+  if (options.choice.diff && !writing.changed.empty()) text += differencesOf(context, options, writing) + "\n";
+  text += "Dry run: would write " + (writing.changed.empty() ? "nothing" : counted(writing.changed.size())) + " for " +
+          target.title() + " in " + std::string(facts(layout).name);
+  if (!writing.unchanged.empty()) text += ", and " + counted(writing.unchanged.size()) + " already so";
+  text += ".";
+  if (!writing.conflicts.empty() && !options.force) {
+    bool one = writing.conflicts.size() == 1;
+    text += "\nThat takes --force, since " + counted(writing.conflicts.size()) + (one ? " says" : " say") +
+            " something else: " + printable(Text::joined(writing.conflicts, ", ")) + ".";
+  }
+  options.emit(context.console, answer, text);
+}
+
 void runPull(Context& context, const PullOptions& options) {
   fs::path root = Project::root(context.folder);
   Client client = context.signedIn();
@@ -173,11 +227,18 @@ void runPull(Context& context, const PullOptions& options) {
   MetadataLayout layout = options.choice.layout.chosen(root).value_or(MetadataLayout::kestu);
   if (auto text = Metadata::newLayoutText(layout, root)) context.console.error(*text);
   Writing writing = compared(Metadata::files(layout, root, toWrite(store, options, target)), root);
+  if (options.dryRun) return tellDryRun(context, options, writing, target, layout);
   if (!writing.conflicts.empty() && !options.force) {
     throw CLIError::notWritten("These files say something else than " + target.title() + " in App Store Connect",
                                writing.conflicts);
   }
   write(writing.changed, root);
+  if (options.choice.diff && !writing.changed.empty()) {
+    options.say(context.console, differencesOf(context, options, writing));
+  }
+  if (layout == MetadataLayout::fastlane && target.platforms.size() > 1 && !writing.changed.empty()) {
+    context.console.error(sharedText(target));
+  }
   auto apart = leftApart(store, options, target, layout, root);
   if (!apart.empty()) context.console.error(apartText(apart, target));
   JSONData answer = answerOf(writing, target, layout, apart);
@@ -190,10 +251,13 @@ void addMetadataPull(Command& group) {
   Command& command = group.add("pull", "Write a version's App Store listing into the repo, each language's.");
   command.discussion =
       "Writes over no file that says something else, unless --force says so, and deletes none. Another platform's "
-      "values that differ from the first's stand in an object of its own (\"macos\": {…}). fastlane's layout has no "
+      "values that differ from those of the first one pulled stand in an object of its own (\"macos\": {…}). "
+      "fastlane's layout has no "
       "place for those, nor for Content Rights and What to Test; the JSON layout holds the languages' text alone.";
   auto options = std::make_shared<PullOptions>();
   options->choice.declare(command);
+  options->choice.declareDiff(command);
+  command.flag({"--dry-run"}, options->dryRun, "Show what it would write, and write nothing.");
   command.flag({"--force"}, options->force, "Write over files that say something else.");
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runPull(context, *options); };

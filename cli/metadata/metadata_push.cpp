@@ -6,6 +6,8 @@
 #include "core/release/listing_refusals.hpp"
 #include "core/support/text.hpp"
 
+#include <algorithm>
+
 namespace kestu {
 
 namespace {
@@ -20,20 +22,40 @@ struct PushOptions : ChangeOptions {
 
 std::string counted(std::size_t count) { return count == 1 ? "1 value" : std::to_string(count) + " values"; }
 
-void send(Context& context, const Client& client, const PushOptions& options, const MetadataTarget& target,
-          const ListingChange& change) {
+ProposedChange proposed(Context& context, const PushOptions& options, const MetadataTarget& target,
+                        const ListingChange& change) {
   std::string count = counted(change.differences.size());
-  std::string lines = differencesText(change.differences, context.console.width(), context.console.style());
-  ChangeRequest request = ListingPush::request(target, change, options.dryRun);
-  if (options.dryRun) {
-    options.say(context.console, lines);
-    options.send(context, client, request,
-                 "Dry run: " + target.title() + " would take " + count + " from the repo, after your approval.");
-    return;
-  }
-  if (options.yes) options.say(context.console, lines);
-  options.confirm(context, target.title() + ", " + count + " from the repo, after your approval:\n" + lines, true);
-  options.send(context, client, request, "✓ " + target.title() + " has the repo's listing, " + count + " changed.");
+  ProposedChange proposed;
+  proposed.title = target.appTitle + ", " + count + " from the repo, after your approval:";
+  bool asks = !options.yes && !options.dryRun;
+  proposed.lines =
+      options.choice.linesOf(context, change.differences, asks || options.quiet() ? Stream::err : Stream::out);
+  proposed.items = changeItems(change.differences);
+  proposed.would = "Dry run: " + target.appTitle + " would take " + count + " from the repo, after your approval.";
+  proposed.done = "✓ " + target.title() + " has the repo's listing, " + count + " changed.";
+  return proposed;
+}
+
+/// What isn't a part of the listing's change, and what sends it.
+std::string testNotesText(const std::vector<ListingDifference>& notes, const PushOptions& options,
+                          const MetadataTarget& target) {
+  std::vector<std::string> locales;
+  for (const ListingDifference& each : notes) locales.push_back(printable(each.place));
+  constexpr std::size_t most = 6;
+  std::string more = locales.size() > most ? " and " + std::to_string(locales.size() - most) + " more" : "";
+  locales.resize(std::min(locales.size(), most));
+  return "What to Test differs too, in " + Text::joined(locales, ", ") + more +
+         ", and goes to the build: " + options.choice.prepareCommand(target) + " sends it.";
+}
+
+void tellUnchanged(Context& context, const PushOptions& options, const MetadataTarget& target,
+                   const ListingChange& change, const std::vector<ListingDifference>& notes) {
+  std::string done = !change.held.empty() ? " takes nothing else that differs: nothing sent."
+                     : !notes.empty()     ? " says all the rest that the repo does: nothing sent."
+                                          : " says what the repo does already: nothing sent.";
+  JSONData answer = JSONData::object({{"unchanged", true}});
+  if (options.dryRun) answer.set("changes", JSONData::array());
+  options.emit(context.console, answer, "✓ " + target.title() + done);
 }
 
 void runPush(Context& context, const PushOptions& options) {
@@ -49,13 +71,16 @@ void runPush(Context& context, const PushOptions& options) {
   StoreListing store = ListingPush::fetch(client, target);
   ListingChange change = ListingPush::change(*listing, store, choice);
   if (!change.held.empty()) context.console.error(ListingPush::heldText(change, store, target));
-  if (auto refusals = ReleaseCheck::refusals(change); !refusals.empty() && !options.noCheck) {
+  if (auto refusals = ReleaseCheck::refusals(*listing, change, options.choice.locales);
+      !refusals.empty() && !options.noCheck) {
     throw ReleaseCheck::notSent(refusals);
   }
-  if (!change.isEmpty()) return send(context, client, options, target, change);
-  std::string done = change.held.empty() ? " says what the repo does already: nothing sent."
-                                         : " takes nothing else that differs: nothing sent.";
-  options.emit(context.console, JSONData::object({{"unchanged", true}}), "✓ " + target.title() + done);
+  for (const std::string& doubt : ReleaseCheck::doubts(change)) context.console.error(printable(doubt));
+  auto notes = ListingPush::testNotes(*listing, store, options.choice.locales);
+  if (!notes.empty()) context.console.error(testNotesText(notes, options, target));
+  if (change.isEmpty()) return tellUnchanged(context, options, target, change, notes);
+  options.make(context, client, ListingPush::request(target, change, options.dryRun),
+               proposed(context, options, target, change));
 }
 
 } // namespace
@@ -68,6 +93,7 @@ void addMetadataPush(Command& group) {
       "back to compare, goes along when something else that App Review is told differs.";
   auto options = std::make_shared<PushOptions>();
   options->choice.declare(command);
+  options->choice.declareDiff(command);
   command.flag({"--demo-password"}, options->demoPassword,
                "Send the demo account's password also when nothing else that App Review is told differs. It's taken "
                "from KESTU_REVIEW_DEMO_PASSWORD, or else from the repo.");

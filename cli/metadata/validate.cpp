@@ -61,16 +61,13 @@ Remote fetchRemote(Context& context, const ValidateOptions& options) {
 RepoListing read(Context& context, const ValidateOptions& options, const std::filesystem::path& root,
                  const std::string& platform) {
   auto listing = options.layout.read(root, options.version, platform);
-  if (listing && !listing->isEmpty()) return *std::move(listing);
+  if (listing && !(listing->isEmpty() && listing->misnamed.empty())) return *std::move(listing);
   if (listing) tellNotes(context, *listing);
   throw ListingPush::noListing(root);
 }
 
-/// The language that the others are compared with when the service can't be asked.
-std::string likelyPrimary(const LocaleTexts& texts) {
-  if (texts.contains("en-US") || texts.empty()) return "en-US";
-  return texts.begin()->first;
-}
+/// The language that the others are compared with when the service can't be asked; empty when it can't be told.
+std::string likelyPrimary(const LocaleTexts& texts) { return texts.contains("en-US") ? "en-US" : ""; }
 
 void append(Findings& findings, Findings more) {
   findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
@@ -81,20 +78,26 @@ std::string reason(const Remote& remote) {
   return why ? ": " + why->description : ".";
 }
 
+Finding comparison(const std::string& primary, const Remote& remote) {
+  return {Level::note, "missing", std::nullopt,
+          (primary.empty() ? "Translations weren't compared with the primary language's text"
+                           : primary + " was taken for the primary language") +
+              ", which only kestu knows" + reason(remote)};
+}
+
 Findings check(Context& context, const RepoListing& listing, const Git::Changes& changes, const Remote& remote,
                const std::string& platform) {
   using ReleaseCheck::Purpose;
   auto root = Project::root(context.folder);
   std::string primary = remote.known() ? remote.known()->primaryLocale : "";
-  Findings findings;
-  bool guessed = primary.empty() && listing.texts.size() > 1;
+  bool unknown = primary.empty() && listing.texts.size() > 1;
   if (primary.empty()) primary = likelyPrimary(listing.texts);
-  append(findings, ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform));
-  append(findings, ReleaseCheck::translations(listing.files, changes, primary));
-  if (guessed) {
-    findings.push_back({Level::note, "missing", std::nullopt,
-                        primary + " was taken for the primary language, which only kestu knows" + reason(remote)});
-  }
+  Findings findings = ReleaseCheck::languages(listing);
+  append(findings,
+         ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform, keywordCount(context)));
+  append(findings, ReleaseCheck::translations(listing.files, askedAgain(context, listing, changes, primary), primary));
+  if (listing.review) append(findings, ReleaseCheck::reviewNotes(*listing.review));
+  if (unknown) findings.push_back(comparison(primary, remote));
   if (const auto* why = std::get_if<CLIError>(&remote.catalog)) {
     append(findings, ReleaseCheck::assets(root, *why, Level::note));
     return findings;

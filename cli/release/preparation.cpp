@@ -25,15 +25,6 @@ std::string indented(const std::string& lines) {
   return lines.empty() ? "" : "  " + Text::joined(Text::split(lines, '\n'), "\n  ");
 }
 
-std::vector<ChangeItem> itemsOf(const std::vector<ListingDifference>& differences) {
-  std::vector<ChangeItem> items;
-  for (const ListingDifference& each : differences) {
-    bool hidden = each.label.ends_with("phone") || each.label.ends_with("email") || each.label.ends_with("password");
-    items.push_back({each.place, each.label, each.before, each.after, each.place == "App Review" && hidden});
-  }
-  return items;
-}
-
 /// A display that changes, and the files that it is to show.
 std::vector<ChangeItem> itemsOf(const AssetSending& sending) {
   std::vector<ChangeItem> items;
@@ -113,7 +104,8 @@ void Preparation::findListing() {
   withoutCopyright.copyright.reset();
   auto choice = ListingPush::choice(*repo_, {}, false, context_.environment);
   listing_ = ListingPush::change(withoutCopyright, store_, choice);
-  if (auto refusals = ReleaseCheck::refusals(listing_); !refusals.empty()) throw ReleaseCheck::notSent(refusals);
+  if (auto refusals = ReleaseCheck::refusals(*repo_, listing_, {}); !refusals.empty())
+    throw ReleaseCheck::notSent(refusals);
 }
 
 void Preparation::findAssets(const AssetCatalog& catalog) {
@@ -246,8 +238,10 @@ PreparedStep Preparation::listingStep() const {
   step.text = count + " from the repo";
   step.done = "the repo's, " + count + " changed";
   const Console& console = context_.console;
-  step.lines = indented(differencesText(listing_.differences, console.width() - 2, console.style()));
-  step.items = itemsOf(listing_.differences);
+  bool shown = console.isTerminal(Stream::out) || console.isTerminal(Stream::err);
+  std::optional<int> width = shown ? std::optional(console.width() - 2) : std::nullopt; // a pipe gets texts in full
+  step.lines = indented(differencesText(listing_.differences, width, console.style()));
+  step.items = changeItems(listing_.differences);
   step.waits = true;
   step.requests = [this] {
     ListingChange change = listing_;
@@ -305,7 +299,7 @@ PreparedStep Preparation::testNotesStep() const {
   for (const ListingDifference& each : differences) locales.push_back(printable(each.place));
   step.text = build_->text() + "'s What to Test in " + Text::joined(locales, ", ");
   step.done = step.text;
-  step.items = itemsOf(differences);
+  step.items = changeItems(differences);
   step.requests = [this] {
     std::vector<ChangeRequest> requests;
     StoreListing now = ListingPush::fetch(client_, listingTarget());

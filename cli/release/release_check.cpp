@@ -57,7 +57,7 @@ Facts gather(Context& context, const Client& client, const ReleaseCheckOptions& 
       [&](const auto&) { facts.store = client.get(path + "/listing", ofVersion, StoreListing::read).value; },
       [&](const auto&) { facts.versions = Versions::fetch(client, path, facts.app.platform).value; },
       [&](const auto&) {
-        facts.builds = outcome([&] { return Builds::fetch(client, path, facts.app.platform, options.version).value; });
+        facts.builds = outcome([&] { return Builds::fetch(client, path, facts.app.platform, std::nullopt).value; });
       },
       [&](const auto&) { facts.catalog = outcome([&] { return fetchCatalogs(client, facts.app); }); },
       [&](const auto&) { facts.pages = outcome([&] { return fetchWhatsNewPages(client, facts.app.appId).value; }); },
@@ -147,11 +147,13 @@ Findings check(Context& context, const Facts& facts, const std::string& number) 
   auto add = [&](Findings more) {
     findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
   };
+  add(ReleaseCheck::languages(repository));
   if (store.version) {
     add(ReleaseCheck::texts(merged(store, repository), store.primaryLocale, purpose(*store.version, facts.versions),
-                            facts.app.platform));
+                            facts.app.platform, keywordCount(context)));
   }
-  add(ReleaseCheck::translations(repository.files, facts.changes, store.primaryLocale));
+  add(ReleaseCheck::translations(repository.files, askedAgain(context, repository, facts.changes, store.primaryLocale),
+                                 store.primaryLocale));
   add(checkVersion(facts, number, context.clock.now()));
   if (store.version) {
     add(ReleaseCheck::contentRights(store.contentRights, repository.contentRights));

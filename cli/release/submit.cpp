@@ -29,9 +29,8 @@ struct SubmitOptions : ChangeOptions {
 };
 
 std::string table(const Findings& findings, const Console& console) {
-  std::optional<int> width;
-  if (console.isTerminal(Stream::out)) width = console.width();
-  return ReleaseCheck::table(findings, console.style(), width);
+  return console.isTerminal(Stream::out) ? ReleaseCheck::groups(findings, console.style(), console.width())
+                                         : ReleaseCheck::table(findings, console.style());
 }
 
 /// What App Review would trip on, shown; an error among it ends the command.

@@ -34,7 +34,19 @@ std::size_t sameStart(std::string_view a, std::string_view b) {
   return same;
 }
 
+/// Secrets are sent whenever they are there, and compared with nothing.
+std::string hiddenText(const ListingDifference& difference) {
+  return difference.before ? "changes, not shown" : "sent, never shown";
+}
+
+std::string whole(const ListingDifference& difference) {
+  if (difference.hidden) return hiddenText(difference);
+  std::string after = printable(difference.after);
+  return difference.before ? printable(*difference.before) + std::string(arrow) + after : after;
+}
+
 std::string shortened(const ListingDifference& difference, std::size_t columns) {
+  if (difference.hidden) return hiddenText(difference);
   std::string after = printable(difference.after);
   if (!difference.before) return TextStyle::line(after, static_cast<int>(columns));
   std::string before = printable(*difference.before);
@@ -54,7 +66,8 @@ std::string shortened(const ListingDifference& difference, std::size_t columns) 
 
 } // namespace
 
-std::string differencesText(const std::vector<ListingDifference>& differences, int width, const TextStyles& style) {
+std::string differencesText(const std::vector<ListingDifference>& differences, std::optional<int> width,
+                            const TextStyles& style) {
   std::size_t places = 0;
   std::size_t labels = 0;
   for (const ListingDifference& each : differences) {
@@ -62,13 +75,22 @@ std::string differencesText(const std::vector<ListingDifference>& differences, i
     labels = std::max(labels, Text::columns(each.label));
   }
   const std::size_t taken = 2 + places + 2 + labels + 2;
-  auto room = static_cast<std::size_t>(std::max(width, 0));
+  auto room = static_cast<std::size_t>(std::max(width.value_or(0), 0));
   std::size_t columns = std::max(narrowest, room > taken ? room - taken : 0);
   std::vector<std::vector<std::string>> rows;
   for (const ListingDifference& each : differences) {
-    rows.push_back({"  " + style.bold(printable(each.place)), each.label, shortened(each, columns)});
+    rows.push_back(
+        {"  " + style.bold(printable(each.place)), each.label, width ? shortened(each, columns) : whole(each)});
   }
   return Format::table(rows);
+}
+
+std::vector<ChangeItem> changeItems(const std::vector<ListingDifference>& differences) {
+  std::vector<ChangeItem> items;
+  for (const ListingDifference& each : differences) {
+    items.push_back({each.place, each.label, each.before, each.after, each.hidden});
+  }
+  return items;
 }
 
 std::string placesText(const std::vector<ListingDifference>& differences) {

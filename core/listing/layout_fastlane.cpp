@@ -1,10 +1,15 @@
 #include "core/listing/layouts.hpp"
 
+#include "core/listing/unread.hpp"
+
+#include <algorithm>
+
 namespace kestu::FastlaneLayout {
 
 namespace {
 
 const std::string folder = "fastlane/metadata";
+constexpr std::string_view passwordFile = "demo_password.txt";
 
 std::string reviewPath(std::string_view file) { return folder + "/review_information/" + std::string(file); }
 
@@ -28,25 +33,55 @@ std::optional<std::string> readable(const std::filesystem::path& root, const std
   }
 }
 
+void noteLanguage(Unread& unread, const std::filesystem::path& root, const ListingEntry& entry) {
+  for (const std::string& name : ListingFile::entries(root, entry.path)) {
+    bool isField = std::any_of(listingFields().begin(), listingFields().end(),
+                               [&](const ListingFieldFacts& field) { return field.fastlaneFile == name; });
+    if (isField || isBeside(name)) continue;
+    // Where a file system takes both for one, it is read.
+    std::error_code other;
+    const ListingFieldFacts* meant = fieldMeant(std::string_view(name).substr(0, name.rfind('.')));
+    const auto folderPath = root / entry.path;
+    if (meant && std::filesystem::equivalent(folderPath / name, folderPath / meant->fastlaneFile, other)) continue;
+    unread.add(name, entry.locale, meant != nullptr ? std::string(meant->fastlaneFile) + " is" : "");
+  }
+}
+
+void noteReview(RepoListing& listing, const std::filesystem::path& root) {
+  Unread unread(folder + "/review_information");
+  for (const std::string& name : ListingFile::entries(root, folder + "/review_information")) {
+    bool isText = std::any_of(reviewTexts().begin(), reviewTexts().end(),
+                              [&](const ReviewTextFacts& text) { return text.fastlaneFile == name; });
+    if (!isText && name != passwordFile && !isBeside(name)) unread.add(name, "");
+  }
+  unread.tell(listing);
+}
+
 } // namespace
 
 RepoListing read(const ListingPlace& place) {
   RepoListing listing;
   listing.layout = MetadataLayout::fastlane;
+  Unread unread(folder);
   for (const ListingEntry& entry : ListingFile::languages(place.root, folder, ListingFile::Entries::folders)) {
-    if (entry.locale != "default") listing.texts.try_emplace(entry.locale);
+    noteLanguage(unread, place.root, entry);
     for (const ListingFieldFacts& field : listingFields()) {
       std::string path = entry.path + "/" + std::string(field.fastlaneFile);
       LocaleFiles::take(listing, entry, field.field, ListingFile::text(place.root, path), path);
     }
   }
+  // Another tool's texts for another store lie beside these by custom.
+  noteEntries(listing, unread, place.root, folder, ListingFile::Entries::folders,
+              {"copyright.txt", "review_information", "screenshots", "android"});
+  unread.tell(listing);
+  noteReview(listing, place.root);
   listing.copyright = ListingFile::text(place.root, folder + "/copyright.txt");
   ReviewInfo review;
   for (const ReviewTextFacts& text : reviewTexts()) {
     review.*text.field = ListingFile::text(place.root, reviewPath(text.fastlaneFile));
   }
   if (review != ReviewInfo{}) listing.review = review;
-  std::string passwordPath = reviewPath("demo_password.txt");
+  std::string passwordPath = reviewPath(passwordFile);
   listing.demoPassword = ListingFile::text(place.root, passwordPath);
   if (listing.demoPassword) listing.demoPasswordFile = passwordPath;
   return listing;

@@ -30,10 +30,11 @@ RepoListing read(const ListingPlace& place) {
   return listing;
 }
 
-ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing) {
+ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing, const PlatformsWritten& written) {
   ListingFiles result;
-  LocaleFiles::files(result, root, appInfoFolder, LocaleFiles::Fields::ofApp, listing);
-  LocaleFiles::files(result, root, folderToWrite(root, listing.version), LocaleFiles::Fields::ofVersion, listing);
+  LocaleFiles::files(result, root, appInfoFolder, LocaleFiles::Fields::ofApp, listing, written);
+  LocaleFiles::files(result, root, folderToWrite(root, listing.version), LocaleFiles::Fields::ofVersion, listing,
+                     written);
   return result;
 }
 

@@ -12,16 +12,16 @@ const char* const listingFolder = "metadata/listing";
 const char* const releasesFolder = "metadata/releases";
 const char* const reviewPath = "metadata/review.json";
 
-bool isRights(const nlohmann::json& value) {
-  if (value.is_null()) return true;
-  if (!value.is_string()) return false;
-  auto text = ListingFile::value(value.get_ref<const std::string&>());
+bool isRights(const JSONData& value) {
+  if (value.isNull()) return true;
+  if (value.text() == nullptr) return false;
+  auto text = ListingFile::value(*value.text());
   return !text || contentRightsOfApple(*text);
 }
 
-void requireRights(const nlohmann::json& object) {
-  auto found = object.find(rightsKey);
-  if (found == object.end() || isRights(*found)) return;
+void requireRights(const JSONData& object) {
+  const JSONData* found = object.find(rightsKey);
+  if (found == nullptr || isRights(*found)) return;
   throw ListingFile::malformed(std::string(appPath) + ":",
                                "contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or "
                                "USES_THIRD_PARTY_CONTENT.");
@@ -31,7 +31,7 @@ void readApp(RepoListing& listing, const ListingPlace& place) {
   ListingObject app = ListingObject::read(place.root, appPath, {"copyright"});
   requireRights(app.raw());
   for (std::string_view platform : platforms) {
-    if (auto own = app.raw().find(platform); own != app.raw().end()) requireRights(*own);
+    if (const JSONData* own = app.raw().find(platform)) requireRights(*own);
   }
   listing.copyright = app.text("copyright", place.platform);
   if (auto rights = app.text(rightsKey, place.platform)) listing.contentRights = contentRightsOfApple(*rights);
@@ -44,12 +44,13 @@ void readRelease(RepoListing& listing, const ListingPlace& place, const std::str
   if (ListingFile::isFolder(place.root, folder + "/whatsnew")) listing.whatsNewPage = folder + "/whatsnew";
 }
 
-void putApp(ListingFiles& result, const std::filesystem::path& root, const ListingToWrite& listing) {
+void putApp(ListingFiles& result, const std::filesystem::path& root, const ListingToWrite& listing,
+            const PlatformsWritten& written) {
   ListingObject app = ListingObject::toChange(root, appPath);
-  app.put("copyright", listing.copyright, listing.platform, listing.firstPlatform);
+  app.put("copyright", listing.copyright, written);
   std::optional<std::string> rights;
   if (listing.contentRights) rights = appleValue(*listing.contentRights);
-  app.put(rightsKey, rights, listing.platform, true);
+  app.putShared(rightsKey, rights, listing.platform);
   if (!app.isEmpty() || app.isThere()) result[app.path()] = app.serialized();
 }
 
@@ -65,12 +66,12 @@ RepoListing read(const ListingPlace& place) {
   return listing;
 }
 
-ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing) {
+ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing, const PlatformsWritten& written) {
   ListingFiles result;
   std::string folder = std::string(releasesFolder) + "/" + listing.version;
-  if (listing.appValues) putApp(result, root, listing);
-  LocaleFiles::files(result, root, listingFolder, LocaleFiles::Fields::listed, listing);
-  LocaleFiles::files(result, root, folder, LocaleFiles::Fields::released, listing);
+  if (listing.appValues) putApp(result, root, listing, written);
+  LocaleFiles::files(result, root, listingFolder, LocaleFiles::Fields::listed, listing, written);
+  LocaleFiles::files(result, root, folder, LocaleFiles::Fields::released, listing, written);
   if (listing.appReviewInfo) ReviewFile::files(result, root, reviewPath, folder + "/review.json", listing.review);
   if (listing.release) {
     std::string path = folder + "/release.json";

@@ -8,12 +8,12 @@ namespace kestu {
 
 namespace KestuLayout {
 RepoListing read(const ListingPlace& place);
-ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing);
+ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing, const PlatformsWritten& written);
 } // namespace KestuLayout
 
 namespace JSONLayout {
 RepoListing read(const ListingPlace& place);
-ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing);
+ListingFiles files(const std::filesystem::path& root, const ListingToWrite& listing, const PlatformsWritten& written);
 } // namespace JSONLayout
 
 namespace FastlaneLayout {
@@ -47,7 +47,7 @@ void read(RepoListing& listing, const ListingPlace& place, const std::string& fo
 
 /// The folder's file of each language that has something to say there.
 void files(ListingFiles& result, const std::filesystem::path& root, const std::string& folder, Fields fields,
-           const ListingToWrite& listing);
+           const ListingToWrite& listing, const PlatformsWritten& written);
 
 /// Takes one value, and notes where it came from.
 void take(RepoListing& listing, const ListingEntry& entry, ListingField field, std::optional<std::string> value,

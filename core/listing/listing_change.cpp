@@ -75,7 +75,8 @@ class Comparison {
     const ReviewInfo wanted = repo_.review.value_or(ReviewInfo{});
     const ReviewInfo before = store_.review.value_or(ReviewInfo{});
     for (const ReviewTextFacts& text : reviewTexts()) {
-      if (differs("App Review", std::string(text.label), before.*text.field, wanted.*text.field, editable_)) {
+      if (differs("App Review", std::string(text.label), before.*text.field, wanted.*text.field, editable_,
+                  text.isPersonal)) {
         change.review.*text.field = wanted.*text.field;
       }
     }
@@ -88,9 +89,9 @@ class Comparison {
     }
     if (choice.demoPassword && editable_ && (choice.sendPassword || change.review != ReviewInfo{})) {
       change.demoPassword = choice.demoPassword;
-      change.differences.push_back({"App Review", "demo account's password", std::nullopt, "sent, never shown"});
+      change.differences.push_back({"App Review", "demo account's password", std::nullopt, "", true});
     } else if (choice.demoPassword && !editable_ && choice.sendPassword) {
-      change.held.push_back({"App Review", "demo account's password", std::nullopt, ""});
+      change.held.push_back({"App Review", "demo account's password", std::nullopt, "", true});
     }
   }
 
@@ -99,9 +100,9 @@ class Comparison {
  private:
   /// Whether the change takes the value.
   bool differs(const std::string& place, const std::string& label, const std::optional<std::string>& before,
-               const std::optional<std::string>& wanted, bool taken) {
+               const std::optional<std::string>& wanted, bool taken, bool hidden = false) {
     if (!wanted || before == wanted) return false;
-    (taken ? change.differences : change.held).push_back({place, label, before, *wanted});
+    (taken ? change.differences : change.held).push_back({place, label, before, *wanted, hidden});
     return taken;
   }
 

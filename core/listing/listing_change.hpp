@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/changes/change_item.hpp"
 #include "core/console/text_style.hpp"
 #include "core/listing/repo_listing.hpp"
 #include "core/listing/store_version.hpp"
@@ -35,6 +36,7 @@ struct ListingDifference {
   std::string label; ///< "promotional text"
   std::optional<std::string> before{};
   std::string after;
+  bool hidden = false; ///< a secret, or somebody's phone or e-mail: its values are shown nowhere
 };
 
 /// What makes App Store Connect say what the repository says: values that differ, and nothing that the repository
@@ -62,8 +64,17 @@ struct ListingChange {
   static ListingChange between(const RepoListing& repo, const StoreListing& store, const Choice& choice);
 };
 
-/// "en-US  name  old → new" a line, shortened to so many columns around where the texts part.
-std::string differencesText(const std::vector<ListingDifference>& differences, int width, const TextStyles& style);
+/// "en-US  name  old → new" a line, shortened to so many columns around where the texts part; in full without a width.
+std::string differencesText(const std::vector<ListingDifference>& differences, std::optional<int> width,
+                            const TextStyles& style);
+
+/// Each text whole, or from a little before its changes to a little behind them, with what goes and what comes in
+/// colours, or without styles as [-goes-]{+comes+}; within so many columns where there is a width.
+std::string wordDifferencesText(const std::vector<ListingDifference>& differences, std::optional<int> width,
+                                const TextStyles& style);
+
+/// The same as data.
+std::vector<ChangeItem> changeItems(const std::vector<ListingDifference>& differences);
 
 /// "en-US name, App copyright", and how many more there are from the seventh on; printable.
 std::string placesText(const std::vector<ListingDifference>& differences);

@@ -19,7 +19,6 @@ namespace kestu {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::json;
 
 constexpr std::uint64_t largest = std::uint64_t{16} << 20U;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
@@ -50,43 +49,37 @@ bool isUTF8(std::string_view text) {
   return true;
 }
 
-/// Empty when it isn't a JSON object.
-std::optional<json> objectOf(std::string_view bytes) {
+/// "line 3, column 12" out of the parser's words; empty when it says none.
+std::string placeIn(std::string_view message) {
+  std::size_t from = message.find("line ");
+  std::size_t to = from == std::string_view::npos ? from : message.find(':', from);
+  return to == std::string_view::npos ? "" : std::string(message.substr(from, to - from));
+}
+
+/// Empty when it isn't a JSON object; `place` is where it stops being JSON.
+std::optional<JSONData> objectOf(std::string_view bytes, std::string* place = nullptr) {
   try {
     JSONValue document = JSONValue::parse(bytes);
-    if (document.isObject()) return document.raw();
-  } catch (const JSONError&) {
+    if (document.isObject()) return JSONData::copied(document);
+  } catch (const JSONError& error) {
+    if (place != nullptr) *place = placeIn(error.what());
   }
   return std::nullopt;
 }
 
-void requireText(const json& object, std::string_view key, const std::string& path) {
-  auto found = object.find(key);
-  if (found == object.end() || found->is_null() || found->is_string()) return;
+void requireText(const JSONData& object, std::string_view key, const std::string& path) {
+  const JSONData* found = object.find(key);
+  if (found == nullptr || found->isNull() || found->text() != nullptr) return;
   throw ListingFile::malformed(path + ":", std::string(key) + " isn't text or null.");
 }
 
-std::optional<std::string> textIn(const json& object, std::string_view key) {
-  auto found = object.find(key);
-  if (found == object.end() || !found->is_string()) return std::nullopt;
-  return ListingFile::value(found->get_ref<const std::string&>());
+std::optional<std::string> textIn(const JSONData& object, std::string_view key) {
+  const JSONData* found = object.find(key);
+  if (found == nullptr || found->text() == nullptr) return std::nullopt;
+  return ListingFile::value(*found->text());
 }
 
-std::string localeOf(const std::string& name, ListingFile::Entries kind) {
-  if (kind == ListingFile::Entries::folders) return name;
-  constexpr std::size_t length = std::string_view(".json").size();
-  if (name.size() <= length || Text::lowercased(name.substr(name.size() - length)) != ".json") return {};
-  return name.substr(0, name.size() - length);
-}
-
-std::vector<std::string> entriesOf(const fs::path& root, const std::string& folder) {
-  if (!ListingFile::isFolder(root, folder)) return {};
-  try {
-    return Files::entries(root / folder);
-  } catch (const std::system_error& error) {
-    throw unreadable(folder, error.code());
-  }
-}
+JSONData textOrNull(const std::optional<std::string>& value) { return value ? JSONData(*value) : JSONData(); }
 
 } // namespace
 
@@ -116,6 +109,24 @@ std::optional<std::string> text(const fs::path& root, const std::string& path) {
   return value(*bytes);
 }
 
+std::string localeOf(const std::string& name, Entries kind) {
+  if (kind == Entries::folders) return name;
+  constexpr std::size_t length = std::string_view(".json").size();
+  if (name.size() <= length || Text::lowercased(name.substr(name.size() - length)) != ".json") return {};
+  return name.substr(0, name.size() - length);
+}
+
+std::vector<std::string> entries(const fs::path& root, const std::string& folder) {
+  if (!isFolder(root, folder)) return {};
+  try {
+    auto names = Files::entries(root / folder);
+    std::sort(names.begin(), names.end());
+    return names;
+  } catch (const std::system_error& error) {
+    throw unreadable(folder, error.code());
+  }
+}
+
 bool isFolder(const fs::path& root, const std::string& path) {
   std::error_code ignored;
   return fs::is_directory(root / path, ignored);
@@ -123,7 +134,7 @@ bool isFolder(const fs::path& root, const std::string& path) {
 
 std::vector<ListingEntry> languages(const fs::path& root, const std::string& folder, Entries kind) {
   std::vector<ListingEntry> found;
-  for (const std::string& name : entriesOf(root, folder)) {
+  for (const std::string& name : entries(root, folder)) {
     std::string locale = localeOf(name, kind);
     if (locale != "default" && !AppleLocales::localeShape(locale)) continue;
     std::string path = folder + "/" + name;
@@ -142,7 +153,7 @@ std::optional<std::string> versionFolder(const ListingPlace& place, const std::s
     return isFolder(place.root, path) ? std::optional(path) : std::nullopt;
   }
   std::string highest;
-  for (const std::string& name : entriesOf(place.root, folder)) {
+  for (const std::string& name : entries(place.root, folder)) {
     bool numbered = name.front() >= '0' && name.front() <= '9';
     if (numbered && isFolder(place.root, folder + "/" + name) && Text::naturalLess(highest, name)) highest = name;
   }
@@ -151,11 +162,19 @@ std::optional<std::string> versionFolder(const ListingPlace& place, const std::s
 
 } // namespace ListingFile
 
+ListingObject::ListingObject(std::string path, bool isThere, std::optional<JSONData> object)
+    : path_(std::move(path)), isThere_(isThere), wasEmpty_(!object || object->isEmpty()),
+      object_(object ? *std::move(object) : JSONData::object()) {}
+
 ListingObject ListingObject::plain(const fs::path& root, const std::string& path) {
   auto bytes = bytesOf(root, path);
-  auto object = bytes ? objectOf(*bytes) : std::nullopt;
-  if (bytes && !object) throw ListingFile::malformed(path, "isn't a JSON object.");
-  return {path, bytes, std::move(object)};
+  std::string place;
+  auto object = bytes ? objectOf(*bytes, &place) : std::nullopt;
+  if (bytes && !object) {
+    throw ListingFile::malformed(path,
+                                 "isn't a JSON object." + (place.empty() ? "" : "\nIt's JSON up to " + place + "."));
+  }
+  return {path, bytes.has_value(), std::move(object)};
 }
 
 ListingObject ListingObject::read(const fs::path& root, const std::string& path,
@@ -167,24 +186,24 @@ ListingObject ListingObject::read(const fs::path& root, const std::string& path,
 
 ListingObject ListingObject::toChange(const fs::path& root, const std::string& path) {
   auto bytes = bytesOf(root, path);
-  ListingObject result(path, bytes, bytes ? objectOf(*bytes) : std::nullopt);
+  ListingObject result(path, bytes.has_value(), bytes ? objectOf(*bytes) : std::nullopt);
   result.mend();
   return result;
 }
 
 void ListingObject::mend() {
-  auto drop = [](json& object, std::string_view key, bool refused) {
-    auto found = object.find(key);
-    if (found != object.end() && (refused || !(found->is_string() || found->is_null()))) object.erase(found);
+  auto drop = [](JSONData& object, std::string_view key, bool refused) {
+    const JSONData* found = object.find(key);
+    if (found != nullptr && (refused || !(found->text() != nullptr || found->isNull()))) object.erase(key);
   };
   for (const ListingFieldFacts& field : listingFields()) drop(object_, field.key, false);
   for (std::string_view platform : platforms) {
-    auto own = object_.find(platform);
-    if (own == object_.end()) continue;
-    if (own->is_object()) {
+    JSONData* own = object_.find(platform);
+    if (own == nullptr) continue;
+    if (own->isObject()) {
       for (const ListingFieldFacts& field : listingFields()) drop(*own, field.key, field.isAppInfo);
     } else {
-      object_.erase(own);
+      object_.erase(platform);
     }
   }
 }
@@ -193,20 +212,21 @@ void ListingObject::check(std::initializer_list<std::string_view> otherKeys) con
   for (const ListingFieldFacts& field : listingFields()) requireText(object_, field.key, path_);
   for (std::string_view key : otherKeys) requireText(object_, key, path_);
   for (std::string_view platform : platforms) {
-    if (!object_.contains(platform)) continue;
+    const JSONData* own = object_.find(platform);
+    if (own == nullptr) continue;
     checkPlatform(platform);
-    for (std::string_view key : otherKeys) requireText(object_.at(std::string(platform)), key, path_);
+    for (std::string_view key : otherKeys) requireText(*own, key, path_);
   }
 }
 
 void ListingObject::checkPlatform(std::string_view platform) const {
-  const json& own = object_.at(std::string(platform));
+  const JSONData& own = *object_.find(platform);
   std::string name(platform);
-  if (!own.is_object()) {
+  if (!own.isObject()) {
     throw ListingFile::malformed(path_ + ":", name + " isn't an object of what's that platform's own.");
   }
   for (const ListingFieldFacts& field : listingFields()) {
-    if (field.isAppInfo && own.contains(field.key)) {
+    if (field.isAppInfo && own.find(field.key) != nullptr) {
       throw ListingFile::malformed(path_ + ":",
                                    std::string(field.key) +
                                        " is the app's on every platform in App Store Connect, so it can't be " + name +
@@ -218,35 +238,62 @@ void ListingObject::checkPlatform(std::string_view platform) const {
 
 std::optional<std::string> ListingObject::text(std::string_view key, const std::optional<std::string>& platform) const {
   if (platform) {
-    auto own = object_.find(*platform);
-    if (own != object_.end() && own->is_object() && own->contains(key)) return textIn(*own, key);
+    const JSONData* own = object_.find(*platform);
+    if (own != nullptr && own->find(key) != nullptr) return textIn(*own, key);
   }
   return textIn(object_, key);
 }
 
-void ListingObject::put(std::string_view name, const std::optional<std::string>& value, const std::string& platform,
-                        bool first) {
-  if (text(name, platform) == value) return;
-  std::string key(name);
-  auto own = object_.find(platform);
-  if (own != object_.end() && own->is_object()) {
-    own->erase(key);
-    if (own->empty()) object_.erase(own);
-  }
-  if (text(name) == value) return;
-  if (first) {
-    if (value) {
-      object_[key] = *value;
-    } else {
-      object_.erase(key);
-    }
-    return;
-  }
-  json& kept = object_[platform];
-  if (!kept.is_object()) kept = json::object();
-  kept[key] = value ? json(*value) : json(nullptr);
+bool ListingObject::isTop(const PlatformsWritten& written) const {
+  if (wasEmpty_ || written.all.empty()) return true;
+  auto top = std::find_if(written.all.begin(), written.all.end(),
+                          [&](const std::string& platform) { return object_.find(platform) == nullptr; });
+  return written.platform == (top == written.all.end() ? written.all.front() : *top);
 }
 
-std::string ListingObject::serialized() const { return Metadata::serialized(object_); }
+void ListingObject::dropOwn(std::string_view key, const std::string& platform) {
+  if (JSONData* own = object_.find(platform); own != nullptr) own->erase(key);
+}
+
+void ListingObject::putOwn(std::string_view key, const std::optional<std::string>& value, const std::string& platform) {
+  if (object_.find(platform) == nullptr) object_.set(platform, JSONData::object());
+  object_.find(platform)->set(std::string(key), textOrNull(value));
+}
+
+void ListingObject::put(std::string_view key, const std::optional<std::string>& value,
+                        const PlatformsWritten& written) {
+  if (text(key, written.platform) == value) return;
+  const bool top = isTop(written);
+  dropOwn(key, written.platform);
+  if (const JSONData* own = object_.find(written.platform); top && own != nullptr && own->isEmpty()) {
+    object_.erase(written.platform);
+  }
+  if (text(key) == value) return;
+  if (!top) return putOwn(key, value, written.platform);
+  std::vector<std::optional<std::string>> before;
+  for (const std::string& platform : written.kept) before.push_back(text(key, platform));
+  putShared(key, value);
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    if (text(key, written.kept[i]) != before[i]) putOwn(key, before[i], written.kept[i]);
+  }
+  if (!wasEmpty_) return;
+  // An object, be it empty, says of those before this one that the top level isn't theirs.
+  for (const std::string& platform : written.all) {
+    if (platform == written.platform) return;
+    if (object_.find(platform) == nullptr) object_.set(platform, JSONData::object());
+  }
+}
+
+void ListingObject::putShared(std::string_view key, const std::optional<std::string>& value,
+                              const std::string& platform) {
+  if (text(key, platform) == value) return;
+  dropOwn(key, platform);
+  if (text(key) == value) return;
+  if (value) {
+    object_.set(std::string(key), *value);
+  } else {
+    object_.erase(key);
+  }
+}
 
 } // namespace kestu

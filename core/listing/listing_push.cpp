@@ -20,7 +20,7 @@ std::optional<RepoListing> read(const std::filesystem::path& root, std::optional
   if (!layout) layout = Metadata::detect(root);
   if (!layout) return std::nullopt;
   RepoListing listing = Metadata::read(*layout, root, target.version, target.platform);
-  return listing.isEmpty() ? std::nullopt : std::optional(std::move(listing));
+  return listing.isEmpty() && listing.misnamed.empty() ? std::nullopt : std::optional(std::move(listing));
 }
 
 CLIError noListing(const std::filesystem::path& root) {

@@ -29,7 +29,7 @@ struct ListingTarget {
 ///   auto store = ListingPush::fetch(client, target);
 ///   auto choice = ListingPush::choice(*repo, {}, false, environment);
 ///   auto change = ListingPush::change(*repo, store, choice);     // what differs, and what is held back
-///   ReleaseCheck::refusals(change)                               // what Apple wouldn't take of it
+///   ReleaseCheck::refusals(*repo, change, {})                    // what Apple wouldn't take of it
 ///   if (!change.isEmpty()) … ListingPush::request(target, change, dryRun) through the change flow
 ///   ListingPush::testNotes(*repo, store, {})                     // What to Test, which goes to the build
 ///
@@ -37,7 +37,7 @@ struct ListingTarget {
 namespace ListingPush {
 
 /// The listing for the target's version and platform, in the layout named or else the one that the repository has.
-/// None when it has none, or when that says nothing. A malformed file is a CLIError.
+/// None when it has none, or when that says nothing and no language is misnamed in it. A malformed file is a CLIError.
 std::optional<RepoListing> read(const std::filesystem::path& root, std::optional<MetadataLayout> layout,
                                 const ListingTarget& target);
 

@@ -6,24 +6,23 @@ namespace kestu::Metadata {
 
 namespace {
 
-using nlohmann::json;
-
-std::optional<json> objectOf(const std::string& text) {
+std::optional<JSONData> objectOf(const std::string& text) {
   try {
     JSONValue value = JSONValue::parse(text);
-    if (value.isObject()) return value.raw();
+    if (value.isObject()) return JSONData::copied(value);
   } catch (const JSONError&) {
   }
   return std::nullopt;
 }
 
-/// Whether a key of one is missing in the other, or has another value there.
-bool objectSaysOtherwise(const json& existing, const json& wanted) {
-  for (const auto& [key, value] : existing.items()) {
-    auto found = wanted.find(key);
-    if (found == wanted.end()) return true;
-    bool objects = value.is_object() && found->is_object();
-    if (objects ? objectSaysOtherwise(value, *found) : value != *found) return true;
+/// Whether a key of one is missing in the other, or has another value there. Null says nothing.
+bool objectSaysOtherwise(const JSONData& existing, const JSONData& wanted) {
+  for (const auto& [key, value] : existing.members()) {
+    if (value.isNull() || (value.isObject() && value.isEmpty())) continue;
+    const JSONData* found = wanted.find(key);
+    if (found == nullptr) return true;
+    bool objects = value.isObject() && found->isObject();
+    if (objects ? objectSaysOtherwise(value, *found) : value.compact() != found->compact()) return true;
   }
   return false;
 }
@@ -41,9 +40,10 @@ bool saysOtherwise(const std::string& existing, const std::string& wanted) {
 bool saysTheSame(const std::string& existing, const std::string& wanted) {
   auto before = objectOf(existing);
   auto after = objectOf(wanted);
-  return before && after ? *before == *after : ListingFile::value(existing) == ListingFile::value(wanted);
+  return before && after ? before->compact() == after->compact()
+                         : ListingFile::value(existing) == ListingFile::value(wanted);
 }
 
-std::string serialized(const json& object) { return JSON::pretty(object); }
+std::string serialized(const JSONData& object) { return object.pretty(); }
 
 } // namespace kestu::Metadata

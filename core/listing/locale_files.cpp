@@ -1,5 +1,6 @@
 #include "core/listing/layouts.hpp"
 
+#include "core/listing/unread.hpp"
 #include "core/project/platform.hpp"
 
 #include <algorithm>
@@ -21,41 +22,33 @@ std::string pathOf(const std::vector<ListingEntry>& entries, const std::string& 
   return folder + "/" + locale + ".json";
 }
 
-void noteKeys(RepoListing& listing, const std::string& path, const nlohmann::json& object, Fields fields) {
-  for (const auto& [key, value] : object.items()) {
+/// Where a key belongs, or how it is spelt.
+std::string hintOf(const std::string& key, Fields fields) {
+  bool isKestus = fields == Fields::listed || fields == Fields::released;
+  auto field = listingFieldOfKey(key);
+  if (key == notesKey && !isKestus) return "kestu's layout has it";
+  if (field || key == notesKey) {
+    bool released = key == notesKey || *field == ListingField::whatsNew;
+    if (isKestus)
+      return released ? "it goes in metadata/releases/<version>/<locale>.json"
+                      : "it goes in metadata/listing/<locale>.json";
+    return facts(*field).isAppInfo ? "it goes in metadata/app-info/<locale>.json"
+                                   : "it goes in metadata/version/<version>/<locale>.json";
+  }
+  const ListingFieldFacts* meant = fieldMeant(key);
+  return meant != nullptr ? std::string(meant->key) + " is" : "";
+}
+
+/// Keys that aren't read, in the platforms' objects too.
+void noteKeys(Unread& unread, const std::string& file, const JSONData& object, Fields fields) {
+  for (const auto& [key, value] : object.members()) {
     if (std::find(platforms.begin(), platforms.end(), key) != platforms.end()) {
-      if (value.is_object()) noteKeys(listing, path, value, fields);
+      if (value.isObject()) noteKeys(unread, file, value, fields);
       continue;
     }
     auto field = listingFieldOfKey(key);
-    bool released = key == notesKey || (field && *field == ListingField::whatsNew);
-    if (released ? fields == Fields::released : field && holds(fields, *field)) continue;
-    listing.notes.push_back(path + ": " + key +
-                            (released ? " isn't read here: it goes in metadata/releases/<version>/<locale>.json."
-                             : field  ? " isn't read here: it goes in metadata/listing/<locale>.json."
-                                      : " isn't a key that kestu reads."));
-  }
-}
-
-/// Keys that nobody reads, and files that no language names: as often as not a slip.
-void noteUnread(RepoListing& listing, const ListingPlace& place, const std::string& folder, Fields fields,
-                const std::vector<ListingEntry>& entries) {
-  if (fields != Fields::listed && fields != Fields::released) return;
-  for (const ListingEntry& entry : entries) {
-    noteKeys(listing, entry.path, ListingObject::plain(place.root, entry.path).raw(), fields);
-  }
-  std::error_code none;
-  std::vector<std::string> names;
-  for (const auto& item : std::filesystem::directory_iterator(place.root / folder, none)) {
-    std::string name = item.path().filename().string();
-    bool isOther = name == "release.json" || name == "review.json" || name.starts_with('.');
-    auto isEntry = [&](const ListingEntry& entry) { return entry.path == folder + "/" + name; };
-    if (!name.ends_with(".json") || isOther || std::any_of(entries.begin(), entries.end(), isEntry)) continue;
-    names.push_back(name);
-  }
-  std::sort(names.begin(), names.end());
-  for (const std::string& name : names) {
-    listing.notes.push_back(folder + "/" + name + " isn't read: no language is written so, as en-US is.");
+    bool read = field ? holds(fields, *field) : key == notesKey && fields == Fields::released;
+    if (!read) unread.add(key, file, hintOf(key, fields));
   }
 }
 
@@ -86,10 +79,11 @@ void take(RepoListing& listing, const ListingEntry& entry, ListingField field, s
 
 void read(RepoListing& listing, const ListingPlace& place, const std::string& folder, Fields fields) {
   std::optional<std::string> defaultNotes;
+  Unread unread(folder);
   auto entries = ListingFile::languages(place.root, folder, ListingFile::Entries::jsonFiles);
   for (const ListingEntry& entry : entries) {
     ListingObject object = ListingObject::read(place.root, entry.path, {notesKey});
-    if (entry.locale != "default") listing.texts.try_emplace(entry.locale);
+    noteKeys(unread, entry.path.substr(folder.size() + 1), object.raw(), fields);
     for (const ListingFieldFacts& field : listingFields()) {
       if (!holds(fields, field.field)) continue;
       take(listing, entry, field.field, object.text(field.key, place.platform), entry.path);
@@ -98,31 +92,33 @@ void read(RepoListing& listing, const ListingPlace& place, const std::string& fo
     auto notes = object.text(notesKey, place.platform);
     if (notes) (entry.locale == "default" ? defaultNotes.emplace() : listing.testNotes[entry.locale]) = *notes;
   }
-  noteUnread(listing, place, folder, fields, entries);
+  std::vector<std::string_view> known;
+  if (fields == Fields::released) known = {"release.json", "review.json", "whatsnew"};
+  noteEntries(listing, unread, place.root, folder, ListingFile::Entries::jsonFiles, known);
+  unread.tell(listing);
   if (!defaultNotes) return;
   for (const auto& [locale, text] : listing.texts) listing.testNotes.try_emplace(locale, *defaultNotes);
 }
 
 void files(ListingFiles& result, const std::filesystem::path& root, const std::string& folder, Fields fields,
-           const ListingToWrite& listing) {
+           const ListingToWrite& listing, const PlatformsWritten& written) {
   auto entries = ListingFile::languages(root, folder, ListingFile::Entries::jsonFiles);
   ListingObject defaults = ListingObject::toChange(root, pathOf(entries, folder, "default"));
-  auto put = [&](ListingObject& object, std::string_view key, const std::optional<std::string>& value, bool first) {
-    bool given = value && !object.text(key, listing.platform) && defaults.text(key, listing.platform) == value;
-    if (!given) object.put(key, value, listing.platform, first);
+  auto put = [&](ListingObject& object, std::string_view key, const std::optional<std::string>& value, bool shared) {
+    const std::string& platform = written.platform;
+    if (value && !object.text(key, platform) && defaults.text(key, platform) == value) return;
+    shared ? object.putShared(key, value, platform) : object.put(key, value, written);
   };
   LocaleTexts texts = listing.texts;
   for (const auto& [locale, notes] : listing.testNotes) texts.try_emplace(locale);
   for (const auto& [locale, text] : texts) {
     ListingObject object = ListingObject::toChange(root, pathOf(entries, folder, locale));
     for (const ListingFieldFacts& field : listingFields()) {
-      if (!holds(fields, field.field)) continue;
-      put(object, field.key, text[field.field], listing.firstPlatform || field.isAppInfo);
+      if (holds(fields, field.field)) put(object, field.key, text[field.field], field.isAppInfo);
     }
     if (fields == Fields::released) {
       auto notes = listing.testNotes.find(locale);
-      put(object, notesKey, notes == listing.testNotes.end() ? std::nullopt : std::optional(notes->second),
-          listing.firstPlatform);
+      put(object, notesKey, notes == listing.testNotes.end() ? std::nullopt : std::optional(notes->second), false);
     }
     if (!object.isEmpty() || object.isThere()) result[object.path()] = object.serialized();
   }

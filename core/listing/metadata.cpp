@@ -22,6 +22,24 @@ std::optional<std::string> passwordGiven(const Environment& environment) {
   return given && !given->empty() ? given : std::nullopt;
 }
 
+/// Files that can't be read are mended, and what they say otherwise stays.
+bool saysSomething(MetadataLayout layout, const std::filesystem::path& root, const std::string& version,
+                   const std::string& platform) {
+  try {
+    return !read(layout, root, version, platform).isEmpty();
+  } catch (const CLIError&) {
+    return true;
+  }
+}
+
+bool saysReview(MetadataLayout layout, const std::filesystem::path& root, const std::string& version) {
+  try {
+    return read(layout, root, version, std::nullopt).review.has_value();
+  } catch (const CLIError&) {
+    return false;
+  }
+}
+
 } // namespace
 
 bool versionShape(std::string_view text) {
@@ -66,8 +84,17 @@ RepoListing read(MetadataLayout layout, const std::filesystem::path& root, const
 
 ListingFiles files(MetadataLayout layout, const std::filesystem::path& root, const ListingToWrite& listing) {
   requireVersion(listing.version);
-  if (layout == MetadataLayout::kestu) return KestuLayout::files(root, listing);
-  return layout == MetadataLayout::json ? JSONLayout::files(root, listing) : FastlaneLayout::files(root, listing);
+  PlatformsWritten written{listing.platform, listing.platforms, {}};
+  for (const std::string& platform : listing.platforms) {
+    bool other = platform != listing.platform;
+    if (other && saysSomething(layout, root, listing.version, platform)) written.kept.push_back(platform);
+  }
+  ListingToWrite wanted = listing;
+  // What App Review is told stands there for every platform, so it stays as the first one wrote it.
+  if (!written.kept.empty() && saysReview(layout, root, listing.version)) wanted.appReviewInfo = false;
+  if (layout == MetadataLayout::fastlane) return FastlaneLayout::files(root, wanted);
+  return layout == MetadataLayout::json ? JSONLayout::files(root, wanted, written)
+                                        : KestuLayout::files(root, wanted, written);
 }
 
 std::optional<std::string> demoPassword(const RepoListing& listing, const Environment& environment) {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/changes/change_item.hpp"
 #include "core/listing/repo_listing.hpp"
 #include "core/project/git.hpp"
 #include "core/support/environment.hpp"
-
-#include <nlohmann/json_fwd.hpp>
+#include "core/support/json_data.hpp"
 
 #include <array>
 #include <filesystem>
@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestu {
 
@@ -19,7 +20,7 @@ namespace kestu {
 struct ListingToWrite {
   std::string version;
   std::string platform;
-  bool firstPlatform = true; ///< its values stand at the top level of files, those of others in an object of their own
+  std::vector<std::string> platforms{}; ///< the app's, in order, whose other values stay as they are
   LocaleTexts texts{};
   std::optional<std::string> copyright{};
   std::optional<ContentRights> contentRights{};
@@ -65,7 +66,12 @@ bool saysOtherwise(const std::string& existing, const std::string& wanted);
 /// Whether both say the same: JSON by value, other files by their text without blanks around it.
 bool saysTheSame(const std::string& existing, const std::string& wanted);
 
-std::string serialized(const nlohmann::json& object);
+/// What a file that is written says otherwise than before, by its path: a JSON object's values by key
+/// ("macos.keywords"), any other file as one text.
+std::vector<ChangeItem> differences(const std::string& path, const std::optional<std::string>& before,
+                                    const std::string& after);
+
+std::string serialized(const JSONData& object);
 
 /// The environment's, else the listing's; empty text counts as none. Never to be shown.
 std::optional<std::string> demoPassword(const RepoListing& listing, const Environment& environment);

@@ -50,8 +50,8 @@ const std::array<ReviewTextFacts, 6>& reviewTexts() {
   static constexpr std::array<ReviewTextFacts, 6> all = {{
       {&ReviewInfo::contactFirstName, "contactFirstName", "contact's first name", "first_name.txt"},
       {&ReviewInfo::contactLastName, "contactLastName", "contact's last name", "last_name.txt"},
-      {&ReviewInfo::contactPhone, "contactPhone", "contact's phone", "phone_number.txt"},
-      {&ReviewInfo::contactEmail, "contactEmail", "contact's email", "email_address.txt"},
+      {&ReviewInfo::contactPhone, "contactPhone", "contact's phone", "phone_number.txt", true},
+      {&ReviewInfo::contactEmail, "contactEmail", "contact's email", "email_address.txt", true},
       {&ReviewInfo::demoAccountName, "demoAccountName", "demo account", "demo_user.txt"},
       {&ReviewInfo::notes, "notes", "notes", "notes.txt"},
   }};

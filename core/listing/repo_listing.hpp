@@ -43,6 +43,7 @@ struct ReviewTextFacts {
   std::string_view key;   ///< in JSON files and in the service's answers
   std::string_view label; ///< in messages
   std::string_view fastlaneFile;
+  bool isPersonal = false; ///< not to stand in a log
 };
 
 /// The texts of it, all but whether a demo account is required, in the order in which they are listed.
@@ -65,6 +66,11 @@ std::string_view appleValue(ContentRights rights);
 /// "usesthirdpartycontent", "doesnotusethirdpartycontent".
 std::string_view rawValue(ContentRights rights);
 
+struct MisnamedLanguage {
+  std::string name; ///< "german"
+  std::string path; ///< repository path of its file or folder
+};
+
 /// The listing as a repository has it.
 struct RepoListing {
   MetadataLayout layout = MetadataLayout::kestu;
@@ -79,7 +85,8 @@ struct RepoListing {
   std::map<std::string, std::string> testNotes{}; ///< What to Test by locale
   std::optional<std::string> whatsNewPage{};      ///< repository path of the release's folder of that name
   std::map<std::string, std::map<ListingField, std::string>> files{}; ///< repository path that each value came from
-  std::vector<std::string> notes{}; ///< what lies among its files and isn't read, whole sentences
+  std::vector<std::string> notes{};         ///< what lies among its files and isn't read, whole sentences
+  std::vector<MisnamedLanguage> misnamed{}; ///< files and folders meant as languages, and not read
 
   bool isEmpty() const;
 

@@ -9,8 +9,6 @@ namespace kestu {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr std::string_view passwordKey = "demoAccountPassword";
 constexpr std::string_view requiredKey = "demoAccountRequired";
 
@@ -21,25 +19,25 @@ bool isReviewKey(std::string_view key) {
 }
 
 void requireReview(const ListingObject& object) {
-  for (const auto& [key, value] : object.raw().items()) {
+  for (const auto& [key, value] : object.raw().members()) {
     if (isReviewKey(key)) continue;
     throw ListingFile::malformed(object.path(),
                                  "isn't what kestu reads: contactFirstName, contactLastName, contactPhone, "
                                  "contactEmail, demoAccountName, demoAccountPassword, demoAccountRequired and notes.");
   }
-  for (const auto& [key, value] : object.raw().items()) {
-    const char* wrong = key == passwordKey && !value.is_string()                        ? " isn't text."
-                        : key == requiredKey && !value.is_boolean() && !value.is_null() ? " isn't true, false or null."
-                        : key != requiredKey && !value.is_string() && !value.is_null()  ? " isn't text or null."
-                                                                                        : nullptr;
+  for (const auto& [key, value] : object.raw().members()) {
+    bool isText = value.text() != nullptr;
+    const char* wrong = key == passwordKey && !isText                             ? " isn't text."
+                        : key == requiredKey && !value.truth() && !value.isNull() ? " isn't true, false or null."
+                        : key != requiredKey && !isText && !value.isNull()        ? " isn't text or null."
+                                                                                  : nullptr;
     if (wrong != nullptr) throw ListingFile::malformed(object.path() + ":", key + wrong);
   }
 }
 
 std::optional<bool> requiredIn(const ListingObject& object) {
-  auto found = object.raw().find(requiredKey);
-  if (found == object.raw().end() || !found->is_boolean()) return std::nullopt;
-  return found->get<bool>();
+  const JSONData* found = object.raw().find(requiredKey);
+  return found != nullptr ? found->truth() : std::nullopt;
 }
 
 ReviewInfo infoIn(const ListingObject& object) {
@@ -51,9 +49,9 @@ ReviewInfo infoIn(const ListingObject& object) {
 
 ListingObject toChange(const std::filesystem::path& root, const std::string& path) {
   ListingObject object = ListingObject::toChange(root, path);
-  const json before = object.raw();
-  for (const auto& [key, value] : before.items()) {
-    if (!isReviewKey(key) || (key == passwordKey && !value.is_string())) object.drop(key);
+  const JSONData before = object.raw();
+  for (const auto& [key, value] : before.members()) {
+    if (!isReviewKey(key) || (key == passwordKey && value.text() == nullptr)) object.drop(key);
   }
   return object;
 }
@@ -85,11 +83,12 @@ void files(ListingFiles& result, const std::filesystem::path& root, const std::s
   ListingObject release = toChange(root, releasePath);
   for (const ReviewTextFacts& text : reviewTexts()) {
     ListingObject& object = deciding(app, release, release.text(text.key).has_value());
-    object.put(text.key, review.*text.field, "", true);
+    object.putShared(text.key, review.*text.field);
   }
   ListingObject& object = deciding(app, release, requiredIn(release).has_value());
   if (requiredIn(object) != review.demoAccountRequired) {
-    review.demoAccountRequired ? object.put(requiredKey, json(*review.demoAccountRequired)) : object.drop(requiredKey);
+    review.demoAccountRequired ? object.put(requiredKey, JSONData(*review.demoAccountRequired))
+                               : object.drop(requiredKey);
   }
   for (const ListingObject* each : {&app, &release}) {
     if (!each->isEmpty() || each->isThere()) result[each->path()] = each->serialized();
@@ -114,16 +113,14 @@ std::optional<ReleaseSettings> read(const std::filesystem::path& root, const std
         path, "isn't what kestu reads: releaseType, earliestReleaseDate (as 2026-11-02T09:00:00Z), phased and build.");
   };
   ReleaseSettings settings;
-  for (const auto& [key, value] : object.raw().items()) {
+  for (const auto& [key, value] : object.raw().members()) {
     bool known = std::find(keys.begin(), keys.end(), key) != keys.end();
-    bool typed = value.is_null() || (key == "phased" ? value.is_boolean() : value.is_string());
+    bool typed = value.isNull() || (key == "phased" ? value.truth().has_value() : value.text() != nullptr);
     if (!known || !typed) throw wrong();
   }
   settings.releaseType = object.text("releaseType");
   settings.build = object.text("build");
-  if (auto phased = object.raw().find("phased"); phased != object.raw().end() && phased->is_boolean()) {
-    settings.phased = phased->get<bool>();
-  }
+  if (const JSONData* phased = object.raw().find("phased")) settings.phased = phased->truth();
   if (auto date = object.text("earliestReleaseDate")) {
     settings.earliestReleaseDate = Moments::parse(*date);
     if (!settings.earliestReleaseDate) throw wrong();
@@ -134,10 +131,10 @@ std::optional<ReleaseSettings> read(const std::filesystem::path& root, const std
 std::string text(const std::filesystem::path& root, const std::string& path, const ReleaseSettings& settings) {
   ListingObject object = ListingObject::toChange(root, path);
   auto date = settings.earliestReleaseDate;
-  object.put("releaseType", settings.releaseType, "", true);
-  object.put("earliestReleaseDate", date ? std::optional(Moments::iso8601(*date)) : std::nullopt, "", true);
-  object.put("build", settings.build, "", true);
-  settings.phased ? object.put("phased", json(*settings.phased)) : object.drop("phased");
+  object.putShared("releaseType", settings.releaseType);
+  object.putShared("earliestReleaseDate", date ? std::optional(Moments::iso8601(*date)) : std::nullopt);
+  object.putShared("build", settings.build);
+  settings.phased ? object.put("phased", JSONData(*settings.phased)) : object.drop("phased");
   return object.serialized();
 }
 

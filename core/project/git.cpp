@@ -1,5 +1,7 @@
 #include "core/project/git.hpp"
 
+#include "core/support/tasks.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <set>
@@ -205,6 +207,29 @@ Git::Changes SystemGit::lastChanged(const std::vector<std::string>& paths, const
   } catch (const std::system_error&) {
     return {.unknown = "git can't be run"};
   }
+}
+
+std::map<std::string, Moment> SystemGit::lastCommitted(const std::vector<std::string>& paths,
+                                                       const std::filesystem::path& root) {
+  std::vector<std::optional<Moment>> dates(paths.size());
+  fewAtOnce(paths.size(), 4, stop_, [&](std::size_t i, const std::stop_token&) {
+    auto real = realPath(paths[i], root);
+    if (!real) return;
+    try {
+      auto log = run({"log", "-1", "--no-color", "--format=tformat:%ct", "--", *real}, root);
+      std::int64_t seconds = 0;
+      const char* end = log.out.data() + log.out.size();
+      bool read = std::from_chars(log.out.data(), end, seconds).ec == std::errc();
+      if (log.succeeded() && read) dates[i] = Moment(std::chrono::seconds(seconds));
+    } catch (const std::system_error&) {
+      return;
+    }
+  });
+  std::map<std::string, Moment> found;
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    if (dates[i]) found.emplace(paths[i], *dates[i]);
+  }
+  return found;
 }
 
 bool SystemGit::isTracked(const std::string& path, const std::filesystem::path& root) {

@@ -26,6 +26,11 @@ class Git {
   /// for what isn't committed. Throws Stopped.
   virtual Changes lastChanged(const std::vector<std::string>& paths, const std::filesystem::path& root, Moment now) = 0;
 
+  /// The same of the files that are committed, each asked for by itself, which takes a run of git a file. A file
+  /// without a commit, or that git can't be asked for, has no date. Throws Stopped.
+  virtual std::map<std::string, Moment> lastCommitted(const std::vector<std::string>& paths,
+                                                      const std::filesystem::path& root) = 0;
+
   /// Whether git tracks the file; false where git can't say. Throws Stopped.
   virtual bool isTracked(const std::string& path, const std::filesystem::path& root) = 0;
 };
@@ -37,6 +42,8 @@ class SystemGit final : public Git {
       : stop_(std::move(stop)), program_(std::move(program)) {}
 
   Changes lastChanged(const std::vector<std::string>& paths, const std::filesystem::path& root, Moment now) override;
+  std::map<std::string, Moment> lastCommitted(const std::vector<std::string>& paths,
+                                              const std::filesystem::path& root) override;
   bool isTracked(const std::string& path, const std::filesystem::path& root) override;
 
  private:

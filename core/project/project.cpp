@@ -66,7 +66,7 @@ void write(const fs::path& root, const ProjectLink& link) {
     document = JSONData::object();
   }
   document.set("appId", link.appId).set("bundleId", link.bundleId);
-  document.setGiven("screenshotFolders", link.assetFolders);
+  document.setGiven("screenshotFolders", link.assetFolders).setGiven("keywords", link.keywords);
   try {
     Files::writeAtomically(root / fileName, document.pretty());
   } catch (const std::system_error& error) {

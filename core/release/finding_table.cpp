@@ -1,16 +1,12 @@
 #include "core/release/finding_table.hpp"
 
 #include "core/console/printable.hpp"
-#include "core/support/text.hpp"
 
 #include <algorithm>
-#include <utility>
 
 namespace kestu::ReleaseCheck {
 
 namespace {
-
-constexpr int narrowest = 24; ///< columns of a message, where a window is smaller than any table
 
 std::string styled(Level level, const TextStyles& style) {
   switch (level) {
@@ -22,11 +18,6 @@ std::string styled(Level level, const TextStyles& style) {
     return style.dim(rawValue(level));
   }
   return {};
-}
-
-std::string withoutLocale(const Finding& finding, const std::string& message) {
-  std::string lead = finding.locale ? printable(*finding.locale) + ": " : "";
-  return message.starts_with(lead) ? message.substr(lead.size()) : message;
 }
 
 } // namespace
@@ -41,37 +32,16 @@ Table rows(const Findings& findings) {
   return table;
 }
 
-std::string table(const Findings& findings, const TextStyles& style, std::optional<int> width) {
-  std::size_t levels = 0;
-  std::size_t languages = 0;
+std::string table(const Findings& findings, const TextStyles& style) {
+  bool anyLanguage = std::any_of(findings.begin(), findings.end(), [](const auto& each) { return each.locale; });
+  std::vector<std::vector<std::string>> lines;
   for (const Finding& finding : findings) {
-    levels = std::max(levels, rawValue(finding.level).size());
-    languages = std::max(languages, Text::characters(printable(finding.locale.value_or(""))));
+    std::vector<std::string>& line = lines.emplace_back();
+    line.push_back(styled(finding.level, style));
+    if (anyLanguage) line.push_back(printable(finding.locale.value_or(""))); // none anywhere needs no column
+    line.push_back(printable(finding.message));
   }
-  // No language anywhere needs no column.
-  int before = static_cast<int>(levels + 2 + (languages > 0 ? languages + 2 : 0));
-  std::vector<std::vector<std::string>> rows;
-  auto add = [&](std::string level, std::string language, std::string message) {
-    if (languages > 0) {
-      rows.push_back({std::move(level), std::move(language), std::move(message)});
-    } else {
-      rows.push_back({std::move(level), std::move(message)});
-    }
-  };
-  for (const Finding& finding : findings) {
-    std::string message = printable(finding.message);
-    std::string level = styled(finding.level, style);
-    std::string language = printable(finding.locale.value_or(""));
-    if (!width) {
-      add(level, language, message);
-      continue;
-    }
-    std::string folded = TextStyle::wrap(withoutLocale(finding, message), std::max(*width - before, narrowest));
-    for (const std::string& line : Text::split(folded, '\n')) {
-      add(std::exchange(level, std::string(levels, ' ')), std::exchange(language, ""), line);
-    }
-  }
-  return Format::table(rows);
+  return Format::table(lines);
 }
 
 } // namespace kestu::ReleaseCheck

@@ -4,7 +4,6 @@
 #include "core/console/text_style.hpp"
 #include "core/release/finding.hpp"
 
-#include <optional>
 #include <string>
 
 namespace kestu::ReleaseCheck {
@@ -12,8 +11,11 @@ namespace kestu::ReleaseCheck {
 /// Level, language and message, for spreadsheets and Markdown.
 Table rows(const Findings& findings);
 
-/// The same for people. With a width, a terminal's, messages fold within their column and leave out the language that
-/// the column beside them says; without one each stays a line.
-std::string table(const Findings& findings, const TextStyles& style, std::optional<int> width);
+/// The same for people, a line each.
+std::string table(const Findings& findings, const TextStyles& style);
+
+/// For a terminal of so many columns: by language, with counts, and what several languages or files have in common
+/// once.
+std::string groups(const Findings& findings, const TextStyles& style, int width);
 
 } // namespace kestu::ReleaseCheck

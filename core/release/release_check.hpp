@@ -29,8 +29,15 @@ enum class Purpose {
   repository,   ///< nothing has to be there, since App Store Connect may have the rest
 };
 
+/// How the limit of keywords is counted.
+enum class KeywordCount { bytes, characters };
+
 /// Each language's resolved texts. `primary` may be empty where it isn't known: then nothing is compared with it.
-Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform);
+Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform,
+               KeywordCount count = KeywordCount::bytes);
+
+/// The names of the repository's languages: those that can't be one, and those that aren't among Apple's.
+Findings languages(const RepoListing& listing);
 
 /// What is wasted in one language's keywords.
 Findings keywords(const LocaleText& text, const std::string& locale);
@@ -44,6 +51,10 @@ Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& las
 /// What git knows of the files' dates, compared by `stale`; where it knows nothing, a note says why.
 Findings translations(const FieldFiles& files, const Git::Changes& changes, const std::string& primary);
 
+/// The paths whose dates make a translation stale. Git is asked for them once more, each by itself: asked for all paths
+/// at once, it may name a commit of a branch that a merge then passed over.
+std::vector<std::string> suspects(const FieldFiles& files, const Git::Changes& changes, const std::string& primary);
+
 /// Every path among the files, once.
 std::vector<std::string> paths(const FieldFiles& files);
 
@@ -55,6 +66,9 @@ Findings version(const std::optional<StoreVersion>& stored, const std::string& n
 Findings contentRights(std::optional<ContentRights> answered, std::optional<ContentRights> repository);
 
 Findings review(const ReviewInfo& review, bool hasDemoPassword);
+
+/// The length of its notes.
+Findings reviewNotes(const ReviewInfo& review);
 
 /// The repository's assets against Apple's specs. `options` say the platform, the probe and when to stop.
 Findings assets(const std::filesystem::path& root, const AssetCatalog& catalog, const ScanOptions& options);

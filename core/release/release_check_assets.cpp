@@ -24,7 +24,10 @@ Findings assets(const std::filesystem::path& root, const AssetCatalog& catalog, 
     std::string folder = Assets::repositoryFolder(kind, root).value_or("");
     AssetScan scan = Assets::sets(kind, root, catalog, options);
     auto add = [&](Level level, const std::vector<std::string>& texts) {
-      for (const std::string& text : texts) findings.push_back({level, rule, assetLocale(text, folder), text});
+      for (const std::string& text : texts) {
+        bool ended = text.ends_with('.') || text.ends_with('?');
+        findings.push_back({level, rule, assetLocale(text, folder), text + (ended ? "" : ".")});
+      }
     };
     add(Level::error, scan.problems);
     add(Level::note, scan.notes);

@@ -5,7 +5,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <set>
+#include <utility>
 
 namespace kestu::ReleaseCheck {
 
@@ -39,6 +41,20 @@ bool beginsWithBlank(std::string_view entry) {
   return !entry.empty() && UTF8::isWhiteSpace(UTF8::decode(entry, 0).value);
 }
 
+/// The commas of other scripts that are there, by name.
+std::vector<std::string> otherCommas(const std::string& text) {
+  static constexpr std::array<std::pair<std::string_view, std::string_view>, 4> all = {
+      {{"，", "full-width commas (，)"},
+       {"、", "ideographic commas (、)"},
+       {"､", "half-width ideographic commas (､)"},
+       {"،", "Arabic commas (،)"}}};
+  std::vector<std::string> found;
+  for (const auto& [comma, name] : all) {
+    if (text.find(comma) != std::string::npos) found.emplace_back(name);
+  }
+  return found;
+}
+
 } // namespace
 
 Findings keywords(const LocaleText& text, const std::string& locale) {
@@ -67,6 +83,10 @@ Findings keywords(const LocaleText& text, const std::string& locale) {
     if (!words.empty() && allSearched) addOnce(known, lowered);
   }
   auto add = [&](const std::string& message) { findings.push_back({Level::warning, "keywords", locale, message}); };
+  if (auto commas = otherCommas(*value); !commas.empty()) {
+    add(fmt::format("{}: the keywords have {}, and only a plain comma is sure to separate them, in 1 byte.", locale,
+                    list(commas)));
+  }
   if (spaced) add(locale + ": keywords have spaces after commas, which use up bytes of the 100.");
   if (!repeated.empty()) add(locale + ": the keywords repeat " + list(repeated) + " twice.");
   if (!known.empty()) {

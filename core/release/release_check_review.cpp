@@ -20,8 +20,15 @@ Findings contentRights(std::optional<ContentRights> answered, std::optional<Cont
            "Content Rights is answered from metadata/app.json as the listing's pushed."}};
 }
 
+Findings reviewNotes(const ReviewInfo& review) {
+  constexpr std::size_t limit = 4000;
+  std::size_t count = review.notes ? Text::characters(*review.notes) : 0;
+  if (count <= limit) return {};
+  return {{Level::error, "review", std::nullopt,
+           fmt::format("App Review's notes are {} characters, {} at most.", count, limit)}};
+}
+
 Findings review(const ReviewInfo& review, bool hasDemoPassword) {
-  constexpr std::size_t notesLimit = 4000;
   Findings findings;
   auto add = [&](Level level, std::string message) {
     findings.push_back({level, "review", std::nullopt, std::move(message)});
@@ -41,9 +48,7 @@ Findings review(const ReviewInfo& review, bool hasDemoPassword) {
     add(Level::note, "App Review needs a demo account: Apple never gives its password back, so set "
                      "KESTU_REVIEW_DEMO_PASSWORD, or demoAccountPassword in metadata/review.json, to send it.");
   }
-  if (std::size_t count = review.notes ? Text::characters(*review.notes) : 0; count > notesLimit) {
-    add(Level::error, fmt::format("App Review's notes are {} characters, {} at most.", count, notesLimit));
-  }
+  for (Finding& each : reviewNotes(review)) findings.push_back(std::move(each));
   return findings;
 }
 

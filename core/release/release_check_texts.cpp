@@ -37,15 +37,21 @@ bool isRequired(ListingField field, Purpose purpose, std::string_view platform) 
 bool has(const LocaleText& text, ListingField field) { return text[field] && !text[field]->empty(); }
 
 void checkLength(Findings& findings, const std::string& locale, const ListingFieldFacts& field,
-                 const std::string& value) {
-  bool inBytes = field.field == keywords;
+                 const std::string& value, KeywordCount counting) {
+  const bool areKeywords = field.field == keywords;
+  const bool inBytes = areKeywords && counting == KeywordCount::bytes;
   // There are never more characters than bytes, and counting them takes its time.
   if (field.limit && value.size() > *field.limit) {
-    std::size_t count = inBytes ? value.size() : Text::characters(value);
+    const std::size_t characters = Text::characters(value);
+    const std::size_t count = inBytes ? value.size() : characters;
     if (count > *field.limit) {
+      const bool bytesAlone = characters <= *field.limit;
       findings.push_back({Level::error, "limit", locale,
-                          fmt::format("{}: {} {} {} {}, {} at most.", locale, field.label, inBytes ? "are" : "is",
-                                      count, inBytes ? "bytes" : "characters", *field.limit)});
+                          fmt::format("{}: {} {} {} {}, {} at most.{}", locale, field.label, areKeywords ? "are" : "is",
+                                      count, inBytes ? "bytes" : "characters", *field.limit,
+                                      bytesAlone ? " App Store Connect has been seen to take 100 characters: kestu "
+                                                   "config keywords characters counts so."
+                                                 : "")});
     }
   }
   if (field.field == name && Text::characters(value) < 2) {
@@ -53,9 +59,9 @@ void checkLength(Findings& findings, const std::string& locale, const ListingFie
   }
 }
 
-void checkField(Findings& findings, const std::string& locale, const ListingFieldFacts& field,
-                const std::string& value) {
-  checkLength(findings, locale, field, value);
+void checkField(Findings& findings, const std::string& locale, const ListingFieldFacts& field, const std::string& value,
+                KeywordCount counting) {
+  checkLength(findings, locale, field, value, counting);
   if (field.isURL && !isWebAddress(value)) {
     findings.push_back(
         {Level::error, "url", locale, fmt::format("{}: {} isn't a web address: {}", locale, field.label, value)});
@@ -92,13 +98,14 @@ void checkGaps(Findings& findings, const std::string& locale, const LocaleText& 
 
 } // namespace
 
-Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform) {
+Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform,
+               KeywordCount count) {
   Findings findings;
   auto primaryText = texts.find(primary);
   for (const auto& [locale, text] : texts) {
     for (const ListingFieldFacts& field : listingFields()) {
       const auto& value = text[field.field];
-      if (value && isLookedAt(field.field, purpose)) checkField(findings, locale, field, *value);
+      if (value && isLookedAt(field.field, purpose)) checkField(findings, locale, field, *value, count);
     }
     bool compared = primaryText != texts.end() && locale != primary;
     checkGaps(findings, locale, text, compared ? &primaryText->second : nullptr, primary, purpose, platform);
@@ -109,10 +116,15 @@ Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose pur
   return findings;
 }
 
-Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary) {
-  Findings findings;
+namespace {
+
+/// Calls with the locale, the field, its path and the primary language's path for each translation that changed before
+/// the primary language.
+template <class Take>
+void eachStale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary,
+               Take take) {
   auto ofPrimary = files.find(primary);
-  if (ofPrimary == files.end()) return findings;
+  if (ofPrimary == files.end()) return;
   for (const auto& [locale, fields] : files) {
     if (locale == primary || locale == "default") continue;
     for (const auto& [field, path] : fields) {
@@ -121,12 +133,29 @@ Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& las
       auto own = lastChanged.find(path);
       auto of = lastChanged.find(primaryPath->second);
       if (own == lastChanged.end() || of == lastChanged.end() || own->second >= of->second) continue;
-      findings.push_back({Level::warning, "stale", locale,
-                          fmt::format("{}: {} last changed before {}'s, so may not say what it says now.", locale,
-                                      facts(field).label, primary)});
+      take(locale, field, path, primaryPath->second);
     }
   }
+}
+
+} // namespace
+
+Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary) {
+  Findings findings;
+  eachStale(files, lastChanged, primary, [&](const auto& locale, ListingField field, const auto&, const auto&) {
+    findings.push_back({Level::warning, "stale", locale,
+                        fmt::format("{}: {} last changed before {}'s, so may not say what it says now.", locale,
+                                    facts(field).label, primary)});
+  });
   return findings;
+}
+
+std::vector<std::string> suspects(const FieldFiles& files, const Git::Changes& changes, const std::string& primary) {
+  std::set<std::string> paths;
+  eachStale(files, changes.dates, primary, [&](const auto&, ListingField, const auto& own, const auto& of) {
+    paths.insert({own, of});
+  });
+  return {paths.begin(), paths.end()};
 }
 
 Findings translations(const FieldFiles& files, const Git::Changes& changes, const std::string& primary) {

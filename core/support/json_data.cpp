@@ -50,6 +50,12 @@ bool JSONData::isObject() const { return std::holds_alternative<Object>(value_);
 const JSONData::Object& JSONData::members() const { return std::get<Object>(value_); }
 const JSONData::Array& JSONData::elements() const { return std::get<Array>(value_); }
 
+const std::string* JSONData::text() const { return std::get_if<std::string>(&value_); }
+std::optional<bool> JSONData::truth() const {
+  const auto* truth = std::get_if<Truth>(&value_);
+  return truth ? std::optional(truth->value) : std::nullopt;
+}
+
 JSONData JSONData::object(std::initializer_list<JSONMember> members) {
   JSONData object;
   object.value_ = Object{};

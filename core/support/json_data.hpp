@@ -69,8 +69,10 @@ class JSONData {
   bool isObject() const;
   /// Whether it is an object or a list without anything in it.
   bool isEmpty() const;
-  const Object& members() const; ///< of an object
-  const Array& elements() const; ///< of a list
+  const Object& members() const;   ///< of an object
+  const Array& elements() const;   ///< of a list
+  const std::string* text() const; ///< none when it isn't a text
+  std::optional<bool> truth() const;
 
   /// One line, keys sorted, for request bodies. Broken UTF-8 is replaced.
   std::string compact() const;

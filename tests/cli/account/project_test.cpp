@@ -228,8 +228,9 @@ TEST_F(ProjectTest, ConfigKeepsWhatItDoesNotKnow) {
   EXPECT_EQ(run({"config", "screenshot-folders", "both"}).status, 2);
   signIn();
   EXPECT_EQ(run({"link", "Ledger"}).status, 0);
-  EXPECT_EQ(run({"config", "--json"}).out, "{\n  \"appId\": 3456789012,\n  \"bundleId\": \"com.example.ledger.mac\",\n "
-                                           " \"screenshotFolders\": \"ids\"\n}\n");
+  EXPECT_EQ(run({"config", "--json"}).out,
+            "{\n  \"appId\": 3456789012,\n  \"bundleId\": \"com.example.ledger.mac\",\n  \"keywords\": \"bytes\",\n"
+            "  \"screenshotFolders\": \"ids\"\n}\n");
   for (const std::string bad : {"", "[]", "{", R"({"appId": "1", "bundleId": "a"})", R"({"bundleId": "a"})"}) {
     SCOPED_TRACE(bad);
     repo.write("kestu.json", bad);

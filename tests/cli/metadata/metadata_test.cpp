@@ -142,7 +142,8 @@ TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
                      "  en-US       subtitle                 The sky, hour by hour → Sky\n"
                      "  App Review  notes                    Tap it.\n"
                      "  App Review  demo account's password  sent, never shown\n"
-                     "Dry run: 1.2 for iOS would take 4 values from the repo, after your approval.\n");
+                     "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would take 4 values from the repo, "
+                     "after your approval.\n");
   ran = run({"metadata", "push"});
   EXPECT_EQ(ran.status, 6);
   EXPECT_EQ(pushed().size(), 1U) << "the dry run";
@@ -245,15 +246,98 @@ TEST_F(MetadataTest, WhatIsNotReadIsTold) {
     object["describtion"] = "?";
     object["macos"] = {{"titel", "?"}};
   });
-  repo.write("metadata/listing/en_GB.json", "{}");
   repo.write("metadata/releases/1.2/en-US.json", R"({"name": "A", "whatToTest": "All"})");
-  EXPECT_EQ(
-      run({"metadata", "push"}).err,
-      "metadata/listing/en-US.json: describtion isn't a key that kestu reads.\n"
-      "metadata/listing/en-US.json: titel isn't a key that kestu reads.\n"
-      "metadata/listing/en-US.json: whatsNew isn't read here: it goes in metadata/releases/<version>/<locale>.json.\n"
-      "metadata/listing/en_GB.json isn't read: no language is written so, as en-US is.\n"
-      "metadata/releases/1.2/en-US.json: name isn't read here: it goes in metadata/listing/<locale>.json.\n");
+  Ran ran = run({"metadata", "push"});
+  EXPECT_EQ(ran.err,
+            "metadata/listing: not read: describtion in en-US.json; titel in en-US.json; whatsNew in en-US.json (it "
+            "goes in metadata/releases/<version>/<locale>.json).\n"
+            "metadata/releases/1.2: not read: name in en-US.json (it goes in metadata/listing/<locale>.json).\n"
+            "What to Test differs too, in en-US, and goes to the build: kestu release prepare 1.2 sends it.\n");
+  EXPECT_EQ(ran.out, "✓ 1.2 for iOS says all the rest that the repo does: nothing sent.\n");
+}
+
+TEST_F(MetadataTest, ALanguageThatCantBeOneIsRefused) {
+  run({"metadata", "pull", "--layout", "fastlane"});
+  repo.write("fastlane/metadata/de_AT/name.txt", "A");
+  repo.write("fastlane/metadata/pt-br/name.txt", "Tempo");
+  repo.write("fastlane/metadata/fy/name.txt", "Waar");
+  const std::string lead = "Apple wouldn't take these, so nothing was sent:\n";
+  Ran ran = run({"metadata", "push"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err, lead + "fastlane/metadata/de_AT can't be a language: it's written de-DE.\n"
+                            "fastlane/metadata/pt-br can't be a language: it's written pt-BR.\n");
+  EXPECT_EQ(run({"metadata", "push", "--locale", "pt-br"}).err,
+            lead + "fastlane/metadata/pt-br can't be a language: it's written pt-BR.\n");
+  ran = run({"metadata", "push", "--locale", "fy", "--dry-run"});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_EQ(ran.err, "fy isn't one of Apple's languages, so Apple may not take it.\n");
+  ran = run({"metadata", "push", "--no-check", "--dry-run", "--json"});
+  EXPECT_EQ(json::parse(ran.out)["changes"],
+            json::parse(R"([{"place": "fy", "field": "name", "from": null, "to": "Waar"},
+                            {"place": "pt-br", "field": "name", "from": null, "to": "Tempo"}])"));
+  ran = run({"metadata", "validate"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_NE(ran.out.find("de_AT can't be a language"), std::string::npos) << ran.out;
+  fs::remove_all(repo.path() / "fastlane/metadata");
+  repo.write("fastlane/metadata/german/name.txt", "A");
+  EXPECT_EQ(run({"metadata", "push"}).err,
+            lead + "fastlane/metadata/german can't be a language: it's written de-DE.\n");
+}
+
+TEST_F(MetadataTest, KeywordsAreCountedAsTheRepositorySays) {
+  std::string cyrillic;
+  for (int i = 0; i < 60; ++i) cyrillic += "ж";
+  repo.write("metadata/listing/en-US.json", json{{"keywords", cyrillic}}.dump());
+  EXPECT_EQ(run({"metadata", "validate"}).status, 1);
+  EXPECT_EQ(run({"metadata", "push", "--dry-run"}).status, 0) << "bytes alone stop no push";
+  EXPECT_EQ(run({"config", "keywords", "letters"}).status, 2);
+  EXPECT_EQ(run({"config", "keywords", "characters"}).out, "✓ Set keywords to characters\n");
+  EXPECT_EQ(run({"metadata", "validate"}).status, 0);
+  json config = json::parse(run({"config", "--json"}).out);
+  EXPECT_EQ(config["keywords"], "characters");
+  EXPECT_EQ(config["appId"], 1234567890);
+}
+
+TEST_F(MetadataTest, WhatDiffersIsShownAsWideAsThereIsRoomAndNothingPersonal) {
+  run({"metadata", "pull"});
+  const std::string old = json::parse(contents("metadata/listing/en-US.json"))["description"];
+  edit("metadata/listing/en-US.json", [&](json& object) { object["description"] = old + "\nAnd a widget."; });
+  edit("metadata/review.json", [](json& object) { object["contactPhone"] = "+49 30 5550199"; });
+  Ran ran = run({"metadata", "push", "--yes"});
+  EXPECT_NE(ran.out.find("And a widget."), std::string::npos) << "a pipe gets it whole: " << ran.out;
+  EXPECT_NE(ran.out.find("contact's phone"), std::string::npos) << ran.out;
+  ran = run({"metadata", "push", "--dry-run", "--json"});
+  for (const json& change : json::parse(ran.out)["changes"]) {
+    bool hidden = change["place"] == "App Review";
+    EXPECT_EQ(change.contains("to"), !hidden) << change;
+    if (!hidden) {
+      EXPECT_EQ(change["to"], old + "\nAnd a widget.");
+    }
+  }
+  ran = run({"metadata", "push", "--diff"});
+  EXPECT_NE(ran.err.find("{+\n    And a widget.+}"), std::string::npos) << ran.err;
+  EXPECT_EQ(terminal.allText().find("5550199"), std::string::npos);
+}
+
+TEST_F(MetadataTest, ADryRunOfAPullWritesNothing) {
+  Ran ran = run({"metadata", "pull", "--dry-run"});
+  EXPECT_TRUE(ran.out.starts_with("  new      metadata/app.json\n")) << ran.out;
+  EXPECT_FALSE(fs::exists(repo.path() / "metadata"));
+  run({"metadata", "pull"});
+  edit("metadata/listing/en-US.json", [](json& object) { object["subtitle"] = "Mine own"; });
+  auto before = everything();
+  ran = run({"metadata", "pull", "--dry-run", "--diff"});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_NE(ran.out.find("  metadata/listing/en-US.json  subtitle\n    [-Mine own-]{+The sky, hour by hour+}\n"),
+            std::string::npos)
+      << ran.out;
+  EXPECT_TRUE(ran.out.ends_with("That takes --force, since 1 file says something else: "
+                                "metadata/listing/en-US.json.\n"))
+      << ran.out;
+  json answer = json::parse(run({"metadata", "pull", "--dry-run", "--json"}).out);
+  EXPECT_EQ(answer["conflicts"], json({"metadata/listing/en-US.json"}));
+  EXPECT_EQ(answer["changes"][0]["to"], "The sky, hour by hour");
+  EXPECT_EQ(everything(), before);
 }
 
 TEST_F(MetadataTest, ATrackedPasswordIsWarnedOf) {

@@ -1,3 +1,4 @@
+#include "core/project/apple_locales.hpp"
 #include "core/support/process.hpp"
 #include "sandbox/metadata/listing.hpp"
 #include "tests/support/command_test.hpp"
@@ -239,11 +240,8 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
   EXPECT_EQ(ran.status, 7);
   EXPECT_EQ(ran.err, "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).\n");
 
-  std::vector<std::string> locales = {"en-US"};
-  for (char letter = 'a'; locales.size() < 40; ++letter) {
-    locales.push_back(std::string("x") + letter);
-    locales.push_back(std::string("y") + letter);
-  }
+  std::vector<std::string> locales;
+  for (const AppleLocale& each : AppleLocales::all()) locales.emplace_back(each.code);
   auto write = [&](const std::string& locale, const json& texts) {
     repo.write("metadata/listing/" + locale + ".json", texts.dump());
   };
@@ -255,8 +253,8 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
       "note  The screenshots weren't checked against Apple's specs: Not signed in. Run kestu login.\n"
       "✓ The repo's listing keeps to Apple's limits.\n"))
       << ran.out;
-  write("yb", {{"name", "N"}, {"description", "TODO"}, {"keywords", "a, A"}});
-  write("xc", {{"keywords", "a,b"}});
+  write("ja", {{"name", "N"}, {"description", "TODO"}, {"keywords", "a, A"}});
+  write("da", {{"keywords", "a,b"}});
   ran = run({"metadata", "validate", "--json"});
   EXPECT_EQ(ran.status, 1);
   std::vector<std::string> found;
@@ -264,8 +262,8 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
     found.push_back(finding["level"].get<std::string>() + " " + finding["rule"].get<std::string>() + " " +
                     finding.value("locale", "-"));
   }
-  EXPECT_EQ(found, (std::vector<std::string>{"warning missing xc", "error limit yb", "warning placeholder yb",
-                                             "warning keywords yb", "warning keywords yb", "note stale -",
+  EXPECT_EQ(found, (std::vector<std::string>{"warning missing da", "error limit ja", "warning placeholder ja",
+                                             "warning keywords ja", "warning keywords ja", "note stale -",
                                              "note missing -", "note assets -"}));
   EXPECT_EQ(ran.err, "1 error, with 4 warnings.\n");
   EXPECT_TRUE(server.requests().empty());
@@ -273,8 +271,8 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
   signIn();
   EXPECT_NE(run({"metadata", "validate"}).out.find("Apple's specs: Name an app, or run kestu link"), std::string::npos);
   EXPECT_EQ(run({"metadata", "validate", "--app", "None"}).status, 7);
-  write("yb", json::array());
-  EXPECT_EQ(run({"metadata", "validate"}).err, "metadata/listing/yb.json isn't a JSON object.\n");
+  write("ja", json::array());
+  EXPECT_EQ(run({"metadata", "validate"}).err, "metadata/listing/ja.json isn't a JSON object.\n");
 }
 
 TEST_F(ReleaseTest, ValidateUsesWhatItCanHave) {

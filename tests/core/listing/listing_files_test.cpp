@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <map>
 #include <random>
+#include <set>
 
 namespace fs = std::filesystem;
 
@@ -88,8 +90,11 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
            {"metadata/app.json", R"({"macos": "x"})",
             "metadata/app.json: macos isn't an object of what's that platform's own."},
            {en, "[1]", en + " isn't a JSON object."},
-           {en, "", en + " isn't a JSON object."},
-           {en, "{\"name\": \"\xFF\"}", en + " isn't a JSON object."},
+           {en, "", en + " isn't a JSON object.\nIt's JSON up to line 1, column 1."},
+           {en, "{\"name\": \"\xFF\"}", en + " isn't a JSON object.\nIt's JSON up to line 1, column 11."},
+           {en, "{\n  \"name\": \"Ähm\",\n}\n", en + " isn't a JSON object.\nIt's JSON up to line 3, column 1."},
+           {en, "{\r\n  \"name\": \"水\" \"subtitle\"",
+            en + " isn't a JSON object.\nIt's JSON up to line 2, column 26."},
            {en, R"({"name": 5})", en + ": name isn't text or null."},
            {en, R"({"name": null, "other": 5})", ""},
            {en, R"({"tvos": {"keywords": ["a"]}})", en + ": keywords isn't text or null."},
@@ -153,7 +158,7 @@ TEST(ListingFiles, ValuesAreTrimmedAndEmptyOnesArentGiven) {
     repo.write("metadata/listing/en-US.json", "\xEF\xBB\xBF" + bytes);
     for (MetadataLayout layout : {MetadataLayout::fastlane, MetadataLayout::kestu}) {
       RepoListing listing = Metadata::read(layout, repo.path(), std::nullopt, std::nullopt);
-      EXPECT_EQ(listing.texts.at("en-US")[description], row.value);
+      EXPECT_EQ(listing.texts["en-US"][description], row.value);
       EXPECT_EQ(listing.isEmpty(), !row.value);
     }
   }
@@ -226,6 +231,78 @@ TEST(ListingFiles, TheOtherLayoutsTakeWhatBelongsInTheirFolders) {
   EXPECT_EQ(listing.demoPasswordFile, "fastlane/metadata/review_information/demo_password.txt");
 }
 
+TEST(ListingFiles, WhatIsNotReadIsToldALineAFolder) {
+  struct Row {
+    MetadataLayout layout;
+    FileList files;
+    std::vector<std::string> notes, misnamed, locales;
+  };
+  const std::string fl = "fastlane/metadata/";
+  using enum MetadataLayout;
+  for (const Row& row : std::vector<Row>{
+           {fastlane,
+            {{fl + "ja/name.txt", "J"}, {fl + "de-DE/.DS_Store", ""}, {fl + "README.md", ""}},
+            {},
+            {},
+            {"ja"}},
+           {fastlane,
+            {{fl + "ja/whats_new.txt", "W"},
+             {fl + "ko/whats_new.txt", "W"},
+             {fl + "ko/Name.txt", "N"},
+             {fl + "primary_category.txt", "GAMES"},
+             {fl + "android/en-US/title.txt", "A"}},
+            {"fastlane/metadata: not read: Name.txt in ko (name.txt is); primary_category.txt; whats_new.txt in ja and "
+             "ko (release_notes.txt is)."},
+            {},
+            {}},
+           {fastlane,
+            {{fl + "de_DE/name.txt", "A"},
+             {fl + "german/x.txt", "A"},
+             {fl + "Klingon/name.txt", "A"},
+             {fl + "Screens/1.png", ""},
+             {fl + "fy/name.txt", "F"}},
+            {"fastlane/metadata: not read: Screens."},
+            {"fastlane/metadata/Klingon", "fastlane/metadata/de_DE", "fastlane/metadata/german"},
+            {"fy"}},
+           {fastlane,
+            {{fl + "review_information/demo_notes.txt", "A"}, {fl + "review_information/notes.txt", "A"}},
+            {"fastlane/metadata/review_information: not read: demo_notes.txt."},
+            {},
+            {}},
+           {kestu,
+            {{"metadata/listing/ja.json", R"({"titel": "?", "macos": {"what to test": "?", "name ": ""}})"},
+             {"metadata/listing/whats_new.txt", "?"},
+             {"metadata/listing/pt_br.JSON", "?"},
+             {"metadata/releases/1.2/ja.json", R"({"whatToTest": "All", "subtitle": "S"})"},
+             {"metadata/releases/1.2/release.json", "{}"}},
+            {"metadata/listing: not read: name  in ja.json (name is); titel in ja.json; what to test in ja.json; "
+             "whats_new.txt.",
+             "metadata/releases/1.2: not read: subtitle in ja.json (it goes in metadata/listing/<locale>.json)."},
+            {"metadata/listing/pt_br.JSON"},
+            {}},
+           {json,
+            {{"metadata/app-info/ja.json", R"({"description": "D", "Privacy Policy URL": "u"})"},
+             {"metadata/version/1.2/ko.json", R"({"name": "N", "whatToTest": "T", "keywords": "k"})"}},
+            {"metadata/app-info: not read: Privacy Policy URL in ja.json (privacyPolicyUrl is); description in ja.json "
+             "(it goes in metadata/version/<version>/<locale>.json).",
+             "metadata/version/1.2: not read: name in ko.json (it goes in metadata/app-info/<locale>.json); whatToTest "
+             "in ko.json (kestu's layout has it)."},
+            {},
+            {"ko"}},
+       }) {
+    SCOPED_TRACE(row.files.front().first);
+    TemporaryFolder repo;
+    for (const auto& [path, contents] : row.files) repo.write(path, contents);
+    RepoListing listing = Metadata::read(row.layout, repo.path(), "1.2", "ios");
+    EXPECT_EQ(listing.notes, row.notes);
+    std::vector<std::string> misnamed, locales;
+    for (const MisnamedLanguage& each : listing.misnamed) misnamed.push_back(each.path);
+    for (const auto& [locale, values] : listing.texts) locales.push_back(locale);
+    EXPECT_EQ(misnamed, row.misnamed);
+    EXPECT_EQ(locales, row.locales) << "an empty folder and What to Test alone make no language";
+  }
+}
+
 /// A listing with something in every field, in forty languages.
 ListingToWrite wholeListing() {
   ListingToWrite listing;
@@ -281,40 +358,70 @@ TEST(ListingFiles, WhatIsWrittenIsReadBack) {
 }
 
 TEST(ListingFiles, EveryPlatformReadsItsOwnValues) {
-  const LocaleText ios = text({{name, "A"}, {description, "ios"}, {keywords, "k"}, {promotionalText, "p"}});
-  const LocaleText mac = text({{name, "A"}, {description, "mac"}, {keywords, "k"}, {supportUrl, "s"}, {whatsNew, "w"}});
-  struct Row {
-    std::vector<std::string> pulls; // one after the other
-  };
+  const std::map<std::string, LocaleText> texts = {
+      {"ios", text({{name, "A"}, {description, "ios"}, {keywords, "k"}, {promotionalText, "p"}})},
+      {"macos", text({{name, "A"}, {description, "mac"}, {keywords, "k"}, {supportUrl, "s"}, {whatsNew, "w"}})}};
+  using Pulls = std::vector<std::string>; // one after the other
   for (MetadataLayout layout : {MetadataLayout::kestu, MetadataLayout::json}) {
-    for (const Row& row : std::vector<Row>{{{"ios", "macos"}}, {{"macos"}}, {{"ios", "macos", "ios", "macos"}}}) {
-      SCOPED_TRACE(std::string(facts(layout).word) + " " + std::to_string(row.pulls.size()));
+    for (const Pulls& pulls :
+         std::vector<Pulls>{{"ios", "macos"}, {"macos"}, {"macos", "ios"}, {"macos", "macos", "ios", "macos", "ios"}}) {
+      SCOPED_TRACE(std::string(facts(layout).word) + " " + pulls.front() + " " + std::to_string(pulls.size()));
       TemporaryFolder repo;
-      for (const std::string& platform : row.pulls) {
-        bool first = platform == "ios";
-        ListingToWrite listing{"1.2", platform, first};
-        listing.texts = {{"en-US", first ? ios : mac}};
-        listing.copyright = first ? "2026 I" : "2026 M";
-        listing.testNotes = {{"en-US", first ? "ti" : "tm"}};
+      std::set<std::string> pulled;
+      for (const std::string& platform : pulls) {
+        pulled.insert(platform);
+        ListingToWrite listing{"1.2", platform, {"ios", "macos"}};
+        listing.texts = {{"en-US", texts.at(platform)}};
+        listing.copyright = "2026 " + platform;
+        listing.testNotes = {{"en-US", "test " + platform}};
         save(repo, Metadata::files(layout, repo.path(), listing));
-        RepoListing back = Metadata::read(layout, repo.path(), "1.2", platform);
-        EXPECT_EQ(back.texts, listing.texts);
-        if (layout == MetadataLayout::kestu) {
-          EXPECT_EQ(back.copyright, listing.copyright);
+        for (const std::string& each : pulled) {
+          RepoListing back = Metadata::read(layout, repo.path(), "1.2", each);
+          EXPECT_EQ(back.texts.at("en-US"), texts.at(each));
+          EXPECT_EQ(back.copyright.value_or("2026 " + each), "2026 " + each);
+          EXPECT_EQ(back.testNotes.empty() ? "" : back.testNotes.at("en-US"),
+                    layout == MetadataLayout::kestu ? "test " + each : "");
         }
-        if (layout == MetadataLayout::kestu) {
-          EXPECT_EQ(back.testNotes, listing.testNotes);
-        }
-      }
-      if (row.pulls.size() > 1) {
-        EXPECT_EQ(Metadata::read(layout, repo.path(), "1.2", "ios").texts, (LocaleTexts{{"en-US", ios}}));
       }
       std::string file =
           layout == MetadataLayout::kestu ? "metadata/listing/en-US.json" : "metadata/version/1.2/en-US.json";
-      auto own = nlohmann::json::parse(*Files::read(repo.path() / file, 9999))["macos"];
-      EXPECT_FALSE(own.contains("name"));
-      EXPECT_EQ(own.contains("keywords"), row.pulls.size() == 1) << "said at the top level already";
+      auto object = nlohmann::json::parse(*Files::read(repo.path() / file, 9999));
+      EXPECT_FALSE(object.contains(pulls.front())) << "the first one's stand at the top level";
+      EXPECT_EQ(object["description"], pulls.front() == "ios" ? "ios" : "mac");
     }
+  }
+}
+
+TEST(ListingFiles, APullOfOnePlatformLeavesWhatAnotherSends) {
+  const std::string file = "metadata/listing/en-US.json";
+  struct Row {
+    std::string what, before, after;
+    std::vector<std::string> platforms = {"ios", "macos"};
+  };
+  for (const Row& row : std::vector<Row>{
+           {"a value for both", R"({"keywords": "old"})", R"({"keywords": "new", "macos": {"keywords": "old"}})"},
+           {"one that was new", R"({"name": "A"})", R"({"name": "A", "keywords": "new", "macos": {"keywords": null}})"},
+           {"one of its own", R"({"keywords": "old", "macos": {"keywords": "m"}})",
+            R"({"keywords": "new", "macos": {"keywords": "m"}})"},
+           {"not at the top", R"({"keywords": "m", "ios": {}})", R"({"keywords": "m", "ios": {"keywords": "new"}})"},
+           {"an app on one", R"({"keywords": "old"})", R"({"keywords": "new"})", {"ios"}},
+           {"three",
+            R"({"keywords": "old", "tvos": {"keywords": "t"}})",
+            R"({"keywords": "new", "macos": {"keywords": "old"}, "tvos": {"keywords": "t"}})",
+            {"ios", "macos", "tvos"}},
+       }) {
+    SCOPED_TRACE(row.what);
+    TemporaryFolder repo;
+    repo.write(file, row.before);
+    repo.write("metadata/review.json", R"({"notes": "old"})");
+    ListingToWrite listing{"1.2", "ios", row.platforms};
+    listing.texts["en-US"][keywords] = "new";
+    if (row.what == "one that was new") listing.texts["en-US"][name] = "A";
+    listing.review.notes = "new";
+    listing.appReviewInfo = true;
+    ListingFiles files = Metadata::files(MetadataLayout::kestu, repo.path(), listing);
+    EXPECT_EQ(nlohmann::json::parse(files.at(file)), nlohmann::json::parse(row.after));
+    EXPECT_EQ(files.contains("metadata/review.json"), row.platforms.size() == 1) << "which has one place for all";
   }
 }
 
@@ -326,7 +433,7 @@ TEST(ListingFiles, APullKeepsWhatItDoesNotKnow) {
       R"({"$comment": [1], "name": " A ", "tvos": {"keywords": "t"}, "ios": {"description": "i"}, "subtitle": "S"})");
   repo.write("metadata/review.json", R"({"demoAccountPassword": "secret", "notes": "app's", "contactPhone": "1"})");
   repo.write("metadata/releases/1.2/review.json", R"({"notes": "release's"})");
-  ListingToWrite listing{"1.2", "ios", true};
+  ListingToWrite listing{"1.2", "ios", {"ios"}};
   listing.texts["en-US"] = text({{name, "A"}, {description, "i"}, {supportUrl, "https://s"}, {keywords, "k"}});
   listing.review.notes = "new";
   listing.appReviewInfo = true;
@@ -383,13 +490,20 @@ TEST(ListingFiles, WhateverIsThereAPullIsReadBack) {
       if (pick(2) == 0) repo.write("metadata/" + std::string(folder) + "/en-US.json", someFile());
     }
     for (int pull = 0; pull < 4; ++pull) {
-      bool first = pick(2) == 0;
-      ListingToWrite listing{"1.2", first ? "ios" : "macos", first};
+      const std::array<std::string, 2> both = {"ios", "macos"};
+      const std::size_t of = pick(2);
+      ListingToWrite listing{"1.2", both.at(of), {"ios", "macos"}};
+      auto other = [&] { return Metadata::read(layout, repo.path(), "1.2", both.at(1 - of)); };
+      auto sent = [](const RepoListing& listingOf) { return listingOf.resolved({"en-US"})["en-US"]; };
+      const RepoListing others = other();
       LocaleText& wanted = listing.texts["en-US"];
       for (const ListingFieldFacts& field : listingFields()) wanted[field.field] = value();
       save(repo, Metadata::files(layout, repo.path(), listing));
       RepoListing back = Metadata::read(layout, repo.path(), "1.2", listing.platform);
       for (const ListingFieldFacts& field : listingFields()) {
+        if (!others.isEmpty() && !field.isAppInfo) {
+          EXPECT_EQ(sent(other())[field.field], sent(others)[field.field]) << "what another platform's push sends";
+        }
         SCOPED_TRACE(std::to_string(round) + " " + std::string(field.key));
         auto said = back.texts["en-US"][field.field];
         if (!said && back.defaults) said = (*back.defaults)[field.field];

@@ -115,6 +115,28 @@ TEST(Git, SaysWhenEachFileLastChanged) {
   }
 }
 
+TEST(Git, AFileByItselfIsDatedAsItWasDecided) {
+  TemporaryFolder folder;
+  Repository repository(folder.path());
+  folder.write("en.json", "1");
+  folder.write("de.json", "1");
+  repository.commit(1);
+  repository.git({"checkout", "-q", "-b", "side"});
+  folder.write("en.json", "side");
+  folder.write("x", "side");
+  repository.commit(5);
+  repository.git({"checkout", "-q", "main"});
+  folder.write("de.json", "2");
+  repository.commit(3);
+  repository.git({"merge", "-q", "-s", "ours", "side"}, 6); // which keeps nothing of the branch
+  folder.write("new.json", "1");
+  SystemGit git;
+  EXPECT_EQ(git.lastChanged({"de.json", "en.json"}, folder.path(), now).dates.at("en.json"), day(5))
+      << "as asked at once";
+  EXPECT_EQ(git.lastCommitted({"de.json", "en.json", "new.json", "../x"}, folder.path()),
+            (Dates{{"de.json", day(3)}, {"en.json", day(1)}}));
+}
+
 TEST(Git, FollowsLinks) {
   TemporaryFolder folder, other;
   Repository repository(folder.path());

@@ -52,10 +52,13 @@ LocaleText whole() {
 
 TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
   const std::string family = "👩‍👩‍👧‍👦";
+  const std::string seen = " App Store Connect has been seen to take 100 characters: kestu config keywords characters "
+                           "counts so.";
   struct {
     ListingField field;
     std::string value;
-    std::string message; // after the locale
+    std::string message;                          // after the locale
+    std::optional<std::string> inCharacters = {}; // with keywords counted so; the same when left out
   } rows[] = {
       {name, std::string(30, 'n'), ""},
       {name, std::string(31, 'n'), "name is 31 characters, 30 at most."},
@@ -73,7 +76,12 @@ TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
       {promotionalText, repeated("日", 170), ""},
       {promotionalText, std::string(171, 'p'), "promotional text is 171 characters, 170 at most."},
       {keywords, std::string(100, 'k'), ""},
-      {keywords, std::string(99, 'k') + "ä", "keywords are 101 bytes, 100 at most."},
+      {keywords, std::string(99, 'k') + "ä", "keywords are 101 bytes, 100 at most." + seen, ""},
+      {keywords, std::string(101, 'k'), "keywords are 101 bytes, 100 at most.",
+       "keywords are 101 characters, 100 at most."},
+      {keywords, repeated("日", 100), "keywords are 300 bytes, 100 at most." + seen, ""},
+      {keywords, repeated("日", 101), "keywords are 303 bytes, 100 at most.",
+       "keywords are 101 characters, 100 at most."},
       {keywords, repeated("日", 33) + "k", ""},
       {marketingUrl, "https://example.com/" + std::string(5000, 'u'), ""},
   };
@@ -81,8 +89,13 @@ TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
     SCOPED_TRACE(std::string(facts(row.field).label) + ": " + row.message);
     Lines expected;
     if (!row.message.empty()) expected.push_back("error limit de-DE | de-DE: " + row.message);
-    EXPECT_EQ(lines(ReleaseCheck::texts({{"de-DE", text({{row.field, row.value}})}}, "", Purpose::repository, "ios")),
-              expected);
+    const LocaleTexts texts = {{"de-DE", text({{row.field, row.value}})}};
+    EXPECT_EQ(lines(ReleaseCheck::texts(texts, "", Purpose::repository, "ios")), expected);
+    expected.clear();
+    std::string counted = row.inCharacters.value_or(row.message);
+    if (!counted.empty()) expected.push_back("error limit de-DE | de-DE: " + counted);
+    using ReleaseCheck::KeywordCount;
+    EXPECT_EQ(lines(ReleaseCheck::texts(texts, "", Purpose::repository, "ios", KeywordCount::characters)), expected);
   }
 }
 
@@ -171,6 +184,11 @@ TEST(ReleaseCheck, FindsWasteInKeywords) {
        "",
        {": keywords have spaces after commas, which use up bytes of the 100.", ": the keywords repeat sun twice.",
         ": the keywords have sun from the name or subtitle, which the App Store searches anyway."}},
+      {"天気，雨、雲",
+       "",
+       "",
+       {": the keywords have full-width commas (，) and ideographic commas (、), and only a plain comma is sure to "
+        "separate them, in 1 byte."}},
       {"&,-", "A & B - C", "", {}},
       {"", "", "", {}},
   };
@@ -270,6 +288,7 @@ TEST(ReleaseCheck, TranslationsOlderThanThePrimary) {
   EXPECT_EQ(lines(ReleaseCheck::stale(files, changed, "en-US")),
             Lines{"warning stale de-DE | de-DE: name last changed before en-US's, so may not say what it says now."});
   EXPECT_EQ(lines(ReleaseCheck::stale(files, changed, "ja")), Lines{});
+  EXPECT_EQ(ReleaseCheck::suspects(files, {.dates = changed}, "en-US"), (Lines{"de/name", "en/name"}));
 }
 
 StoreVersion version12(const std::string& state) {
@@ -513,22 +532,39 @@ TEST(ReleaseCheck, Lists) {
   EXPECT_EQ(ReleaseCheck::list({"a", "b", "c", "d"}, true), "a, b, c or d");
 }
 
-TEST(FindingTable, FoldsAtATerminalOnly) {
+TEST(FindingTable, GroupsAtATerminalOnly) {
   Findings findings = {{Level::warning, "url", "en-US", "en-US: support URL isn't a web address: example\x1b[2J.com"},
                        {Level::error, "version", {}, "1.2 has no build: kestu release prepare 1.2"}};
   TextStyles plain(false);
-  EXPECT_EQ(ReleaseCheck::table(findings, plain, std::nullopt),
+  EXPECT_EQ(ReleaseCheck::table(findings, plain),
             "warning  en-US  en-US: support URL isn't a web address: example\\u{1b}[2J.com\n"
             "error           1.2 has no build: kestu release prepare 1.2");
-  EXPECT_EQ(ReleaseCheck::table(findings, plain, 42), "warning  en-US  support URL isn't a web\n"
-                                                      "                address:\n"
-                                                      "                example\\u{1b}[2J.com\n"
-                                                      "error           1.2 has no build: kestu\n"
-                                                      "                release prepare 1.2");
-  EXPECT_EQ(ReleaseCheck::table({findings[1]}, plain, 80), "error  1.2 has no build: kestu release prepare 1.2");
-  EXPECT_EQ(ReleaseCheck::table({}, plain, 80), "");
+  EXPECT_EQ(ReleaseCheck::groups(findings, plain, 42), "en-US  1 warning\n"
+                                                       "  warning  support URL isn't a web\n"
+                                                       "           address:\n"
+                                                       "           example\\u{1b}[2J.com\n"
+                                                       "All else  1 error\n"
+                                                       "  error    1.2 has no build: kestu release\n"
+                                                       "           prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::groups({findings[1]}, plain, 80), "  error    1.2 has no build: kestu release prepare 1.2");
+  EXPECT_EQ(ReleaseCheck::groups({}, plain, 80), "");
   EXPECT_EQ(encoded({findings[1]}).compact(),
             R"([{"level":"error","message":"1.2 has no build: kestu release prepare 1.2","rule":"version"}])");
+  findings.clear();
+  for (const char* locale : {"ca", "cs", "da", "el", "fi"}) {
+    std::string path = "fastlane/screenshots/" + std::string(locale) + "/";
+    for (const char* file : {"1.png", "02 b.JPG"}) {
+      findings.push_back({Level::error, "screenshots", locale, path + file + " is 1 × 2, not a size."});
+    }
+    findings.push_back({Level::warning, "missing", locale, std::string(locale) + ": no subtitle, which en-US has."});
+  }
+  findings.push_back({Level::warning, "missing", "fi", "fi: no keywords, which en-US has."});
+  EXPECT_EQ(ReleaseCheck::groups(findings, plain, 200),
+            "Several languages  10 errors, 5 warnings\n"
+            "  error    fastlane/screenshots/ca/1.png is 1 × 2, not a size. (9 more alike: cs, da, el and 1 more)\n"
+            "  warning  ca: no subtitle, which en-US has. (4 more alike: cs, da, el and 1 more)\n"
+            "fi  1 warning\n"
+            "  warning  no keywords, which en-US has.");
 }
 
 } // namespace

@@ -1,0 +1,53 @@
+#include "core/listing/listing_change.hpp"
+#include "core/listing/word_difference.hpp"
+
+#include <gtest/gtest.h>
+
+namespace kestu::tests {
+namespace {
+
+TEST(WordDifference, IsOfWholeWordsAndOfSingleWideCharacters) {
+  struct Row {
+    std::string before, after, text;
+  };
+  const std::string pad(200, 'x');
+  for (const Row& row : std::vector<Row>{
+           {"one two three", "one 2 three", "one [-two-]{+2+} three"},
+           {"one two", "one two three", "one two{+ three+}"},
+           {"a b c", "c a b", "{+c +}a b[- c-]"},
+           {"", "new", "{+new+}"},
+           {"old", "", "[-old-]"},
+           {"don't stop", "dont stop", "[-don't-]{+dont+} stop"},
+           {"今日は晴れ", "今日は雨", "今日は[-晴れ-]{+雨+}"},
+           {"caf\u00E9s", "cafe\u0301s", "[-caf\u00E9s-]{+cafe\u0301s+}"},
+           {"a\nb", "a\nc", "a\n    [-b-]{+c+}"},
+           {"\x1b[2J a", "\x1b[2J b", "\\u{1b}[2J [-a-]{+b+}"},
+           {pad + " mid dle " + pad + " end", pad + " middle " + pad + " END", ""},
+       }) {
+    SCOPED_TRACE(row.before.substr(0, 20));
+    std::string before, after;
+    for (const WordRun& run : wordDifference(row.before, row.after)) {
+      if (run.kind != WordRun::Kind::comes) before += run.text;
+      if (run.kind != WordRun::Kind::goes) after += run.text;
+    }
+    EXPECT_EQ(before, row.before);
+    EXPECT_EQ(after, row.after);
+    if (row.text.empty()) continue;
+    EXPECT_EQ(wordDifferencesText({{"ja", "keywords", row.before, row.after}}, {}, TextStyles(false)),
+              "  ja  keywords\n    " + row.text);
+  }
+}
+
+TEST(WordDifference, LeavesOutWhatStaysFarFromAChangeAndHidesWhatIsPersonal) {
+  std::string words;
+  for (int i = 0; i < 60; ++i) words += "word" + std::to_string(i) + " ";
+  std::string text = wordDifferencesText(
+      {{"en-US", "description", words + "a", words + "b"}, {"App Review", "contact's phone", "1", "2", true}}, 60,
+      TextStyles(true));
+  EXPECT_EQ(text.find("word0 "), std::string::npos) << text;
+  EXPECT_NE(text.find("word59 \x1b[31ma\x1b[39m\x1b[32mb\x1b[39m"), std::string::npos) << text;
+  EXPECT_TRUE(text.ends_with("contact's phone\n    changes, not shown")) << text;
+}
+
+} // namespace
+} // namespace kestu::tests
