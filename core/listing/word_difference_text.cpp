@@ -40,7 +40,8 @@ std::string marked(const WordRun& run, const TextStyles& style) {
 
 std::string body(const ListingDifference& difference, const TextStyles& style) {
   if (difference.hidden) return difference.before ? "changes, not shown" : "sent, never shown";
-  std::vector<WordRun> runs = wordDifference(difference.before.value_or(""), difference.after);
+  const std::string before = difference.before.value_or(""); // the runs point into it
+  std::vector<WordRun> runs = wordDifference(before, difference.after);
   std::string text;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     bool same = runs[i].kind == WordRun::Kind::same;

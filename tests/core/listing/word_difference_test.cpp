@@ -16,6 +16,8 @@ TEST(WordDifference, IsOfWholeWordsAndOfSingleWideCharacters) {
            {"one two", "one two three", "one two{+ three+}"},
            {"a b c", "c a b", "{+c +}a b[- c-]"},
            {"", "new", "{+new+}"},
+           {"Now with the northern lights 🌌", "Now with meteors ☄️",
+            "Now with [-the northern lights-]{+meteors+} [-🌌-]{+☄️+}"},
            {"old", "", "[-old-]"},
            {"don't stop", "dont stop", "[-don't-]{+dont+} stop"},
            {"今日は晴れ", "今日は雨", "今日は[-晴れ-]{+雨+}"},
