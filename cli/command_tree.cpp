@@ -14,7 +14,7 @@ namespace {
 using Expand = void (*)(Command&);
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 15> built = {{
+  static constexpr std::array<std::pair<std::string_view, Expand>, 16> built = {{
       {"login", addLogin},
       {"logout", addLogout},
       {"whoami", addWhoami},
@@ -30,6 +30,7 @@ Expand expansion(std::string_view word) {
       {"submit", addSubmit},
       {"events", addEvents},
       {"kit", addKit},
+      {"prices", addPrices},
   }};
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;

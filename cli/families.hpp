@@ -20,5 +20,6 @@ void addValidate(Command& metadataGroup);
 void addRelease(Command& command);
 void addEvents(Command& command);
 void addKit(Command& command);
+void addPrices(Command& command);
 
 } // namespace kestu

@@ -111,6 +111,12 @@ void script(State& state, const json& body) {
     review.byItself = given.value("byItself", review.byItself);
     review.unlisted = given.value("unlisted", review.unlisted);
   }
+  if (body.contains("job")) {
+    auto& prices = state.prices;
+    if (body["job"].contains("stopAt")) prices.nextStopsAt = body["job"]["stopAt"].get<std::size_t>();
+    prices.nextError = body["job"].value("error", prices.nextError);
+    prices.countriesASecond = body["job"].value("countriesASecond", prices.countriesASecond);
+  }
   if (body.contains("signIn")) state.nextSignIn = body["signIn"].get<std::vector<std::string>>();
   if (!body.contains("plan")) return;
   const auto& plan = body["plan"];

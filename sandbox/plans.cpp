@@ -23,6 +23,8 @@ void follow(State& state, Plan& plan) {
 json planJson(const Plan& plan) {
   json value{{"id", plan.id}, {"state", plan.state}, {"expiresAt", isoText(plan.expiresAt)}};
   if (!plan.error.empty()) value["error"] = plan.error;
+  if (!plan.jobDetails.empty()) value["details"] = json::parse(plan.jobDetails);
+  if (!plan.job.empty() && plan.state == "applied") value["job"] = plan.job;
   return value;
 }
 

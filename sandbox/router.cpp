@@ -11,6 +11,7 @@
 #include "sandbox/overview/overview.hpp"
 #include "sandbox/page/page.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/prices/prices.hpp"
 #include "sandbox/release/releases.hpp"
 
 #include <algorithm>
@@ -68,6 +69,12 @@ constexpr Route routes[] = {
     {"POST", "/v1/apps/*/testflight/uploads/*/commit", "testflight", TestFlights::commit, Holds::nothing},
     {"GET", "/v1/apps/*/testflight/uploads", "testflight", TestFlights::unfinished},
     {"DELETE", "/v1/apps/*/testflight/uploads/*", "testflight", TestFlights::remove},
+    {"GET", "/v1/apps/*/prices", "store", Prices::show},
+    {"POST", "/v1/apps/*/prices", "store", Prices::change},
+    {"GET", "/v1/apps/*/prices/tiers", "store", Prices::tiers},
+    {"GET", "/v1/apps/*/parity", "store", Prices::parity},
+    {"GET", "/v1/apps/*/jobs/*", "store", Prices::job},
+    {"POST", "/v1/apps/*/jobs/*/undo", "store", Prices::undo},
     {"GET", "/v1/apps/*/events", "release", Events::list},
     {"POST", "/v1/apps/*/events", "release", Events::create},
     {"POST", "/v1/apps/*/events/*", "release", Events::change},

@@ -5,6 +5,7 @@
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
 #include "sandbox/overview/overview.hpp"
+#include "sandbox/prices/prices.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -56,6 +57,7 @@ void State::reset() {
   quotas = {Quota{"window", 5h, 2000}, Quota{"week", 24h * 7, 20000}, Quota{"minute", 60s, 60}};
   apps = demoApps();
   kit = demoKit();
+  prices = demoPrices();
   for (const auto& app : apps) {
     for (const auto& platform : app.platforms) {
       auto& out = addVersion(app.appId, platform, "1.1", "readyfordistribution");

@@ -4,6 +4,7 @@
 #include "sandbox/events/events_state.hpp"
 #include "sandbox/kit/kit_state.hpp"
 #include "sandbox/metadata/listing_state.hpp"
+#include "sandbox/prices/prices_state.hpp"
 #include "sandbox/release/release_state.hpp"
 #include "sandbox/text.hpp"
 
@@ -143,6 +144,8 @@ struct Plan {
   std::optional<Script> script = std::nullopt;
   PlanDetails details = {}; // the page shows these in place of the lines, where there are any
   std::int64_t appId = 0;
+  std::string jobDetails = {}; // JSON: what a store job would change
+  std::string job = {};        // the store job's ID, told once it is applied
 };
 
 // Everything that the sandbox knows, and the uploaded bytes in a temporary folder that goes with it. Whatever reads or
@@ -187,6 +190,7 @@ struct State {
   KitState kit;
   AppReview review;
   TestFlight testFlight;
+  PricesState prices;
   InAppEvents events;
   std::map<std::int64_t, nlohmann::json> glances; // rating, reviews and ranks by app
   std::vector<Plan> plans;                        // oldest first

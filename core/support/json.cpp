@@ -36,6 +36,13 @@ std::size_t depthOf(std::string_view text) {
   return most;
 }
 
+/// `before` is all that comes before the byte that is wrong.
+JSONSyntaxError syntaxError(std::string_view before, const char* message) {
+  std::size_t lineStart = before.rfind('\n') + 1; // 0 where there is no line feed
+  auto lines = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
+  return {message, lines + 1, before.size() - lineStart + 1};
+}
+
 using Pointer = nlohmann::json::json_pointer;
 
 /// What a parsed value no longer tells of its text: the digits of numbers that aren't integers, and repeated keys.
@@ -139,6 +146,8 @@ JSONValue JSONValue::parse(std::string_view text) {
     auto document = std::make_shared<const Document>(text);
     const nlohmann::json* root = &document->root;
     return JSONValue(std::move(document), root, "");
+  } catch (const nlohmann::json::parse_error& error) {
+    throw syntaxError(text.substr(0, error.byte == 0 ? 0 : error.byte - 1), error.what());
   } catch (const nlohmann::json::exception& error) {
     throw JSONError(error.what());
   }

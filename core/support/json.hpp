@@ -23,6 +23,15 @@ class JSONError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The text is no JSON: where it stops being some, counted from 1 in bytes.
+class JSONSyntaxError : public JSONError {
+ public:
+  JSONSyntaxError(const std::string& message, std::size_t itsLine, std::size_t itsColumn)
+      : JSONError(message), line(itsLine), column(itsColumn) {}
+
+  std::size_t line, column;
+};
+
 /// One value of a parsed document, strict on types and lenient on unknown keys; cheap to copy, keeps its document
 /// alive.
 class JSONValue {

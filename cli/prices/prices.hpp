@@ -1,0 +1,45 @@
+#pragma once
+
+#include "cli/options.hpp"
+#include "cli/store_jobs.hpp"
+#include "core/pricing/parity.hpp"
+#include "core/pricing/price_landing.hpp"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace kestu {
+
+/// How a percentage lands on Apple's prices.
+struct LandingOptions {
+  PriceLanding landing;
+  void declare(Command& command);
+};
+
+/// What is asked of Parity, without its landing.
+struct ParityOptions {
+  ParityAsk ask;
+  void declare(Command& command);
+};
+
+void declareProduct(Command& command, std::optional<std::string>& product, const std::string& help);
+
+/// Parity's suggestion. Where no landing was given it lands as the pricing file says of the product, which the service
+/// may be the one to pick.
+Response<ParityAnswer> fetchParity(const Client& client, const std::string& appPath, ParityAsk ask,
+                                   const std::optional<std::string>& product, const std::filesystem::path& root);
+
+/// " --app 123", as it was given; empty when it wasn't.
+std::string ofApp(const AppTarget& app);
+
+/// The country that --country names, by its code; a CLIError of kind usage for a region or anything else.
+std::string oneCountry(const std::string& value);
+
+extern const JobGroup priceJobs;
+
+void addPricesParity(Command& group);
+void addPricesSet(Command& group);
+void addPricesTiers(Command& group);
+
+} // namespace kestu

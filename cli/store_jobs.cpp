@@ -1,0 +1,240 @@
+#include "cli/store_jobs.hpp"
+
+#include "cli/app_platform.hpp"
+#include "cli/context.hpp"
+#include "core/console/format.hpp"
+#include "core/console/format_money.hpp"
+#include "core/console/printable.hpp"
+#include "core/support/text.hpp"
+#include "core/support/uuid.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace kestu {
+
+namespace {
+
+using Kind = CLIError::Kind;
+
+std::string jobPath(const std::string& appPath, const std::string& id) { return appPath + "/jobs/" + id; }
+
+/// The argument that names a job.
+void declareJob(Command& command, std::string& id) {
+  command.argument({"id", "The job's ID, which the command that started it printed.", [&id](const std::string& value) {
+                      auto read = uuid(Text::trimmed(value));
+                      if (!read) {
+                        throw CLIError(Kind::usage,
+                                       "That isn't a job's ID, which the command that started it printed.");
+                      }
+                      id = *read;
+                    }});
+}
+
+std::string capitalized(std::string text) {
+  if (!text.empty() && text.front() >= 'a' && text.front() <= 'z') {
+    text.front() = static_cast<char>(text.front() - 'a' + 'A');
+  }
+  return text;
+}
+
+std::string mark(const StoreJob& job) {
+  if (job.state == "done" || job.state == "undone") return "✓ ";
+  return job.state == "failed" ? "! " : "● ";
+}
+
+std::string joinedCodes(const std::vector<std::string>& codes) {
+  std::vector<std::string> shown;
+  for (const std::string& code : codes) shown.push_back(printable(code));
+  return Text::joined(shown, ", ");
+}
+
+/// What the job changes, a line a fact.
+std::vector<std::string> detailLines(const JobDetails& details) {
+  std::vector<std::string> lines;
+  std::vector<std::string> facts;
+  auto text = [](const std::optional<std::string>& value) { return printable(value.value_or("")); };
+  if (details.price && details.currency) {
+    facts.push_back(Format::money(*details.price, *details.currency) +
+                    (details.storefront ? " in " + Format::country(*details.storefront) : ""));
+  }
+  if (details.mode) facts.push_back(text(details.mode));
+  if (details.duration) facts.push_back(text(details.duration));
+  if (details.periods)
+    facts.push_back(Format::number(*details.periods) + (*details.periods == 1 ? " period" : " periods"));
+  if (details.discount) facts.push_back(text(details.discount));
+  if (details.startsOn) facts.push_back("from " + Format::day(text(details.startsOn)));
+  if (details.endsOn) facts.push_back("until " + Format::day(text(details.endsOn)));
+  std::string subject = text(details.productName ? details.productName : details.product);
+  if (details.productName && details.product) subject += " (" + text(details.product) + ")";
+  std::string what = Text::joined(facts, ", ");
+  if (!subject.empty() || !what.empty())
+    lines.push_back(subject + (subject.empty() || what.empty() ? "" : ": ") + what);
+  if (details.countries) {
+    std::string line = Format::countries(*details.countries);
+    if (details.ownPrices.value_or(0) > 0)
+      line += ", " + Format::number(*details.ownPrices) + " with a price of their own";
+    lines.push_back(line);
+  }
+  if (details.existingSubscribers) lines.push_back("Existing subscribers: " + text(details.existingSubscribers));
+  if (details.onSaleIn) lines.push_back("On sale in " + Format::countries(*details.onSaleIn));
+  if (details.addedCountries) lines.push_back("Added: " + joinedCodes(*details.addedCountries));
+  if (details.removedCountries) lines.push_back("Removed: " + joinedCodes(*details.removedCountries));
+  return lines;
+}
+
+std::string jobText(const StoreJob& job, Moment now) {
+  std::string line = Format::job(job);
+  std::string text = mark(job) + capitalized(line) + (line.ends_with('.') ? "" : ".");
+  if (job.details) {
+    for (const std::string& each : detailLines(*job.details)) text += "\n  " + each;
+  }
+  if (job.startsOn && !(job.details && job.details->startsOn)) {
+    text += "\n  Takes effect on " + Format::day(printable(*job.startsOn));
+  }
+  if (job.canUndo && job.undoUntil) text += "\n  Can be undone until " + Format::moment(*job.undoUntil, now);
+  return text;
+}
+
+struct StatusOptions : GlobalOptions {
+  AppTarget app;
+  std::string id;
+  JobWaitOptions wait;
+};
+
+void runStatus(Context& context, const JobGroup& group, const StatusOptions& options) {
+  Client client = context.signedIn();
+  std::string path = AppOnPlatform::resolve(client, options.app, std::nullopt, context).path;
+  auto job = options.wait.wait ? followJob(context, client, path, options.id, options.wait.limit)
+                               : client.get(jobPath(path, options.id), {}, StoreJob::read);
+  std::string text;
+  if (!options.quiet()) {
+    text = jobText(job.value, context.clock.now());
+    bool moving = job.value.state == "running" || job.value.state == "undoing";
+    if (moving) text += "\nNext: " + group.command("status", options.id, options.app) + " --wait";
+    if (job.value.canUndo && job.value.state != "undoing") {
+      text += "\nUndo: " + group.command("undo", options.id, options.app);
+    }
+  }
+  options.emitBody(context.console, job.body, text);
+}
+
+struct UndoOptions : ChangeOptions {
+  AppTarget app;
+  std::string id;
+  JobWaitOptions wait;
+};
+
+void runUndo(Context& context, const JobGroup& group, const UndoOptions& options) {
+  if (options.wait.wait && options.noWait) throw CLIError(Kind::usage, "--wait and --no-wait: one or the other.");
+  Client client = context.signedIn();
+  auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
+  auto job = client.get(jobPath(app.path, options.id), {}, StoreJob::read);
+  ProposedChange change;
+  change.title = app.appTitle() + ": take back " + group.job + ", " + Format::job(job.value) + ".";
+  if (job.value.details) change.lines = "  " + Text::joined(detailLines(*job.value.details), "\n  ");
+  change.items = {{options.id, "state", job.value.state, "undone"}};
+  change.would = "Dry run: would delete " + group.made + " in " + Format::countries(job.value.done) + ".";
+  change.done = "✓ Undoing it: Kestu deletes " + group.made +
+                " over the next few minutes.\nNext: " + group.command("status", options.id, options.app);
+  change.waits = false;
+  ChangeRequest request{"POST", jobPath(app.path, options.id) + "/undo", {}, std::nullopt};
+  if (!options.wait.wait || options.dryRun) return options.make(context, client, request, change);
+  options.confirm(context, change);
+  auto answer = ChangeFlow::send(client, request, false, true, [&](const Plan& plan) {
+    options.say(context.console, "● Waiting for your approval in the kestu app, until " +
+                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
+  });
+  options.say(context.console, change.done.substr(0, change.done.find('\n')));
+  auto followed = followJob(context, client, app.path, options.id, options.wait.limit);
+  options.emitBody(context.console, followed.body, jobText(followed.value, context.clock.now()));
+}
+
+} // namespace
+
+std::string JobGroup::command(const std::string& its, const std::string& id, const AppTarget& app) const {
+  return "kestu " + word + " " + its + " " + id + (app.app ? " --app " + Format::shellWord(printable(*app.app)) : "");
+}
+
+void JobWaitOptions::declare(Command& command) {
+  command.flag({"--wait"}, wait, "Follow the job until it's done, stopped or undone.");
+  command.option({{"--timeout"},
+                  "minutes",
+                  "How long --wait waits, in minutes: 4 hours to start with, since a busy key's job can take hours.",
+                  [this](const std::string& value) {
+                    constexpr int aWeek = 7 * 24 * 60;
+                    int minutes = -1;
+                    auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), minutes);
+                    if (error != std::errc() || end != value.data() + value.size() || minutes < 0 || minutes > aWeek) {
+                      throw UsageError("--timeout is a number of minutes from 0 to " + Format::number(aWeek) +
+                                       ", not " + printable(value) + ".");
+                    }
+                    limit = std::chrono::minutes(minutes);
+                    limitGiven = true;
+                  },
+                  {},
+                  false});
+}
+
+void JobWaitOptions::requireSensible() const {
+  if (limitGiven && !wait) throw UsageError("--timeout goes with --wait.");
+}
+
+Response<StoreJob> followJob(Context& context, const Client& client, const std::string& appPath, const std::string& id,
+                             std::chrono::minutes limit) {
+  Console& console = context.console;
+  std::optional<std::int64_t> told;
+  JobFollow::Listener listener;
+  listener.moved = [&](const StoreJob& job) {
+    console.status("● " + capitalized(Format::job(job)));
+    // Where no line is redrawn, one for each twentieth is enough to see that it goes on.
+    if (console.redraws() || (told && job.done - *told < std::max<std::int64_t>(1, job.total / 20) && job.left() > 0 &&
+                              *told - job.done < std::max<std::int64_t>(1, job.total / 20))) {
+      return;
+    }
+    if (told == job.done) return;
+    told = job.done;
+    console.error("● " + capitalized(Format::job(job)) + ".");
+  };
+  listener.trouble = [&](const std::string& reason) {
+    console.error(reason + (reason.ends_with('.') ? "" : ".") + " Still waiting.");
+  };
+  struct Cleared {
+    Console& console;
+    ~Cleared() { console.clearStatus(); }
+  } cleared{console};
+  auto job = JobFollow::until(client, jobPath(appPath, id), limit, listener);
+  console.clearStatus();
+  JobFollow::requireSuccess(job.value);
+  return job;
+}
+
+void addJobStatus(Command& group, const JobGroup& jobs) {
+  Command& command = group.add("status", "How far " + jobs.job + " has got, country by country, and where it stopped.");
+  auto options = std::make_shared<StatusOptions>();
+  declareJob(command, options->id);
+  options->wait.declare(command);
+  options->app.declare(command, false);
+  options->GlobalOptions::declare(command);
+  command.validate = [options] { options->wait.requireSensible(); };
+  command.run = [options, jobs](Context& context) { runStatus(context, jobs, *options); };
+}
+
+void addJobUndo(Command& group, const JobGroup& jobs) {
+  Command& command = group.add("undo", "Take back " + jobs.job +
+                                           " while its day is still to come: what it made deleted country by country.");
+  command.discussion = "One done or stopped can be undone until it starts. Nothing it made has reached users, so it "
+                       "waits for your approval only where the sign-in asks about every change.";
+  auto options = std::make_shared<UndoOptions>();
+  declareJob(command, options->id);
+  options->wait.declare(command);
+  options->app.declare(command, false);
+  options->ChangeOptions::declare(command);
+  command.validate = [options] { options->wait.requireSensible(); };
+  command.run = [options, jobs](Context& context) { runUndo(context, jobs, *options); };
+}
+
+} // namespace kestu

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "cli/options.hpp"
+#include "core/changes/job_follow.hpp"
+#include "core/changes/store_job.hpp"
+
+#include <chrono>
+#include <string>
+
+namespace kestu {
+
+/// A group of commands that start store jobs, and its words for them.
+struct JobGroup {
+  std::string word; ///< "prices"
+  std::string job;  ///< "a subscription's price change"
+  std::string made; ///< what an undo deletes: "the new prices"
+
+  /// The command line of its `status` or `undo`, for a "Next:".
+  std::string command(const std::string& word, const std::string& id, const AppTarget& app) const;
+};
+
+/// The options of a command that starts a job.
+struct JobWaitOptions {
+  bool wait = false;
+  std::chrono::minutes limit{240};
+  bool limitGiven = false;
+
+  void declare(Command& command);
+  void requireSensible() const; ///< --timeout goes with --wait; a UsageError
+};
+
+/// Follows a job with its line on the way, until it is over; throws where it didn't succeed.
+Response<StoreJob> followJob(Context& context, const Client& client, const std::string& appPath, const std::string& id,
+                             std::chrono::minutes limit);
+
+void addJobStatus(Command& group, const JobGroup& jobs);
+void addJobUndo(Command& group, const JobGroup& jobs);
+
+} // namespace kestu

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "sandbox/http.hpp"
+#include "sandbox/prices/price_points.hpp"
+#include "sandbox/state.hpp"
+
+// Prices, Parity's suggestions and the jobs that change prices. Each function is called with the state held.
+namespace kestu::sandbox {
+
+PricesState demoPrices();
+
+namespace Prices {
+
+Answer show(State& state, const Call& call);
+Answer tiers(State& state, const Call& call);
+Answer change(State& state, const Call& call);
+Answer parity(State& state, const Call& call);
+Answer job(State& state, const Call& call);
+Answer undo(State& state, const Call& call);
+
+// What is shared by these.
+
+// The app's product that the ID names, the app's own price without one; throws Refused when there is none.
+PricedProduct& product(State& state, const App& app, const std::string& productId);
+Amount today(const PricedProduct& product, const std::string& storefront);
+// Starts a job and answers with its ID.
+std::string start(State& state, PriceJob job);
+// Moves every job on to what the time makes of it.
+void advance(State& state);
+// An amount as JSON: 4.99.
+nlohmann::json number(Amount amount);
+
+} // namespace Prices
+
+} // namespace kestu::sandbox

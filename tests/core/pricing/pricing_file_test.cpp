@@ -1,0 +1,229 @@
+#include "core/pricing/pricing_file.hpp"
+#include "core/support/error.hpp"
+#include "tests/support/temporary_folder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <vector>
+
+namespace kestu::tests {
+namespace {
+
+std::string errorOf(const std::function<void()>& work) {
+  try {
+    work();
+    return "";
+  } catch (const CLIError& error) {
+    return error.description;
+  }
+}
+
+TEST(PriceOverride, IsReadByItsGrammarWithinItsLimits) {
+  const std::string notSigned = "a percentage has its sign: -10% is less than Apple's match, +10% more";
+  for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
+           {"59", "59"},
+           {"4.90", "4.9"},
+           {"+2", "+2"},
+           {"-50", "-50"},
+           {"-10%", "-10%"},
+           {"+12.5%", "+12.5%"},
+           {"-90%", "-90%"},
+           {"+300%", "+300%"},
+           {"keep", "keep"},
+           {"4.999", "a price has two decimals at most: 4.99"},
+           {"0.00", "a price is more than 0"},
+           {"+0%", "0% changes nothing"},
+           {"+0", "0 steps changes nothing"},
+           {"+51", "steps are from -50 to +50"},
+           {"-51", "steps are from -50 to +50"},
+           {"+1.5", "steps are a whole number: +2 or -2"},
+           {"-91%", "a percentage is from -90% to +300%"},
+           {"-90.5%", "a percentage is from -90% to +300%"},
+           {"+301%", "a percentage is from -90% to +300%"},
+           {"10%", notSigned},
+           {"", ""},
+           {"%", ""},
+           {"+", ""},
+           {"--2", ""},
+           {"5.", ""},
+           {".5", ""},
+           {"1e2", ""},
+           {"59 ", ""},
+           {"Keep", ""},
+           {"-10 %", ""},
+       }) {
+    SCOPED_TRACE(text);
+    try {
+      EXPECT_EQ(PriceOverride::parse(text).text(), expected);
+    } catch (const CLIError& error) {
+      EXPECT_EQ(error.description, expected);
+    }
+  }
+}
+
+TEST(PriceOverriding, NamesEachCountryOnce) {
+  struct Row {
+    std::vector<std::string> overrides, keeps;
+    std::string expected;
+  };
+  const std::string twice = " is named twice: give each country one --override or --keep.";
+  for (const Row& row : std::vector<Row>{
+           {{"SWE=59", "no=-10%,jp=+2"}, {"us, CAN"}, "ca keep jp +2 no -10% se 59 us keep "},
+           {{"uscanada=+5%"}, {}, "ca +5% us +5% "},
+           {{"se=59"}, {"SWE"}, "se" + twice},
+           {{"uscanada=+5%", "ca=keep"}, {"no", "us"}, "ca" + twice + "\nus" + twice},
+           {{"se=4.999", "se", "xx=1"},
+            {},
+            "se=4.999: a price has two decimals at most: 4.99\n--override is a country and its price: se=59, se=+2 "
+            "(steps), se=-10% or se=keep, not se\nxx" +
+                RegionWords::isNone()},
+           {{"eu=4.99"},
+            {},
+            "the countries in eu pay in more than one currency: give them a percentage, steps or keep, or give eur an "
+            "exact price in euros"},
+       }) {
+    SCOPED_TRACE(row.expected);
+    std::string text;
+    std::string wrong = errorOf([&] {
+      for (const auto& [code, each] : PriceOverriding::given(row.overrides, row.keeps)) {
+        text += code + " " + each.text() + " ";
+      }
+    });
+    EXPECT_EQ(wrong.empty() ? text : wrong, row.expected);
+  }
+  EXPECT_EQ(PriceOverriding::given({"eur=4.99"}, {}).size(), 21U);
+}
+
+class PricingFileTest : public ::testing::Test {
+ protected:
+  TemporaryFolder repo;
+  PricingFile read(const std::string& bytes) {
+    repo.write("metadata/pricing.json", bytes);
+    return PricingFile::read(repo.path());
+  }
+  std::string contents() {
+    std::ifstream file(repo.path() / "metadata/pricing.json");
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+};
+
+TEST_F(PricingFileTest, EveryWrongEditGetsItsMessage) {
+  const std::string m = "metadata/pricing.json: ";
+  const std::string root = "metadata/pricing.json isn't a JSON object of product IDs.";
+  const std::string form = " is a price (59), steps (\"+2\", or -2), a percentage (\"-10%\") or \"keep\".";
+  auto pro = [](const std::string& countries) { return R"({"pro":{"countries":{)" + countries + "}}}"; };
+  for (const auto& [bytes, message] : std::vector<std::pair<std::string, std::string>>{
+           {"[]", root},
+           {"", root + "\nIt breaks off at line 1, column 1."},
+           {"{\n  \"pro\": {\"countries\": {\"se\": +2}}}", root + "\nIt breaks off at line 2, column 31."},
+           {"{\"pro\": {},\n}", root + "\nIt breaks off at line 2, column 1."},
+           {R"({"pro":[]})", m + "pro is an object of countries and their prices."},
+           {R"({"pro":{"countries":["se"]}})", m + "pro is an object of countries and their prices."},
+           {R"({"pro":{"parity":[]}})",
+            "metadata/pricing.json is an object of products and how Parity made their prices."},
+           {R"({"pro":{"rounding":"closest"}})", m + "rounding is an object: round, nice and ending."},
+           {R"({"pro":{"rounding":{"nice":16}}})", m + "rounding: nice is a percentage from 1% to 15%."},
+           {R"({"pro":{"rounding":{"ending":98}}})", m + "rounding: ending is 99 or 00."},
+           {R"({"pro":{"rounding":{"round":"up"}}})", m + "rounding: round is at-least, at-most or closest."},
+           {pro(R"("se":4.999)"), m + "pro's se: a price has two decimals at most: 4.99."},
+           {pro(R"("se":"-91%","no":true,"xx":"1")"), m + "pro's no" + form + "\n" + m +
+                                                          "pro's se: a percentage is from -90% to +300%.\n" + m +
+                                                          "pro's xx: xx" + RegionWords::isNone() + "."},
+           {pro(R"("se":-1.5)"), m + "pro's se: steps are a whole number: +2 or -2."},
+           {pro(R"("se":null)"), m + "pro's se" + form},
+           {pro(R"("eu":59)"),
+            m + "pro's eu: the countries in eu pay in more than one currency: give them a percentage, "
+                "steps or keep, or give eur an exact price in euros."},
+           {pro(R"("se":"59","SWE":"keep")"), m + "pro's se is named twice: give it one entry."},
+           {pro(R"("uscanada":"+5%","ca":59,"USA":"keep")"), ""},
+           {pro(R"("eur":"-5%","eu":"-5%")"), ""},
+           {pro(R"("se":59,"se":-2)"),
+            m + "pro.countries.se stands twice, and only one of the two would count: keep one."},
+           {R"({"other":7,"pro":{"note":"mine"}})", ""},
+       }) {
+    SCOPED_TRACE(bytes);
+    EXPECT_EQ(errorOf([&, text = bytes] { read(text).product("pro"); }), message);
+  }
+  auto wrong = errorOf([&] { read(pro(R"("uscanada":"+5%","europe":"-5%","eu":"-6%")")).product("pro"); });
+  EXPECT_TRUE(wrong.starts_with(m + "pro's at is in eu and in europe, which differ: give it an entry of its own."))
+      << wrong;
+  repo.write("metadata/pricing.json", "[]");
+  EXPECT_EQ(errorOf([&] { PricingFile::read(repo.path(), "so nothing"); }),
+            "metadata/pricing.json isn't a JSON object of product IDs, so nothing.");
+}
+
+TEST_F(PricingFileTest, ReadsEveryFormAndItsLanding) {
+  auto prices = read(R"({"app":{"countries":{"no":59.00,"se":-2,"jp":"+3","EUR":"4.99","de":"keep","x":1}}})");
+  EXPECT_NE(errorOf([&] { prices.product("app"); }), "");
+  auto app = read(R"({"app":{"countries":{"no":59.00,"se":-2,"jp":" +3 ","EUR":"4.99","de":"keep"},)"
+                  R"("rounding":{"round":"closest","nice":"7.5%","ending":99},"b":1}})")
+                 .product("app");
+  EXPECT_EQ(app.overrides.at("no").text(), "59");
+  EXPECT_EQ(app.overrides.at("se").text(), "-2");
+  EXPECT_EQ(app.overrides.at("jp").text(), "+3");
+  EXPECT_EQ(app.overrides.at("fr").text(), "4.99");
+  EXPECT_EQ(app.overrides.at("de").text(), "keep") << "a country's own entry goes before its region's";
+  EXPECT_EQ(app.landing.options(), " --round closest --nice-within 7.5 --nice-ending 99");
+  EXPECT_EQ(app.unread, std::vector<std::string>{"b"});
+  EXPECT_TRUE(read("{}").product("app").overrides.empty());
+}
+
+TEST_F(PricingFileTest, ParityReplacesItsOwnAndKeepsTheUsers) {
+  auto file =
+      read(R"({"other":{"x":[1.10,"/"]},"pro":{"note":"mine","countries":{"SWE":"59","no":"keep","eu":"-5%"}}})");
+  auto record = [] { return JSONData::object({{"index", "kestu"}}); };
+  auto first = file.setParity("pro", {{"se", -20}, {"in", -50}, {"de", -10}}, {"se", "in", "de", "no"}, record(), {});
+  EXPECT_EQ(first.wroteOver, std::vector<std::string>{"se"});
+  EXPECT_EQ(first.inRegions, std::vector<std::string>{"de"});
+  EXPECT_EQ(first.regions, std::vector<std::string>{"eu"});
+  file.write();
+  EXPECT_EQ(contents(), R"({
+  "other": {
+    "x": [
+      1.10,
+      "/"
+    ]
+  },
+  "pro": {
+    "countries": {
+      "de": "-10%",
+      "eu": "-5%",
+      "in": "-50%",
+      "no": "keep",
+      "se": "-20%"
+    },
+    "note": "mine",
+    "parity": {
+      "index": "kestu",
+      "wrote": {
+        "de": "-10%",
+        "in": "-50%",
+        "se": "-20%"
+      }
+    }
+  }
+}
+)");
+  // Since then the user has taken India in hand. Germany isn't asked about, Sweden is left at Apple's match.
+  std::string edited = contents();
+  edited.replace(edited.find("\"in\": \"-50%\""), 12, "\"in\": \"-55%\"");
+  file = read(edited);
+  EXPECT_EQ(file.product("pro").leavingOutParityIn({"se", "in"}).size(), 29U) << "eu's 27, se among them, in and no";
+  auto second = file.setParity("pro", {{"br", -30}}, {"se", "in", "br"}, record(), {.round = "closest"});
+  EXPECT_TRUE(second.wroteOver.empty());
+  EXPECT_EQ(second.noLonger, std::vector<std::string>{"se"});
+  file.write();
+  auto after = PricingFile::read(repo.path()).product("pro");
+  EXPECT_EQ(after.overrides.at("in").text(), "-55%");
+  EXPECT_EQ(after.overrides.at("se").text(), "-5%") << "the region's again";
+  EXPECT_EQ(after.parity, (std::set<std::string, std::less<>>{"br", "de"}));
+  EXPECT_EQ(after.landing.round, "closest");
+  auto nothing = PricingFile::read(repo.path() / "none").setParity("new", {}, {"se"}, record(), {});
+  EXPECT_EQ(nothing.count, 0U);
+}
+
+} // namespace
+} // namespace kestu::tests
