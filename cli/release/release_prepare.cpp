@@ -21,14 +21,23 @@ std::string labelled(const PreparedStep& step) {
   return label + std::string(std::string_view("What to Test  ").size() - label.size(), ' ');
 }
 
-std::string planLine(const PreparedStep& step, const TextStyles& style) {
-  std::string text = step.isPlanned() ? step.text + (step.waits ? ", after your approval" : "") : style.dim(step.text);
-  return "  " + style.bold(labelled(step)) + text + (step.lines.empty() ? "" : "\n" + step.lines);
+/// A line folded within its column, where a person reads it.
+std::string folded(const std::string& line, const Console& console) {
+  constexpr int column = 16; // where the texts begin
+  return console.isTerminal(Stream::out) ? TextStyle::wrap(line, console.width(), column) : line;
 }
 
-std::string planText(const std::vector<PreparedStep>& steps, const TextStyles& style) {
+std::string planLine(const PreparedStep& step, const Console& console) {
+  const TextStyles& style = console.style();
+  std::string text = step.isPlanned() ? step.text + (step.waits ? ", after your approval" : "") : style.dim(step.text);
+  std::string name = labelled(step);
+  std::string label = style.bold(ReleasePrepare::label(step.step)) + name.substr(name.find_last_not_of(' ') + 1);
+  return folded("  " + label + text, console) + (step.lines.empty() ? "" : "\n" + step.lines);
+}
+
+std::string planText(const std::vector<PreparedStep>& steps, const Console& console) {
   std::vector<std::string> lines;
-  for (const PreparedStep& step : steps) lines.push_back(planLine(step, style));
+  for (const PreparedStep& step : steps) lines.push_back(planLine(step, console));
   return Text::joined(lines, "\n");
 }
 
@@ -126,7 +135,7 @@ void makeAll(Context& context, const PrepareOptions& options, const Preparation&
         throw isMade ? error : stopped(error, step, steps);
       }
     }
-    options.say(context.console, doneLine(step));
+    options.say(context.console, folded(doneLine(step), context.console));
   }
 }
 
@@ -139,7 +148,7 @@ void runPrepare(Context& context, const PrepareOptions& options) {
       std::any_of(steps.begin(), steps.end(), [](const PreparedStep& step) { return step.isPlanned() && step.waits; });
   ProposedChange change;
   change.title = "Prepare " + what + ":";
-  change.lines = planText(steps, context.console.style());
+  change.lines = planText(steps, context.console);
   change.items = itemsOf(steps);
   change.waits = waits;
   change.would = any ? "Dry run: would prepare " + what + "; nothing was sent."

@@ -75,8 +75,9 @@ std::string AppStatus::nextCommand(const std::string& ofApp) const {
         return "kestu release phased resume" + tail(on).all();
       }
       // A build that nothing but an answer keeps from going on comes before what goes with it.
-      bool unanswered = on.build && on.build->canDeclareExempt && on.next && on.next->state == state;
-      if (unanswered && on.next->takesUpdate()) {
+      bool goesWith = on.next && on.next->state == state && on.next->takesUpdate() &&
+                      (!on.next->build || !on.build || on.next->build->buildId == on.build->buildId);
+      if (goesWith && on.build && on.build->canDeclareExempt) {
         return "kestu builds compliance " + BuildReference::of(*on.build).word() + " --platform " +
                Format::shellWord(on.platform) + ofApp;
       }
