@@ -67,7 +67,7 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
            {{"assets", "push", "1.2", "1.3"}, 2, "", "Nothing is expected at 1.3."},
            {{"assets", "push", "1.2", "pull"}, 2, "", "Nothing is expected at pull."},
            {{"assets", "push", "1.2", "--forse"}, 2, "", "There's no option --forse here."},
-           {{"assets", "push", "--", "--forse", "--json"}, 2, "", "Nothing is expected at --json."},
+           {{"assets", "push", "--", "1.2", "--json"}, 2, "", "Nothing is expected at --json."},
            {{"assets", "push", "1.2", "--locale", "--", "x"}, 2, "", "--locale needs a value.\n"},
            {{"assets", "push", "--forse", "--", "x"}, 2, "", "There's no option --forse here."},
            {{"assets", "push", "1.2", "--platform", "tvos"}, 2, "", "--platform is ios or macos, not tvos."},

@@ -96,9 +96,9 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
   EXPECT_EQ(clock.continuous() - begun, std::chrono::minutes(5));
   // The file alone says that it is for macOS; the command that is named next must too.
   repo.write("Mac.pkg", "xar!");
-  ran = builds({"upload", "Mac.pkg", "--version", "1.3-beta", "--build", "52", "--wait", "--timeout", "0"});
+  ran = builds({"upload", "Mac.pkg", "--version", "1.3", "--build", "52", "--wait", "--timeout", "0"});
   EXPECT_EQ(ran.status, 10);
-  EXPECT_TRUE(ran.err.ends_with(" To keep waiting: kestu builds wait 52 --platform macos\n")) << ran.err;
+  EXPECT_TRUE(ran.err.ends_with(" To keep waiting: kestu builds wait \"1.3 (52)\" --platform macos\n")) << ran.err;
 }
 
 TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {

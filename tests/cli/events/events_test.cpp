@@ -251,9 +251,10 @@ TEST_F(EventsTest, DryRunsAndDataSayAllOfIt) {
   EXPECT_TRUE(has(events({"submit", "Fall Cup", "--dry-run"}).out, "on its own, after your approval."));
   terminal.errIsTerminal = terminal.outIsTerminal = true;
   terminal.windowColumns = 50;
+  environment["TERM"] = "dumb";
   EXPECT_EQ(events({"submit", "Fall Cup"}).err,
             "Send \"Fall Cup\" of Daylight Weather\n(com.example.daylight) to App Review on its own.\n"
-            "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n");
+            "Nothing sent. Run it again with --yes to send it\nfor approval in the kestu app.\n");
 }
 
 TEST_F(EventsTest, AnUploadThatFailsSaysWhatItLeaves) {
