@@ -8,6 +8,7 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <utility>

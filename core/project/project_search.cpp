@@ -6,6 +6,7 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
