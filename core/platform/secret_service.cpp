@@ -1,3 +1,4 @@
+#include "core/platform/loaded_library.hpp"
 #include "core/platform/token_store.hpp"
 
 #include <libsecret/secret.h>
@@ -5,6 +6,30 @@
 namespace kestu {
 
 namespace {
+
+/// libsecret's functions, loaded when the keyring is first asked.
+struct Secret {
+  LoadedLibrary library{"libsecret-1.so.0"};
+  LoadedLibrary glib{"libglib-2.0.so.0"};
+
+  decltype(&secret_password_lookup_sync) lookup =
+      library.function<decltype(&secret_password_lookup_sync)>("secret_password_lookup_sync");
+  decltype(&secret_password_store_sync) store =
+      library.function<decltype(&secret_password_store_sync)>("secret_password_store_sync");
+  decltype(&secret_password_clear_sync) clear =
+      library.function<decltype(&secret_password_clear_sync)>("secret_password_clear_sync");
+  decltype(&secret_password_free) free = library.function<decltype(&secret_password_free)>("secret_password_free");
+  decltype(&g_error_free) freeError = glib.function<decltype(&g_error_free)>("g_error_free");
+};
+
+const Secret& secrets() {
+  try {
+    static const Secret loaded;
+    return loaded;
+  } catch (const NotLoaded& error) {
+    throw KeyringError(error.what());
+  }
+}
 
 const SecretSchema& schema() {
   static const SecretSchema schema = {"com.kestu.cli",
@@ -26,7 +51,7 @@ const SecretSchema& schema() {
 void throwIf(GError* error) {
   if (!error) return;
   std::string text = error->message;
-  g_error_free(error);
+  secrets().freeError(error);
   throw KeyringError(text);
 }
 
@@ -35,27 +60,27 @@ class SecretService final : public TokenStore {
  public:
   std::optional<std::string> find(std::string_view account) override {
     GError* error = nullptr;
-    gchar* secret = secret_password_lookup_sync(&schema(), nullptr, &error, "service", std::string(service).c_str(),
-                                                "account", std::string(account).c_str(), nullptr);
+    gchar* secret = secrets().lookup(&schema(), nullptr, &error, "service", std::string(service).c_str(), "account",
+                                     std::string(account).c_str(), nullptr);
     throwIf(error);
     if (!secret) return std::nullopt;
     std::string text = secret;
-    secret_password_free(secret);
+    secrets().free(secret);
     return text;
   }
 
   void save(std::string_view account, std::string_view secret) override {
     GError* error = nullptr;
-    secret_password_store_sync(&schema(), SECRET_COLLECTION_DEFAULT, std::string(label).c_str(),
-                               std::string(secret).c_str(), nullptr, &error, "service", std::string(service).c_str(),
-                               "account", std::string(account).c_str(), nullptr);
+    secrets().store(&schema(), SECRET_COLLECTION_DEFAULT, std::string(label).c_str(), std::string(secret).c_str(),
+                    nullptr, &error, "service", std::string(service).c_str(), "account", std::string(account).c_str(),
+                    nullptr);
     throwIf(error);
   }
 
   void erase(std::string_view account) override {
     GError* error = nullptr;
-    secret_password_clear_sync(&schema(), nullptr, &error, "service", std::string(service).c_str(), "account",
-                               std::string(account).c_str(), nullptr);
+    secrets().clear(&schema(), nullptr, &error, "service", std::string(service).c_str(), "account",
+                    std::string(account).c_str(), nullptr);
     throwIf(error);
   }
 };

@@ -1,5 +1,6 @@
 #include "core/service/curl_transport.hpp"
 
+#include "core/platform/loaded_library.hpp"
 #include "core/support/error.hpp"
 
 #include <curl/curl.h>
@@ -17,14 +18,45 @@ namespace kestu {
 
 namespace {
 
+/// libcurl's functions. It brings some thirty libraries with it, so it is loaded with the first exchange.
+struct Curl {
+  LoadedLibrary library{"libcurl.so.4", "libcurl.4.dylib", "/usr/lib/libcurl.4.dylib"};
+
+  decltype(&curl_slist_free_all) freeList = library.function<decltype(&curl_slist_free_all)>("curl_slist_free_all");
+  decltype(&curl_slist_append) appendToList = library.function<decltype(&curl_slist_append)>("curl_slist_append");
+  decltype(&curl_easy_init) easyInit = library.function<decltype(&curl_easy_init)>("curl_easy_init");
+  decltype(&curl_easy_cleanup) easyCleanup = library.function<decltype(&curl_easy_cleanup)>("curl_easy_cleanup");
+  decltype(&curl_easy_reset) easyReset = library.function<decltype(&curl_easy_reset)>("curl_easy_reset");
+  decltype(&curl_easy_setopt) setOption = library.function<decltype(&curl_easy_setopt)>("curl_easy_setopt");
+  decltype(&curl_easy_getinfo) getInfo = library.function<decltype(&curl_easy_getinfo)>("curl_easy_getinfo");
+  decltype(&curl_easy_strerror) errorText = library.function<decltype(&curl_easy_strerror)>("curl_easy_strerror");
+  decltype(&curl_multi_init) multiInit = library.function<decltype(&curl_multi_init)>("curl_multi_init");
+  decltype(&curl_multi_cleanup) multiCleanup = library.function<decltype(&curl_multi_cleanup)>("curl_multi_cleanup");
+  decltype(&curl_multi_add_handle) multiAdd =
+      library.function<decltype(&curl_multi_add_handle)>("curl_multi_add_handle");
+  decltype(&curl_multi_remove_handle) multiRemove =
+      library.function<decltype(&curl_multi_remove_handle)>("curl_multi_remove_handle");
+  decltype(&curl_multi_wakeup) multiWakeUp = library.function<decltype(&curl_multi_wakeup)>("curl_multi_wakeup");
+  decltype(&curl_multi_perform) multiPerform = library.function<decltype(&curl_multi_perform)>("curl_multi_perform");
+  decltype(&curl_multi_poll) multiPoll = library.function<decltype(&curl_multi_poll)>("curl_multi_poll");
+  decltype(&curl_multi_info_read) multiRead = library.function<decltype(&curl_multi_info_read)>("curl_multi_info_read");
+
+  Curl() { library.function<decltype(&curl_global_init)>("curl_global_init")(CURL_GLOBAL_DEFAULT); }
+};
+
+const Curl& curl() {
+  static const Curl loaded;
+  return loaded;
+}
+
 struct FreeList {
-  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+  void operator()(curl_slist* list) const { curl().freeList(list); }
 };
 struct FreeEasy {
-  void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+  void operator()(CURL* handle) const { curl().easyCleanup(handle); }
 };
 struct FreeMulti {
-  void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
+  void operator()(CURLM* handle) const { curl().multiCleanup(handle); }
 };
 using Easy = std::unique_ptr<CURL, FreeEasy>;
 
@@ -112,7 +144,7 @@ int progress(void* context, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
 }
 
 void append(std::unique_ptr<curl_slist, FreeList>& list, const std::string& line) {
-  curl_slist* longer = curl_slist_append(list.get(), line.c_str());
+  curl_slist* longer = curl().appendToList(list.get(), line.c_str());
   if (!longer) throw std::bad_alloc();
   static_cast<void>(list.release());
   list.reset(longer);
@@ -143,48 +175,48 @@ std::unique_ptr<curl_slist, FreeList> headerLines(const HTTPRequest& request) {
 void setBody(CURL* easy, Exchange& exchange) {
   const HTTPRequest& request = exchange.request;
   if (request.body) {
-    curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
-    curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(request.body->length));
-    curl_easy_setopt(easy, CURLOPT_READFUNCTION, giveBody);
-    curl_easy_setopt(easy, CURLOPT_READDATA, &exchange);
-    curl_easy_setopt(easy, CURLOPT_SEEKFUNCTION, rewind);
-    curl_easy_setopt(easy, CURLOPT_SEEKDATA, &exchange);
-    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, 1024L * 1024L);
+    curl().setOption(easy, CURLOPT_UPLOAD, 1L);
+    curl().setOption(easy, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(request.body->length));
+    curl().setOption(easy, CURLOPT_READFUNCTION, giveBody);
+    curl().setOption(easy, CURLOPT_READDATA, &exchange);
+    curl().setOption(easy, CURLOPT_SEEKFUNCTION, rewind);
+    curl().setOption(easy, CURLOPT_SEEKDATA, &exchange);
+    curl().setOption(easy, CURLOPT_UPLOAD_BUFFERSIZE, 1024L * 1024L);
   } else if (request.method == "POST") {
-    curl_easy_setopt(easy, CURLOPT_POST, 1L);
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE, 0L);
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, "");
+    curl().setOption(easy, CURLOPT_POST, 1L);
+    curl().setOption(easy, CURLOPT_POSTFIELDSIZE, 0L);
+    curl().setOption(easy, CURLOPT_POSTFIELDS, "");
   }
-  curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
+  curl().setOption(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
 }
 
 void setTimes(CURL* easy, const HTTPRequest& request) {
-  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeout.count()));
+  curl().setOption(easy, CURLOPT_NOSIGNAL, 1L);
+  curl().setOption(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeout.count()));
   if (request.idle) {
     auto seconds = std::chrono::ceil<std::chrono::seconds>(request.timeout).count();
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, static_cast<long>(seconds));
+    curl().setOption(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl().setOption(easy, CURLOPT_LOW_SPEED_TIME, static_cast<long>(seconds));
   } else {
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
+    curl().setOption(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
   }
 }
 
 /// Runs one exchange on a handle of its own "multi", whose poll the stop token wakes at once.
 CURLcode perform(CURLM* multi, CURL* easy, const std::stop_token& stop) {
-  if (curl_multi_add_handle(multi, easy) != CURLM_OK) throw TransportError("out of memory");
-  std::stop_callback wake(stop, [multi] { curl_multi_wakeup(multi); });
+  if (curl().multiAdd(multi, easy) != CURLM_OK) throw TransportError("out of memory");
+  std::stop_callback wake(stop, [multi] { curl().multiWakeUp(multi); });
   CURLcode result = CURLE_OK;
   int running = 1;
   while (running > 0 && !stop.stop_requested()) {
-    if (curl_multi_perform(multi, &running) != CURLM_OK) break;
-    if (running > 0) curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+    if (curl().multiPerform(multi, &running) != CURLM_OK) break;
+    if (running > 0) curl().multiPoll(multi, nullptr, 0, 1000, nullptr);
   }
   int left = 0;
-  while (CURLMsg* message = curl_multi_info_read(multi, &left)) {
+  while (CURLMsg* message = curl().multiRead(multi, &left)) {
     if (message->msg == CURLMSG_DONE) result = message->data.result;
   }
-  curl_multi_remove_handle(multi, easy);
+  curl().multiRemove(multi, easy);
   return result;
 }
 
@@ -198,14 +230,6 @@ class CurlTransport::Pool {
     Easy easy;
   };
 
-  Pool() { curl_global_init(CURL_GLOBAL_DEFAULT); }
-  ~Pool() {
-    idle_.clear();
-    curl_global_cleanup();
-  }
-  Pool(const Pool&) = delete;
-  Pool& operator=(const Pool&) = delete;
-
   Handle take() {
     std::lock_guard lock(mutex_);
     if (!idle_.empty()) {
@@ -213,13 +237,18 @@ class CurlTransport::Pool {
       idle_.pop_back();
       return handle;
     }
-    Handle handle{std::unique_ptr<CURLM, FreeMulti>(curl_multi_init()), Easy(curl_easy_init())};
+    try {
+      curl();
+    } catch (const NotLoaded& error) {
+      throw TransportError(std::string("libcurl couldn't be loaded: ") + error.what());
+    }
+    Handle handle{std::unique_ptr<CURLM, FreeMulti>(curl().multiInit()), Easy(curl().easyInit())};
     if (!handle.multi || !handle.easy) throw TransportError("out of memory");
     return handle;
   }
 
   void giveBack(Handle handle) {
-    curl_easy_reset(handle.easy.get());
+    curl().easyReset(handle.easy.get());
     std::lock_guard lock(mutex_);
     idle_.push_back(std::move(handle));
   }
@@ -241,33 +270,33 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   auto headers = headerLines(request);
   setBody(easy, exchange);
   setTimes(easy, request);
-  curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
-  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl().setOption(easy, CURLOPT_URL, request.url.c_str());
+  curl().setOption(easy, CURLOPT_PROTOCOLS_STR, "http,https");
   // Plain HTTP is for this machine alone, which no proxy can reach.
-  if (request.url.starts_with("http://")) curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
-  curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers.get());
-  curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-  curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip");
-  curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
-  curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
-  curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, takeBody);
-  curl_easy_setopt(easy, CURLOPT_WRITEDATA, &exchange);
-  curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, takeHeader);
-  curl_easy_setopt(easy, CURLOPT_HEADERDATA, &exchange);
-  curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
-  curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, progress);
-  curl_easy_setopt(easy, CURLOPT_XFERINFODATA, &exchange);
-  curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, description.data());
+  if (request.url.starts_with("http://")) curl().setOption(easy, CURLOPT_NOPROXY, "*");
+  curl().setOption(easy, CURLOPT_HTTPHEADER, headers.get());
+  curl().setOption(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  curl().setOption(easy, CURLOPT_ACCEPT_ENCODING, "gzip");
+  curl().setOption(easy, CURLOPT_FOLLOWLOCATION, 0L);
+  curl().setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl().setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+  curl().setOption(easy, CURLOPT_WRITEFUNCTION, takeBody);
+  curl().setOption(easy, CURLOPT_WRITEDATA, &exchange);
+  curl().setOption(easy, CURLOPT_HEADERFUNCTION, takeHeader);
+  curl().setOption(easy, CURLOPT_HEADERDATA, &exchange);
+  curl().setOption(easy, CURLOPT_NOPROGRESS, 0L);
+  curl().setOption(easy, CURLOPT_XFERINFOFUNCTION, progress);
+  curl().setOption(easy, CURLOPT_XFERINFODATA, &exchange);
+  curl().setOption(easy, CURLOPT_ERRORBUFFER, description.data());
   CURLcode result = perform(handle.multi.get(), easy, stop);
   long status = 0;
-  curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+  curl().getInfo(easy, CURLINFO_RESPONSE_CODE, &status);
   pool_->giveBack(std::move(handle));
   if (stop.stop_requested()) throw Stopped();
   if (exchange.error) std::rethrow_exception(exchange.error);
   if (exchange.tooLarge) throw TransportError("the answer was larger than 64 MiB");
   if (result != CURLE_OK) {
-    throw TransportError(description[0] != '\0' ? description.data() : curl_easy_strerror(result));
+    throw TransportError(description[0] != '\0' ? description.data() : curl().errorText(result));
   }
   exchange.answer.status = static_cast<int>(status);
   return std::move(exchange.answer);
