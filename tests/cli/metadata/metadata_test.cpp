@@ -303,7 +303,7 @@ TEST_F(MetadataTest, WhatDiffersIsShownAsWideAsThereIsRoomAndNothingPersonal) {
   const std::string old = json::parse(contents("metadata/listing/en-US.json"))["description"];
   edit("metadata/listing/en-US.json", [&](json& object) { object["description"] = old + "\nAnd a widget."; });
   edit("metadata/review.json", [](json& object) { object["contactPhone"] = "+49 30 5550199"; });
-  Ran ran = run({"metadata", "push", "--yes"});
+  Ran ran = run({"metadata", "push", "--yes", "--no-wait"});
   EXPECT_NE(ran.out.find("And a widget."), std::string::npos) << "a pipe gets it whole: " << ran.out;
   EXPECT_NE(ran.out.find("contact's phone"), std::string::npos) << ran.out;
   ran = run({"metadata", "push", "--dry-run", "--json"});

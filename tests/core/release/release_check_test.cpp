@@ -541,8 +541,7 @@ TEST(FindingTable, GroupsAtATerminalOnly) {
             "error           1.2 has no build: kestu release prepare 1.2");
   EXPECT_EQ(ReleaseCheck::groups(findings, plain, 42), "en-US  1 warning\n"
                                                        "  warning  support URL isn't a web\n"
-                                                       "           address:\n"
-                                                       "           example\\u{1b}[2J.com\n"
+                                                       "           address: example\\u{1b}[2J.com\n"
                                                        "All else  1 error\n"
                                                        "  error    1.2 has no build: kestu release\n"
                                                        "           prepare 1.2");
