@@ -56,7 +56,7 @@ void State::reset() {
   announced.clear();
   quotas = {Quota{"window", 5h, 2000}, Quota{"week", 24h * 7, 20000}, Quota{"minute", 60s, 60}};
   apps = demoApps();
-  kit = demoKit();
+  kit = demoKit(clock());
   prices = demoPrices();
   for (const auto& app : apps) {
     for (const auto& platform : app.platforms) {

@@ -1,111 +1,116 @@
-#include "cli/context.hpp"
+#include "cli/kit/kit.hpp"
+
 #include "cli/families.hpp"
-#include "cli/options.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
-#include "core/kit/flag_scan.hpp"
-#include "core/kit/kit_answers.hpp"
-#include "core/project/app_choice.hpp"
-#include "core/project/project.hpp"
+#include "core/console/text_style.hpp"
+#include "core/project/platform.hpp"
+#include "core/support/json_data.hpp"
+#include "core/support/text.hpp"
 
 #include <algorithm>
-#include <system_error>
+#include <cctype>
 
 namespace kestu {
 
+KitApp KitApp::resolve(const AppTarget& target, const std::optional<std::string>& platform, const Context& context) {
+  Client client = context.signedIn();
+  AppOnPlatform app = AppOnPlatform::resolve(client, target, platform, context);
+  return {std::move(client), std::move(app)};
+}
+
+std::string KitApp::path(const std::vector<std::string>& segments) const {
+  std::string path = app.path + "/kit";
+  for (const std::string& segment : segments) path += "/" + percentEncoded(segment);
+  return path;
+}
+
+std::string ofApp(const AppTarget& target) {
+  return target.app ? " --app " + Format::shellWord(printable(*target.app)) : "";
+}
+
 namespace {
 
-using Kind = CLIError::Kind;
-
-struct CheckOptions : GlobalOptions {
-  std::optional<std::string> folder;
-  AppTarget app;
-};
-
-/// The folder to scan: the one named, else the repository's root.
-std::filesystem::path folderOf(const CheckOptions& options, const Context& context) {
-  if (!options.folder) return Project::root(context.folder);
-  auto folder = context.folder / *options.folder;
-  std::error_code error;
-  if (!std::filesystem::is_directory(folder, error)) {
-    throw CLIError(Kind::notFound, "There is no folder " + printable(*options.folder) + ".");
+/// Each item's field and "before → after", aligned and folded.
+std::string itemsText(const std::vector<ChangeItem>& items, const Console& console) {
+  std::size_t widest = 0;
+  for (const ChangeItem& item : items) widest = std::max(widest, Text::columns(item.field));
+  std::vector<std::string> lines;
+  for (const ChangeItem& item : items) {
+    std::string line = "  " + item.field + std::string(widest - Text::columns(item.field) + 2, ' ');
+    auto word = [](const std::optional<std::string>& value) { return value ? printable(*value) : std::string("none"); };
+    line += item.from ? console.style().dim(word(item.from)) + " → " + word(item.to) : word(item.to);
+    lines.push_back(TextStyle::wrap(line, console.width(), static_cast<int>(widest) + 4));
   }
-  return folder;
+  return Text::joined(lines, "\n");
 }
 
-JSONData json(const FlagRead& read) {
-  return JSONData::object({{"key", read.key}, {"file", read.file}, {"line", read.line}});
-}
-
-JSONData json(const std::vector<FlagRead>& reads) {
-  JSONData list = JSONData::array();
-  for (const FlagRead& read : reads) list.add(json(read));
-  return list;
-}
-
-std::string place(const FlagRead& read) { return printable(read.file) + ":" + std::to_string(read.line); }
-
-std::string checkText(const FlagComparison& flags, std::size_t known, const TextStyles& style) {
-  std::string text = "The code reads " + Format::number(static_cast<std::int64_t>(flags.keys)) +
-                     (flags.keys == 1 ? " flag" : " flags") + "; Kestu has " +
-                     Format::number(static_cast<std::int64_t>(known)) + ".";
-  if (flags.missing.empty()) return text + "\n✓ Every flag the code reads is in Kestu.";
-  for (const FlagRead& read : flags.missing) {
-    text += "\n" + style.bold(printable(read.key)) + " is read in " + place(read) + " but isn't in Kestu.";
-  }
-  if (flags.missing.size() > 1) {
-    return text + "\nNext: kestu kit flags create <key> for each, with --type for text, a number or JSON.";
-  }
-  return text + "\nNext: kestu kit flags create " + Format::shellWord(printable(flags.missing.front().key)) + ".";
-}
-
-void runCheck(Context& context, const CheckOptions& options) {
-  auto folder = folderOf(options, context);
-  Client client = context.signedIn();
-  auto known = fetchKitFlags(client, AppChoice::resolve(options.app.app, client, context.folder)).value;
-  auto reads = context.console.during([&] { return FlagScan::reads(folder, context.stop); });
-  std::vector<std::string> keys;
-  for (const KitFlag& flag : known) keys.push_back(flag.key);
-  auto flags = FlagScan::compare(reads, keys);
-  if (reads.empty() && !options.quiet()) {
-    return context.console.line(
-        "The code under " + printable(options.folder.value_or(folder.lexically_proximate(context.folder).string())) +
-        " reads no flags through KestuFlags.");
-  }
-  options.emit(context.console,
-               JSONData::object({{"flags", known.size()},
-                                 {"reads", json(reads)},
-                                 {"missing", json(flags.missing)},
-                                 {"unread", flags.unread}}),
-               options.quiet() ? "" : checkText(flags, known.size(), context.console.style()));
-  if (!flags.missing.empty()) throw NotPassed();
-}
-
-void addCheck(Command& group) {
-  Command& command = group.add("check", "Say which flags the app's Swift sources read that KestuKit doesn't have.");
-  command.discussion =
-      "Reads the sources' text, without building them: reads through KestuFlags with a key literal, and the cases of "
-      "enumerations with raw type String that conform to KestuFlag. Exits 1 when a flag is missing, so that CI stops. "
-      "The JSON also has every read, and the flags that no code here reads.";
-  auto options = std::make_shared<CheckOptions>();
-  command.argument({"folder", "The folder with the sources. The repo's root when left out.",
-                    [options](const std::string& value) {
-                      if (value.empty()) throw UsageError("The folder is empty.");
-                      options->folder = value;
-                    },
-                    false});
-  options->app.declare(command);
-  options->declare(command);
-  command.run = [options](Context& context) { runCheck(context, *options); };
+std::string capitalized(std::string text) {
+  text.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(text.front())));
+  return text;
 }
 
 } // namespace
 
+ProposedChange proposed(const KitChange& change, const Console& console) {
+  ProposedChange result;
+  result.title = capitalized(change.would) + "." + (change.more.empty() ? "" : " " + change.more);
+  if (change.listed) result.lines = itemsText(change.items, console);
+  result.items = change.items;
+  result.would = "Dry run: would " + change.would + (change.waits ? ", after your approval." : ".");
+  result.done = change.done;
+  result.waits = change.waits;
+  return result;
+}
+
+void make(Context& context, const ChangeOptions& options, const Client& client, const KitChange& change) {
+  options.make(context, client, change.request, proposed(change, context.console));
+}
+
+void unchanged(Context& context, const ChangeOptions& options, const std::string& what) {
+  if (options.quiet()) return context.console.out(JSONData::object({{"unchanged", true}}).pretty());
+  context.console.line("✓ " + what + " already: nothing sent.");
+}
+
+void declareText(Command& command, const std::string& name, const std::string& value, const std::string& help,
+                 std::function<void(std::string)> set) {
+  command.option({{name},
+                  value,
+                  help,
+                  [name, set = std::move(set)](const std::string& given) {
+                    if (Text::trimmed(given).empty()) throw UsageError(name + " is empty.");
+                    set(given);
+                  },
+                  {},
+                  false});
+}
+
+void declareName(Command& command, const std::string& name, const std::string& help, std::string& target) {
+  command.argument({name, help,
+                    [name, &target](const std::string& given) {
+                      if (Text::trimmed(given).empty()) throw UsageError("The " + name + " is empty.");
+                      target = given;
+                    },
+                    true});
+}
+
+void declarePlatform(Command& command, const std::string& help, std::optional<std::string>& platform) {
+  std::vector<std::string> words(platforms.begin(), platforms.end());
+  command.option({{"--platform"},
+                  "platform",
+                  help,
+                  [&platform, words](const std::string& given) {
+                    requireOneOf("--platform", given, words);
+                    platform = given;
+                  },
+                  words,
+                  false});
+}
+
 void addKit(Command& command) {
-  Command& flags = command.add("flags", "The app's feature flags: those that the code reads, and KestuKit's own.");
-  addCheck(flags);
-  flags.addNotBuilt("list", "The flags that KestuKit has for the app.");
-  flags.addNotBuilt("create", "Make a flag.");
+  command.discussion = "What reaches users waits for your approval in the kestu app; a draft, and what is off, changes "
+                       "at once.";
+  addFlags(command);
   command.addNotBuilt("experiments", "The app's experiments.");
   command.addNotBuilt("update-prompts", "Prompts to update the app.");
   command.addNotBuilt("whats-new", "The app's What's New pages, a version each.");

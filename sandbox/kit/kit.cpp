@@ -1,57 +1,70 @@
 #include "sandbox/kit/kit.hpp"
 
-#include "sandbox/account/accounts.hpp"
+#include "sandbox/plans.hpp"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <initializer_list>
+#include <utility>
 
 namespace kestu::sandbox {
 
 using nlohmann::json;
 
-KitState demoKit() {
+namespace {
+
+constexpr std::int64_t demoApp = 1234567890;
+
+std::vector<KitExperiment> demoExperiments(Moment now) {
+  using namespace std::chrono_literals;
+  KitExperiment radar{"exp-radar", "Radar first", "new-radar", "purchases", "running"};
+  radar.startedAt = now - 9 * 24h;
+  radar.variants = {{"control", "false", 50, 1204, 0.0415}, {"radar", "true", 50, 1187, 0.0514, 0.2386, 0.962}};
+  KitExperiment limit{"exp-limit", "Longer forecast", "hourly-limit", "sessions"};
+  limit.variants = {{"short", "24", 50}, {"long", "48", 50}};
+  return {radar, limit};
+}
+
+} // namespace
+
+KitState demoKit(Moment now) {
   KitState kit;
-  kit.flags[1234567890] = {{"new-radar", "bool", true}, {"hourly-limit", "number"}, {"welcome-text", "text"}};
-  kit.pages[1234567890] = {{"1.2", "", "draft"}, {"1.1", "", "published"}};
+  kit.flags[demoApp] = {{"new-radar", "bool", true},
+                        {"hourly-limit", "number", std::nullopt, "24"},
+                        {"welcome-text", "text", std::nullopt, "\"Good morning\""}};
+  kit.experiments[demoApp] = demoExperiments(now);
+  kit.prompts[demoApp] = {{"prompt-1", "ios", "1.1", false, true, {{"en-US", "A new Daylight is out."}}, 5120, 2204}};
+  kit.pages[demoApp] = {{"1.2", "", "draft", {{"en-US", "The radar is here"}}},
+                        {"1.1", "", "published", {{"en-US", "Every hour"}, {"de-DE", "Jede Stunde"}}}};
   return kit;
 }
 
 namespace Kit {
 
-namespace {
-
 std::string oneOf(const std::string& word, std::initializer_list<const char*> words) {
   if (std::find(words.begin(), words.end(), word) != words.end()) return word;
-  throw Refused(400, "invalid_request", fmt::format("{} is not a word for this.", word));
+  refuse(fmt::format("{} is not a word for this.", word));
 }
 
-} // namespace
+void refuse(const std::string& message) { throw Refused(400, "invalid_request", message); }
+void conflict(const std::string& message) { throw Refused(409, "conflict", message); }
+void missing(const std::string& message) { throw Refused(404, "not_found", message); }
 
-Answer flags(State& state, const Call& call) {
-  const auto& app = Accounts::grantedApp(state, call, call.segments[2]);
-  auto list = json::array();
-  for (const auto& flag : state.kit.flags[app.appId]) {
-    list.push_back({{"key", flag.key}, {"type", flag.type}});
-    if (flag.on) list.back()["on"] = *flag.on;
+Answer change(State& state, const Call& call, bool waits, const std::string& title, std::vector<std::string> lines,
+              std::function<std::string()> apply, const json& more) {
+  json answer{{"waits", false}};
+  if (waits) {
+    answer = json::parse(Plans::change(state, call, title, std::move(lines), std::move(apply)).body);
+  } else if (!call.dryRun()) {
+    if (const auto error = apply(); !error.empty()) conflict(error);
   }
-  return Answer::json({{"flags", list}});
-}
-
-Answer whatsNew(State& state, const Call& call) {
-  const auto& app = Accounts::grantedApp(state, call, call.segments[2]);
-  auto list = json::array();
-  for (const auto& page : state.kit.pages[app.appId]) {
-    list.push_back({{"version", page.version}, {"state", page.state}});
-    if (!page.platform.empty()) list.back()["platform"] = page.platform;
-  }
-  return Answer::json({{"pages", list}});
+  answer.update(more);
+  return Answer::json(answer);
 }
 
 void set(State& state, const json& body) {
   const auto appId = body.at("appId").get<std::int64_t>();
-  if (state.app(appId) == nullptr) throw Refused(404, "not_found", fmt::format("There is no app {}.", appId));
+  if (state.app(appId) == nullptr) missing(fmt::format("There is no app {}.", appId));
   if (body.contains("flags")) {
     std::vector<KitFlag> flags;
     for (const auto& flag : body["flags"]) {
