@@ -113,7 +113,7 @@ void addKit(Command& command) {
   addFlags(command);
   command.addNotBuilt("experiments", "The app's experiments.");
   command.addNotBuilt("update-prompts", "Prompts to update the app.");
-  command.addNotBuilt("whats-new", "The app's What's New pages, a version each.");
+  addWhatsNew(command);
 }
 
 } // namespace kestu

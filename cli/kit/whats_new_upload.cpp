@@ -74,8 +74,7 @@ void sendImages(Context& context, const Client& client, const WhatsNewFolder& fo
     if (!uploads.empty()) {
       Progress progress(context.console, context.clock, "Sending", folder.imageBytes(), 0);
       PartUploader uploader(context.transport, context.clock, "Run it again to send it anew.");
-      WhatsNew::send(folder, uploads, uploader, context.stop,
-                     [&](std::int64_t bytes) { progress.advance(bytes, 0); });
+      WhatsNew::send(folder, uploads, uploader, context.stop, [&](std::int64_t bytes) { progress.advance(bytes, 0); });
     }
     client.checked(client.send("POST", path + "/commit", query, std::nullopt));
   } catch (const CLIError& error) {

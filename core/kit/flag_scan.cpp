@@ -83,25 +83,6 @@ std::vector<FlagRead> sorted(std::vector<FlagRead> reads) {
   return reads;
 }
 
-bool isUTF8(std::string_view text) {
-  constexpr std::uint64_t highBits = 0x8080808080808080U;
-  std::size_t at = 0;
-  while (at < text.size()) {
-    std::uint64_t eight = 0;
-    if (at + sizeof eight <= text.size()) {
-      std::memcpy(&eight, text.data() + at, sizeof eight);
-      if ((eight & highBits) == 0) {
-        at += sizeof eight;
-        continue;
-      }
-    }
-    auto point = UTF8::decode(text, at);
-    if (point.broken) return false;
-    at += point.length;
-  }
-  return true;
-}
-
 /// The same as text.find for a word of four letters. A library's search stops at every first letter, and "e" is the
 /// commonest there is; this one compares whole blocks, in a form that compilers make vectors of.
 bool holds(std::string_view text, const char (&word)[5]) {
@@ -183,7 +164,7 @@ Facts factsOf(const std::string& file, Reader& reader) {
     facts.hidden = !FlagPatterns::namesAfterEnum(*text, [&](std::string_view name) { facts.names.emplace_back(name); });
   }
   // Both the reads and the conformances have the protocol's name in them.
-  if (text->find(protocol) != std::string_view::npos && isUTF8(*text)) {
+  if (text->find(protocol) != std::string_view::npos && UTF8::isValid(*text)) {
     gather(facts, file, SourceBlanker::withoutComments(*text));
   }
   return facts;
@@ -211,7 +192,7 @@ std::vector<FlagRead> FlagScan::reads(const std::filesystem::path& folder, const
   eachFile(folder, declaring.size(), stop, [&](std::size_t at, Reader& reader) {
     const std::string& file = files[declaring[at]];
     auto text = reader.read(file);
-    if (text && isUTF8(*text)) cases[at] = enumReads(flags, file, SourceBlanker::withoutComments(*text));
+    if (text && UTF8::isValid(*text)) cases[at] = enumReads(flags, file, SourceBlanker::withoutComments(*text));
   });
 
   std::vector<FlagRead> all;

@@ -16,9 +16,7 @@ struct Line {
   bool isCode = false;
 };
 
-std::size_t leading(View text, char c) {
-  return std::min(text.find_first_not_of(c), text.size());
-}
+std::size_t leading(View text, char c) { return std::min(text.find_first_not_of(c), text.size()); }
 
 /// The lines, those of fenced code marked, the fences among them.
 std::vector<Line> linesOf(View text) {
@@ -207,8 +205,7 @@ std::optional<TitledMarkdown> titled(std::string_view text) {
     }
     if (!title) continue;
     if (title->empty()) return std::nullopt;
-    return TitledMarkdown{*title,
-                          withoutBlankEnds(joined(lines, 0, at) + joined(lines, after, lines.size()))};
+    return TitledMarkdown{*title, withoutBlankEnds(joined(lines, 0, at) + joined(lines, after, lines.size()))};
   }
   return std::nullopt;
 }

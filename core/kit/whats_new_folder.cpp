@@ -9,6 +9,7 @@
 #include "core/support/md5.hpp"
 #include "core/support/tasks.hpp"
 #include "core/support/text.hpp"
+#include "core/support/utf8.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -111,7 +112,7 @@ class Reader {
     }
     if (!text) return wrong(file, "can't be read.");
     if (text->starts_with("\xEF\xBB\xBF")) text->erase(0, 3);
-    if (!Text::isUTF8(*text)) return wrong(file, "isn't UTF-8 text.");
+    if (!UTF8::isValid(*text)) return wrong(file, "isn't UTF-8 text.");
     auto titled = Markdown::titled(*text);
     if (!titled) return wrong(file, "has no heading, which would be its title. Begin it with one: # What's new");
     auto images = Markdown::images(titled->body);
@@ -162,8 +163,7 @@ JSONData WhatsNewFolder::request() const {
   }
   JSONData files = JSONData::array();
   for (const auto& [name, image] : images) {
-    files.add(JSONData::object(
-        {{"name", name}, {"md5", image.md5}, {"size", static_cast<std::int64_t>(image.size)}}));
+    files.add(JSONData::object({{"name", name}, {"md5", image.md5}, {"size", static_cast<std::int64_t>(image.size)}}));
   }
   return JSONData::object({{"languages", pages}, {"images", files}});
 }

@@ -24,8 +24,8 @@ Findings whatsNew(const std::vector<WhatsNewPage>& pages, const std::string& ver
   }
   std::string number = Format::shellWord(version);
   if (own && own->isDraft()) {
-    return warning(fmt::format("The {} What's New page is a draft, so no one sees it: kestu kit whats-new publish {}",
-                               version, number));
+    return warning(fmt::format("The {} What's New page is a draft, so no one sees it: kestu kit whats-new publish {}{}",
+                               version, number, own->platform ? " --platform " + Format::shellWord(platform) : ""));
   }
   if (own) return {};
   if (repositoryPage) {
@@ -42,7 +42,7 @@ Findings flags(const std::vector<FlagRead>& missing) {
     findings.push_back(
         {Level::warning, "flags", std::nullopt,
          fmt::format("The code reads the flag {} ({}:{}), which kestu doesn't have: kestu kit flags create {}",
-                     read.key, read.file, read.line, Format::shellWord(read.key))});
+                     read.key, read.file, read.line, Flags::argument(read.key))});
   }
   return findings;
 }

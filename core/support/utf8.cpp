@@ -1,6 +1,8 @@
 #include "core/support/utf8.hpp"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace kestu::UTF8 {
 
@@ -61,6 +63,25 @@ bool isWhiteSpace(char32_t value) {
   return (value >= 0x09 && value <= 0x0D) || value == 0x20 || value == 0x85 || value == 0xA0 || value == 0x1680 ||
          (value >= 0x2000 && value <= 0x200A) || value == 0x2028 || value == 0x2029 || value == 0x202F ||
          value == 0x205F || value == 0x3000;
+}
+
+bool isValid(std::string_view text) {
+  constexpr std::uint64_t highBits = 0x8080808080808080U;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    std::uint64_t eight = 0;
+    if (at + sizeof eight <= text.size()) {
+      std::memcpy(&eight, text.data() + at, sizeof eight);
+      if ((eight & highBits) == 0) {
+        at += sizeof eight;
+        continue;
+      }
+    }
+    auto point = decode(text, at);
+    if (point.broken) return false;
+    at += point.length;
+  }
+  return true;
 }
 
 bool isASCII(std::string_view text) {

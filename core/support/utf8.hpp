@@ -23,6 +23,9 @@ void append(std::string& text, char32_t value);
 /// White_Space of the Unicode character database, ASCII control blanks included.
 bool isWhiteSpace(char32_t value);
 
+/// Whether no bytes are broken.
+bool isValid(std::string_view text);
+
 bool isASCII(std::string_view text);
 
 } // namespace kestu::UTF8

@@ -1,5 +1,8 @@
 #include "tests/support/command_test.hpp"
 
+#include "core/console/text_style.hpp"
+#include "core/support/text.hpp"
+
 #include <nlohmann/json.hpp>
 
 namespace kestu::tests {
@@ -27,6 +30,9 @@ TEST_F(Kit, SaysWhatTheCodeReadsAndKestuLacks) {
            {"KestuFlags.isOn(\"new-radar\")\nKestuFlags.isOn(\"it's\x1b\")\nKestuFlags.isOn(\"it's\x1b\")", 1,
             "The code reads 2 flags; Kestu has 3.\nit's\\u{1b} is read in Store/A.swift:2 but isn't in Kestu.\n"
             "Next: kestu kit flags create 'it'\\''s\\u{1b}'.\n"},
+           {"KestuFlags.isOn(\"-beta\")", 1,
+            "The code reads 1 flag; Kestu has 3.\n-beta is read in Store/A.swift:1 but isn't in Kestu.\n"
+            "Next: kestu kit flags create -- -beta.\n"},
            {"enum F: String, KestuFlag {\ncase b, a\n}", 1,
             "The code reads 2 flags; Kestu has 3.\nb is read in Store/A.swift:2 but isn't in Kestu.\n"
             "a is read in Store/A.swift:2 but isn't in Kestu.\n"
@@ -72,10 +78,6 @@ TEST_F(Kit, FailsBeforeOrWithTheService) {
   for (const Row& row : std::vector<Row>{
            {{"kit", "flags", "check", "Nowhere"}, 7, "There is no folder Nowhere.\n"},
            {{"kit", "flags", "check", "kestu.json"}, 7, "There is no folder kestu.json.\n"},
-           {{"kit", "flags", "create", "x", "--type", "text"},
-            1,
-            "kestu kit flags create isn't in this version of kestu yet.\n"},
-           {{"kit", "whats-new", "publish", "1.2"}, 1, "kestu kit whats-new isn't in this version of kestu yet.\n"},
        }) {
     SCOPED_TRACE(row.arguments[2]);
     auto ran = run(row.arguments);
@@ -87,6 +89,96 @@ TEST_F(Kit, FailsBeforeOrWithTheService) {
   EXPECT_EQ(run({"kit", "flags", "check"}).status, 3);
   signIn({"release"});
   EXPECT_EQ(run({"kit", "flags", "check"}).status, 4);
+}
+
+TEST_F(Kit, ListsFlagsAndWhereTheCodeReadsThem) {
+  EXPECT_EQ(run({"kit", "flags", "list"}).out, "Flag          Type    On   Rollout  Value\n"
+                                               "new-radar     bool    on   100%\n"
+                                               "hourly-limit  number  off  100%     24\n"
+                                               "welcome-text  text    off  100%     Good morning\n");
+  repo.write("A.swift", "KestuFlags.isOn(\"new-radar\")\nKestuFlags.isOn(\"new-radar\")\nKestuFlags.isOn(\"x\")");
+  auto ran = run({"kit", "flags", "list"});
+  EXPECT_NE(ran.out.find("new-radar     bool    on   100%                   A.swift:1 and 1 more\n"),
+            std::string::npos);
+  EXPECT_NE(ran.out.find("Good morning  not read\n"), std::string::npos) << ran.out;
+  EXPECT_TRUE(ran.out.ends_with("The code reads a flag that KestuKit doesn't have.\nNext: kestu kit flags check\n"));
+  EXPECT_TRUE(run({"kit", "flags", "list", "-o", "csv"})
+                  .out.starts_with(
+                      "Flag,Type,On,Rollout,Value,Read in,Notes\nnew-radar,bool,on,100%,,\"A.swift:1, A.swift:2\",\n"));
+  EXPECT_EQ(nlohmann::json::parse(run({"kit", "flags", "list", "--json"}).out)["flags"].size(), 3U);
+  terminal.outIsTerminal = true;
+  for (int width : {50, 80}) {
+    terminal.windowColumns = width;
+    for (const std::string& line : Text::split(TextStyle::plain(run({"kit", "flags", "list"}).out), '\n')) {
+      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
+    }
+  }
+}
+
+TEST_F(Kit, ChangesFlags) {
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string text, body;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"create", "beta"}, 6, "Nothing sent. Run it again with --yes to make it.\n", ""},
+           {{"create", "beta", "--on"}, 6, "Run it again with --yes to send it for approval in the kestu app.\n", ""},
+           {{"create", "--yes", "--", "-beta"},
+            0,
+            "✓ Made the flag -beta: bool, off.\nNext: kestu kit flags set --on -- -beta\n",
+            R"({"key":"-beta","type":"bool"})"},
+           {{"create", "-beta2"}, 2, "", ""},
+           {{"create", "limit", "--type", "number", "--value=-2.50", "--rollout", "12.5%", "--on", "--yes"},
+            0,
+            "✓ Made the flag limit: number -2.50, on for 12.5%.\n",
+            R"({"key":"limit","on":true,"rollout":12.5,"type":"number","value":-2.50})"},
+           {{"create", "new-radar", "--yes"}, 1, "already.\nNext: kestu kit flags set <option> new-radar\n", ""},
+           {{"set", "welcome-text", "--value", "", "--yes"},
+            0,
+            "✓ Changed the flag welcome-text: it's off now.\n",
+            R"({"value":""})"},
+           {{"set", "welcome-text", "--value", "", "--off", "--yes"},
+            0,
+            "✓ The flag welcome-text is so already: nothing sent.\n",
+            ""},
+           {{"set", "hourly-limit", "--notes", "hours"}, 6, "--yes to make it.\n", ""},
+           {{"set", "hourly-limit", "--on"}, 6, "--yes to send it for approval in the kestu app.\n", ""},
+           {{"set", "new-radar", "--off"}, 6, "--yes to send it for approval in the kestu app.\n", ""},
+           {{"set", "new-radar", "--value", "true"}, 2, "A bool flag has no value: it's --on or --off.\n", ""},
+           {{"set", "hourly-limit", "--value", "ten"}, 2, "--value is a number, as 12.5, not ten.\n", ""},
+           {{"set", "New-Radar", "--on"},
+            7,
+            "KestuKit has no flag New-Radar for the app. Did you mean new-radar?\n",
+            ""},
+           {{"delete", "new-radar"}, 6, "--yes to send it for approval in the kestu app.\n", ""},
+           {{"delete", "hourly-limit", "--yes"}, 0, "✓ Deleted the flag hourly-limit.\n", ""},
+           {{"set", "x"}, 2, "", ""},
+           {{"set", "x", "--on", "--off"}, 2, "", ""},
+           {{"create", ".."}, 2, "", ""},
+           {{"create", "x", "--rollout", "100.01"}, 2, "", ""},
+           {{"create", "x", "--type", "json", "--value", "{a: 1}"}, 2, "", ""},
+           {{"create", "x", "--type", "text"}, 2, "", ""},
+           {{"create", "x", "--value", "1"}, 2, "", ""},
+       }) {
+    SCOPED_TRACE(row.arguments[0] + " " + row.arguments.back());
+    server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{0}; });
+    std::size_t before = server.requests().size();
+    auto arguments = row.arguments;
+    arguments.insert(arguments.begin(), {"kit", "flags"});
+    auto ran = run(arguments);
+    EXPECT_EQ(ran.status, row.status) << ran.err;
+    EXPECT_TRUE((ran.out + ran.err).ends_with(row.text)) << ran.out << ran.err;
+    std::string sent;
+    for (const auto& request : server.requests()) sent = request.method == "POST" ? request.body : sent;
+    if (!row.body.empty()) EXPECT_EQ(sent, row.body);
+    if (row.status == 2 && row.text.empty()) EXPECT_EQ(server.requests().size(), before);
+  }
+  auto dry =
+      nlohmann::json::parse(run({"kit", "flags", "set", "new-radar", "--rollout", "5", "--dry-run", "--json"}).out);
+  EXPECT_EQ(dry["waits"], true);
+  EXPECT_EQ(dry["changes"],
+            nlohmann::json::parse(R"([{"place": "new-radar", "field": "rollout", "from": "100%", "to": "5%"}])"));
 }
 
 } // namespace

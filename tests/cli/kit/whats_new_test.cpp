@@ -1,0 +1,166 @@
+#include "tests/support/command_test.hpp"
+
+#include "core/kit/markdown.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+/// The demo app has a draft of 1.2 and a published page of 1.1, each for every platform.
+class WhatsNewTest : public CommandTest {
+ protected:
+  WhatsNewTest() {
+    signIn();
+    link();
+  }
+  Ran pages(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"kit", "whats-new"});
+    return run(arguments);
+  }
+  std::string stateOf(const std::string& version, const std::string& platform = "") {
+    return server.withState([&](sandbox::State& state) {
+      for (const auto& page : state.kit.pages[1234567890]) {
+        if (page.version == version && page.platform == platform) return page.state;
+      }
+      return std::string("gone");
+    });
+  }
+};
+
+TEST(Markdown, TakesTheTitleOutAndFindsImages) {
+  struct Row {
+    const char *text, *title, *body;
+    std::vector<std::string> images;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"# What's new ##\n\nText\n", "What's new", "Text\n", {}},
+           {"Before\n\nTitle\n=====\r\nAfter", "Title", "Before\n\nAfter\n", {}},
+           {"```\n# code ![](no.png)\n```\n### C#\n![a](b.png \"t\") `![](no.png)`",
+            "C#",
+            "```\n# code ![](no.png)\n```\n![a](b.png \"t\") `![](no.png)`\n",
+            {"b.png"}},
+           {"#tag\n# T\n![[x]](<a b.png>)![r][L] ![l] ![gone]\n\n[l]: c(1).png\n<IMG alt=x\nSRC='d.jpg'>",
+            "T",
+            "#tag\n![[x]](<a b.png>)![r][L] ![l] ![gone]\n\n[l]: c(1).png\n<IMG alt=x\nSRC='d.jpg'>\n",
+            {"a b.png", "c(1).png", "d.jpg"}},
+           {"# T\n![](a(1).png) \\![](no.png) ![](\\(x.png)",
+            "T",
+            "![](a(1).png) \\![](no.png) ![](\\(x.png)\n",
+            {"a(1).png", "(x.png"}},
+       }) {
+    SCOPED_TRACE(row.text);
+    auto titled = Markdown::titled(row.text);
+    ASSERT_TRUE(titled);
+    EXPECT_EQ(titled->title, row.title);
+    EXPECT_EQ(titled->body, row.body);
+    EXPECT_EQ(Markdown::images(titled->body), row.images);
+  }
+  for (const char* text : {"", "Text", "#\n# Later", "    # code", "- a\n---", "#######", "~~~\n# a"}) {
+    EXPECT_FALSE(Markdown::titled(text)) << text;
+  }
+}
+
+TEST_F(WhatsNewTest, TellsAllThatIsWrongBeforeAnyCall) {
+  repo.write("outside.png", png(10, 10));
+  repo.write("page/en-US.md", "# New\n![](a.png) ![](https://x.test/b.png) ![](../outside.png) ![](link.png)\n"
+                              "![](text.png) ![](a.png) ![](/etc/passwd) ![]()");
+  repo.write("page/text.png", "no image");
+  repo.write("page/de-DE.md", "kein Titel");
+  repo.write("page/README.md", "# Read\x1b me");
+  repo.write("page/fr-FR.md", "# \xff");
+  repo.write("page/.hidden.md", "");
+  std::filesystem::create_symlink(repo.path() / "outside.png", repo.path() / "page/link.png");
+  auto ran = pages({"upload", "page/", "--version", "1.3", "--yes"});
+  EXPECT_EQ(ran.status, 1);
+  for (const char* line : {
+           "page/README.md: README can't be a language",
+           "page/de-DE.md: has no heading",
+           "page/en-US.md: the image a.png isn't there.\n",
+           "page/en-US.md: the image https://x.test/b.png is an address.",
+           "page/en-US.md: the image ../outside.png leaves the folder.\n",
+           "page/en-US.md: the image link.png leaves the folder.\n",
+           "page/en-US.md: the image text.png is no PNG or JPEG.\n",
+           "page/en-US.md: the image /etc/passwd leaves the folder.\n",
+           "page/en-US.md: has an image without a name.\n",
+           "page/fr-FR.md: isn't UTF-8 text.\n",
+       }) {
+    EXPECT_NE(ran.err.find(line), std::string::npos) << line << "\n" << ran.err;
+  }
+  EXPECT_EQ(std::count(ran.err.begin(), ran.err.end(), '\n'), 11) << ran.err;
+  EXPECT_EQ(pages({"upload", "none", "--version", "1.3"}).err, "There is no folder none.\n");
+  std::filesystem::create_directory(repo.path() / "empty");
+  EXPECT_EQ(pages({"upload", "empty", "--version", "1.3"}).status, 1);
+  EXPECT_EQ(pages({"upload", "page"}).status, 2);
+  EXPECT_EQ(pages({"upload", "page", "--version", ".."}).status, 2);
+  EXPECT_EQ(paths(), std::vector<std::string>{});
+}
+
+TEST_F(WhatsNewTest, SendsTextsAndImages) {
+  repo.write("page/en-US.md", "# New\n![](img/a%20b.png) ![](./c.png)");
+  repo.write("page/de-DE.md", "Neu\n===\n![](c.png)");
+  repo.write("page/img/a b.png", png(10, 10));
+  repo.write("page/c.png", png(20, 10));
+  auto dry = pages({"upload", "page", "--version", "1.3", "--platform", "ios", "--dry-run"});
+  EXPECT_EQ(dry.out, "  de-DE  Neu  1 image\n  en-US  New  2 images\nDry run: would upload the What's New page of 1.3 "
+                     "for iOS of Daylight Weather (com.example.daylight), 2 languages, 2 images (" +
+                         dry.out.substr(dry.out.find("images (") + 8));
+  EXPECT_EQ(calls("PUT"), 0U);
+  EXPECT_EQ(stateOf("1.3", "ios"), "gone");
+  auto ran = pages({"upload", "page", "--version", "1.3", "--platform", "ios", "--yes"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_TRUE(ran.out.ends_with("\nNext: kestu kit whats-new publish 1.3 --platform ios\n")) << ran.out;
+  EXPECT_EQ(calls("PUT"), 2U) << "each image once";
+  EXPECT_TRUE(paths().back().ends_with("/kit/whats-new/1.3/commit"));
+  nlohmann::json sent;
+  for (const auto& request : server.requests()) {
+    if (request.path.ends_with("/kit/whats-new/1.3")) sent = nlohmann::json::parse(request.body);
+  }
+  EXPECT_EQ(sent["languages"]["en-US"],
+            (nlohmann::json{{"title", "New"}, {"body", "![](img/a%20b.png) ![](./c.png)\n"}}));
+  EXPECT_EQ(sent["images"].size(), 3U);
+  EXPECT_EQ(sent["images"][1]["name"], "c.png");
+  EXPECT_EQ(stateOf("1.3", "ios"), "draft");
+  server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{1}; });
+  ran = pages({"publish", "1.3", "--platform", "ios", "--yes"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(stateOf("1.3", "ios"), "published");
+  ran = pages({"upload", "page", "--version", "1.3", "--platform", "ios"});
+  EXPECT_EQ(ran.err.substr(0, 8), "Replace ");
+  EXPECT_NE(ran.err.find("--yes to send it for approval"), std::string::npos) << "a published page waits";
+}
+
+TEST_F(WhatsNewTest, PagesArePublishedTakenBackAndDeleted) {
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string text, after;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"publish", "1.2", "--platform", "ios", "--yes"},
+            7,
+            "There's no What's New page of 1.2 for iOS. There's one with no --platform, as it's every platform's.\n",
+            "draft"},
+           {{"publish", "1.2"}, 6, "--yes to send it for approval in the kestu app.\n", "draft"},
+           {{"publish", "1.2", "--yes"},
+            0,
+            "✓ Published the What's New page of 1.2 for every platform.\n",
+            "published"},
+           {{"publish", "1.2", "--yes"}, 0, "✓ It's published already: nothing sent.\n", "published"},
+           {{"unpublish", "1.2", "--yes"}, 0, "it's a draft again.\n", "draft"},
+           {{"delete", "1.2"}, 6, "--yes to make it.\n", "draft"},
+           {{"delete", "1.2", "--yes"}, 0, "✓ Deleted the What's New page of 1.2 for every platform.\n", "gone"},
+       }) {
+    SCOPED_TRACE(row.arguments.front() + " " + row.text);
+    server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{0}; });
+    auto ran = pages(row.arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_TRUE((ran.out + ran.err).ends_with(row.text)) << ran.out << ran.err;
+    EXPECT_EQ(stateOf("1.2"), row.after);
+  }
+  auto list = pages({"list"});
+  EXPECT_EQ(list.out, "Version  Platform  State      Languages\n1.1      every     published  de-DE, en-US\n");
+}
+
+} // namespace
+} // namespace kestu::tests
