@@ -111,8 +111,8 @@ void addKit(Command& command) {
   command.discussion = "What reaches users waits for your approval in the kestu app; a draft, and what is off, changes "
                        "at once.";
   addFlags(command);
-  command.addNotBuilt("experiments", "The app's experiments.");
-  command.addNotBuilt("update-prompts", "Prompts to update the app.");
+  addExperiments(command);
+  addUpdatePrompts(command);
   addWhatsNew(command);
 }
 

@@ -19,12 +19,13 @@ class WhatsNewTest : public CommandTest {
     return run(arguments);
   }
   std::string stateOf(const std::string& version, const std::string& platform = "") {
-    return server.withState([&](sandbox::State& state) {
+    std::string found = "gone";
+    server.withState([&](sandbox::State& state) {
       for (const auto& page : state.kit.pages[1234567890]) {
-        if (page.version == version && page.platform == platform) return page.state;
+        if (page.version == version && page.platform == platform) found = page.state;
       }
-      return std::string("gone");
     });
+    return found;
   }
 };
 
