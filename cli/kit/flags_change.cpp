@@ -25,6 +25,7 @@ struct FlagOptions : ChangeOptions {
 void declareKey(Command& command, const std::string& help, std::string& key) {
   command.argument({"key", help,
                     [&key](const std::string& given) {
+                      requireUTF8("The key", given);
                       if (!Flags::isKey(given)) throw UsageError("\"" + printable(given) + "\" can't be a flag's key.");
                       key = given;
                     },
@@ -146,7 +147,10 @@ void declareValues(Command& command, FlagOptions& options) {
   command.option({{"--value"},
                   "value",
                   "Its value: a text, a number or JSON, as its type is.",
-                  [&options](const std::string& given) { options.value = given; },
+                  [&options](const std::string& given) {
+                    requireUTF8("--value", given);
+                    options.value = given;
+                  },
                   {},
                   false});
   command.option({{"--rollout"},
@@ -164,7 +168,10 @@ void declareValues(Command& command, FlagOptions& options) {
   command.option({{"--notes"},
                   "text",
                   "What it's for, for those who see it in kestu.",
-                  [&options](const std::string& given) { options.edit.notes = given; },
+                  [&options](const std::string& given) {
+                    requireUTF8("--notes", given);
+                    options.edit.notes = given;
+                  },
                   {},
                   false});
 }

@@ -7,6 +7,7 @@
 #include "core/project/platform.hpp"
 #include "core/support/json_data.hpp"
 #include "core/support/text.hpp"
+#include "core/support/utf8.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -72,12 +73,17 @@ void unchanged(Context& context, const ChangeOptions& options, const std::string
   context.console.line("✓ " + what + " already: nothing sent.");
 }
 
+void requireUTF8(const std::string& name, const std::string& given) {
+  if (!UTF8::isValid(given)) throw UsageError(name + " isn't UTF-8 text.");
+}
+
 void declareText(Command& command, const std::string& name, const std::string& value, const std::string& help,
                  std::function<void(std::string)> set) {
   command.option({{name},
                   value,
                   help,
                   [name, set = std::move(set)](const std::string& given) {
+                    requireUTF8(name, given);
                     if (Text::trimmed(given).empty()) throw UsageError(name + " is empty.");
                     set(given);
                   },

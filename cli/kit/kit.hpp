@@ -45,6 +45,9 @@ void make(Context& context, const ChangeOptions& options, const Client& client, 
 /// Says that there is nothing to change.
 void unchanged(Context& context, const ChangeOptions& options, const std::string& what);
 
+/// Text that isn't UTF-8 is a UsageError: what is sent would be another one.
+void requireUTF8(const std::string& name, const std::string& given);
+
 /// An option with a text that isn't blank.
 void declareText(Command& command, const std::string& name, const std::string& value, const std::string& help,
                  std::function<void(std::string)> set);

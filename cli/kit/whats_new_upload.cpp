@@ -70,16 +70,20 @@ void sendImages(Context& context, const Client& client, const WhatsNewFolder& fo
   } catch (const JSONError&) {
     throw notUnderstood();
   }
+  const std::string left = "The page's texts are at kestu, without all of its images: run it again to send those that "
+                           "are missing.";
   try {
     if (!uploads.empty()) {
       Progress progress(context.console, context.clock, "Sending", folder.imageBytes(), 0);
-      PartUploader uploader(context.transport, context.clock, "Run it again to send it anew.");
+      PartUploader uploader(context.transport, context.clock, "");
       WhatsNew::send(folder, uploads, uploader, context.stop, [&](std::int64_t bytes) { progress.advance(bytes, 0); });
     }
     client.checked(client.send("POST", path + "/commit", query, std::nullopt));
   } catch (const CLIError& error) {
-    throw CLIError(error.kind, error.description + "\nThe page's texts are at kestu, without all of its images: run it "
-                                                   "again to send those that are missing.");
+    throw CLIError(error.kind, Text::trimmed(error.description) + "\n" + left);
+  } catch (const Stopped&) {
+    context.console.error(left);
+    throw;
   }
 }
 
