@@ -9,6 +9,7 @@
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
 #include "sandbox/overview/overview.hpp"
+#include "sandbox/overview/doctor.hpp"
 #include "sandbox/page/page.hpp"
 #include "sandbox/plans.hpp"
 #include "sandbox/prices/prices.hpp"
@@ -54,6 +55,7 @@ constexpr Route routes[] = {
     {"POST", "/v1/apps/*/assets", "release", Assets::plan},
     {"POST", "/v1/apps/*/assets/uploaded", "release", Assets::uploaded, Holds::nothing},
     {"POST", "/v1/apps/*/assets/commit", "release", Assets::commit},
+    {"GET", "/v1/apps/*/doctor", "", Overview::doctor},
     {"GET", "/v1/apps/*/kit/flags", "kestukit", Kit::flags},
     {"POST", "/v1/apps/*/kit/flags", "kestukit", Kit::createFlag},
     {"POST", "/v1/apps/*/kit/flags/*", "kestukit", Kit::setFlag},
