@@ -1,3 +1,4 @@
+#include "cli/account/sign_in.hpp"
 #include "cli/context.hpp"
 #include "cli/families.hpp"
 #include "cli/options.hpp"
@@ -41,6 +42,7 @@ struct WhoamiAnswer {
   }
 };
 
+<<<A
 /// The link, and at a terminal with room for it its QR code: below the link, or in a short window above it, since there
 /// only the code's empty margin may scroll away.
 void showLink(Console& console, const GlobalOptions& options, const DeviceStart& start) {
@@ -56,6 +58,9 @@ void showLink(Console& console, const GlobalOptions& options, const DeviceStart&
   std::string code = qr(link, console.styles());
   console.line(rows >= codeLines + linesWithGap ? line + "\n\n" + code : code + "\n" + line);
 }
+===B
+} // namespace
+>>>C
 
 void showStart(Context& context, const GlobalOptions& options, const DeviceStart& start) {
   Console& console = context.console;
@@ -65,6 +70,7 @@ void showStart(Context& context, const GlobalOptions& options, const DeviceStart
               "● Waiting for your approval in the kestu app, until " + Format::moment(until, context.clock.now()));
 }
 
+<<<A
 /// Who a sign-in is; none where the service doesn't say.
 std::optional<WhoamiAnswer> holder(const Context& context, const Token& token) {
   try {
@@ -84,6 +90,9 @@ bool isLinked(const Context& context) {
     return false;
   }
 }
+===B
+namespace {
+>>>C
 
 void runLogin(Context& context, const GlobalOptions& options) {
   Credentials credentials = context.credentials();

@@ -24,6 +24,7 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
+constexpr std::size_t inputLimit = 4096;
 constexpr std::size_t errorLimit = std::size_t{64} << 10U;
 
 [[noreturn]] void fail(int code, const std::string& what) {
@@ -116,9 +117,13 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 /// A child that is killed, if it still runs, and always waited for.
 class Child {
  public:
-  Child(const ProcessRequest& request, const Pipe& out, const Pipe& err) {
+  Child(const ProcessRequest& request, const Pipe& in, const Pipe& out, const Pipe& err) {
     FileActions files;
-    posix_spawn_file_actions_addopen(&files.actions, 0, "/dev/null", O_RDONLY, 0);
+    if (request.input.empty()) {
+      posix_spawn_file_actions_addopen(&files.actions, 0, "/dev/null", O_RDONLY, 0);
+    } else {
+      posix_spawn_file_actions_adddup2(&files.actions, in.reading.get(), 0);
+    }
     posix_spawn_file_actions_adddup2(&files.actions, out.writing.get(), 1);
     posix_spawn_file_actions_adddup2(&files.actions, err.writing.get(), 2);
     if (!request.folder.empty()) posix_spawn_file_actions_addchdir_np(&files.actions, request.folder.c_str());
@@ -151,6 +156,13 @@ class Child {
   pid_t id_ = -1;
 };
 
+/// Before there is a reader: so much fits into a pipe, and a child that doesn't read it is no error.
+void fill(Pipe& in, const std::string& input) {
+  if (input.size() > inputLimit) fail(EMSGSIZE, "input");
+  if (!input.empty() && ::write(in.writing.get(), input.data(), input.size()) < 0) fail(errno, "pipe");
+  in.writing.close();
+}
+
 /// What is there to read, onto the text; false at the end.
 bool drain(int descriptor, std::string& text, std::size_t limit, bool& overflowed) {
   std::array<char, 65536> buffer{};
@@ -168,8 +180,10 @@ bool drain(int descriptor, std::string& text, std::size_t limit, bool& overflowe
 ProcessResult Process::run(const ProcessRequest& request, const std::stop_token& stop) {
   if (stop.stop_requested()) throw Stopped();
   auto deadline = SteadyClock::now() + request.timeout;
-  Pipe out, err;
-  Child child(request, out, err);
+  Pipe in, out, err;
+  fill(in, request.input);
+  Child child(request, in, out, err);
+  in.reading.close();
   out.writing.close();
   err.writing.close();
   ProcessResult result;

@@ -1,0 +1,167 @@
+#include "cli/account/sign_in.hpp"
+#include "cli/context.hpp"
+#include "cli/families.hpp"
+#include "cli/options.hpp"
+#include "core/console/printable.hpp"
+#include "core/overview/ci_secrets.hpp"
+#include "core/platform/machine_name.hpp"
+#include "core/project/app_choice.hpp"
+#include "core/project/project.hpp"
+#include "core/service/device_flow.hpp"
+#include "core/support/json_data.hpp"
+#include "core/support/text.hpp"
+
+#include <algorithm>
+#include <memory>
+
+namespace kestu {
+
+using Kind = CLIError::Kind;
+
+namespace {
+
+struct TokenOptions : GlobalOptions {
+  std::vector<std::string> scopes;
+  std::optional<std::string> provider;
+  bool print = false;
+  bool force = false;
+  AppTarget app;
+};
+
+/// Where the token is to go: a CI's secrets, or standard output where there is none.
+struct Destination {
+  const CIProvider* provider = nullptr;
+  CISecrets secrets;
+};
+
+/// Throws before anybody is asked to approve where the token would have nowhere to go.
+Destination destinationOf(Context& context, const TokenOptions& options) {
+  auto run = [&context](const ProcessRequest& request) {
+    return context.console.during([&] { return Process::run(request, context.stop); });
+  };
+  Destination to{nullptr, CISecrets(Project::root(context.folder), run)};
+  if (options.print) {
+    if (!context.console.isTerminal(Stream::out) || options.force) return to;
+    throw CLIError(Kind::usage,
+                   "--print would show the token on this terminal. Send it on, as kestu ci token --print | "
+                   "pbcopy, or say --force. Nothing was asked for.");
+  }
+  to.provider = options.provider ? CISecrets::provider(*options.provider) : to.secrets.detected();
+  if (!to.provider) {
+    throw CLIError(Kind::usage, "This repo's origin is at neither GitHub nor GitLab, so the token has nowhere to go. "
+                                "Name one with --provider, or use --print. Nothing was asked for.");
+  }
+  to.secrets.check(*to.provider);
+  return to;
+}
+
+/// The app by name where a sign-in knows it, else the one that the repository is linked to, so that a machine without a
+/// sign-in can make a token too.
+App appOf(Context& context, const TokenOptions& options) {
+  if (auto current = context.credentials().current()) {
+    return AppChoice::choose(options.app.app, fetchApps(context.client(current->token)).value, context.folder).app;
+  }
+  auto link = Project::link(context.folder);
+  if (options.app.app || !link) throw CLIError::signedOut();
+  return {link->appId, link->bundleId, {}, {}, {}};
+}
+
+/// Keeps the token. One that couldn't be kept is taken back, so that none is left that nobody has.
+void keep(Context& context, const Destination& to, const Token& token) {
+  try {
+    to.secrets.put(*to.provider, token);
+  } catch (const CLIError& error) {
+    std::string undone = "The token was taken back, so approve another next time.";
+    try {
+      context.client(token).unstopped().post("/v1/auth/revoke");
+    } catch (const CLIError&) {
+      undone = "The token couldn't be taken back: revoke it in the kestu app.";
+    }
+    throw CLIError(error.kind, error.description + "\n" + undone);
+  }
+}
+
+void runToken(Context& context, const TokenOptions& options) {
+  Destination to = destinationOf(context, options);
+  App app = appOf(context, options);
+  std::string name = app.name.empty() ? "the app " + std::to_string(app.appId) : app.described();
+  Client client = context.client(std::nullopt);
+  DeviceFlow::Request request{std::string(CLI::client), machineName(), options.scopes, app.appId};
+  DeviceStart start = DeviceFlow::start(request, client);
+  GlobalOptions telling = options;
+  telling.json = telling.quiet() || options.print; // standard output is the token's alone
+  telling.say(context.console, "A token for CI, which covers " + name + " alone.");
+  showStart(context, telling, start);
+  SignedIn signedIn = DeviceFlow::wait(start, client);
+  if (options.print) {
+    context.console.out(signedIn.token.reveal() + "\n");
+    return context.console.error("✓ The token for " + name + " is on standard output. Keep it as the secret " +
+                                 std::string(CISecrets::secret) + ".");
+  }
+  keep(context, to, signedIn.token);
+  std::string provider(to.provider->name);
+  if (options.quiet()) {
+    JSONData answer =
+        JSONData::object({{"appId", app.appId}, {"provider", to.provider->word}, {"secret", CISecrets::secret}});
+    if (signedIn.grant) answer.set("scopes", signedIn.grant->scopes);
+    return context.console.out(answer.pretty());
+  }
+  context.console.line("✓ " + provider + " keeps the token for " + name + " as " + std::string(CISecrets::secret) +
+                       ", in " + std::string(to.provider->where) + ".");
+}
+
+void addScopes(std::vector<std::string>& scopes, const std::string& given) {
+  std::vector<std::string> words;
+  addWords(words, given);
+  if (words.empty()) throw UsageError("--scopes is empty.");
+  for (std::string& word : words) {
+    if (!scopeLabel(word)) {
+      throw UsageError("There's no scope " + printable(word) +
+                       ": they're apps, reviews, replies, feedback, kestukit, testflight, release, sales and store.");
+    }
+    if (std::find(scopes.begin(), scopes.end(), word) == scopes.end()) scopes.push_back(std::move(word));
+  }
+}
+
+void addToken(Command& group) {
+  Command& command = group.add("token", "Make a token for one app, approved in the kestu app, and keep it in the CI's "
+                                        "secrets as KESTU_TOKEN.");
+  command.discussion = "It goes to GitHub with gh, to GitLab with glab, whichever the repo's origin is at, through "
+                       "their standard input. For any other CI, --print writes it to standard output.";
+  auto options = std::make_shared<TokenOptions>();
+  command.option({{"--scopes"},
+                  "scopes",
+                  "What it may do, with commas: testflight,release. What the approval ticks when left out.",
+                  [options](const std::string& given) { addScopes(options->scopes, given); },
+                  {},
+                  false});
+  command.option({{"--provider"},
+                  "provider",
+                  "github or gitlab. The one that the repo's origin is at when left out.",
+                  [options](const std::string& given) {
+                    requireOneOf("--provider", given, {"github", "gitlab"});
+                    options->provider = given;
+                  },
+                  {"github", "gitlab"},
+                  false});
+  command.flag({"--print"}, options->print, "Write it to standard output alone, which isn't a terminal.");
+  command.flag({"--force"}, options->force, "With --print: on a terminal too.");
+  options->app.declare(command, false);
+  options->GlobalOptions::declare(command);
+  command.validate = [options] {
+    if (options->force && !options->print) throw UsageError("--force is for --print.");
+    if (options->print && options->provider) throw UsageError("--print or --provider, but not both.");
+    if (options->print && options->quiet())
+      throw UsageError("--print writes the token alone, so --output has no place.");
+  };
+  command.run = [options](Context& context) { runToken(context, *options); };
+}
+
+} // namespace
+
+void addCI(Command& command) {
+  command.discussion = "docs/ci has ready workflows for GitHub Actions, GitLab CI, Xcode Cloud and Bitrise.";
+  addToken(command);
+}
+
+} // namespace kestu

@@ -1,0 +1,130 @@
+#include "tests/support/command_test.hpp"
+
+#include "core/overview/ci_secrets.hpp"
+
+#include <cstdlib>
+
+#include <nlohmann/json.hpp>
+
+namespace kestu::tests {
+namespace {
+
+/// A made-up gh and glab, before all others on the PATH, that keep what they are given.
+class CITest : public CommandTest {
+ protected:
+  TemporaryFolder tools;
+  const std::string pathBefore = std::getenv("PATH");
+
+  CITest() { ::setenv("PATH", (tools.path().string() + ":" + pathBefore).c_str(), 1); }
+  ~CITest() override { ::setenv("PATH", pathBefore.c_str(), 1); }
+
+  void tool(const std::string& name, const std::string& onList, const std::string& onSet) {
+    std::string folder = tools.path().string();
+    tools.write(name, "#!/bin/sh\necho \"$@ ${KESTU_TOKEN-unset}\" >>" + folder + "/calls\ncase \"$2\" in\nlist) " +
+                          onList + ";;\nset) cat >" + folder + "/input; " + onSet + ";;\nesac\n");
+    std::filesystem::permissions(tools.path() / name, std::filesystem::perms::owner_all);
+  }
+  std::string kept(const std::string& name) { return Files::read(tools.path() / name, 65536).value_or(""); }
+  std::vector<std::string> tokens() {
+    std::vector<std::string> all;
+    server.withState([&](sandbox::State& state) {
+      for (const auto& [token, grant] : state.tokens) {
+        if (grant.appIds) all.push_back(token);
+      }
+    });
+    return all;
+  }
+};
+
+TEST_F(CITest, TheTokenGoesToTheToolsInputAlone) {
+  struct Row {
+    std::string provider, tool, call;
+  };
+  link();
+  for (const Row& row : std::vector<Row>{{"github", "gh", "secret set KESTU_TOKEN unset\n"},
+                                         {"gitlab", "glab", "variable set KESTU_TOKEN --masked unset\n"}}) {
+    SCOPED_TRACE(row.tool);
+    tool(row.tool, "exit 0", "exit 0");
+    server.scriptNextSignIn({});
+    auto before = tokens();
+    Ran ran = run({"ci", "token", "--provider", row.provider, "--scopes", "testflight,release"});
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    auto after = tokens();
+    ASSERT_EQ(after.size(), before.size() + 1);
+    std::string token = kept("input");
+    EXPECT_NE(std::find(after.begin(), after.end(), token), after.end());
+    EXPECT_TRUE(kept("calls").ends_with(row.call)) << kept("calls");
+    EXPECT_EQ((kept("calls") + ran.out + ran.err).find(token), std::string::npos);
+    server.withState([&](sandbox::State& state) {
+      EXPECT_EQ(state.tokens[token].scopes, (std::vector<std::string>{"testflight", "release"}));
+      EXPECT_EQ(state.tokens[token].appIds, (std::vector<std::int64_t>{1234567890}));
+    });
+  }
+  server.scriptNextSignIn({});
+  Ran ran = run({"ci", "token", "--print"});
+  EXPECT_EQ(ran.status, 0);
+  auto all = tokens();
+  EXPECT_NE(std::find(all.begin(), all.end(), ran.out.substr(0, ran.out.size() - 1)), all.end()) << ran.out;
+  EXPECT_NE(ran.err.find("● Waiting for your approval"), std::string::npos);
+}
+
+TEST_F(CITest, NobodyIsAskedWhereTheTokenHasNowhereToGo) {
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::string err;
+  };
+  tool("gh", "echo 'not logged in' >&2; exit 4", "exit 0");
+  link();
+  terminal.outIsTerminal = true;
+  for (const Row& row : std::vector<Row>{
+           {{"--print"}, 2, "--print would show the token on this terminal."},
+           {{}, 2, "This repo's origin is at neither GitHub nor GitLab"},
+           {{"--provider", "github"}, 1, "gh can't get at the repository's secrets for Actions (not logged in)."},
+           {{"--provider", "jenkins"}, 2, "--provider is github or gitlab, not jenkins."},
+           {{"--scopes", "testflight,ads", "--print"}, 2, "There's no scope ads: "},
+           {{"--force"}, 2, "--force is for --print."},
+           {{"--print", "--json"}, 2, "--print writes the token alone"},
+       }) {
+    SCOPED_TRACE(row.err);
+    auto arguments = row.arguments;
+    arguments.insert(arguments.begin(), {"ci", "token"});
+    Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
+  }
+  ::setenv("PATH", "/nowhere", 1);
+  EXPECT_TRUE(run({"ci", "token", "--provider", "gitlab"}).err.starts_with("GitLab's tool glab couldn't be run ("));
+  EXPECT_EQ(paths(), std::vector<std::string>{});
+  EXPECT_EQ(run({"ci", "token", "--print", "--force", "--app", "Ledger"}).status, 3);
+}
+
+TEST_F(CITest, ATokenThatIsNotKeptIsTakenBack) {
+  link();
+  tool("gh", "exit 0", "cat " + (tools.path() / "input").string() + " >&2; exit 1");
+  server.scriptNextSignIn({});
+  Ran ran = run({"ci", "token", "--provider", "github"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err,
+            "gh didn't take KESTU_TOKEN (it failed).\nThe token was taken back, so approve another next time.\n");
+  EXPECT_TRUE(tokens().empty());
+}
+
+TEST(CISecrets, KnowsTheProviderByTheRemote) {
+  struct Row {
+    const char *address, *word;
+  };
+  for (const Row& row : std::vector<Row>{{"git@github.com:a/b.git", "github"},
+                                         {"https://robin:x@GitHub.com/a/gitlab.com", "github"},
+                                         {"ssh://git@gitlab.com:22/a/b", "gitlab"},
+                                         {"https://gitlab.example.com/a", "gitlab"},
+                                         {"https://notgithub.com/a", ""},
+                                         {"/srv/github.com", ""},
+                                         {"", ""}}) {
+    const CIProvider* found = CISecrets::ofRemote(row.address);
+    EXPECT_EQ(found ? found->word : "", row.word) << row.address;
+  }
+}
+
+} // namespace
+} // namespace kestu::tests
