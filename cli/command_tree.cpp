@@ -14,23 +14,12 @@ namespace {
 using Expand = void (*)(Command&);
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 16> built = {{
-      {"login", addLogin},
-      {"logout", addLogout},
-      {"whoami", addWhoami},
-      {"apps", addApps},
-      {"link", addLink},
-      {"config", addConfig},
-      {"status", addStatus},
-      {"builds", addBuilds},
-      {"versions", addVersions},
-      {"metadata", addMetadata},
-      {"assets", addAssets},
-      {"release", addRelease},
-      {"submit", addSubmit},
-      {"events", addEvents},
-      {"kit", addKit},
-      {"prices", addPrices},
+  static constexpr std::array<std::pair<std::string_view, Expand>, 19> built = {{
+      {"login", addLogin},       {"logout", addLogout}, {"whoami", addWhoami},   {"apps", addApps},
+      {"link", addLink},         {"config", addConfig}, {"status", addStatus},   {"doctor", addDoctor},
+      {"update", addUpdate},     {"kit", addKit},       {"builds", addBuilds},   {"versions", addVersions},
+      {"metadata", addMetadata}, {"assets", addAssets}, {"release", addRelease}, {"submit", addSubmit},
+      {"events", addEvents},     {"prices", addPrices}, {"ci", addCI},
   }};
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;

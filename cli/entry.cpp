@@ -7,6 +7,8 @@
 #include "cli/completion.hpp"
 #include "cli/help.hpp"
 #include "core/console/printable.hpp"
+#include "core/overview/update_notice.hpp"
+#include "core/platform/state_folder.hpp"
 
 #include <algorithm>
 #include <system_error>
@@ -58,14 +60,17 @@ void run(Context& context, std::vector<std::string> arguments) {
   parsed.command->run(context);
 }
 
-/// A word on a newer release, for a person at a terminal who did not ask to be left alone.
-void noticeUpdate(Context& context) {
+/// A word on a newer release, for a person at a terminal who did not ask to be left alone. These two say it themselves.
+void noticeUpdate(Context& context, const std::vector<std::string>& arguments) {
   auto newer = context.announced.newer();
-  if (!newer || !context.console.spins() || context.environment.has("CI") ||
+  if (!newer || !context.console.isTerminal(Stream::err) || context.environment.has("CI") ||
       context.environment.has("KESTU_NO_UPDATE_NOTIFIER")) {
     return;
   }
-  context.console.error("kestu " + printable(*newer) + " is out; this is " + std::string(CLI::version) + ".");
+  std::string word = commandWord(arguments);
+  auto folder = stateFolder(context.environment);
+  if (word == "update" || word == "doctor" || !folder) return;
+  if (UpdateNotice::due(*newer, *folder, context.clock.now())) context.console.error(UpdateNotice::text(*newer));
 }
 
 } // namespace
@@ -96,7 +101,7 @@ int runEntry(Context& context, const std::vector<std::string>& arguments) {
     context.console.failure("Something went wrong in kestu itself: " + printable(error.what()));
     status = failedStatus;
   }
-  noticeUpdate(context);
+  noticeUpdate(context, arguments);
   return status;
 }
 

@@ -13,6 +13,8 @@ void addConfig(Command& command);
 void addStatus(Command& command);
 void addVersions(Command& command);
 void addSubmit(Command& command);
+void addDoctor(Command& command);
+void addUpdate(Command& command);
 void addAssets(Command& command);
 void addBuilds(Command& command);
 void addMetadata(Command& command);
@@ -21,5 +23,6 @@ void addRelease(Command& command);
 void addEvents(Command& command);
 void addKit(Command& command);
 void addPrices(Command& command);
+void addCI(Command& command);
 
 } // namespace kestu

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "core/support/environment.hpp"
+
+#include <filesystem>
+#include <optional>
+
+namespace kestu {
+
+/// Where this user's programs keep what they remember between runs, for this one: below XDG_STATE_HOME or
+/// ~/.local/state, on macOS ~/Library/Application Support. None without a home folder. It may not be there yet.
+std::optional<std::filesystem::path> stateFolder(const Environment& environment);
+
+} // namespace kestu
