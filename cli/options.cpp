@@ -197,25 +197,17 @@ void ChangeOptions::tellDryRun(Context& context, const ProposedChange& change, c
 }
 
 void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,
-                         const ProposedChange& change,
-                         const std::function<void(const std::string& body)>& answered) const {
-  if (!dryRun) return sendNow(context, client, request, change.done, answered);
+                         const ProposedChange& change) const {
+  if (!dryRun) return send(context, client, request, change.done);
   tellDryRun(context, change, ChangeFlow::send(client, request, true, false, nullptr).body);
 }
 
 void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,
                          const std::string& done) const {
-  sendNow(context, client, request, done, nullptr);
-}
-
-void ChangeOptions::sendNow(Context& context, const Client& client, const ChangeRequest& request,
-                            const std::string& done,
-                            const std::function<void(const std::string& body)>& answered) const {
-  auto tell = [&](const Plan& plan) {
+  auto answer = ChangeFlow::send(client, request, dryRun, !noWait, [&](const Plan& plan) {
     say(context.console, "● Waiting for your approval in the kestu app, until " +
                              Format::moment(plan.expiresAt, context.clock.now()) + ".");
-  };
-  auto answer = ChangeFlow::send(client, request, dryRun, !noWait, tell, answered);
+  });
   bool waiting = answer.value.plan && answer.value.plan->waits();
   emitBody(context.console, answer.body, waiting ? "● Waiting for your approval in the kestu app." : done);
 }

@@ -83,9 +83,8 @@ struct ChangeOptions : Output {
   void confirm(Context& context, const ProposedChange& change) const;
 
   /// Sends a confirmed change, waits for its decision unless --no-wait, and writes the answer or the `done` line; or
-  /// sends the dry run and tells it. `answered` is called before the wait with the answer's body, not in a dry run.
-  void send(Context& context, const Client& client, const ChangeRequest& request, const ProposedChange& change,
-            const std::function<void(const std::string& body)>& answered = nullptr) const;
+  /// sends the dry run and tells it.
+  void send(Context& context, const Client& client, const ChangeRequest& request, const ProposedChange& change) const;
 
   /// What a dry run writes, `body` being the service's answer: the lines and `would`, or the answer with `changes`.
   void tellDryRun(Context& context, const ProposedChange& change, const std::string& body) const;
@@ -95,10 +94,6 @@ struct ChangeOptions : Output {
 
   /// Sends a confirmed change, waits for its decision unless --no-wait, and writes the answer or the `done` line.
   void send(Context& context, const Client& client, const ChangeRequest& request, const std::string& done) const;
-
- private:
-  void sendNow(Context& context, const Client& client, const ChangeRequest& request, const std::string& done,
-               const std::function<void(const std::string& body)>& answered) const;
 };
 
 /// One of the words, else a UsageError that names them.

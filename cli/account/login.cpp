@@ -42,7 +42,6 @@ struct WhoamiAnswer {
   }
 };
 
-<<<A
 /// The link, and at a terminal with room for it its QR code: below the link, or in a short window above it, since there
 /// only the code's empty margin may scroll away.
 void showLink(Console& console, const GlobalOptions& options, const DeviceStart& start) {
@@ -58,9 +57,8 @@ void showLink(Console& console, const GlobalOptions& options, const DeviceStart&
   std::string code = qr(link, console.styles());
   console.line(rows >= codeLines + linesWithGap ? line + "\n\n" + code : code + "\n" + line);
 }
-===B
+
 } // namespace
->>>C
 
 void showStart(Context& context, const GlobalOptions& options, const DeviceStart& start) {
   Console& console = context.console;
@@ -70,7 +68,8 @@ void showStart(Context& context, const GlobalOptions& options, const DeviceStart
               "● Waiting for your approval in the kestu app, until " + Format::moment(until, context.clock.now()));
 }
 
-<<<A
+namespace {
+
 /// Who a sign-in is; none where the service doesn't say.
 std::optional<WhoamiAnswer> holder(const Context& context, const Token& token) {
   try {
@@ -90,9 +89,6 @@ bool isLinked(const Context& context) {
     return false;
   }
 }
-===B
-namespace {
->>>C
 
 void runLogin(Context& context, const GlobalOptions& options) {
   Credentials credentials = context.credentials();

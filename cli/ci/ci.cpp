@@ -9,6 +9,7 @@
 #include "core/project/project.hpp"
 #include "core/service/device_flow.hpp"
 #include "core/support/json_data.hpp"
+#include "core/support/process_input.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -36,8 +37,8 @@ struct Destination {
 
 /// Throws before anybody is asked to approve where the token would have nowhere to go.
 Destination destinationOf(Context& context, const TokenOptions& options) {
-  auto run = [&context](const ProcessRequest& request) {
-    return context.console.during([&] { return Process::run(request, context.stop); });
+  auto run = [&context](const ProcessRequest& request, const std::string& input) {
+    return context.console.during([&] { return Process::runWith(input, request, context.stop); });
   };
   Destination to{nullptr, CISecrets(Project::root(context.folder), run)};
   if (options.print) {

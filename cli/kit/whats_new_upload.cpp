@@ -1,4 +1,5 @@
 #include "cli/kit/kit.hpp"
+#include "core/changes/accompanied_change.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/console/progress.hpp"
@@ -110,10 +111,19 @@ void runUpload(Context& context, const UploadOptions& options) {
   change.items = items(folder);
   ProposedChange proposal = proposed(change, context.console);
   proposal.lines = titles(folder);
-  if (!options.dryRun) options.confirm(context, proposal);
-  options.send(context, app.client, change.request, proposal, [&](const std::string& body) {
-    sendImages(context, app.client, folder, change.request.path, change.request.query, body);
-  });
+  if (options.dryRun) return options.send(context, app.client, change.request, proposal);
+  options.confirm(context, proposal);
+  auto waiting = [&](const Plan& plan) {
+    options.say(context.console, "● Waiting for your approval in the kestu app, until " +
+                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
+  };
+  auto answer =
+      ChangeFlow::sendAccompanied(app.client, change.request, !options.noWait, waiting, [&](const std::string& body) {
+        sendImages(context, app.client, folder, change.request.path, change.request.query, body);
+      });
+  bool stillWaits = answer.value.plan && answer.value.plan->waits();
+  options.emitBody(context.console, answer.body,
+                   stillWaits ? "● Waiting for your approval in the kestu app." : proposal.done);
 }
 
 } // namespace

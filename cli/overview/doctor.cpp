@@ -53,7 +53,6 @@ std::optional<std::string> toolVersion(Context& context, const std::string& prog
     ProcessRequest request;
     request.arguments = {program, option};
     request.timeout = std::chrono::seconds(10);
-    request.without = {"KESTU_TOKEN", "KESTU_REVIEW_DEMO_PASSWORD"};
     request.ownSession = true;
     ProcessResult result = Process::run(request, context.stop);
     if (!result.succeeded()) return std::nullopt;

@@ -39,7 +39,6 @@ void runHere(Context& context, const std::vector<std::string>& words) {
   context.console.error("● " + line);
   ProcessRequest request;
   request.arguments = words;
-  request.without = {"KESTU_TOKEN", "KESTU_REVIEW_DEMO_PASSWORD"};
   request.timeout = std::chrono::hours(1);
   ProcessResult result;
   try {

@@ -1,5 +1,7 @@
 #include "core/changes/change_flow.hpp"
 
+#include "core/changes/accompanied_change.hpp"
+
 #include "core/changes/blotting.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
@@ -71,10 +73,12 @@ Response<Plan> decidedOrTold(const Client& client, const Plan& plan) {
 }
 
 Response<ChangeAnswer> sendOpenly(const Client& client, const ChangeRequest& request, bool dryRun, bool wait,
-                                  const std::function<void(const Plan&)>& waiting) {
+                                  const std::function<void(const Plan&)>& waiting,
+                                  const std::function<void(const std::string&)>& answered = nullptr) {
   Query query = request.query;
   if (dryRun) query.push_back(Client::dryRun);
   auto answer = client.decoded(client.send(request.method, request.path, query, request.body), ChangeAnswer::read);
+  if (answered) answered(answer.body);
   if (dryRun || !answer.value.plan) return answer;
   if (!answer.value.plan->waits()) {
     if (answer.value.plan->state != "applied") throw outcome(*answer.value.plan);
@@ -103,6 +107,12 @@ Response<ChangeAnswer> send(const Client& client, const ChangeRequest& request, 
   } catch (const CLIError& error) {
     throw CLIError(error.kind, blotted(blotted(error.description, *request.secret), printable(*request.secret)));
   }
+}
+
+Response<ChangeAnswer> sendAccompanied(const Client& client, const ChangeRequest& request, bool wait,
+                                       const std::function<void(const Plan&)>& waiting,
+                                       const std::function<void(const std::string& body)>& answered) {
+  return sendOpenly(client, request, false, wait, waiting, answered);
 }
 
 } // namespace kestu::ChangeFlow

@@ -54,23 +54,21 @@ const CIProvider* CISecrets::detected() const {
   request.arguments = {"git", "remote", "get-url", "origin"};
   request.folder = folder_;
   try {
-    ProcessResult result = run_(request);
+    ProcessResult result = run_(request, "");
     return result.succeeded() ? ofRemote(Text::trimmed(result.out)) : nullptr;
   } catch (const std::system_error&) {
     return nullptr;
   }
 }
 
-ProcessResult CISecrets::run(const CIProvider& provider, std::vector<std::string> words, std::string input) const {
+ProcessResult CISecrets::run(const CIProvider& provider, std::vector<std::string> words,
+                             const std::string& input) const {
   ProcessRequest request;
   request.arguments = std::move(words);
   request.arguments.insert(request.arguments.begin(), std::string(provider.tool));
   request.folder = folder_;
-  request.input = std::move(input);
-  // It gets the token through its input alone; what this process was given isn't its concern.
-  request.without = {"KESTU_TOKEN", "KESTU_REVIEW_DEMO_PASSWORD"};
   request.ownSession = true;
-  return run_(request);
+  return run_(request, input);
 }
 
 void CISecrets::check(const CIProvider& provider) const {

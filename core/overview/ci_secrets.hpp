@@ -23,7 +23,7 @@ struct CIProvider {
 /// A CI's secrets, through its tool, run in the repository. A test puts another runner in its place.
 class CISecrets {
  public:
-  using Run = std::function<ProcessResult(const ProcessRequest&)>;
+  using Run = std::function<ProcessResult(const ProcessRequest&, const std::string& input)>;
 
   static constexpr std::string_view secret = "KESTU_TOKEN";
 
@@ -45,7 +45,7 @@ class CISecrets {
   void put(const CIProvider& provider, const Token& token) const;
 
  private:
-  ProcessResult run(const CIProvider& provider, std::vector<std::string> words, std::string input) const;
+  ProcessResult run(const CIProvider& provider, std::vector<std::string> words, const std::string& input) const;
 
   std::filesystem::path folder_;
   Run run_;

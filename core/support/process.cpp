@@ -1,6 +1,7 @@
 #include "core/support/process.hpp"
 
 #include "core/support/error.hpp"
+#include "core/support/process_input.hpp"
 
 #include <algorithm>
 #include <array>
@@ -117,12 +118,13 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 /// A child that is killed, if it still runs, and always waited for.
 class Child {
  public:
-  Child(const ProcessRequest& request, const Pipe& in, const Pipe& out, const Pipe& err) {
+  /// `in` is below 0 where there is nothing to read.
+  Child(const ProcessRequest& request, int in, const Pipe& out, const Pipe& err) {
     FileActions files;
-    if (request.input.empty()) {
+    if (in < 0) {
       posix_spawn_file_actions_addopen(&files.actions, 0, "/dev/null", O_RDONLY, 0);
     } else {
-      posix_spawn_file_actions_adddup2(&files.actions, in.reading.get(), 0);
+      posix_spawn_file_actions_adddup2(&files.actions, in, 0);
     }
     posix_spawn_file_actions_adddup2(&files.actions, out.writing.get(), 1);
     posix_spawn_file_actions_adddup2(&files.actions, err.writing.get(), 2);
@@ -156,13 +158,6 @@ class Child {
   pid_t id_ = -1;
 };
 
-/// Before there is a reader: so much fits into a pipe, and a child that doesn't read it is no error.
-void fill(Pipe& in, const std::string& input) {
-  if (input.size() > inputLimit) fail(EMSGSIZE, "input");
-  if (!input.empty() && ::write(in.writing.get(), input.data(), input.size()) < 0) fail(errno, "pipe");
-  in.writing.close();
-}
-
 /// What is there to read, onto the text; false at the end.
 bool drain(int descriptor, std::string& text, std::size_t limit, bool& overflowed) {
   std::array<char, 65536> buffer{};
@@ -175,15 +170,11 @@ bool drain(int descriptor, std::string& text, std::size_t limit, bool& overflowe
   return length > 0;
 }
 
-} // namespace
-
-ProcessResult Process::run(const ProcessRequest& request, const std::stop_token& stop) {
+ProcessResult runReading(int in, const ProcessRequest& request, const std::stop_token& stop) {
   if (stop.stop_requested()) throw Stopped();
   auto deadline = SteadyClock::now() + request.timeout;
-  Pipe in, out, err;
-  fill(in, request.input);
+  Pipe out, err;
   Child child(request, in, out, err);
-  in.reading.close();
   out.writing.close();
   err.writing.close();
   ProcessResult result;
@@ -207,6 +198,21 @@ ProcessResult Process::run(const ProcessRequest& request, const std::stop_token&
   if (WIFSIGNALED(status)) result.end = ProcessResult::End::killed;
   result.status = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
   return result;
+}
+
+} // namespace
+
+ProcessResult Process::run(const ProcessRequest& request, const std::stop_token& stop) {
+  return runReading(-1, request, stop);
+}
+
+ProcessResult Process::runWith(const std::string& input, const ProcessRequest& request, const std::stop_token& stop) {
+  // Written before there is a reader: so much fits into a pipe, and a child that doesn't read it is no error.
+  Pipe in;
+  if (input.size() > inputLimit) fail(EMSGSIZE, "input");
+  if (!input.empty() && ::write(in.writing.get(), input.data(), input.size()) < 0) fail(errno, "pipe");
+  in.writing.close();
+  return runReading(in.reading.get(), request, stop);
 }
 
 } // namespace kestu

@@ -10,17 +10,12 @@
 
 namespace kestu {
 
-<<<A
 /// A program to run, without a shell and with nothing on its standard input. It never gets the token or the demo
 /// account's password in its environment.
-===B
-/// A program to run, without a shell and with nothing on its standard input but `input`.
->>>C
 struct ProcessRequest {
   std::vector<std::string> arguments; ///< the program first: a path, or a name that PATH knows
   std::filesystem::path folder{};     ///< where it runs; here when empty
   std::vector<std::pair<std::string, std::string>> environment{}; ///< set beside what this process has
-  std::string input{};                                            ///< for its standard input, 4 KiB at most
   std::size_t outputLimit = std::size_t{64} << 20U;               ///< bytes of standard output
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
   std::vector<std::string> without{}; ///< variables of this process that it doesn't get
