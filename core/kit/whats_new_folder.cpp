@@ -126,7 +126,7 @@ class Reader {
     std::string image = "the image " + printable(name);
     if (name.empty()) return wrong(text, "has an image without a name.");
     if (isAddress(name)) return wrong(text, image + " is an address. Put it in the folder.");
-    auto path = Files::inside(folder_, decoded(name));
+    auto path = Files::inside(folder_, fs::path(decoded(name)).lexically_normal().string()); // "./a.png" is fine
     if (!path) return wrong(text, image + " leaves the folder.");
     std::error_code failed;
     if (!fs::exists(*path, failed)) return wrong(text, image + " isn't there.");

@@ -1,6 +1,7 @@
 #include "tests/support/command_test.hpp"
 
 #include "core/overview/ci_secrets.hpp"
+#include "core/support/files.hpp"
 
 #include <cstdlib>
 

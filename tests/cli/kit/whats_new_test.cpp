@@ -103,6 +103,7 @@ TEST_F(WhatsNewTest, SendsTextsAndImages) {
   repo.write("page/img/a b.png", png(10, 10));
   repo.write("page/c.png", png(20, 10));
   auto dry = pages({"upload", "page", "--version", "1.3", "--platform", "ios", "--dry-run"});
+  ASSERT_EQ(dry.status, 0) << dry.err;
   EXPECT_EQ(dry.out, "  de-DE  Neu  1 image\n  en-US  New  2 images\nDry run: would upload the What's New page of 1.3 "
                      "for iOS of Daylight Weather (com.example.daylight), 2 languages, 2 images (" +
                          dry.out.substr(dry.out.find("images (") + 8));

@@ -17,7 +17,8 @@ class DoctorTest : public CommandTest {
     Ran ran = run(arguments);
     EXPECT_EQ(ran.status, status) << ran.out << ran.err;
     std::map<std::string, std::string> found;
-    for (const auto& item : nlohmann::json::parse(ran.out)["items"]) found[item["key"]] = item["state"];
+    auto answer = nlohmann::json::parse(ran.out);
+    for (const auto& item : answer["items"]) found[item["key"]] = item["state"];
     return found;
   }
 };
