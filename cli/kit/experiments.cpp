@@ -89,7 +89,7 @@ std::string whenText(const Experiment& experiment, Moment now) {
 }
 
 std::string nextText(const Experiment& experiment, const AppTarget& app) {
-  std::string at = ofApp(app) + " " + argument(experiment.name);
+  std::string at = appWords(app) + " " + argument(experiment.name);
   if (experiment.state == "draft") return "\nNext: kestu kit experiments start" + at;
   const Variant* winner = Experiments::winner(experiment);
   if (experiment.state != "running" || !winner) return "";
@@ -143,7 +143,7 @@ void runCreate(Context& context, const CreateOptions& options) {
   std::string name = "the experiment " + printable(options.name);
   change.would = "make " + name + " for " + app.app.appTitle() + ", a draft: the flag " + printable(flag.key) + " by " +
                  printable(options.metric) + ", " + Text::joined(texts, ", ");
-  change.done = "✓ Made " + name + ", a draft.\nNext: kestu kit experiments start" + ofApp(options.app) + " " +
+  change.done = "✓ Made " + name + ", a draft.\nNext: kestu kit experiments start" + appWords(options.app) + " " +
                 argument(options.name);
   make(context, options, app.client, change);
 }
@@ -196,7 +196,7 @@ void runStart(Context& context, const OneOptions& options) {
   change.would =
       "start " + found.ofApp() + ": the flag " + printable(found.experiment.flag) + " is " + Text::joined(texts, ", ");
   change.items = {found.state("running")};
-  change.done = "✓ Started " + found.name + ".\nNext: kestu kit experiments view" + ofApp(options.app) + " " +
+  change.done = "✓ Started " + found.name + ".\nNext: kestu kit experiments view" + appWords(options.app) + " " +
                 argument(found.experiment.name);
   change.waits = true;
   make(context, options, found.app.client, change);
@@ -236,7 +236,7 @@ void runDelete(Context& context, const OneOptions& options) {
     throw CLIError(Kind::failed, printable(found.experiment.name) +
                                      " is running. End it first: kestu kit experiments "
                                      "stop" +
-                                     ofApp(options.app) + " " + argument(found.experiment.name));
+                                     appWords(options.app) + " " + argument(found.experiment.name));
   }
   KitChange change;
   change.request = {"DELETE", found.path(""), {}, std::nullopt};

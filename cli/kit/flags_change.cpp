@@ -34,7 +34,7 @@ void declareKey(Command& command, const std::string& help, std::string& key) {
 
 /// The key as an argument of another command line, the app before it: what follows "--" is no option.
 std::string next(const std::string& command, const FlagOptions& options, const std::string& more) {
-  return "\nNext: kestu kit flags " + command + more + ofApp(options.app) + " " + Flags::argument(options.key);
+  return "\nNext: kestu kit flags " + command + more + appWords(options.app) + " " + Flags::argument(options.key);
 }
 
 const std::string noValue = "A bool flag has no value: it's --on or --off.";

@@ -41,7 +41,8 @@ std::string checkText(const FlagComparison& flags, std::size_t known, const AppT
   if (flags.missing.size() > 1) {
     return text + "\nNext: kestu kit flags create <key> for each, with --type for text, a number or JSON.";
   }
-  return text + "\nNext: kestu kit flags create" + ofApp(app) + " " + Flags::argument(flags.missing.front().key) + ".";
+  return text + "\nNext: kestu kit flags create" + appWords(app) + " " + Flags::argument(flags.missing.front().key) +
+         ".";
 }
 
 void runCheck(Context& context, const CheckOptions& options) {

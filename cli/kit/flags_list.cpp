@@ -49,7 +49,7 @@ std::string missingText(const FlagComparison& comparison, const ListOptions& opt
   if (count == 0) return "";
   std::string folder = options.folder ? " " + Format::shellWord(printable(*options.folder)) : "";
   return "\nThe code reads " + (count == 1 ? "a flag" : std::to_string(count) + " flags") +
-         " that KestuKit doesn't have.\nNext: kestu kit flags check" + folder + ofApp(options.app);
+         " that KestuKit doesn't have.\nNext: kestu kit flags check" + folder + appWords(options.app);
 }
 
 void runList(Context& context, const ListOptions& options) {

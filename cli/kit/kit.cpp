@@ -26,7 +26,7 @@ std::string KitApp::path(const std::vector<std::string>& segments) const {
   return path;
 }
 
-std::string ofApp(const AppTarget& target) {
+std::string appWords(const AppTarget& target) {
   return target.app ? " --app " + Format::shellWord(printable(*target.app)) : "";
 }
 

@@ -24,7 +24,7 @@ struct KitApp {
 };
 
 /// The app as it was given, as an option of another command line; empty when it wasn't.
-std::string ofApp(const AppTarget& target);
+std::string appWords(const AppTarget& target);
 
 /// A change's request, and what is said of it before and after it is sent.
 struct KitChange {

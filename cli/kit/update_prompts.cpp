@@ -94,7 +94,7 @@ void runCreate(Context& context, const PromptOptions& options) {
   auto all = UpdatePrompts::fetch(app.client, app.app.appId).value;
   bool alone = std::none_of(all.begin(), all.end(), [&](const auto& each) { return each.platform == prompt.platform; });
   change.done = "✓ Made " + prompt.title() + ", off.\nNext: kestu kit update-prompts " +
-                (alone ? "set " + prompt.platform + " --on" : "list") + ofApp(options.app);
+                (alone ? "set " + prompt.platform + " --on" : "list") + appWords(options.app);
   make(context, options, app.client, change);
 }
 

@@ -45,7 +45,7 @@ void runList(Context& context, const ListOptions& options) {
     for (const WhatsNewPage& page : pages.value) {
       if (!page.isDraft()) continue;
       text += "\nNext: kestu kit whats-new publish " + Format::shellWord(printable(page.version)) +
-              ofPlatform(page.platform) + ofApp(options.app);
+              ofPlatform(page.platform) + appWords(options.app);
       break;
     }
   }

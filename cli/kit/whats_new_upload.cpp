@@ -106,7 +106,7 @@ void runUpload(Context& context, const UploadOptions& options) {
   change.done = "✓ Uploaded " + title + ": " + contents(folder) + ".";
   if (!change.waits) {
     change.done += "\nNext: kestu kit whats-new publish " + Format::shellWord(printable(options.version)) +
-                   (options.platform ? " --platform " + *options.platform : "") + ofApp(options.app);
+                   (options.platform ? " --platform " + *options.platform : "") + appWords(options.app);
   }
   change.items = items(folder);
   ProposedChange proposal = proposed(change, context.console);

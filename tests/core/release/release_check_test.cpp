@@ -474,7 +474,7 @@ TEST(ReleaseCheck, TheWhatsNewPage) {
       {{{"1.8", "macos", "published"}}, {}, ""},
       {{{"1.9", "macos", "published"}, {"1.8", "ios", "published"}}, {}, none},
       {{{"1.9", {}, "published"}, {"1.8", {}, "published"}}, page, ""},
-      {{{"1.9", {}, "published"}, {"1.9", "ios", "draft"}}, page, draft},
+      {{{"1.9", {}, "published"}, {"1.9", "ios", "draft"}}, page, draft + " --platform ios"},
       {{{"1.9", "ios", "published"}, {"1.9", {}, "draft"}}, {}, ""},
       {{{"1.8", {}, "published"}},
        page,
