@@ -328,7 +328,7 @@ TEST_F(MetadataTest, ADryRunOfAPullWritesNothing) {
   auto before = everything();
   ran = run({"metadata", "pull", "--dry-run", "--diff"});
   EXPECT_EQ(ran.status, 0);
-  EXPECT_NE(ran.out.find("  metadata/listing/en-US.json  subtitle\n    [-Mine own-]{+The sky, hour by hour+}\n"),
+  EXPECT_NE(ran.out.find("  metadata/listing/en-US.json  subtitle\n    [-Mine-]{+The+} [-own-]{+sky, hour by hour+}\n"),
             std::string::npos)
       << ran.out;
   EXPECT_TRUE(ran.out.ends_with("That takes --force, since 1 file says something else: "
