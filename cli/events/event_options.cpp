@@ -36,31 +36,12 @@ std::optional<std::string> wordOf(const std::string& option, const std::vector<E
   return word;
 }
 
-/// The language, unless it can't be one.
-std::optional<std::string> languageOf(const std::string& option, const std::optional<std::string>& typed,
-                                      Faults& faults) {
-  if (!typed) return std::nullopt;
-  switch (AppleLocales::standing(*typed)) {
-  case AppleLocales::Standing::refused:
-    faults.add(option + ": " + printable(*typed) + AppleLocales::refusal(*typed));
-    break;
-  case AppleLocales::Standing::unknown: {
-    std::string doubt = option + ": " + printable(*typed) + AppleLocales::doubt(*typed) + ".";
-    (AppleLocales::near(*typed) ? faults.all : faults.notes).push_back(doubt);
-    break;
-  }
-  case AppleLocales::Standing::apples:
-    break;
-  }
-  return typed;
-}
-
 std::optional<std::vector<std::string>> countriesOf(const std::optional<std::string>& typed, Faults& faults) {
   if (!typed) return std::nullopt;
   try {
     return RegionWords::storefronts(*typed);
   } catch (const CLIError& error) {
-    faults.add("--countries: " + error.description);
+    for (const std::string& line : Text::split(error.description, '\n')) faults.add("--countries: " + line);
     return std::nullopt;
   }
 }
@@ -69,11 +50,15 @@ std::optional<std::vector<std::string>> countriesOf(const std::optional<std::str
 class Times {
  public:
   Times(const TimeZoneOption& option, const Context& context, Faults& faults)
-      : context_(context), zone_(option.zone(context)), faults_(faults) {}
+      : context_(context), refused_(!option.fault.empty()), faults_(faults) {
+    faults.add(option.fault);
+    if (!refused_) zone_ = option.zone(context);
+  }
 
   std::optional<Moment> read(const std::string& option, const std::optional<std::string>& typed, bool endOfDay) {
     if (!typed) return std::nullopt;
-    if (!zone_ && !EventTime::isExact(*typed)) {
+    const bool zoneless = !zone_ && !EventTime::isExact(*typed);
+    if (zoneless && !refused_) {
       needZone();
       return std::nullopt;
     }
@@ -84,6 +69,7 @@ class Times {
                   ". It's 2026-11-20 16:00, 2026-11-20 4pm, a day alone (2026-11-20) for its " +
                   (endOfDay ? "end" : "start") + ", or an exact moment (2026-11-20T16:00+01:00).");
     }
+    if (zoneless) return std::nullopt; // its form alone could be judged
     if (!time.note.empty()) faults_.notes.push_back(option + ": " + time.note);
     return time.moment;
   }
@@ -98,6 +84,7 @@ class Times {
 
   const Context& context_;
   std::optional<TimeZone> zone_;
+  bool refused_;
   Faults& faults_;
   bool told_ = false;
 };
@@ -105,8 +92,28 @@ class Times {
 } // namespace
 
 void Faults::settle(Console& console) const {
-  if (!all.empty()) throw UsageError(Text::joined(all, "\n"));
+  if (!all.empty()) {
+    std::vector<std::string> told = all;
+    told.insert(told.end(), notes.begin(), notes.end());
+    throw UsageError(Text::joined(told, "\n"));
+  }
   for (const std::string& note : notes) console.error(note);
+}
+
+void checkLanguage(const std::string& option, const std::optional<std::string>& typed, Faults& faults) {
+  if (!typed) return;
+  switch (AppleLocales::standing(*typed)) {
+  case AppleLocales::Standing::refused:
+    faults.add(option + ": " + printable(*typed) + AppleLocales::refusal(*typed));
+    break;
+  case AppleLocales::Standing::unknown: {
+    std::string doubt = option + ": " + printable(*typed) + AppleLocales::doubt(*typed) + ".";
+    (AppleLocales::near(*typed) ? faults.all : faults.notes).push_back(doubt);
+    break;
+  }
+  case AppleLocales::Standing::apples:
+    break;
+  }
 }
 
 void declareEventText(Command& command, const std::string& name, const std::string& value, const std::string& help,
@@ -123,15 +130,16 @@ void TimeZoneOption::declare(Command& command) {
        "with.",
        [this](const std::string& value) {
          given = EventTime::zone(value);
-         if (given) return;
-         throw UsageError(printable(Text::trimmed(value)) +
-                          " isn't a time zone: Europe/Stockholm, America/New_York, CET or UTC.");
+         fault = given ? ""
+                       : printable(Text::trimmed(value)) +
+                             " isn't a time zone: Europe/Stockholm, America/New_York, CET or UTC.";
        },
        {},
        false});
 }
 
 std::optional<TimeZone> TimeZoneOption::zone(const Context& context) const {
+  if (!fault.empty()) throw UsageError(fault);
   return given ? given : TimeZone::ofMachine(context.environment.get("TZ"));
 }
 
@@ -184,7 +192,8 @@ EventGiven EventFieldOptions::given(const Context& context, Faults& faults) cons
   given.purpose = wordOf("--purpose", Events::purposes(), purpose, faults);
   if (priority) given.priority = Events::word(Events::priorities(), *priority);
   if (priority && !given.priority) faults.add("--priority is high or normal.");
-  given.primaryLocale = languageOf("--primary-language", primaryLanguage, faults);
+  checkLanguage("--primary-language", primaryLanguage, faults);
+  given.primaryLocale = primaryLanguage;
   given.regions = countriesOf(countries, faults);
   return given;
 }
@@ -215,7 +224,7 @@ bool EventTextOptions::has(std::string_view option) const {
 }
 
 void EventTextOptions::check(Faults& faults) const {
-  languageOf("--language", language, faults);
+  checkLanguage("--language", language, faults);
   for (const auto& [text, value] : texts) {
     faults.add(EventRules::problem(std::string(text.option), value, text.most, text.key != "name"));
   }
@@ -251,9 +260,17 @@ FoundEvent FoundEvent::of(const EventTarget& target, const Context& context) {
 }
 
 std::string FoundEvent::command(const std::string& word) const {
+  return eventCommand(word, called(), event.eventId, ofApp);
+}
+
+const std::string& FoundEvent::called() const {
   auto same = [&](const Event& other) { return Text::folded(other.name) == Text::folded(event.name); };
   const bool only = std::count_if(all.begin(), all.end(), same) == 1;
-  return eventCommand(word, only ? event.name : event.eventId, event.eventId, ofApp);
+  return only && !event.name.starts_with('-') ? event.name : event.eventId;
+}
+
+std::string FoundEvent::refusal(const std::vector<std::string>& parts, const Context& context) const {
+  return EventRules::refusal(event, parts, context.clock.now(), command("cancel"));
 }
 
 std::string FoundEvent::eventCommand(const std::string& word, const std::string& name, const std::string& eventId,

@@ -17,12 +17,13 @@ struct ListOptions : TableOptions {
 };
 
 void runList(Context& context, const ListOptions& options) {
+  const TimeZone zone = options.timeZone.shown(context);
   Client client = context.signedIn();
   auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
   auto answer = Events::fetch(client, app.path);
   std::string text = "No in-app events yet: kestu events create makes one.";
   if (!answer.value.empty()) {
-    text = Format::events(answer.value, options.timeZone.shown(context), context.clock.now(), context.console.style(),
+    text = Format::events(answer.value, zone, context.clock.now(), context.console.style(),
                           windowColumns(context.console));
   }
   options.write(context.console, answer.body, Format::eventsTable(answer.value), text);
@@ -57,9 +58,10 @@ std::string nextOf(const FoundEvent& found) {
 }
 
 void runView(Context& context, const ViewOptions& options) {
+  const TimeZone zone = options.timeZone.shown(context);
   FoundEvent found = FoundEvent::of(options.target, context);
-  std::string text = Format::eventDetails(found.event, options.timeZone.shown(context), context.clock.now(),
-                                          context.console.style(), windowColumns(context.console));
+  std::string text = Format::eventDetails(found.event, zone, context.clock.now(), context.console.style(),
+                                          windowColumns(context.console));
   if (std::string next = nextOf(found); !next.empty()) text += "\n\nNext: " + next;
   options.write(context.console, found.json, Format::eventTable(found.event), text);
 }
@@ -89,7 +91,7 @@ void addView(Command& group) {
 void addEvents(Command& command) {
   command.discussion =
       "An event is made as a draft at once. Sending one to App Review alone, changing one App Review approved and "
-      "deleting one wait for your approval in the kestu app. The event starts at the same moment everywhere, 16:00 in "
+      "deleting one wait for your approval in the Kestu app. The event starts at the same moment everywhere, 16:00 in "
       "Stockholm being 15:00 in London. kestu events alone lists them.";
   addList(command);
   addList(command.add("list", "The app's in-app events: where each stands, and when it runs."));

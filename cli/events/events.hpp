@@ -22,17 +22,18 @@ struct Faults {
   void add(std::string fault) {
     if (!fault.empty()) all.push_back(std::move(fault));
   }
-  /// Throws a UsageError of all of them, else writes the notes to standard error.
+  /// Throws a UsageError of all of them, with the notes that may explain them; else writes the notes to standard error.
   void settle(Console& console) const;
 };
 
 /// The zone of the times that are typed and shown.
 struct TimeZoneOption {
   std::optional<TimeZone> given;
+  std::string fault; ///< why what was typed is none; empty otherwise
 
   void declare(Command& command);
 
-  /// The one given, else the machine's; none when that isn't known.
+  /// The one given, else the machine's; none when that isn't known. A UsageError when what was typed is none.
   std::optional<TimeZone> zone(const Context& context) const;
 
   /// The same to show times in, UTC where none is known.
@@ -86,6 +87,10 @@ struct FoundEvent {
   std::string about() const { return event.quoted() + " of " + app.appTitle(); }
   /// Another command line about the event; by its ID where its name isn't its alone.
   std::string command(const std::string& word) const;
+  /// What it is called there; not quoted.
+  const std::string& called() const;
+  /// Why those parts of it can't change now; empty when they can.
+  std::string refusal(const std::vector<std::string>& parts, const Context& context) const;
   /// By its ID where its name would be taken for an option.
   static std::string eventCommand(const std::string& word, const std::string& name, const std::string& eventId,
                                   const std::string& ofApp);
@@ -101,6 +106,9 @@ std::string appOption(const AppTarget& app);
 /// usage where neither is known.
 std::string languageOr(const std::optional<std::string>& named, const std::optional<std::string>& eventPrimary,
                        const AppOnPlatform& app);
+
+/// The language typed with an option, where it can be one; a fault else.
+void checkLanguage(const std::string& option, const std::optional<std::string>& typed, Faults& faults);
 
 /// An option whose text is kept without blanks around it.
 void declareEventText(Command& command, const std::string& name, const std::string& value, const std::string& help,

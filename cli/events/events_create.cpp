@@ -109,7 +109,8 @@ Proposal proposal(const Draft& draft, const CreateOptions& options, const AppOnP
   std::string quoted = "\"" + printable(name) + "\"";
   std::string when = Format::eventDates(EventRules::merged(std::nullopt, draft.given.dates), zone, now);
   made.change.title = app.appTitle() + ", a new in-app event " + quoted + ", a draft, times in " + zone.id() + ":";
-  made.change.would = "Dry run: would make " + quoted + " for " + app.appTitle() + ", a draft.";
+  made.change.would =
+      "Dry run: would make " + quoted + " for " + app.appTitle() + ", a draft, times in " + zone.id() + ".";
   made.change.done = "✓ Made " + quoted + ", a draft: " + when + " (" + zone.id() + ").";
   made.change.waits = false;
   return made;
@@ -145,11 +146,18 @@ void runCreate(Context& context, const CreateOptions& options) {
                                [](const JSONValue& value) { return value.at("eventId").text(); });
   const std::string& id = answer.value;
   const std::string language = app.path + "/events/" + percentEncoded(id) + "/languages/" + percentEncoded(made.locale);
-  for (const EventMediaFile& file : draft.media) {
-    uploadEventMedia(context, client, language, file,
-                     "The event is made, without its " + std::string(file.slot->label) + ". To send it again: " +
-                         FoundEvent::eventCommand(std::string(file.slot->key), *draft.given.name, id, ofApp) + " " +
-                         Format::shellWord(file.path.string()) + " --language " + Format::shellWord(made.locale));
+  auto again = [&](const EventMediaFile& file) {
+    return FoundEvent::eventCommand(std::string(file.slot->key), *draft.given.name, id, ofApp) + " " +
+           Format::shellWord(file.path.string()) + " --language " + Format::shellWord(made.locale);
+  };
+  for (std::size_t at = 0; at < draft.media.size(); ++at) {
+    const EventMediaFile& file = draft.media[at];
+    const bool last = at + 1 == draft.media.size();
+    std::string left = "The event is made, without its " + std::string(file.slot->label);
+    left += last ? ". To send it again: " + again(file)
+                 : " and its " + std::string(draft.media.back().slot->label) + ". To send them again:\n  " +
+                       again(file) + "\n  " + again(draft.media.back());
+    uploadEventMedia(context, client, language, file, left);
   }
   options.emitBody(context.console, answer.body, made.change.done + nextOf(draft, made.locale, id, ofApp));
 }

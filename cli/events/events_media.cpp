@@ -52,11 +52,12 @@ void runMedia(Context& context, const MediaOptions& options) {
   EventMediaFile file =
       EventMediaFile::read(context.folder, options.file, *options.slot, options.frame, context.probe, context.stop);
   Faults faults;
+  checkLanguage("--language", options.language, faults);
   faults.add(file.problem);
   if (!file.note.empty()) faults.notes.push_back(file.note);
   faults.settle(context.console);
   FoundEvent found = FoundEvent::of(options.target, context);
-  refuse(EventRules::refusal(found.event, {std::string(options.slot->label)}, context.clock.now()));
+  refuse(found.refusal({std::string(options.slot->label)}, context));
   const std::string locale = languageOf(found, options);
   ProposedChange change = proposal(found, file, locale);
   if (options.dryRun) return options.tellDryRun(context, change, "{}");

@@ -19,6 +19,13 @@ void runSubmit(Context& context, const ReviewOptions& options) {
   FoundEvent found = FoundEvent::of(options.target, context);
   refuse(EventRules::submitRefusal(found.event));
   const bool alone = !options.withVersion;
+  const std::string next =
+      "\nNext: kestu submit <version> --event " + Format::shellWord(printable(found.called())) + found.ofApp;
+  const bool ready = found.event.stateKind() == EventState::readyForReview;
+  if (ready && !alone) {
+    return options.emitBody(context.console, "{\"unchanged\": true}",
+                            "✓ " + found.event.quoted() + " goes with the version already: nothing sent." + next);
+  }
   const std::string how = alone ? " on its own" : " with the version";
   ProposedChange change;
   change.waits = alone;
@@ -27,9 +34,7 @@ void runSubmit(Context& context, const ReviewOptions& options) {
   change.would =
       "Dry run: would send " + found.about() + " to App Review" + how + (alone ? ", after your approval." : ".");
   change.done = alone ? "✓ Sent " + found.event.quoted() + " to App Review."
-                      : "✓ " + found.event.quoted() +
-                            " goes to App Review with the version.\nNext: kestu submit <version> --event " +
-                            Format::shellWord(printable(found.event.name)) + found.ofApp;
+                      : "✓ " + found.event.quoted() + " goes to App Review with the version." + next;
   ChangeRequest request{"POST", found.path + "/submit", {}, JSONData::object({{"withVersion", !alone}}).compact()};
   options.make(context, found.client, request, change);
 }
@@ -39,7 +44,8 @@ void runCancel(Context& context, const ReviewOptions& options) {
   refuse(EventRules::cancelRefusal(found.event));
   ProposedChange change;
   change.waits = false;
-  change.title = "Take " + found.about() + " back from App Review. It loses its place there.";
+  const bool there = found.event.stateKind() != EventState::readyForReview;
+  change.title = "Take " + found.about() + " back from App Review." + (there ? " It loses its place there." : "");
   change.items = {{found.event.name, "state", found.event.state, "draft"}};
   change.would = "Dry run: would take " + found.about() + " back from App Review.";
   change.done =
@@ -49,7 +55,7 @@ void runCancel(Context& context, const ReviewOptions& options) {
 
 void runDelete(Context& context, const ReviewOptions& options) {
   FoundEvent found = FoundEvent::of(options.target, context);
-  refuse(EventRules::deleteRefusal(found.event));
+  refuse(EventRules::deleteRefusal(found.event, found.command("cancel")));
   ProposedChange change;
   change.title = "Delete " + found.about() + ", which is " + Format::eventState(found.event) + ". Can't be undone.";
   change.items = {{found.event.name, "event", found.event.eventId, std::nullopt}};
@@ -75,7 +81,7 @@ Command& add(Command& group, const std::string& word, const std::string& abstrac
 
 void addEventsReview(Command& group) {
   add(group, "submit",
-      "Send an in-app event to App Review: on its own, which waits for your approval in the kestu app, or with the "
+      "Send an in-app event to App Review: on its own, which waits for your approval in the Kestu app, or with the "
       "version.",
       runSubmit, [](Command& command, ReviewOptions& options) {
         command.flag({"--with-version"}, options.withVersion,

@@ -60,7 +60,7 @@ void runSet(Context& context, const SetOptions& options) {
   TimeZone zone = options.fields.timeZone.shown(context);
   Moment now = context.clock.now();
   EventEdit edit = EventEdit::between(event, given, zone, now);
-  refuse(EventRules::refusal(event, edit.parts(), now));
+  refuse(found.refusal(edit.parts(), context));
   checkDates(event, given, now, context.console);
   needNewName(found, given);
   if (edit.empty()) {
@@ -127,7 +127,7 @@ void runLocalize(Context& context, const LocalizeOptions& options) {
   faults.settle(context.console);
   FoundEvent found = FoundEvent::of(options.target, context);
   const Event& event = found.event;
-  refuse(EventRules::refusal(event, {"languages"}, context.clock.now()));
+  refuse(found.refusal({"languages"}, context));
   const std::string locale = languageOr(options.texts.language, event.primaryLocale, found.app);
   if (options.remove) return removeLanguage(context, options, found, locale);
   const EventLanguage* language = event.language(locale);
@@ -167,7 +167,7 @@ void addEventsSet(Command& group) {
                                       "dates or countries; only what's given changes.");
   command.discussion =
       "Before App Review has it, anything changes. Once approved, only its countries, priority and dates still to "
-      "come, which reach users, so it waits for your approval in the kestu app; once it's on the App Store, its start "
+      "come, which reach users, so it waits for your approval in the Kestu app; once it's on the App Store, its start "
       "and end, and once it's started, its end alone.";
   auto options = std::make_shared<SetOptions>();
   options->target.declare(command);

@@ -7,6 +7,7 @@
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace kestu {
@@ -17,6 +18,15 @@ std::string none(const std::optional<std::string>& text) { return text ? printab
 
 std::optional<std::string> joined(const std::optional<std::vector<std::string>>& codes) {
   return codes ? std::optional(Text::joined(*codes, ",")) : std::nullopt;
+}
+
+using Codes = std::optional<std::vector<std::string>>;
+
+/// Whether they are the same countries, whatever their order.
+bool same(Codes some, Codes others) {
+  if (some) std::sort(some->begin(), some->end());
+  if (others) std::sort(others->begin(), others->end());
+  return some == others;
 }
 
 std::string countries(const std::optional<std::vector<std::string>>& codes) {
@@ -41,9 +51,12 @@ std::string EventEdit::lines(int width) const {
   for (const Value& value : values) {
     rows.push_back({"  " + value.part, value.from ? value.fromText + " → " + value.toText : value.toText});
   }
+  std::size_t column = 0; // where values stand, and go on where there's room
+  for (const Value& value : values) column = std::max(column, Text::columns(value.part) + 4);
+  const int under = static_cast<int>(column) + 24 <= width ? static_cast<int>(column) : 4;
   std::vector<std::string> wrapped;
   for (const std::string& line : Text::split(Format::table(rows), '\n')) {
-    wrapped.push_back(width > 0 ? TextStyle::wrap(line, width, 4) : line);
+    wrapped.push_back(width > 0 ? TextStyle::wrap(line, width, under) : line);
   }
   return Text::joined(wrapped, "\n");
 }
@@ -92,7 +105,7 @@ EventEdit EventEdit::between(const Event& event, const EventGiven& given, const 
   word("purpose", "purpose", Events::purposes(), present(event.purpose), given.purpose);
   word("priority", "priority", Events::priorities(), present(event.priority), given.priority);
   plain("primaryLocale", "primary language", event.primaryLocale, given.primaryLocale);
-  if (given.regions && event.regions != given.regions) {
+  if (given.regions && !same(event.regions, given.regions)) {
     edit.body.set("regions", *given.regions);
     edit.values.push_back({"countries", joined(event.regions), joined(given.regions), countries(event.regions),
                            countries(given.regions)});

@@ -71,12 +71,14 @@ std::string listed(const std::vector<std::string>& parts) {
   return Text::joined({parts.begin(), parts.end() - 1}, ", ") + " and " + last;
 }
 
-/// "2 days 3 h", and to the minute where that matters: "31 days 59 min".
+/// "2 days 3 h", and to the minute where that matters: "31 days 1 min".
 std::string length(std::chrono::system_clock::duration duration) {
   auto minutes = std::chrono::floor<std::chrono::minutes>(duration).count();
   std::int64_t days = minutes / (24 * 60), rest = minutes % (24 * 60);
   if (days == 0 || rest == 0 || rest % 60 == 0) return Format::minutes(minutes);
-  return Format::minutes(days * 24 * 60) + fmt::format(" {} h {} min", rest / 60, rest % 60);
+  std::string text = Format::minutes(days * 24 * 60);
+  if (rest >= 60) text += fmt::format(" {} h", rest / 60);
+  return text + fmt::format(" {} min", rest % 60);
 }
 
 bool isOwnScheme(const std::string& link) {
@@ -139,13 +141,13 @@ std::vector<std::string> problems(const EventDates& dates) {
   return all;
 }
 
-std::string refusal(const Event& event, const std::vector<std::string>& parts, Moment now) {
+std::string refusal(const Event& event, const std::vector<std::string>& parts, Moment now,
+                    const std::string& takeBack) {
   Phase phase = phaseOf(event, now);
   if (phase == Phase::open || parts.empty()) return "";
   std::string is = event.quoted() + (phase == Phase::started ? " has started" : " is " + Format::eventState(event));
   if (phase == Phase::withReview) {
-    return is + ", so nothing of it changes. Take it back first: kestu events cancel " +
-           Format::shellWord(printable(event.name));
+    return is + ", so nothing of it changes. Take it back first: " + takeBack;
   }
   if (phase == Phase::over) return is + ": nothing of it changes any more.";
   PhaseFacts facts = factsOf(phase);
@@ -192,12 +194,12 @@ std::string cancelRefusal(const Event& event) {
   }
 }
 
-std::string deleteRefusal(const Event& event) {
+std::string deleteRefusal(const Event& event, const std::string& takeBack) {
   std::string is = event.quoted() + " is " + Format::eventState(event);
   switch (event.stateKind()) {
   case EventState::waitingForReview:
   case EventState::inReview:
-    return is + ". Take it back first: kestu events cancel " + Format::shellWord(printable(event.name));
+    return is + ". Take it back first: " + takeBack;
   case EventState::published:
   case EventState::past:
     return is + ", and Apple deletes a draft, an approved one or an archived one alone.";

@@ -53,8 +53,8 @@ EventDates merged(const std::optional<EventDates>& now, const EventDatesGiven& g
 std::vector<std::string> problems(const EventDates& dates);
 
 /// Why these parts of the event ("name", "countries", "start", "end", "promotion", "priority", …) can't change in its
-/// state; empty when all can.
-std::string refusal(const Event& event, const std::vector<std::string>& parts, Moment now);
+/// state; empty when all can. `takeBack` is the command line that takes it back from App Review.
+std::string refusal(const Event& event, const std::vector<std::string>& parts, Moment now, const std::string& takeBack);
 
 /// Whether a change has to be approved: App Review has approved what users may see already.
 bool waits(const Event& event);
@@ -62,7 +62,7 @@ bool waits(const Event& event);
 /// Why it can't be sent to App Review, taken back from it or deleted; empty when it can, as far as is known here.
 std::string submitRefusal(const Event& event);
 std::string cancelRefusal(const Event& event);
-std::string deleteRefusal(const Event& event);
+std::string deleteRefusal(const Event& event, const std::string& takeBack);
 
 } // namespace EventRules
 

@@ -1,4 +1,5 @@
 #include "core/console/text_style.hpp"
+#include "core/pricing/region_words.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/command_test.hpp"
 
@@ -83,10 +84,10 @@ TEST_F(EventsTest, FromMakingToDeleting) {
 
   server.scriptNextPlan({});
   EXPECT_TRUE(has(done({"submit", "Winter Cup"}), "✓ Sent \"Winter Cup\" to App Review.\n"));
-  Ran refused = events({"set", "Winter Cup", "--badge", "premiere", "--yes"});
+  Ran refused = events({"set", "Winter Cup", "--badge", "premiere", "--yes", "--app", "1234567890"});
   EXPECT_EQ(refused.status, 1);
   EXPECT_EQ(refused.err, "\"Winter Cup\" is waiting for App Review, so nothing of it changes. Take it back first: "
-                         "kestu events cancel 'Winter Cup'\n");
+                         "kestu events cancel 'Winter Cup' --app 1234567890\n");
   EXPECT_TRUE(has(done({"cancel", "Winter Cup"}), "It can change now.\nNext: kestu events submit 'Winter Cup'\n"));
   server.scriptNextPlan({});
   done({"submit", "Winter Cup"});
@@ -121,6 +122,15 @@ TEST_F(EventsTest, WrongUseIsToldAllAtOnceBeforeAnyCall) {
            "2026-02-30."},
           {{"create", "Cup", "--time-zone", "Mars/Base"},
            "Mars/Base isn't a time zone: Europe/Stockholm, America/New_York, CET or UTC.\n"},
+          {{"create", "Cup", "--starts", "soon", "--ends", "2026-12-05", "--time-zone", "X", "--priority", "low"},
+           "X isn't a time zone: Europe/Stockholm, America/New_York, CET or UTC.\n--starts isn't a time: soon."},
+          {{"view", "Cup", "--time-zone", "X"}, "X isn't a time zone: Europe/Stockholm, America/New_York, CET or UTC."},
+          {{"create", "Cup", "--starts", "2027-03-28 2:50", "--ends", "2027-03-28 3:10"},
+           "--ends is after --starts.\n--starts: clocks in Europe/Stockholm skip 02:50"},
+          {{"set", "Cup", "--countries", "xx,zz"},
+           "--countries: xx" + RegionWords::isNone() + "\n--countries: zz" + RegionWords::isNone() + "\n"},
+          {{"card", "Cup", "card.png", "--language", "en_us", "--frame", "x"},
+           "--language: en_us can't be a language: it's written en-US.\n--frame is a video's.\n"},
           {{"create", "Cup", "--badge", "party", "--priority", "low", "--purpose", "me", "--deep-link", "example.com",
             "--countries", "se,xx", "--primary-language", "en_us"},
            "--badge is liveevent, premiere, challenge, competition, newseason, majorupdate or specialevent, not "
@@ -248,6 +258,13 @@ TEST_F(EventsTest, DryRunsAndDataSayAllOfIt) {
   Ran made = events({"submit", "Fall Cup", "--with-version", "--yes", "--json"});
   EXPECT_EQ(json::parse(made.out), json({{"waits", false}}));
   EXPECT_EQ(lastBody(), json({{"withVersion", true}}));
+  EXPECT_TRUE(events({"submit", "Fall Cup", "--with-version", "--app", "1234567890", "--yes"})
+                  .out.ends_with("nothing sent.\nNext: kestu submit <version> --event 'Fall Cup' --app 1234567890\n"));
+  EXPECT_FALSE(has(events({"cancel", "Fall Cup"}).err, "loses its place")) << "it has none yet";
+  server.withState([](sandbox::State& state) { state.events.events.front().regions = {"se", "no"}; });
+  EXPECT_TRUE(has(events({"set", "Fall Cup", "--countries", "no,se"}).out, "says so already"));
+  EXPECT_TRUE(has(events({"create", "X", "--starts", "2026-12-01", "--ends", "2026-12-02", "--dry-run"}).out,
+                  "a draft, times in Europe/Stockholm.\n"));
   EXPECT_TRUE(has(events({"submit", "Fall Cup", "--dry-run"}).out, "on its own, after your approval."));
   terminal.errIsTerminal = terminal.outIsTerminal = true;
   terminal.windowColumns = 50;
@@ -260,9 +277,10 @@ TEST_F(EventsTest, DryRunsAndDataSayAllOfIt) {
 TEST_F(EventsTest, AnUploadThatFailsSaysWhatItLeaves) {
   server.onNext({.path = "/upload/", .times = 9, .status = 403});
   Ran ran = events({"create", "Fall Cup", "--starts", "2026-12-05", "--ends", "2026-12-06", "--display-name", "C",
-                    "--card", "card.png", "--yes"});
+                    "--card", "card.png", "--details-page", "page.png", "--yes"});
   EXPECT_EQ(ran.status, 1);
-  EXPECT_TRUE(has(ran.err, "The event is made, without its card. To send it again: kestu events card 'Fall Cup' "))
+  EXPECT_TRUE(has(ran.err, "The event is made, without its card and its details page. To send them again:\n"
+                           "  kestu events card 'Fall Cup' "))
       << ran.err;
   EXPECT_TRUE(has(events({"view", "Fall Cup"}).out, "Card          none yet"));
   server.faults().clear();

@@ -25,7 +25,7 @@ TEST(EventRulesTest, DatesThatTheAppStoreTakes) {
            Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2026-12-01T10:14:59Z",
                "this one would last 14 minutes."},
            Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2027-01-01T10:00:00Z", ""},
-           Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2027-01-01T10:01:00Z", "last 31 days 0 h 1 min."},
+           Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2027-01-01T10:01:00Z", "last 31 days 1 min."},
            Row{"2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "2026-12-01T10:00:00Z", "--ends is after --starts."},
            Row{"2026-11-17T10:00:00Z", "2026-12-01T10:00:00Z", "2026-12-02T10:00:00Z", ""},
            Row{"2026-11-17T09:59:00Z", "2026-12-01T10:00:00Z", "2026-12-02T10:00:00Z", "up to 14 days"},
@@ -58,7 +58,7 @@ TEST(EventRulesTest, WhatChangesInWhichState) {
            {"rejected", 48, {"name"}, ""},
            {"readyforreview", 48, {"card"}, ""},
            {"unheardof", 48, {"name"}, ""},
-           {"waitingforreview", 48, {"end"}, "Take it back first: kestu events cancel 'Fall Cup'"},
+           {"waitingforreview", 48, {"end"}, "Take it back first: kestu events cancel Cup"},
            {"inreview", 48, {"priority"}, "is in App Review, so nothing"},
            {"approved", 48, {"countries", "priority", "start", "end", "promotion"}, ""},
            {"approved", 48, {"badge", "end", "deep link"}, "dates to come change now, not its badge and deep link."},
@@ -77,7 +77,7 @@ TEST(EventRulesTest, WhatChangesInWhichState) {
     event.state = row.state;
     Moment start = now + std::chrono::hours(row.startsIn);
     event.schedule = {{start - std::chrono::hours(24), start, start + std::chrono::hours(30)}, {}};
-    std::string refusal = EventRules::refusal(event, row.parts, now);
+    std::string refusal = EventRules::refusal(event, row.parts, now, "kestu events cancel Cup");
     EXPECT_NE(refusal.find(row.refusal), std::string::npos) << refusal;
     EXPECT_EQ(refusal.empty(), std::string(row.refusal).empty()) << refusal;
   }
