@@ -60,7 +60,15 @@ std::string nameOf(const std::string& word) {
 }
 
 [[noreturn]] void noCommand(const Command& command, const std::string& word) {
-  misused(command, command.path + " has no command " + shown(word) + "." + didYouMean(word, subcommandWords(command)));
+  const std::string named = isBlank(word) ? '"' + shown(word) + '"' : shown(word);
+  misused(command, command.path + " has no command " + named + "." + didYouMean(word, subcommandWords(command)));
+}
+
+/// One letter is near every other, so there only a long option with a dash too few is likely (-json).
+std::string nearOption(const Command& command, const std::string& word) {
+  if (word.starts_with("--")) return didYouMean(nameOf(word), optionNames(command));
+  const std::string doubled = nameOf("-" + word);
+  return doubled.size() > 3 && optionCalled(command, doubled) ? " Did you mean " + doubled + "?" : "";
 }
 
 /// One walk over the words.
@@ -129,8 +137,7 @@ class Walk {
   const Option& found(const std::string& name, const std::string& word) {
     if (const Option* option = optionCalled(*words_.command, name)) return *option;
     if (!words_.command->run) misplaced(word, next_ + 1);
-    misused(*words_.command,
-            "There's no option " + shown(word) + " here." + didYouMean(nameOf(word), optionNames(*words_.command)));
+    misused(*words_.command, "There's no option " + shown(word) + " here." + nearOption(*words_.command, word));
   }
 
   void takeValue(const Option& option, const std::string& name, const std::string& joinedValue, bool joined) {
@@ -161,7 +168,7 @@ class Walk {
     if (!group && optionCalled(*command, name)) {
       misused(*command, shown(name) + " goes after the command: " + command->path + " … " + shown(word) + ".");
     }
-    misused(*command, "There's no option " + shown(word) + " here." + didYouMean(name, optionNames(*command)));
+    misused(*command, "There's no option " + shown(word) + " here." + nearOption(*command, word));
   }
 
   const std::vector<std::string>& typed_;
