@@ -57,7 +57,11 @@ void Credentials::checkKeyring() const {
   try {
     store_.check();
   } catch (const KeyringError& failure) {
-    throw TokenStore::isKeychain ? notKept(failure) : notReached(failure);
+    if (TokenStore::isKeychain) throw notKept(failure);
+    if (!environment_) throw notReached(failure);
+    throw CLIError(CLIError::Kind::failed, "This machine's keyring can't be reached (" + printable(failure.what()) +
+                                               "), so a sign-in can't be kept here. Commands use KESTU_TOKEN, which is "
+                                               "set: give it another token to sign in otherwise.");
   }
 }
 

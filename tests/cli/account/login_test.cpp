@@ -94,6 +94,11 @@ TEST_F(LoginTest, NoKeyringIsSaidBeforeAnybodyIsAsked) {
     EXPECT_EQ(ran.err, "Not signed in: this machine's keyring can't be reached (no keyring here). Set KESTU_TOKEN, or "
                        "sign in where there is one.\n");
   }
+  environment["KESTU_TOKEN"] = "any";
+  Ran ran = run({"login"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.err, "This machine's keyring can't be reached (no keyring here), so a sign-in can't be kept here. "
+                     "Commands use KESTU_TOKEN, which is set: give it another token to sign in otherwise.\n");
   EXPECT_TRUE(server.requests().empty());
 }
 
