@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -81,10 +82,22 @@ std::string kindFolders(const std::vector<std::string>& paths) {
   return Text::joined(folders, " and ");
 }
 
+/// Files of one's own that another takes the place of.
+std::vector<std::string> replacedBy(const PullReport& report) {
+  std::vector<std::string> paths;
+  std::copy_if(report.removed.begin(), report.removed.end(), std::back_inserter(paths), [&](const std::string& path) {
+    auto isTarget = [&](const auto& move) { return move.second == path; };
+    return std::find(report.written.begin(), report.written.end(), path) != report.written.end() ||
+           std::any_of(report.moved.begin(), report.moved.end(), isTarget);
+  });
+  return paths;
+}
+
 /// "downloaded 12 files (34 MB) into metadata/screenshots", "renamed 2 folders" and so on; of a dry run "download",
 /// "rename".
 std::vector<std::string> deeds(const PullReport& report, bool isDry) {
   std::vector<std::string> parts;
+  const std::vector<std::string> replaced = replacedBy(report);
   auto add = [&](std::size_t count, const std::string& verb, const std::string& one, const std::string& many,
                  const std::string& after = "") {
     if (count > 0) parts.push_back(verb + (isDry ? " " : "d ") + counted(count, one, many) + after);
@@ -94,7 +107,8 @@ std::vector<std::string> deeds(const PullReport& report, bool isDry) {
   add(report.folders.size(), "rename", "folder", "folders");
   add(report.merged.size(), "merge", "folder", "folders");
   add(report.moved.size(), "rename", "file", "files");
-  add(report.removed.size(), "remove", "file", "files");
+  add(replaced.size(), "replace", "file", "files");
+  add(report.removed.size() - replaced.size(), "remove", "file", "files");
   return parts;
 }
 
@@ -127,7 +141,16 @@ std::vector<ChangeItem> items(const PullReport& report) {
 
 std::string lines(const PullReport& report) {
   std::string text;
+  const std::vector<std::string> replaced = replacedBy(report);
+  auto isReplaced = [&](const std::string& path) {
+    return std::find(replaced.begin(), replaced.end(), path) != replaced.end();
+  };
   for (const ChangeItem& item : items(report)) {
+    if (!item.to && isReplaced(*item.from)) continue; // stands with what takes its place
+    if (!item.from && isReplaced(*item.to)) {
+      text += "  replaced " + printable(*item.to) + "\n";
+      continue;
+    }
     if (!item.from) text += "  new      " + printable(*item.to) + "\n";
     if (!item.to) text += "  removed  " + printable(*item.from) + "\n";
     if (item.from && item.to) text += "  renamed  " + printable(*item.from) + " → " + printable(*item.to) + "\n";
@@ -213,7 +236,11 @@ void runPull(Context& context, const PullOptions& options) {
   }
   PullReport report = carryOut(context, plan, root);
   if (!options.quiet()) {
-    for (const std::string& path : report.removed) console.line("  removed  " + printable(path));
+    const std::vector<std::string> replaced = replacedBy(report);
+    for (const std::string& path : report.removed) {
+      bool isReplaced = std::find(replaced.begin(), replaced.end(), path) != replaced.end();
+      console.line((isReplaced ? "  replaced " : "  removed  ") + printable(path));
+    }
   }
   options.emitBody(console, answer(report, plan, options.version, target.platform).compact(),
                    shows || !report.nothing() ? done(report, version, plural) : none);

@@ -267,6 +267,10 @@ TEST_F(PullTest, ADryRunTellsWhatAPullWouldDo) {
   EXPECT_EQ(pull({"--dry-run"}).status, 1) << "as the pull would, it stops at files of one's own";
   EXPECT_EQ(pull({"--force"}).out.find("  removed  " + phone + "8.png\n"), 0U);
   EXPECT_EQ(pull({"--dry-run"}).out, "Dry run: nothing to download, nothing to write.\n");
+  repo.write(phone + "02.png", shot(7));
+  EXPECT_EQ(pull({"--dry-run", "--force"}).out.find("  replaced " + phone + "02.png\nDry run: would download 1 file ("),
+            0U);
+  EXPECT_TRUE(pull({"--force"}).out.find("into metadata/screenshots, replaced 1 file.\n") != std::string::npos);
 }
 
 TEST_F(PullTest, AnUnusablePulledFileIsMended) {
