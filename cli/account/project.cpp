@@ -71,13 +71,15 @@ void runConfig(Context& context, const GlobalOptions& options) {
   ProjectLink link = linked(context);
   std::string folders = link.assetFolderIDs() ? "ids" : "names";
   std::string keywords = link.keywordCharacters() ? "characters" : "bytes";
+  constexpr int unfolded = 10'000;
   options.emit(
       context.console,
       JSONData::object(
           {{"appId", link.appId}, {"bundleId", link.bundleId}, {"screenshotFolders", folders}, {"keywords", keywords}}),
-      Format::table({{"App", printable(link.bundleId) + " (" + std::to_string(link.appId) + ")"},
+      Format::facts({{"App", printable(link.bundleId) + " (" + std::to_string(link.appId) + ")"},
                      {"screenshot-folders", folders},
-                     {"keywords", keywords}}));
+                     {"keywords", keywords}},
+                    context.console.isTerminal(Stream::out) ? context.console.width() : unfolded));
 }
 
 struct FoldersOptions : GlobalOptions {

@@ -86,6 +86,21 @@ std::string stacked(const Row& row, std::size_t firstCells, int width) {
   return TextStyle::wrap(Text::joined(cells, "  "), width, 2);
 }
 
+/// The cells that follow, each whole on a line where it can be.
+std::string details(const Row& cells, int width, std::size_t indent) {
+  const std::string margin(indent, ' ');
+  std::string text, line;
+  for (const std::string& cell : cells) {
+    const std::string longer = (line.empty() ? margin : line + "  ") + cell;
+    if (!line.empty() && !fits(longer, width))
+      text += "\n" + std::exchange(line, margin + cell);
+    else
+      line = longer;
+  }
+  std::string lines = text + "\n" + line;
+  return TextStyle::wrap(lines, width, static_cast<int>(indent) + 2);
+}
+
 } // namespace
 
 std::string folded(const std::vector<Row>& rows, std::size_t firstCells, int width) {
@@ -97,7 +112,10 @@ std::string folded(const std::vector<Row>& rows, std::size_t firstCells, int wid
   }
   auto lines = Text::split(table(heads), '\n');
   bool beside = fits(Text::joined(lines, "\n"), width);
-  std::string text = beside ? lines.front() : "";
+  // Names that follow a mark, which has no heading: theirs alone would say nothing.
+  bool isMarked = firstCells == 2 && rows.front().front().empty();
+  std::size_t indent = isMarked && beside ? TextStyle::plain(lines.front()).find_first_not_of(' ') + 2 : 2;
+  std::string text = beside && !isMarked ? lines.front() : "";
   for (std::size_t at = 1; at < rows.size(); ++at) {
     const Row& row = rows[at];
     text += (text.empty() ? "" : "\n") + (beside ? lines[at] : stacked(row, firstCells, width));
@@ -105,7 +123,7 @@ std::string folded(const std::vector<Row>& rows, std::size_t firstCells, int wid
     for (std::size_t column = firstCells; column < row.size(); ++column) {
       if (!row[column].empty()) rest.push_back(rows.front()[column] + " " + row[column]);
     }
-    if (!rest.empty()) text += "\n  " + TextStyle::wrap(Text::joined(rest, "  "), width - 2, 2);
+    if (!rest.empty()) text += details(rest, width, indent);
   }
   return text;
 }

@@ -258,6 +258,14 @@ TEST_F(ProjectTest, MarksTheLinkedAppFromASubfolderToo) {
       EXPECT_LE(Text::columns(line), static_cast<std::size_t>(columns)) << line;
     }
   }
+  terminal.windowColumns = 50;
+  EXPECT_EQ(TextStyle::plain(run({"apps"}).out)
+                .find("●  Daylight Weather\n     App Store ID 1234567890\n     Bundle ID com.example.daylight\n"
+                      "     Platforms ios, macos  Language en-US\n   Tidepool"),
+            0U);
+  terminal.windowColumns = 40;
+  EXPECT_EQ(run({"config"}).out.find("App                 com.example.daylight\n                    (1234567890)\n"),
+            0U);
 }
 
 TEST_F(ProjectTest, AFolderOfItsOwnIsLinkedOnItsOwn) {
