@@ -17,6 +17,7 @@
 #include <set>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace kestu {
 
@@ -206,12 +207,17 @@ class Scanner {
   }
 
   void noteTwins(const AssetSet& set) {
-    std::map<std::string, std::string> first; // by checksum
+    std::map<std::string, std::vector<std::string>> alike; // by checksum
+    for (const AssetFile& file : set.files) {
+      if (file.md5) alike[*file.md5].push_back(file.name);
+    }
     for (const AssetFile& file : set.files) {
       if (!file.md5) continue;
-      auto [known, isNew] = first.emplace(*file.md5, file.name);
-      if (isNew) continue;
-      scan_.notes.push_back(fmt::format("{}/{} and {} are the same {}.", set.folder, known->second, file.name,
+      std::vector<std::string> names = std::exchange(alike[*file.md5], {});
+      if (names.size() < 2) continue;
+      const std::string last = std::exchange(names.back(), "");
+      names.pop_back();
+      scan_.notes.push_back(fmt::format("{}/{} and {} are the same {}.", set.folder, Text::joined(names, ", "), last,
                                         file.isVideo ? "video" : "picture"));
     }
   }

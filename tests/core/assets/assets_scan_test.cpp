@@ -208,13 +208,14 @@ TEST(AssetScan, framedPicturesStandForTheirOriginals) {
   TemporaryFolder repo;
   const std::string at = "fastlane/screenshots/ja/";
   std::filesystem::create_directories(repo.path() / "metadata/screenshots/en-US"); // empty, it hides nothing
-  for (const char* file : {"1.png", "1_framed.png", "2.png", "3_framed.jpg.png", "2_frame.png"}) {
+  for (const char* file : {"1.png", "1_framed.png", "2.png", "3_framed.jpg.png", "2_frame.png", "2b.png"}) {
     repo.write(at + file, png(5, 8, tests::PNGColours::palette, static_cast<std::uint8_t>(file[0])));
   }
   AssetScan found = scan(repo, AssetKind::screenshots, {.hashing = true});
-  EXPECT_EQ(shown(found), Texts{"ja P55 fastlane/screenshots/ja: 1_framed.png 2_frame.png 2.png 3_framed.jpg.png"});
+  EXPECT_EQ(shown(found),
+            Texts{"ja P55 fastlane/screenshots/ja: 1_framed.png 2_frame.png 2.png 2b.png 3_framed.jpg.png"});
   EXPECT_EQ(found.notes, (Texts{"fastlane/screenshots/ja: a file is left out for the framed one beside it (…_framed).",
-                                "fastlane/screenshots/ja/2_frame.png and 2.png are the same picture."}));
+                                "fastlane/screenshots/ja/2_frame.png, 2.png and 2b.png are the same picture."}));
 }
 
 TEST(AssetScan, groupsFilesWithTheSameFault) {
