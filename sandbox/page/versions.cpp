@@ -1,6 +1,7 @@
 #include "sandbox/page/versions.hpp"
 
 #include "core/console/format.hpp"
+#include "core/listing/store_version.hpp"
 #include "sandbox/account/apps.hpp"
 #include "sandbox/release/releases.hpp"
 
@@ -18,8 +19,10 @@ std::string button(const Version& version, const std::string& title, bool approv
 }
 
 std::string stateText(const Version& version) {
-  if (version.phasedState.empty()) return version.state;
-  return fmt::format("{}, phased: {}, day {}", version.state, version.phasedState, version.phasedDay);
+  StoreVersion shown;
+  shown.state = version.state;
+  if (version.phasedState.empty()) return shown.stateText();
+  return fmt::format("{}, phased: {}, day {}", shown.stateText(), version.phasedState, version.phasedDay);
 }
 
 } // namespace
