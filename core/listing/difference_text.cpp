@@ -11,7 +11,7 @@ namespace kestu {
 namespace {
 
 constexpr std::string_view arrow = " → ";
-constexpr std::size_t narrowest = 24; // columns for both texts, however narrow the window is
+constexpr std::size_t narrowest = 24; // columns for both texts; where fewer are left, they go below their field
 
 /// Whether a text may be cut before the position: not within a joined or combined character.
 bool mayCut(std::string_view text, std::size_t position) {
@@ -64,6 +64,18 @@ std::string shortened(const ListingDifference& difference, std::size_t columns) 
   return before + std::string(arrow) + after;
 }
 
+/// For a narrow window: a field's texts below it.
+std::string stacked(const std::vector<ListingDifference>& differences, std::size_t room, const TextStyles& style) {
+  constexpr std::string_view indent = "    ";
+  std::size_t columns = std::max(narrowest, room > indent.size() ? room - indent.size() : 0);
+  std::vector<std::string> lines;
+  for (const ListingDifference& each : differences) {
+    lines.push_back("  " + style.bold(printable(each.place)) + "  " + each.label);
+    lines.push_back(std::string(indent) + shortened(each, columns));
+  }
+  return Text::joined(lines, "\n");
+}
+
 } // namespace
 
 std::string differencesText(const std::vector<ListingDifference>& differences, std::optional<int> width,
@@ -76,7 +88,8 @@ std::string differencesText(const std::vector<ListingDifference>& differences, s
   }
   const std::size_t taken = 2 + places + 2 + labels + 2;
   auto room = static_cast<std::size_t>(std::max(width.value_or(0), 0));
-  std::size_t columns = std::max(narrowest, room > taken ? room - taken : 0);
+  if (width && room < taken + narrowest) return stacked(differences, room, style);
+  std::size_t columns = width ? room - taken : 0;
   std::vector<std::vector<std::string>> rows;
   for (const ListingDifference& each : differences) {
     rows.push_back(

@@ -154,6 +154,8 @@ TEST(ListingChange, RowsFitTheirWidthAndShowWhereTextsPart) {
            {sentence + "with it.", sentence + "about it.", 60, "  en-US  name  …with it. → …about it."},
            {sentence, sentence + "with it", 60, "  en-US  name  … → …with it"},
            {"a", std::string(200, 'x'), 40, "  en-US  name  a → xxxxxxxxxxxxxxxxxxxx…"},
+           {"older text", "newer text here", 38, "  en-US  name\n    older text → newer text here"},
+           {std::nullopt, std::string(50, 'x'), 30, "  en-US  name\n    " + std::string(25, 'x') + "…"},
            {"x\ny", "\x1B[31m", 60, "  en-US  name  x y → \\u{1b}[31m"},
            {std::string(40, 'x') + "👩‍👩‍👧", std::string(40, 'x') + "👩‍👩‍👦", 60,
             "  en-US  name  …👩‍👩‍👧 → …👩‍👩‍👦"},
@@ -162,7 +164,9 @@ TEST(ListingChange, RowsFitTheirWidthAndShowWhereTextsPart) {
     SCOPED_TRACE(row.text);
     std::string text = differencesText({{"en-US", "name", row.before, row.after}}, row.width, TextStyles(false));
     EXPECT_EQ(text, row.text);
-    EXPECT_LE(Text::columns(text), static_cast<std::size_t>(row.width));
+    for (const std::string& line : Text::split(text, '\n')) {
+      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(row.width));
+    }
   }
 }
 
