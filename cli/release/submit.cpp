@@ -6,6 +6,7 @@
 #include "core/console/printable.hpp"
 #include "core/console/table.hpp"
 #include "core/events/event.hpp"
+#include "core/events/event_rules.hpp"
 #include "core/release/finding_table.hpp"
 #include "core/release/phased.hpp"
 #include "core/release/release_check.hpp"
@@ -62,6 +63,15 @@ std::vector<Event> eventsNamed(const VersionsFound& found, const std::vector<std
   return events;
 }
 
+/// All that App Review wouldn't take of the events is a CLIError.
+void requireSubmittable(const std::vector<Event>& events) {
+  std::vector<std::string> refusals;
+  for (const Event& event : events) {
+    if (std::string refusal = EventRules::submitRefusal(event); !refusal.empty()) refusals.push_back(refusal);
+  }
+  if (!refusals.empty()) throw CLIError(Kind::failed, Text::joined(refusals, "\n"));
+}
+
 std::string reviewGets(const StoreVersion& version, const std::vector<Event>& events, Moment now) {
   std::string build =
       printable(version.build->version.value_or(version.version)) + " (" + printable(version.build->number) + ")";
@@ -82,11 +92,12 @@ void submit(Context& context, const SubmitOptions& options, const VersionsFound&
                              "): nothing sent.\nNext: " + Versions::nextCommand(version, found.tail));
   }
   if (!version.takesUpdate()) throw Versions::refusal(version, "it can't be sent to App Review", found.tail);
+  std::vector<Event> events = eventsNamed(found, options.events);
+  requireSubmittable(events);
   if (!options.noCheck) check(context, options, found);
   if (!version.build) {
     throw CLIError(Kind::failed, version.title() + " has no build: " + found.line("release prepare", version.version));
   }
-  std::vector<Event> events = eventsNamed(found, options.events);
   JSONData body = JSONData::object();
   ProposedChange change;
   std::string what = found.app.title(version.version) + " to App Review";

@@ -186,6 +186,13 @@ TEST_F(ReleaseRoadTest, SubmitSendsAndTakesBack) {
        "",
        "--withdraw takes the version back, so --event has no place beside it.\n\nUsage: kestu submit <version> "
        "[options]\nSee kestu submit --help.\n"},
+      {"with events that can't go",
+       ready,
+       {"submit", "1.2", "--event", "Summer Solstice", "--event", "6500000001", "--yes"},
+       1,
+       "",
+       "\"Summer Solstice\" is over: there's nothing to submit.\n\"Meteor Night 2026\" is on the App Store: there's "
+       "nothing to submit.\n"},
       {"without a build",
        {},
        {"submit", "1.2", "--no-check", "--yes"},
