@@ -88,17 +88,21 @@ std::string labels(const std::vector<PreparedStep>& steps, bool done) {
   return Text::joined(words, ", ");
 }
 
+/// How far a preparation had come that didn't come to its end; begins with a line break where there is something.
+std::string howFar(const std::vector<PreparedStep>& steps) {
+  std::string done = labels(steps, true);
+  std::string open = labels(steps, false);
+  return (done.empty() ? "" : "\nDone: " + done + ".") +
+         (open.empty() ? "" : "\nNot done: " + open + ". Run it again to go on from there.");
+}
+
 /// The error that ended a step, and how far the preparation had come.
 CLIError stopped(const CLIError& error, const PreparedStep& at, const std::vector<PreparedStep>& steps) {
   std::string message =
       error.kind == Kind::denied
           ? "Denied in the kestu app: " + std::string(ReleasePrepare::label(at.step)) + " stays as it was."
-          : error.description;
-  std::string done = labels(steps, true);
-  std::string open = labels(steps, false);
-  if (!done.empty()) message += "\nDone: " + done + ".";
-  if (!open.empty()) message += "\nNot done: " + open + ". Run it again to go on from there.";
-  return {error.kind, message};
+          : std::string(ReleasePrepare::label(at.step)) + ": " + error.description;
+  return {error.kind, message + howFar(steps)};
 }
 
 /// Sends a step's changes one after the other.
@@ -112,6 +116,7 @@ void make(Context& context, const PrepareOptions& options, const Client& client,
   }
   for (const ChangeRequest& request : requests) {
     auto answer = ChangeFlow::send(client, request, false, !options.noWait, [&](const Plan& plan) {
+      step.state = StepState::waiting;
       options.say(context.console, "● " + labelled(step) + "waits for your approval in the kestu app, until " +
                                        Format::moment(plan.expiresAt, context.clock.now()) + ".");
     });
@@ -133,6 +138,11 @@ void makeAll(Context& context, const PrepareOptions& options, const Preparation&
         step.state = isMade ? StepState::done : error.kind == Kind::denied ? StepState::denied : StepState::failed;
         if (options.quiet()) context.console.out(answerOf(preparation, steps).pretty());
         throw isMade ? error : stopped(error, step, steps);
+      } catch (const Stopped&) {
+        if (step.isPlanned()) step.state = StepState::failed;
+        if (options.quiet()) context.console.out(answerOf(preparation, steps).pretty());
+        context.console.error("Stopped." + howFar(steps));
+        throw;
       }
     }
     options.say(context.console, folded(doneLine(step), context.console));

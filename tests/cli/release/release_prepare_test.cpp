@@ -110,6 +110,9 @@ TEST_F(PrepareTest, GoesOnWhereItStopped) {
             "What to Test. Run it again to go on from there.\n"},
            {"assets", "commit", 9, "unchanged unchanged unchanged done failed planned",
             "Not done: assets, What to Test. Run it again to go on from there.\n"},
+           {"nobody", R"({"plan": {"state": "expired"}})", 1, "unchanged unchanged unchanged unchanged failed planned",
+            "assets: No one decided it in time, so nothing changed. Run it again to ask again.\nDone: version, build, "
+            "release, listing.\nNot done: assets, What to Test. Run it again to go on from there.\n"},
            {"What to Test", "test-notes", 9, "unchanged unchanged unchanged unchanged done failed",
             "Done: version, build, release, listing, assets.\nNot done: What to Test. Run it again to go on from "
             "there.\n"},
@@ -117,6 +120,7 @@ TEST_F(PrepareTest, GoesOnWhereItStopped) {
     SCOPED_TRACE(stop.at);
     server.withState([&](sandbox::State& state) {
       if (stop.at == "listing") state.nextPlan = sandbox::Script{0, "denied", ""};
+      if (stop.at == "nobody") state.nextPlan = sandbox::Script{0, "expired", ""};
     });
     std::string id;
     setBuild("43", [&](auto& build) { id = build.buildId; });
@@ -135,6 +139,16 @@ TEST_F(PrepareTest, GoesOnWhereItStopped) {
   Ran ran = prepare({"--yes", "--json"});
   EXPECT_EQ(states(ran.out), "unchanged unchanged unchanged unchanged unchanged done");
   EXPECT_EQ(json::parse(ran.out)["steps"][5]["answers"][0]["waits"], false);
+}
+
+TEST_F(PrepareTest, AnInterruptionTellsHowFarItCame) {
+  server.scriptNextPlan({.waitingPolls = 9});
+  clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
+  EXPECT_THROW(prepare({"--yes", "--json"}), Stopped);
+  EXPECT_EQ(states(terminal.outText()), "unchanged done done waiting planned planned");
+  EXPECT_TRUE(terminal.errText().ends_with("Stopped.\nDone: version, build, release.\nNot done: assets, What to Test. "
+                                           "Run it again to go on from there.\n"))
+      << terminal.errText();
 }
 
 TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
