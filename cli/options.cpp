@@ -46,7 +46,7 @@ bool numbersBetweenDots(std::string_view text) {
 
 void requireOneOf(const std::string& name, const std::string& value, const std::vector<std::string>& words) {
   if (std::find(words.begin(), words.end(), value) != words.end()) return;
-  throw UsageError(name + " is " + Text::orList(words) + ", not " + shown(value) + "." + "");
+  throw UsageError(name + " is " + Text::orList(words) + ", not " + shown(value) + ".");
 }
 
 std::string versionGiven(const std::string& value) {

@@ -119,7 +119,10 @@ class Walk {
     for (std::size_t at = 1; at < word.size(); ++at) {
       const std::string name = {'-', word[at]};
       const Option& option = found(name, at == 1 ? word : name);
-      if (!option.value.empty()) return takeValue(option, name, word.substr(at + 1), at + 1 < word.size());
+      if (!option.value.empty()) {
+        std::size_t from = at + 1 < word.size() && word[at + 1] == '=' ? at + 2 : at + 1; // -o=json as -ojson
+        return takeValue(option, name, word.substr(from), at + 1 < word.size());
+      }
       words_.options.push_back(option.names.back());
     }
   }

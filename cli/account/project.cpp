@@ -136,7 +136,11 @@ void addLink(Command& command) {
   command.argument({"app",
                     "The app: its App Store ID, bundle ID or name. Left out, the app is the one whose bundle ID this "
                     "repo's Xcode projects set.",
-                    [options](const std::string& value) { options->app = value; }, false});
+                    [options](const std::string& value) {
+                      options->app = Text::trimmed(value);
+                      if (options->app->empty()) throw UsageError("The app is empty.");
+                    },
+                    false});
   command.flag({"--here"}, options->here,
                "Write it in the current folder rather than at the repo's root, for a repo of several apps: from this "
                "folder on, kestu takes it for the app's root.");
