@@ -1,5 +1,7 @@
 #include "core/listing/layouts.hpp"
 
+#include "core/listing/unread.hpp"
+
 namespace kestu::JSONLayout {
 
 namespace {
@@ -23,6 +25,7 @@ std::string folderToWrite(const std::filesystem::path& root, const std::string& 
 RepoListing read(const ListingPlace& place) {
   RepoListing listing;
   listing.layout = MetadataLayout::json;
+  noteAround(listing, place.root, {"pricing.json"});
   LocaleFiles::read(listing, place, appInfoFolder, LocaleFiles::Fields::ofApp);
   auto folder = ListingFile::versionFolder(place, versionFolder);
   if (!folder) folder = ListingFile::versionFolder(place, versionsFolder);

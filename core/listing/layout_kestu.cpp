@@ -1,5 +1,6 @@
 #include "core/listing/layouts.hpp"
 
+#include "core/listing/unread.hpp"
 #include "core/project/platform.hpp"
 
 namespace kestu::KestuLayout {
@@ -59,6 +60,7 @@ void putApp(ListingFiles& result, const std::filesystem::path& root, const Listi
 RepoListing read(const ListingPlace& place) {
   RepoListing listing;
   listing.layout = MetadataLayout::kestu;
+  noteAround(listing, place.root, {"app.json", "review.json", "pricing.json"});
   readApp(listing, place);
   LocaleFiles::read(listing, place, listingFolder, LocaleFiles::Fields::listed);
   ReviewFile::read(listing, place.root, reviewPath);

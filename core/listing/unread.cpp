@@ -111,4 +111,16 @@ void noteEntries(RepoListing& listing, Unread& unread, const std::filesystem::pa
   }
 }
 
+void noteAround(RepoListing& listing, const std::filesystem::path& root, const std::vector<std::string_view>& known) {
+  const std::string folder = "metadata";
+  Unread unread(folder);
+  for (const std::string& name : ListingFile::entries(root, folder)) {
+    if (isBeside(name) || std::find(known.begin(), known.end(), name) != known.end()) continue;
+    bool isText = name.ends_with(".txt") || name.ends_with(".json");
+    bool isLanguage = AppleLocales::standing(name) == AppleLocales::Standing::apples;
+    if (ListingFile::isFolder(root, folder + "/" + name) ? isLanguage : isText) unread.add(name, "");
+  }
+  unread.tell(listing);
+}
+
 } // namespace kestu

@@ -39,4 +39,8 @@ bool isBeside(std::string_view name);
 void noteEntries(RepoListing& listing, Unread& unread, const std::filesystem::path& root, const std::string& folder,
                  ListingFile::Entries kind, const std::vector<std::string_view>& known);
 
+/// Tells what lies in metadata/ itself as if it were read: text and JSON files but the `known` ones, and languages'
+/// folders.
+void noteAround(RepoListing& listing, const std::filesystem::path& root, const std::vector<std::string_view>& known);
+
 } // namespace kestu
