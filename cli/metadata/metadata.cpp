@@ -47,12 +47,8 @@ void MetadataChoice::declare(Command& command) {
   declareVersion(command, "The version in App Store Connect, as 1.2. The one that can be edited when left out.", false,
                  [this](std::string given) { version = std::move(given); });
   layout.declare(command);
-  command.option({{"--locale"},
-                  "locale",
-                  "Only these languages' text, as en-US, several with commas (en-US,de-DE) or the flag again.",
-                  [this](const std::string& value) { addWords(locales, value); },
-                  {},
-                  false});
+  declareLocales(command, locales,
+                 "Only these languages' text, as en-US, several with commas (en-US,de-DE) or the flag again.");
   declarePlatform(command, platform);
   app.declare(command, false);
 }
@@ -84,8 +80,8 @@ std::string MetadataChoice::linesOf(const Context& context, const std::vector<Li
               : differencesText(differences, width, console.style());
 }
 
-std::string MetadataChoice::prepareCommand(const MetadataTarget& target) const {
-  return "kestu release prepare " + Format::shellWord(target.version) +
+std::string MetadataChoice::commandFor(const std::string& words, const MetadataTarget& target) const {
+  return "kestu " + words + " " + Format::shellWord(target.version) +
          (platform ? " --platform " + Format::shellWord(*platform) : "") +
          (app.app ? " --app " + Format::shellWord(*app.app) : "");
 }

@@ -34,7 +34,7 @@ struct MetadataChoice {
   std::string linesOf(const Context& context, const std::vector<ListingDifference>& differences, Stream where) const;
 
   /// "kestu release prepare 1.2 --platform macos", for the same app.
-  std::string prepareCommand(const MetadataTarget& target) const;
+  std::string commandFor(const std::string& words, const MetadataTarget& target) const;
 
   /// The version left out is the only one that can be edited; none or several are a UsageError.
   MetadataTarget resolve(const Client& client, const Context& context, const std::string& command) const;

@@ -32,7 +32,8 @@ ProposedChange proposed(Context& context, const PushOptions& options, const Meta
       options.choice.linesOf(context, change.differences, asks || options.quiet() ? Stream::err : Stream::out);
   proposed.items = changeItems(change.differences);
   proposed.would = "Dry run: " + target.appTitle + " would take " + count + " from the repo, after your approval.";
-  proposed.done = "✓ " + target.title() + " has the repo's listing, " + count + " changed.";
+  proposed.done = "✓ " + target.title() + " has the repo's listing, " + count +
+                  " changed.\nNext: " + options.choice.commandFor("release check", target);
   return proposed;
 }
 
@@ -45,7 +46,7 @@ std::string testNotesText(const std::vector<ListingDifference>& notes, const Pus
   std::string more = locales.size() > most ? " and " + std::to_string(locales.size() - most) + " more" : "";
   locales.resize(std::min(locales.size(), most));
   return "What to Test differs too, in " + Text::joined(locales, ", ") + more +
-         ", and goes to the build: " + options.choice.prepareCommand(target) + " sends it.";
+         ", and goes to the build: " + options.choice.commandFor("release prepare", target) + " sends it.";
 }
 
 void tellUnchanged(Context& context, const PushOptions& options, const MetadataTarget& target,
@@ -69,13 +70,22 @@ void runPush(Context& context, const PushOptions& options) {
   tellNotes(context, *listing);
   warnOfTrackedPassword(context, *listing);
   StoreListing store = ListingPush::fetch(client, target);
+  if (auto misnamed = ReleaseCheck::refusals(*listing, {}, options.choice.locales);
+      !misnamed.empty() && !options.choice.locales.empty() && !options.noCheck) {
+    throw ReleaseCheck::notSent(misnamed); // a language chosen is likely not found for its name
+  }
   ListingChange change = ListingPush::change(*listing, store, choice);
   if (!change.held.empty()) context.console.error(ListingPush::heldText(change, store, target));
   if (auto refusals = ReleaseCheck::refusals(*listing, change, options.choice.locales);
       !refusals.empty() && !options.noCheck) {
     throw ReleaseCheck::notSent(refusals);
   }
-  for (const std::string& doubt : ReleaseCheck::doubts(change)) context.console.error(printable(doubt));
+  for (const std::string& left : ReleaseCheck::leftOut(*listing, options.choice.locales)) {
+    context.console.error(printable(left));
+  }
+  for (const std::string& doubt : ReleaseCheck::doubts(change, keywordCount(context))) {
+    context.console.error(printable(doubt));
+  }
   auto notes = ListingPush::testNotes(*listing, store, options.choice.locales);
   if (!notes.empty()) context.console.error(testNotesText(notes, options, target));
   if (change.isEmpty()) return tellUnchanged(context, options, target, change, notes);

@@ -106,6 +106,9 @@ void Preparation::findListing() {
   listing_ = ListingPush::change(withoutCopyright, store_, choice);
   if (auto refusals = ReleaseCheck::refusals(*repo_, listing_, {}); !refusals.empty())
     throw ReleaseCheck::notSent(refusals);
+  for (const std::string& doubt : ReleaseCheck::doubts(listing_, keywordCount(context_))) {
+    context_.console.error(printable(doubt));
+  }
 }
 
 void Preparation::findAssets(const AssetCatalog& catalog) {

@@ -2,7 +2,6 @@
 
 #include "core/console/printable.hpp"
 #include "core/project/apple_locales.hpp"
-#include "core/release/release_check.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -79,8 +78,22 @@ Findings refusals(const RepoListing& repo, const ListingChange& change, const st
   return found;
 }
 
-std::vector<std::string> doubts(const ListingChange& change) {
+std::vector<std::string> leftOut(const RepoListing& repo, const std::vector<std::string>& locales) {
   std::vector<std::string> all;
+  for (const MisnamedLanguage& each : repo.misnamed) {
+    if (isChosen(each.name, locales)) all.push_back(refusal(each) + " Nothing in it is sent.");
+  }
+  return all;
+}
+
+std::vector<std::string> doubts(const ListingChange& change, KeywordCount count) {
+  std::vector<std::string> all;
+  Findings inCharacters = refusals(change);
+  for (const Finding& each : texts(change.texts, "", Purpose::repository, "", count)) {
+    bool stops = std::any_of(inCharacters.begin(), inCharacters.end(),
+                             [&](const Finding& other) { return other.message == each.message; });
+    if (each.level == Level::error && !stops) all.push_back(each.message);
+  }
   for (const auto& [locale, text] : change.texts) {
     if (AppleLocales::standing(locale) == AppleLocales::Standing::unknown) all.push_back(doubt(locale));
   }

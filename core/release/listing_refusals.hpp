@@ -2,6 +2,7 @@
 
 #include "core/listing/listing_change.hpp"
 #include "core/release/finding.hpp"
+#include "core/release/release_check.hpp"
 #include "core/support/error.hpp"
 
 #include <string>
@@ -17,8 +18,12 @@ Findings refusals(const ListingChange& change);
 /// `locales`, of those alone that were meant by them.
 Findings refusals(const RepoListing& repo, const ListingChange& change, const std::vector<std::string>& locales);
 
-/// "fy isn't one of Apple's languages, so Apple may not take it." for each language of the change that isn't.
-std::vector<std::string> doubts(const ListingChange& change);
+/// "metadata/listing/german.json can't be a language: it's written de-DE. Nothing in it is sent." for each of those.
+std::vector<std::string> leftOut(const RepoListing& repo, const std::vector<std::string>& locales);
+
+/// "fy isn't one of Apple's languages, so Apple may not take it." for each language of the change that isn't, and what
+/// only counting keywords as `count` says makes too long.
+std::vector<std::string> doubts(const ListingChange& change, KeywordCount count);
 
 /// "Apple wouldn't take these, so nothing was sent:" and a line for each.
 CLIError notSent(const Findings& refusals);

@@ -150,7 +150,9 @@ TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
   server.scriptNextPlan({.waitingPolls = 1});
   ran = run({"metadata", "push", "--yes"});
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_TRUE(ran.out.ends_with("✓ 1.2 for iOS has the repo's listing, 4 values changed.\n")) << ran.out;
+  EXPECT_TRUE(
+      ran.out.ends_with("✓ 1.2 for iOS has the repo's listing, 4 values changed.\nNext: kestu release check 1.2\n"))
+      << ran.out;
   EXPECT_EQ(pushed().back(), (json{{"locales", {{"ar-SA", {{"name", "طقس"}}}, {"en-US", {{"subtitle", "Sky"}}}}},
                                    {"review", {{"notes", "Tap it."}, {"demoAccountPassword", "pa55"}}}}));
   EXPECT_EQ(run({"metadata", "push"}).out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n");
@@ -267,6 +269,9 @@ TEST_F(MetadataTest, ALanguageThatCantBeOneIsRefused) {
   EXPECT_EQ(ran.err, lead + "fastlane/metadata/de_AT can't be a language: it's written de-DE.\n"
                             "fastlane/metadata/pt-br can't be a language: it's written pt-BR.\n");
   EXPECT_EQ(run({"metadata", "push", "--locale", "pt-br"}).err,
+            "pt-br can't be a language: it's written pt-BR.\n\nUsage: kestu metadata push [<version>] [options]\n"
+            "See kestu metadata push --help.\n");
+  EXPECT_EQ(run({"metadata", "push", "--locale", "pt-BR"}).err,
             lead + "fastlane/metadata/pt-br can't be a language: it's written pt-BR.\n");
   ran = run({"metadata", "push", "--locale", "fy", "--dry-run"});
   EXPECT_EQ(ran.status, 0);
@@ -275,6 +280,8 @@ TEST_F(MetadataTest, ALanguageThatCantBeOneIsRefused) {
   EXPECT_EQ(json::parse(ran.out)["changes"],
             json::parse(R"([{"place": "fy", "field": "name", "from": null, "to": "Waar"},
                             {"place": "pt-br", "field": "name", "from": null, "to": "Tempo"}])"));
+  EXPECT_TRUE(ran.err.starts_with("fastlane/metadata/de_AT can't be a language: it's written de-DE. Nothing in it is "))
+      << ran.err;
   ran = run({"metadata", "validate"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_NE(ran.out.find("de_AT can't be a language"), std::string::npos) << ran.out;
@@ -289,7 +296,9 @@ TEST_F(MetadataTest, KeywordsAreCountedAsTheRepositorySays) {
   for (int i = 0; i < 60; ++i) cyrillic += "ж";
   repo.write("metadata/listing/en-US.json", json{{"keywords", cyrillic}}.dump());
   EXPECT_EQ(run({"metadata", "validate"}).status, 1);
-  EXPECT_EQ(run({"metadata", "push", "--dry-run"}).status, 0) << "bytes alone stop no push";
+  Ran ran = run({"metadata", "push", "--dry-run"});
+  EXPECT_EQ(ran.status, 0) << "bytes alone stop no push";
+  EXPECT_TRUE(ran.err.starts_with("en-US: keywords are 120 bytes, 100 at most. App Store Connect has")) << ran.err;
   EXPECT_EQ(run({"config", "keywords", "letters"}).status, 2);
   EXPECT_EQ(run({"config", "keywords", "characters"}).out, "✓ Set keywords to characters\n");
   EXPECT_EQ(run({"metadata", "validate"}).status, 0);
