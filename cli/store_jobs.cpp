@@ -110,16 +110,8 @@ void runStatus(Context& context, const JobGroup& group, const StatusOptions& opt
   std::string path = AppOnPlatform::resolve(client, options.app, std::nullopt, context).path;
   auto job = options.wait.wait ? followJob(context, client, path, options.id, options.wait.limit)
                                : client.get(jobPath(path, options.id), {}, StoreJob::read);
-  std::string text;
-  if (!options.quiet()) {
-    text = jobText(job.value, context.clock.now());
-    bool moving = job.value.state == "running" || job.value.state == "undoing";
-    if (moving) text += "\nNext: " + group.command("status", options.id, options.app) + " --wait";
-    if (job.value.canUndo && job.value.state != "undoing") {
-      text += "\nUndo: " + group.command("undo", options.id, options.app);
-    }
-  }
-  options.emitBody(context.console, job.body, text);
+  options.emitBody(context.console, job.body,
+                   jobReport(group, job.value, options.id, options.app, context.clock.now()));
 }
 
 struct UndoOptions : ChangeOptions {
@@ -137,7 +129,8 @@ void runUndo(Context& context, const JobGroup& group, const UndoOptions& options
   change.title = app.appTitle() + ": take back " + group.job + ", " + Format::job(job.value) + ".";
   if (job.value.details) change.lines = "  " + Text::joined(detailLines(*job.value.details), "\n  ");
   change.items = {{options.id, "state", job.value.state, "undone"}};
-  change.would = "Dry run: would delete " + group.made + " in " + Format::countries(job.value.done) + ".";
+  change.would = "Dry run: would delete " + group.made + " of " + app.appTitle() + " in " +
+                 Format::countries(job.value.done) + ".";
   change.done = "✓ Undoing it: Kestu deletes " + group.made +
                 " over the next few minutes.\nNext: " + group.command("status", options.id, options.app);
   change.waits = false;
@@ -150,13 +143,23 @@ void runUndo(Context& context, const JobGroup& group, const UndoOptions& options
   });
   options.say(context.console, change.done.substr(0, change.done.find('\n')));
   auto followed = followJob(context, client, app.path, options.id, options.wait.limit);
-  options.emitBody(context.console, followed.body, jobText(followed.value, context.clock.now()));
+  options.emitBody(context.console, followed.body,
+                   jobReport(group, followed.value, options.id, options.app, context.clock.now()));
 }
 
 } // namespace
 
 std::string JobGroup::command(const std::string& its, const std::string& id, const AppTarget& app) const {
   return "kestu " + word + " " + its + " " + id + (app.app ? " --app " + Format::shellWord(printable(*app.app)) : "");
+}
+
+std::string jobReport(const JobGroup& group, const StoreJob& job, const std::string& id, const AppTarget& app,
+                      Moment now) {
+  std::string text = jobText(job, now);
+  bool undoing = job.state == "undoing";
+  if (undoing || job.state == "running") text += "\nNext: " + group.command("status", id, app) + " --wait";
+  if (job.canUndo && !undoing) text += "\nUndo: " + group.command("undo", id, app);
+  return text;
 }
 
 void JobWaitOptions::declare(Command& command) {

@@ -33,6 +33,10 @@ struct JobWaitOptions {
 Response<StoreJob> followJob(Context& context, const Client& client, const std::string& appPath, const std::string& id,
                              std::chrono::minutes limit);
 
+/// A job as `status` shows it, with what can be done about it.
+std::string jobReport(const JobGroup& group, const StoreJob& job, const std::string& id, const AppTarget& app,
+                      Moment now);
+
 void addJobStatus(Command& group, const JobGroup& jobs);
 void addJobUndo(Command& group, const JobGroup& jobs);
 

@@ -57,7 +57,12 @@ void runParity(Context& context, const ParityCommandOptions& options) {
   std::string path = AppOnPlatform::resolve(client, options.app, std::nullopt, context).path;
   auto answer = context.console.during([&] { return fetchParity(client, path, ask, options.product, root); });
   answer.value.requireUsable(ask);
-  if (options.quiet()) return context.console.out(JSONData::copied(JSONValue::parse(answer.body)).pretty());
+  if (options.quiet()) {
+    context.console.out(JSONData::copied(JSONValue::parse(answer.body)).pretty());
+    if (!options.write && !options.check) return;
+    return context.console.error("! --json shows the suggestion alone: nothing was " +
+                                 std::string(options.write ? "written" : "checked") + ".");
+  }
   if (options.write) writeFile(context, options, file, answer.value);
   if (options.check) checkPrices(context, options, ask, answer.value);
   if (options.write || options.check) return;
@@ -100,11 +105,6 @@ void addPricesParity(Command& group) {
                "them. For CI.");
   options->app.declare(command, false);
   options->GlobalOptions::declare(command);
-  command.validate = [options] {
-    if (options->quiet() && (options->write || options->check)) {
-      throw UsageError("--json shows the suggestion alone: leave it out, or --write and --check.");
-    }
-  };
   command.run = [options](Context& context) { runParity(context, *options); };
 }
 

@@ -156,9 +156,10 @@ Response<ChangeAnswer> planned(const Setting& setting, const ChangeRequest& requ
   return console.during([&] { return ChangeFlow::send(setting.client, request, true, false, nullptr); });
 }
 
-std::string startedText(const std::string& id, const SetOptions& options) {
-  return "● Kestu sets the prices country by country, as your key's hour allows.\nNext: " +
-         priceJobs.command("status", id, options.app) + "\nUndo: " + priceJobs.command("undo", id, options.app);
+std::string startedText(const Setting& setting, const std::string& id, const SetOptions& options) {
+  return "● Kestu sets " + subject(setting) + ": " + baseText(setting) +
+         ", country by country, as your key's hour allows.\nNext: " + priceJobs.command("status", id, options.app) +
+         "\nUndo: " + priceJobs.command("undo", id, options.app);
 }
 
 void send(Context& context, const Setting& setting, const SetOptions& options, const ChangeRequest& request,
@@ -174,15 +175,14 @@ void send(Context& context, const Setting& setting, const SetOptions& options, c
   auto job = plan && plan->job ? plan->job : answer.value.job;
   if (!job) return options.emitBody(context.console, answer.body, change.done);
   if (!options.waiting.wait) {
-    return options.emitBody(context.console, answer.body, change.done + "\n" + startedText(*job, options));
+    return options.emitBody(context.console, answer.body, startedText(setting, *job, options));
   }
-  options.say(context.console, startedText(*job, options));
+  options.say(context.console, startedText(setting, *job, options));
   auto followed = followJob(context, setting.client, setting.app.path, *job, options.waiting.limit);
   JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
   whole.set("followed", JSONData::copied(JSONValue::parse(followed.body)));
   if (options.quiet()) return context.console.out(whole.pretty());
-  context.console.line(change.done + " " + (followed.value.state == "undone" ? "It was undone." : "") +
-                       "\nUndo: " + priceJobs.command("undo", *job, options.app));
+  context.console.line(jobReport(priceJobs, followed.value, *job, options.app, context.clock.now()));
 }
 
 void tellUnread(Context& context, const std::string& product, const ProductPrices& file) {
@@ -223,7 +223,10 @@ void runSet(Context& context, const SetOptions& options) {
                         setting.change.body().compact()};
   auto plan = planned(setting, request, context.console);
   ProposedChange proposal = proposed(setting, options, plan.value.details, context.console);
-  if (options.dryRun) return options.tellDryRun(context, proposal, plan.body);
+  if (options.dryRun) {
+    proposal.lines = proposal.title + (proposal.lines.empty() ? "" : "\n" + proposal.lines);
+    return options.tellDryRun(context, proposal, plan.body);
+  }
   options.confirm(context, proposal);
   send(context, setting, options, request, proposal);
 }

@@ -74,9 +74,9 @@ std::string low(const ParityCard& card, const std::string&) {
     return each.change ? PriceRows::signedPercent(*each.change) : std::string();
   };
   if (all.size() == 1) {
-    std::string change = by(all.front());
-    return Format::country(all.front().storefront) + "'s target is 30% or more under today's price." +
-           (change.empty() ? "" : " It is " + change + ".") + modelText(card);
+    const auto& change = all.front().change;
+    return Format::country(all.front().storefront) + "'s target is " +
+           (change ? share(std::abs(*change)) : "30% or more") + " under today's price." + modelText(card);
   }
   std::vector<std::string> names;
   for (const auto& each : all) {

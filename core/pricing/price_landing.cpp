@@ -1,8 +1,10 @@
 #include "core/pricing/price_landing.hpp"
 
 #include "core/support/error.hpp"
+#include "core/support/text.hpp"
 
 #include <algorithm>
+#include <vector>
 
 namespace kestu {
 
@@ -71,9 +73,18 @@ std::string PriceLanding::options() const {
 
 PriceLanding PriceLanding::read(const JSONValue& value) {
   PriceLanding landing;
-  if (auto given = value.find("round")) landing.setRound("round", wordOf(*given));
-  if (auto given = value.find("nice")) landing.setNice("nice", wordOf(*given));
-  if (auto given = value.find("ending")) landing.setEnding("ending", wordOf(*given));
+  std::vector<std::string> wrong;
+  auto take = [&](const char* key, void (PriceLanding::*set)(const std::string&, const std::string&)) {
+    try {
+      if (auto given = value.find(key)) (landing.*set)(key, wordOf(*given));
+    } catch (const CLIError& error) {
+      wrong.push_back(error.description);
+    }
+  };
+  take("round", &PriceLanding::setRound);
+  take("nice", &PriceLanding::setNice);
+  take("ending", &PriceLanding::setEnding);
+  if (!wrong.empty()) refuse(Text::joined(wrong, "; "));
   return landing;
 }
 

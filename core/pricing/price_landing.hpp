@@ -36,7 +36,7 @@ struct PriceLanding {
   JSONData json() const;
   std::string options() const; ///< as on a command line: " --round closest --nice"
 
-  /// The pricing file's; a CLIError gives the reason alone ("nice is a percentage from 1% to 15%").
+  /// The pricing file's; a CLIError gives the reasons alone ("nice is a percentage from 1% to 15%").
   static PriceLanding read(const JSONValue& value);
 };
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <initializer_list>
 #include <system_error>
 
 namespace kestu {
@@ -119,6 +120,15 @@ std::optional<std::string> keyOf(const JSONData* countries, const std::string& c
 }
 
 bool isText(const JSONData& value, const std::string& text) { return value.compact() == JSONData(text).compact(); }
+
+/// The object that stands under the key with these of its own replaced; keys that kestu doesn't know stay.
+JSONData replaced(const JSONData& entry, const char* key, std::initializer_list<const char*> own, const JSONData& by) {
+  const JSONData* there = entry.find(key);
+  JSONData object = there && there->isObject() ? *there : JSONData::object();
+  for (const char* each : own) object.erase(each);
+  for (const JSONMember& member : by.members()) object.set(member.key, member.value);
+  return object;
+}
 
 std::string percentOverride(std::int64_t percent) { return PriceOverride::percent(percent).text(); }
 
@@ -239,13 +249,16 @@ ParityWritten PricingFile::setParity(const std::string& product, const std::map<
     if (word.isRegion && meets) written.regions.push_back(word.word);
   }
   record.set(wroteKey, std::move(wrote));
-  entry.set("parity", std::move(record));
+  entry.set("parity", replaced(entry, "parity",
+                               {"index", "strength", "floor", "cap", "tolerance", "zones", "only", wroteKey}, record));
   if (countries.isEmpty()) {
     entry.erase("countries");
   } else {
     entry.set("countries", std::move(countries));
   }
-  if (landing.any()) entry.set("rounding", landing.json());
+  if (landing.any()) {
+    entry.set("rounding", replaced(entry, "rounding", {"round", "nice", "ending"}, landing.json()));
+  }
   document_.set(product, std::move(entry));
   return written;
 }

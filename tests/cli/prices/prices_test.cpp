@@ -56,7 +56,6 @@ TEST_F(PricesTest, WhatIsTypedWronglyIsRefusedBeforeAnyRequest) {
            {{"parity", "--nice-within", "15.5"}, "--nice-within is a percentage from 1% to 15%"},
            {{"parity", "--countries", "my,xx"}, "xx isn't a country (se, or Apple's territory SWE), eu, eur"},
            {{"parity", "--index", "hulu"}, "--index is kestu, peers, creatorstudio,"},
-           {{"parity", "--json", "--check"}, "--json shows the suggestion alone"},
            {{"set", "4,99"}, "The price is a number with a point for its cents: 4.99, or 0."},
            {{"set", "4.999"}, "The price is a number with a point for its cents: 4.99, or 0."},
            {{"set", "5", "--country", "eu"}, oneCountry},

@@ -128,6 +128,8 @@ TEST_F(PricingFileTest, EveryWrongEditGetsItsMessage) {
            {R"({"pro":{"rounding":{"nice":16}}})", m + "rounding: nice is a percentage from 1% to 15%."},
            {R"({"pro":{"rounding":{"ending":98}}})", m + "rounding: ending is 99 or 00."},
            {R"({"pro":{"rounding":{"round":"up"}}})", m + "rounding: round is at-least, at-most or closest."},
+           {R"({"pro":{"rounding":{"nice":0,"ending":1}}})",
+            m + "rounding: nice is a percentage from 1% to 15%; ending is 99 or 00."},
            {pro(R"("se":4.999)"), m + "pro's se: a price has two decimals at most: 4.99."},
            {pro(R"("se":"-91%","no":true,"xx":"1")"), m + "pro's no" + form + "\n" + m +
                                                           "pro's se: a percentage is from -90% to +300%.\n" + m +
@@ -172,8 +174,8 @@ TEST_F(PricingFileTest, ReadsEveryFormAndItsLanding) {
 }
 
 TEST_F(PricingFileTest, ParityReplacesItsOwnAndKeepsTheUsers) {
-  auto file =
-      read(R"({"other":{"x":[1.10,"/"]},"pro":{"note":"mine","countries":{"SWE":"59","no":"keep","eu":"-5%"}}})");
+  auto file = read(R"({"other":{"x":[1.10,"/"]},"pro":{"note":"mine","countries":{"SWE":"59","no":"keep","eu":"-5%"},)"
+                   R"("parity":{"by":"Ann","only":"raise"},"rounding":{"nice":7,"why":"tidy"}}})");
   auto record = [] { return JSONData::object({{"index", "kestu"}}); };
   auto first = file.setParity("pro", {{"se", -20}, {"in", -50}, {"de", -10}}, {"se", "in", "de", "no"}, record(), {});
   EXPECT_EQ(first.wroteOver, std::vector<std::string>{"se"});
@@ -197,12 +199,17 @@ TEST_F(PricingFileTest, ParityReplacesItsOwnAndKeepsTheUsers) {
     },
     "note": "mine",
     "parity": {
+      "by": "Ann",
       "index": "kestu",
       "wrote": {
         "de": "-10%",
         "in": "-50%",
         "se": "-20%"
       }
+    },
+    "rounding": {
+      "nice": 7,
+      "why": "tidy"
     }
   }
 }
@@ -220,7 +227,8 @@ TEST_F(PricingFileTest, ParityReplacesItsOwnAndKeepsTheUsers) {
   EXPECT_EQ(after.overrides.at("in").text(), "-55%");
   EXPECT_EQ(after.overrides.at("se").text(), "-5%") << "the region's again";
   EXPECT_EQ(after.parity, (std::set<std::string, std::less<>>{"br", "de"}));
-  EXPECT_EQ(after.landing.round, "closest");
+  EXPECT_EQ(after.landing.options(), " --round closest") << "in the place of the one before";
+  EXPECT_NE(contents().find("\"why\": \"tidy\""), std::string::npos);
   auto nothing = PricingFile::read(repo.path() / "none").setParity("new", {}, {"se"}, record(), {});
   EXPECT_EQ(nothing.count, 0U);
 }
