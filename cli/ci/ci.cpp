@@ -13,6 +13,7 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 
 namespace kestu {
@@ -67,18 +68,26 @@ App appOf(Context& context, const TokenOptions& options) {
   return {link->appId, link->bundleId, {}, {}, {}};
 }
 
-/// Keeps the token. One that couldn't be kept is taken back, so that none is left that nobody has.
-void keep(Context& context, const Destination& to, const Token& token) {
+/// Takes the token back, also where the command was stopped.
+std::string takenBack(Context& context, const Token& token) {
   try {
-    to.secrets.put(*to.provider, token);
+    context.client(token).unstopped().post("/v1/auth/revoke");
+    return "The token was taken back, so approve another next time.";
+  } catch (const CLIError&) {
+    return "The token couldn't be taken back: revoke it in the kestu app.";
+  }
+}
+
+/// Hands the token over. One that nobody got, or nobody surely, is taken back, so that none is left that nobody has.
+void handOver(Context& context, const Destination& to, const Token& token) {
+  try {
+    if (to.provider) return to.secrets.put(*to.provider, token);
+    context.console.out(token.reveal() + "\n");
   } catch (const CLIError& error) {
-    std::string undone = "The token was taken back, so approve another next time.";
-    try {
-      context.client(token).unstopped().post("/v1/auth/revoke");
-    } catch (const CLIError&) {
-      undone = "The token couldn't be taken back: revoke it in the kestu app.";
-    }
-    throw CLIError(error.kind, error.description + "\n" + undone);
+    throw CLIError(error.kind, error.description + "\n" + takenBack(context, token));
+  } catch (const std::exception&) { // it was stopped, or standard output takes nothing
+    context.console.error(takenBack(context, token));
+    throw;
   }
 }
 
@@ -94,12 +103,11 @@ void runToken(Context& context, const TokenOptions& options) {
   telling.say(context.console, "A token for CI, which covers " + name + " alone.");
   showStart(context, telling, start);
   SignedIn signedIn = DeviceFlow::wait(start, client);
+  handOver(context, to, signedIn.token);
   if (options.print) {
-    context.console.out(signedIn.token.reveal() + "\n");
     return context.console.error("✓ The token for " + name + " is on standard output. Keep it as the secret " +
                                  std::string(CISecrets::secret) + ".");
   }
-  keep(context, to, signedIn.token);
   std::string provider(to.provider->name);
   if (options.quiet()) {
     JSONData answer =

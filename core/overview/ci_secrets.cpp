@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 namespace kestu {
@@ -29,6 +31,16 @@ std::string said(const ProcessResult& result) {
   if (result.end == ProcessResult::End::tooLong) return "it took too long";
   std::string text = Text::trimmed(result.err.empty() ? result.out : result.err);
   return text.empty() ? "it failed" : printable(text);
+}
+
+/// Whether the text has a piece of the token that is long enough to be one, blanks and line breaks between or not.
+bool shows(std::string text, std::string_view token) {
+  constexpr std::size_t piece = 12;
+  std::erase_if(text, [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); });
+  for (std::size_t at = 0; at == 0 || at + piece <= token.size(); ++at) {
+    if (text.find(token.substr(at, piece)) != std::string::npos) return true;
+  }
+  return false;
 }
 
 } // namespace
@@ -99,8 +111,7 @@ void CISecrets::put(const CIProvider& provider, const Token& token) const {
   }
   if (result.succeeded()) return;
   std::string why = said(result);
-  // A tool that repeats its input in an error would show it.
-  if (why.find(token.reveal()) != std::string::npos) why = "it failed";
+  if (shows(why, token.reveal())) why = "it failed"; // a tool may repeat its input in an error
   throw CLIError(Kind::failed, std::string(provider.tool) + " didn't take " + name + " (" + why + ").");
 }
 

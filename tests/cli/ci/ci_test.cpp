@@ -3,7 +3,12 @@
 #include "core/overview/ci_secrets.hpp"
 #include "core/support/files.hpp"
 
+#include <algorithm>
 #include <cstdlib>
+#include <fstream>
+#include <thread>
+
+#include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
 
@@ -101,13 +106,38 @@ TEST_F(CITest, NobodyIsAskedWhereTheTokenHasNowhereToGo) {
 }
 
 TEST_F(CITest, ATokenThatIsNotKeptIsTakenBack) {
+  struct Row {
+    const char *says, *shown;
+  };
   link();
-  tool("gh", "exit 0", "cat " + (tools.path() / "input").string() + " >&2; exit 1");
+  for (const Row& row : std::vector<Row>{{"cat", "it failed"},
+                                         {"fold -w 20", "it failed"},
+                                         {"cut -c 3-20", "it failed"},
+                                         {"sed 's/kst_.*/no room/'", "no room"}}) {
+    SCOPED_TRACE(row.says);
+    tool("gh", "exit 0", row.says + (" " + (tools.path() / "input").string()) + " >&2; exit 1");
+    server.scriptNextSignIn({});
+    Ran ran = run({"ci", "token", "--provider", "github"});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.err, "gh didn't take KESTU_TOKEN (" + std::string(row.shown) +
+                           ").\nThe token was taken back, so approve another next time.\n");
+    EXPECT_TRUE(tokens().empty());
+  }
+}
+
+TEST_F(CITest, ATokenThatNobodySurelyGotIsTakenBack) {
+  link();
+  std::string reached = (tools.path() / "reached").string();
+  ASSERT_EQ(::mkfifo(reached.c_str(), 0600), 0);
+  tool("gh", "exit 0", ": >" + reached + "; exec tail -f /dev/null");
   server.scriptNextSignIn({});
-  Ran ran = run({"ci", "token", "--provider", "github"});
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err,
-            "gh didn't take KESTU_TOKEN (it failed).\nThe token was taken back, so approve another next time.\n");
+  std::jthread person([&] {
+    std::ifstream wait(reached); // until the tool opens it
+    stopping.request_stop();
+  });
+  EXPECT_THROW(run({"ci", "token", "--provider", "github"}), Stopped);
+  std::fstream release(reached); // the tool may never have run
+  EXPECT_TRUE(terminal.errText().ends_with("The token was taken back, so approve another next time.\n"));
   EXPECT_TRUE(tokens().empty());
 }
 
