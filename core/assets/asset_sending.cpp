@@ -70,7 +70,13 @@ class Arrivals {
       ids = std::exchange(waiting_, {});
       told_ = now();
     }
-    tell(client_, ids);
+    try {
+      tell(client_, ids);
+    } catch (...) { // they are told at the end
+      std::lock_guard lock(mutex_);
+      waiting_.insert(waiting_.end(), ids.begin(), ids.end());
+      throw;
+    }
   }
 
   void tellAll() { tell(client_, std::exchange(waiting_, {})); }
