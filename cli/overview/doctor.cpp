@@ -37,6 +37,7 @@ struct Findings {
   DoctorGroup app{"app", "In kestu"};
   std::optional<APIURL> base;
   std::optional<Token> token;
+  bool given = false;  ///< the token is KESTU_TOKEN's
   bool usable = false; ///< the service takes the token
   std::vector<App> apps;
 
@@ -73,6 +74,8 @@ void lookAtBase(Context& context, Findings& found) {
   }
 }
 
+const std::string tokenAdvice = "Set KESTU_TOKEN right, or unset it.";
+
 void lookAtSignIn(Context& context, Findings& found) {
   if (!found.base) return;
   const std::string title = "Sign-in", login = "kestu login";
@@ -84,12 +87,12 @@ void lookAtSignIn(Context& context, Findings& found) {
       return;
     }
     found.token = current->token;
-    bool given = current->source == Credentials::Source::environment;
-    found.add(found.machine, "signin", title, State::ok, given ? "from KESTU_TOKEN" : "from the keyring");
+    found.given = current->source == Credentials::Source::environment;
+    found.add(found.machine, "signin", title, State::ok, found.given ? "from KESTU_TOKEN" : "from the keyring");
   } catch (const CLIError& error) {
     bool misused = error.kind == Kind::usage;
     found.add(found.machine, "signin", title, misused ? State::problem : State::todo, error.description,
-              misused ? "Set KESTU_TOKEN right, or unset it." : "Set KESTU_TOKEN, or unlock the keyring.");
+              misused ? tokenAdvice : "Set KESTU_TOKEN, or unlock the keyring.");
   }
 }
 
@@ -129,7 +132,10 @@ void lookAtService(Context& context, Findings& found) {
   } catch (const CLIError& error) {
     bool refused = error.kind == Kind::signedOut || error.kind == Kind::notAllowed;
     DoctorItem item{"service", title, State::problem, where + ": " + error.description};
-    if (refused) item = {"signin", "Sign-in", State::problem, error.description, "kestu login"};
+    if (refused) {
+      item = {"signin", "Sign-in", State::problem, error.description, found.given ? tokenAdvice : "kestu login"};
+      found.machine.items.insert(found.machine.items.begin(), {"service", title, State::ok, where + " answers"});
+    }
     if (error.kind == Kind::outdated) item.next = "kestu update";
     if (error.kind == Kind::quota) item.state = State::unknown; // it answers, and is right
     auto own = std::find_if(found.machine.items.begin(), found.machine.items.end(),

@@ -72,9 +72,14 @@ TEST_F(DoctorTest, TellsWhatIsBrokenAndWhatToDo) {
   server.withState([](sandbox::State& state) { state.tokens.clear(); });
   found = states({}, 1);
   EXPECT_EQ(found["signin"], "problem");
-  EXPECT_EQ(found.count("service"), 0U) << "it answered";
-  environment["KESTU_TOKEN"] = "a b";
-  EXPECT_EQ(states({}, 1)["signin"], "problem");
+  EXPECT_EQ(found["service"], "ok") << "it answered";
+  EXPECT_NE(run({"doctor"}).out.find("→ kestu login\n"), std::string::npos);
+  for (const char* token : {"kst_gone", "a b"}) {
+    SCOPED_TRACE(token);
+    environment["KESTU_TOKEN"] = token;
+    EXPECT_EQ(states({}, 1)["signin"], "problem");
+    EXPECT_NE(run({"doctor"}).out.find("→ Set KESTU_TOKEN right, or unset it.\n"), std::string::npos);
+  }
   terminal.outIsTerminal = true;
   for (int width : {50, 80}) {
     terminal.windowColumns = width;
