@@ -316,7 +316,8 @@ TEST_F(MetadataTest, WhatDiffersIsShownAsWideAsThereIsRoomAndNothingPersonal) {
   EXPECT_NE(ran.out.find("And a widget."), std::string::npos) << "a pipe gets it whole: " << ran.out;
   EXPECT_NE(ran.out.find("contact's phone"), std::string::npos) << ran.out;
   ran = run({"metadata", "push", "--dry-run", "--json"});
-  for (const json& change : json::parse(ran.out)["changes"]) {
+  const json answer = json::parse(ran.out);
+  for (const json& change : answer["changes"]) {
     bool hidden = change["place"] == "App Review";
     EXPECT_EQ(change.contains("to"), !hidden) << change;
     if (!hidden) {
