@@ -88,6 +88,17 @@ void sendImages(Context& context, const Client& client, const WhatsNewFolder& fo
   }
 }
 
+/// The answer without the signed addresses that the images went to.
+std::string withoutAddresses(const std::string& body) {
+  JSONData answer = JSONData::copied(JSONValue::parse(body));
+  JSONData uploads = JSONData::array();
+  for (JSONData upload : answer.find("uploads")->elements()) {
+    upload.erase("parts");
+    uploads.add(std::move(upload));
+  }
+  return answer.set("uploads", std::move(uploads)).compact();
+}
+
 void runUpload(Context& context, const UploadOptions& options) {
   std::string shown = printable(options.folder);
   while (shown.size() > 1 && shown.ends_with('/')) shown.pop_back();
@@ -122,7 +133,7 @@ void runUpload(Context& context, const UploadOptions& options) {
         sendImages(context, app.client, folder, change.request.path, change.request.query, body);
       });
   bool stillWaits = answer.value.plan && answer.value.plan->waits();
-  options.emitBody(context.console, answer.body,
+  options.emitBody(context.console, withoutAddresses(answer.body),
                    stillWaits ? "● Waiting for your approval in the kestu app." : proposal.done);
 }
 

@@ -57,7 +57,7 @@ void Downloader::fetch(const Download& download, const std::filesystem::path& ta
       },
       [&](int status) {
         return CLIError(status >= 500 ? CLIError::Kind::unavailable : CLIError::Kind::failed,
-                        message(std::to_string(status)));
+                        message(refusalReason(status)));
       },
       [&](const std::string& reason) { return CLIError(CLIError::Kind::unavailable, message(printable(reason))); });
   ready(md5);

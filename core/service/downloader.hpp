@@ -29,7 +29,8 @@ class Downloader {
   Downloader(Transport& transport, Clock& clock) : transport_(transport), clock_(clock) {}
 
   /// Fetches it into a hidden file beside the target. Once its size and checksum are right, `ready` is told its
-  /// checksum and the file becomes the target; with `replacing` it takes the place of what is there. Tried three times.
+  /// checksum and the file becomes the target; with `replacing` it takes the place of what is there. Tried three times,
+  /// unless it is refused for good.
   /// Throws CLIError, std::system_error and Stopped.
   void fetch(const Download& download, const std::filesystem::path& target, bool replacing,
              const std::function<void(const std::string& md5)>& ready, const Progress& progress,

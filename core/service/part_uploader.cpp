@@ -135,7 +135,7 @@ void PartUploader::sendPart(const std::filesystem::path& file, const UploadPart&
         request.idle = true;
         return transport_.send(request, stop);
       },
-      [&](int status) { return CLIError(CLIError::Kind::failed, message(std::to_string(status))); },
+      [&](int status) { return CLIError(CLIError::Kind::failed, message(refusalReason(status))); },
       [&](const std::string& reason) { return CLIError(CLIError::Kind::unavailable, message(printable(reason))); });
 }
 

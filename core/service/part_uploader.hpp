@@ -44,7 +44,7 @@ class PartUploader {
       : transport_(transport), clock_(clock), advice_(std::move(advice)) {}
 
   /// At most `atOnce` parts at a time, and none unless they cover the file once and whole. `progress` is called after
-  /// each part, one call at a time. Throws a CLIError when a part is refused three times or the file changed, after
+  /// each part, one call at a time. Throws a CLIError when a part is refused for good or the file changed, after
   /// stopping the parts in flight.
   void send(const std::filesystem::path& file, const std::vector<UploadPart>& parts, int atOnce,
             const std::stop_token& stop, const Progress& progress, const Moved& moved = {}) const;

@@ -1,25 +1,76 @@
 #include "core/service/retry.hpp"
 
+#include "core/support/moments.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
 #include <optional>
+#include <string_view>
+#include <system_error>
 
 namespace kestu {
+
+namespace {
+
+using std::chrono::seconds;
+
+constexpr int attempts = 3;
+constexpr seconds firstWait(3);
+constexpr seconds longestWait = firstWait * (attempts - 1);
+
+bool isForGood(int status) {
+  switch (status) {
+  case 400:
+  case 401:
+  case 403:
+  case 404:
+  case 410:
+  case 413:
+    return true;
+  default:
+    return false;
+  }
+}
+
+/// Seconds, or the moment until which to wait; none when it is neither, or isn't there.
+std::optional<seconds> askedWait(const HTTPAnswer& answer, Moment now) {
+  auto header = answer.headers.find("retry-after");
+  if (header == answer.headers.end()) return std::nullopt;
+  const std::string& text = header->second;
+  if (auto moment = Moments::parseHTTP(text)) return std::chrono::ceil<seconds>(*moment - now);
+  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) return std::nullopt;
+  int count = 0;
+  bool fits = std::from_chars(text.data(), text.data() + text.size(), count).ec == std::errc();
+  return fits ? seconds(count) : longestWait;
+}
+
+} // namespace
 
 HTTPAnswer retried(Clock& clock, const std::stop_token& stop, const std::function<HTTPAnswer()>& operation,
                    const std::function<CLIError(int status)>& refused,
                    const std::function<CLIError(const std::string& description)>& failed) {
-  constexpr int attempts = 3;
   for (int attempt = 1;; ++attempt) {
     std::optional<CLIError> error;
+    std::optional<seconds> asked;
+    bool isLast = attempt == attempts;
     try {
       HTTPAnswer answer = operation();
       if (answer.status >= 200 && answer.status <= 299) return answer;
       error = refused(answer.status);
+      asked = askedWait(answer, clock.now());
+      isLast = isLast || isForGood(answer.status);
     } catch (const TransportError& failure) {
       error = failed(failure.what());
     }
-    if (attempt == attempts) throw *error;
-    clock.sleep(std::chrono::seconds(3 * attempt), stop);
+    if (isLast) throw *error;
+    clock.sleep(asked ? std::clamp(*asked, firstWait, longestWait) : firstWait * attempt, stop);
   }
+}
+
+std::string refusalReason(int status) {
+  bool mayBeExpired = status == 401 || status == 403 || status == 404 || status == 410;
+  return std::to_string(status) + (mayBeExpired ? ": its address may have expired, and a new run gets a new one" : "");
 }
 
 } // namespace kestu

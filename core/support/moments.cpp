@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace kestu::Moments {
@@ -78,6 +80,24 @@ std::optional<Moment> parse(std::string_view text) {
   if (moment < earliest) return Moment(earliest);
   if (moment > latest) return Moment(latest);
   return std::chrono::time_point_cast<Moment::duration>(moment + part);
+}
+
+std::optional<Moment> parseHTTP(std::string_view text) {
+  constexpr std::array<std::string_view, 12> months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  if (text.size() != 29 || text[3] != ',') return std::nullopt;
+  text.remove_prefix(4);
+  if (!skip(text, ' ')) return std::nullopt;
+  auto day = take(text, 2);
+  auto month = std::find(months.begin(), months.end(), text.substr(1, 3));
+  if (!day || month == months.end()) return std::nullopt;
+  text.remove_prefix(5);
+  auto year = take(text, 4);
+  if (!year || !skip(text, ' ') || !text.ends_with(" GMT")) return std::nullopt;
+  text.remove_suffix(4);
+  // The rest is as in the other form, which also says whether there is such a day.
+  auto number = static_cast<unsigned>(month - months.begin() + 1);
+  return parse(fmt::format("{:04}-{:02}-{:02}T{}Z", *year, number, *day, text));
 }
 
 std::string iso8601(Moment moment) {

@@ -355,7 +355,7 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
     std::string reason;
   };
   for (const Row& row : std::vector<Row>{
-           {{.path = "/files/", .skip = 2, .times = -1, .status = 404}, "(404)"},
+           {{.path = "/files/", .skip = 2, .times = 1, .status = 404}, "(404: its address may have expired"},
            {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = "short"}, "(only a part of it came)"},
            {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = std::string(shot(1).size(), 'x')},
             "(it came with another checksum)"},

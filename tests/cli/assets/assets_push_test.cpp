@@ -186,8 +186,12 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
     std::size_t parts;
   };
   for (const Row& row : std::vector<Row>{
-           {{{.path = "/upload/", .times = 3, .status = 403}},
-            "Apple took no part of 01.png (403). Nothing was changed; run it again.\n",
+           {{{.path = "/upload/", .times = 1, .status = 403}},
+            "Apple took no part of 01.png (403: its address may have expired, and a new run gets a new one). Nothing "
+            "was changed; run it again.\n",
+            1},
+           {{{.path = "/upload/", .times = 3, .status = 503}},
+            "Apple took no part of 01.png (503). Nothing was changed; run it again.\n",
             3},
            {{{.path = "/upload/", .times = 2, .status = 500}}, "", 3},
            {{{.path = "/v1/apps/1234567890/assets/uploaded", .status = 409, .body = R"({"message":"Torn."})"}},

@@ -134,7 +134,10 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   const std::string commit = base + "uploads/";
   int number = 60;
   for (const Row& row : std::vector<Row>{
-           {"refused parts", {.path = "/upload/", .times = -1, .status = 403}, "Apple took no part of A.ipa (403)", 0},
+           {"refused parts",
+            {.path = "/upload/", .times = -1, .status = 403},
+            "Apple took no part of A.ipa (403: its ",
+            0},
            {"a part refused late",
             {.path = "/upload/", .skip = 5, .times = -1, .status = 500},
             "A.ipa (500). Run it again to send it anew.\nThe unfinished",

@@ -123,6 +123,10 @@ TEST_F(WhatsNewTest, SendsTextsAndImages) {
   EXPECT_EQ(sent["images"].size(), 3U);
   EXPECT_EQ(sent["images"][1]["name"], "c.png");
   EXPECT_EQ(stateOf("1.3", "ios"), "draft");
+  repo.write("page/c.png", png(30, 10));
+  ran = pages({"upload", "page", "--version", "1.3", "--platform", "ios", "--yes", "--json"});
+  EXPECT_EQ(nlohmann::json::parse(ran.out)["uploads"].size(), 1U);
+  EXPECT_EQ(ran.out.find("signature"), std::string::npos);
   server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{1}; });
   ran = pages({"publish", "1.3", "--platform", "ios", "--yes"});
   EXPECT_EQ(ran.status, 0) << ran.err;

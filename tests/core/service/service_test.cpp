@@ -126,19 +126,34 @@ TEST(APIURL, TakesHTTPSAnywhereAndHTTPHere) {
             "https://a.example/base/v1/apps?version=1.2%20%C3%BC%26&x=");
 }
 
-TEST(Retried, TriesThreeTimesWithItsWaits) {
+TEST(Retried, TriesThreeTimesWithItsWaitsWhereThatCanHelp) {
   struct Row {
     std::vector<int> statuses; // 0: no answer
     std::string outcome;
     std::vector<std::chrono::milliseconds> sleeps;
+    std::vector<std::string> waits = {}; // Retry-After of the answers
   };
   using std::chrono::milliseconds;
+  const milliseconds three(3000), four(4000), six(6000);
   for (const Row& row : std::vector<Row>{
            {{200}, "200", {}},
-           {{503, 299}, "299", {milliseconds(3000)}},
-           {{0, 404, 204}, "204", {milliseconds(3000), milliseconds(6000)}},
-           {{500, 0, 403, 200}, "refused 403", {milliseconds(3000), milliseconds(6000)}},
-           {{500, 500, 0, 200}, "failed broken", {milliseconds(3000), milliseconds(6000)}},
+           {{503, 299}, "299", {three}},
+           {{0, 409, 204}, "204", {three, six}},
+           {{500, 0, 418, 200}, "refused 418", {three, six}},
+           {{500, 500, 0, 200}, "failed broken", {three, six}},
+           {{400, 200}, "refused 400", {}},
+           {{401, 200}, "refused 401", {}},
+           {{403, 200}, "refused 403", {}},
+           {{404, 200}, "refused 404", {}},
+           {{0, 410, 200}, "refused 410", {three}},
+           {{503, 413, 200}, "refused 413", {three}},
+           {{503, 503, 200}, "200", {four, three}, {"4", "0"}},
+           {{429, 503, 200}, "200", {six, six}, {"7", "99999999999999999999"}},
+           {{503, 503, 200}, "200", {four, three}, {"Sat, 21 Nov 2026 12:00:04 GMT", "Sat, 21 Nov 2026 11:00:00 GMT"}},
+           {{503, 503, 200}, "200", {six, six}, {"Sun, 22 Nov 2026 00:00:00 GMT", ""}},
+           {{503, 503, 200}, "200", {three, six}, {"soon", "-4"}},
+           {{503, 503, 200}, "200", {three, six}, {"Sat, 31 Feb 2026 12:00:04 GMT", "Sat, 21 Mon 2026 12:00:04 GMT"}},
+           {{403, 200}, "refused 403", {}, {"4"}},
        }) {
     FakeClock clock;
     std::size_t attempt = 0;
@@ -149,7 +164,9 @@ TEST(Retried, TriesThreeTimesWithItsWaits) {
           [&] {
             int status = row.statuses.at(attempt++);
             if (status == 0) throw TransportError("broken");
-            return HTTPAnswer{status, {}, ""};
+            HTTPAnswer answer{status, {}, ""};
+            if (attempt <= row.waits.size()) answer.headers["retry-after"] = row.waits[attempt - 1];
+            return answer;
           },
           [](int status) { return CLIError(Kind::failed, "refused " + std::to_string(status)); },
           [](const std::string& reason) { return CLIError(Kind::failed, "failed " + reason); });
