@@ -6,6 +6,7 @@
 #include "core/platform/stop_signals.hpp"
 #include "core/platform/terminal.hpp"
 #include "core/service/curl_transport.hpp"
+#include "core/service/logged_transport.hpp"
 
 #include <filesystem>
 #include <stdexcept>
@@ -21,7 +22,9 @@ int kestuProgram(int count, char** words) {
   {
     Environment environment = Environment::captured();
     Console console(terminal, environment, clock);
-    CurlTransport transport;
+    CurlTransport curl(Certificates::from(environment));
+    LoggedTransport logged(curl, console, clock);
+    Transport& transport = LoggedTransport::isAsked(environment) ? static_cast<Transport&>(logged) : curl;
     auto store = systemTokenStore();
     AnnouncedVersion announced;
     try {

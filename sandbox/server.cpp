@@ -97,6 +97,7 @@ struct Server::Listener {
   int port = 0;
   int listening = -1;
   std::atomic<bool> ended = false;
+  std::atomic<std::uint64_t> answers = 0;
   std::thread thread;
   mutable std::mutex logMutex;
   std::vector<Request> requests;
@@ -206,6 +207,7 @@ void Server::Listener::handle(const httplib::Request& request, httplib::Response
     const std::lock_guard held(state.mutex);
     if (!state.announced.empty()) response.set_header("App-Update-Available", state.announced);
   }
+  response.set_header("X-Request-Id", fmt::format("sandbox-{}", ++answers));
   response.set_header("X-Content-Type-Options", "nosniff");
   response.set_header("Cache-Control", "no-store");
   if (fault && fault->half) return sendHalf(answer, response);

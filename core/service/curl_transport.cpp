@@ -1,6 +1,7 @@
 #include "core/service/curl_transport.hpp"
 
 #include "core/platform/loaded_library.hpp"
+#include "core/support/environment.hpp"
 #include "core/support/error.hpp"
 
 #include <curl/curl.h>
@@ -12,7 +13,9 @@
 #include <cstdlib>
 #include <exception>
 #include <mutex>
+#include <string_view>
 #include <thread>
+#include <utility>
 
 namespace kestu {
 
@@ -258,7 +261,14 @@ class CurlTransport::Pool {
   std::vector<Handle> idle_;
 };
 
-CurlTransport::CurlTransport(std::size_t answerLimit) : pool_(std::make_unique<Pool>()), answerLimit_(answerLimit) {}
+Certificates Certificates::from(const Environment& environment) {
+  auto value = [&](std::string_view name) { return environment.get(name).value_or(""); };
+  if (std::string bundle = value("CURL_CA_BUNDLE"); !bundle.empty()) return {bundle, ""};
+  return {value("SSL_CERT_FILE"), value("SSL_CERT_DIR")};
+}
+
+CurlTransport::CurlTransport(Certificates certificates, std::size_t answerLimit)
+    : pool_(std::make_unique<Pool>()), certificates_(std::move(certificates)), answerLimit_(answerLimit) {}
 CurlTransport::~CurlTransport() = default;
 
 HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token& stop) {
@@ -280,6 +290,8 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   curl().setOption(easy, CURLOPT_FOLLOWLOCATION, 0L);
   curl().setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
   curl().setOption(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+  if (!certificates_.file.empty()) curl().setOption(easy, CURLOPT_CAINFO, certificates_.file.c_str());
+  if (!certificates_.folder.empty()) curl().setOption(easy, CURLOPT_CAPATH, certificates_.folder.c_str());
   curl().setOption(easy, CURLOPT_WRITEFUNCTION, takeBody);
   curl().setOption(easy, CURLOPT_WRITEDATA, &exchange);
   curl().setOption(easy, CURLOPT_HEADERFUNCTION, takeHeader);

@@ -1,5 +1,6 @@
 #include "tests/support/command_test.hpp"
 
+#include "core/service/logged_transport.hpp"
 #include "core/service/part_uploader.hpp"
 #include "core/service/retry.hpp"
 #include "core/support/tasks.hpp"
@@ -216,20 +217,94 @@ TEST(FewAtOnce, BoundsWorkersAndStopsThemAtTheFirstError) {
                Stopped);
 }
 
-TEST(CurlTransport, TrustsNoUnknownCertificate) {
+TEST(CurlTransport, TrustsNoUnknownCertificateButTheOneNamed) {
   sandbox::Server server(sandbox::Options{.tls = true});
-  CurlTransport transport;
-  HTTPRequest request;
-  request.url = server.origin() + "/v1/apps";
-  EXPECT_THROW(transport.send(request, {}), TransportError);
-  EXPECT_TRUE(server.requests().empty());
+  TemporaryFolder folder;
+  folder.write("own.pem", server.certificate());
+  const std::string own = (folder.path() / "own.pem").string(), none = (folder.path() / "none.pem").string();
+  struct Row {
+    std::map<std::string, std::string, std::less<>> environment;
+    bool trusts;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{}, false},
+           {{{"SSL_CERT_FILE", own}}, true},
+           {{{"CURL_CA_BUNDLE", own}, {"SSL_CERT_FILE", none}}, true},
+           {{{"CURL_CA_BUNDLE", none}, {"SSL_CERT_FILE", own}}, false},
+           {{{"CURL_CA_BUNDLE", ""}, {"SSL_CERT_FILE", own}}, true},
+       }) {
+    SCOPED_TRACE(testing::PrintToString(row.environment));
+    server.forgetRequests();
+    CurlTransport transport(Certificates::from(Environment(row.environment)));
+    HTTPRequest request;
+    request.url = server.origin() + "/v1/apps";
+    if (row.trusts) {
+      EXPECT_EQ(transport.send(request, {}).status, 401);
+    } else {
+      EXPECT_THROW(transport.send(request, {}), TransportError);
+      EXPECT_TRUE(server.requests().empty());
+    }
+  }
+}
+
+TEST(LoggedTransport, TellsWhatHappenedAndNothingSecret) {
+  class Scripted final : public Transport {
+   public:
+    std::function<HTTPAnswer(const HTTPRequest&)> answer;
+    HTTPAnswer send(const HTTPRequest& request, const std::stop_token&) override { return answer(request); }
+  } scripted;
+  struct Row {
+    std::string method, url, body;
+    std::function<HTTPAnswer(const HTTPRequest&)> answer;
+    std::string line;
+  };
+  auto answered = [](int status, std::string id, std::string body) {
+    return [=](const HTTPRequest&) { return HTTPAnswer{status, {{"x-request-id", id}}, body}; };
+  };
+  for (const Row& row : std::vector<Row>{
+           {"GET", "https://api.x/v1/apps?a=secret#secret", "", answered(200, "r1", "12345"),
+            "GET https://api.x/v1/apps: 200 after 0 ms, received 5 bytes, request r1"},
+           {"PUT", "https://secret:secret@x@up.x/a@b?sig=secret", "secret", answered(403, "\x1b[2J", ""),
+            "PUT https://up.x/a@b: 403 after 0 ms, sent 6 bytes, received 0 bytes, request \\u{1b}[2J"},
+           {"GET", "https://a/f", "",
+            [](const HTTPRequest& request) {
+              request.sink(std::string(2048, 's'));
+              return HTTPAnswer{200, {}, ""};
+            },
+            "GET https://a/f: 200 after 0 ms, received 2 KB"},
+           {"GET", "https://a/f", "", [](const HTTPRequest&) -> HTTPAnswer { throw TransportError("a\nb"); },
+            "GET https://a/f: no answer (a b) after 0 ms"},
+           {"GET", "https://a/f", "", [](const HTTPRequest&) -> HTTPAnswer { throw Stopped(); },
+            "GET https://a/f: stopped after 0 ms"},
+       }) {
+    SCOPED_TRACE(row.line);
+    FakeTerminal terminal;
+    FakeClock clock;
+    Environment environment;
+    Console console(terminal, environment, clock);
+    scripted.answer = row.answer;
+    HTTPRequest request{.method = row.method, .url = row.url, .headers = {{"X-Secret", "secret"}}};
+    request.token = Token("secret");
+    if (!row.body.empty()) request.body = bodyOf(row.body);
+    std::string sunk;
+    if (row.url == "https://a/f") request.sink = [&](std::string_view bytes) { sunk += bytes; };
+    try {
+      LoggedTransport(scripted, console, clock).send(request, {});
+    } catch (const std::exception&) {
+    }
+    EXPECT_EQ(terminal.errText(), "debug: " + row.line + "\n");
+    EXPECT_TRUE(sunk.empty() || sunk.size() == 2048) << "the bytes are passed on";
+  }
+  for (const auto& [value, asked] : std::map<std::string, bool>{{"", false}, {"0", false}, {"1", true}}) {
+    EXPECT_EQ(LoggedTransport::isAsked(Environment({{"KESTU_DEBUG", value}})), asked) << value;
+  }
 }
 
 TEST(CurlTransport, RefusesHugeAnswersAndDoesNotFollowRedirects) {
   sandbox::Server server;
   server.onNext({.path = "/v1/big", .status = 200, .body = std::string(1001, 'x')});
   server.onNext({.path = "/v1/moved", .status = 302, .body = "", .headers = {{"Location", "/v1/apps"}}});
-  CurlTransport transport(1000);
+  CurlTransport transport({}, 1000);
   HTTPRequest request;
   request.url = server.origin() + "/v1/big";
   EXPECT_THROW(transport.send(request, {}), TransportError);
