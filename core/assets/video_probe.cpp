@@ -1,34 +1,14 @@
 #include "core/assets/video_probe.hpp"
 
-#include "core/platform/executable.hpp"
+#include "core/platform/loaded_library.hpp"
 #include "media/video_probe_module.h"
-
-#include <string_view>
-#include <system_error>
-
-#include <dlfcn.h>
 
 namespace kestu {
 
 namespace {
 
-#ifdef __APPLE__
-constexpr std::string_view moduleNames[] = {"libkestu-media.dylib", "libkestu-media.so"};
-#else
-constexpr std::string_view moduleNames[] = {"libkestu-media.so"};
-#endif
-
-template <class Function>
-Function symbol(void* module, const char* name) {
-  return reinterpret_cast<Function>(dlsym(module, name));
-}
-
 VideoProbeFunction findModule() {
-  auto executable = executablePath();
-  if (!executable) return nullptr;
-  for (const auto& file : VideoProbe::candidates(executable->parent_path())) {
-    std::error_code ignored;
-    if (!std::filesystem::exists(file, ignored)) continue;
+  for (const auto& file : LoadedLibrary::partFiles("libkestu-media")) {
     if (auto probe = VideoProbe::load(file)) return probe;
   }
   return nullptr;
@@ -50,27 +30,19 @@ VideoProbeFunction VideoProbe::system() {
   };
 }
 
-std::vector<std::filesystem::path> VideoProbe::candidates(const std::filesystem::path& executableFolder) {
-  std::filesystem::path lib = executableFolder.parent_path() / "lib";
-  std::vector<std::filesystem::path> files;
-  for (const auto& folder : {lib, lib / "kestu", executableFolder}) {
-    for (std::string_view name : moduleNames) files.push_back(folder / name);
-  }
-  return files;
-}
-
 VideoProbeFunction VideoProbe::load(const std::filesystem::path& module) {
-  // Never unloaded: not every library that comes with it can be.
-  void* handle = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  if (!handle) return nullptr;
-  auto version = symbol<KestuMediaVersionFunction>(handle, "kestuMediaVersion");
-  auto probe = symbol<KestuMediaProbeFunction>(handle, "kestuMediaProbe");
-  if (!version || !probe || version() != KESTU_MEDIA_VERSION) return nullptr;
-  return [probe](const std::filesystem::path& file) -> std::optional<VideoFacts> {
-    KestuVideoFacts facts{};
-    if (probe(file.c_str(), &facts) != 0) return std::nullopt;
-    return VideoFacts{facts.width, facts.height, facts.seconds, facts.fps, facts.audio != 0};
-  };
+  try {
+    LoadedLibrary library({module.c_str()});
+    if (library.function<KestuMediaVersionFunction>("kestuMediaVersion")() != KESTU_MEDIA_VERSION) return nullptr;
+    auto probe = library.function<KestuMediaProbeFunction>("kestuMediaProbe");
+    return [probe](const std::filesystem::path& file) -> std::optional<VideoFacts> {
+      KestuVideoFacts facts{};
+      if (probe(file.c_str(), &facts) != 0) return std::nullopt;
+      return VideoFacts{facts.width, facts.height, facts.seconds, facts.fps, facts.audio != 0};
+    };
+  } catch (const NotLoaded&) {
+    return nullptr;
+  }
 }
 
 } // namespace kestu

@@ -6,7 +6,6 @@
 #include <functional>
 #include <optional>
 #include <stdexcept>
-#include <vector>
 
 namespace kestu {
 
@@ -27,9 +26,6 @@ class VideoProbe {
 
   /// Loads nothing before its first call.
   static VideoProbeFunction system();
-
-  /// Where the module may be for a program in the folder, first come first served.
-  static std::vector<std::filesystem::path> candidates(const std::filesystem::path& executableFolder);
 
   /// The probe of the module in one file; none when it can't be loaded or is of another version.
   static VideoProbeFunction load(const std::filesystem::path& module);

@@ -1,5 +1,9 @@
 #include "core/platform/loaded_library.hpp"
 
+#include "core/platform/executable.hpp"
+
+#include <system_error>
+
 #include <dlfcn.h>
 
 namespace kestu {
@@ -19,6 +23,38 @@ LoadedLibrary::LoadedLibrary(std::initializer_list<const char*> names) {
     if (handle_) return;
   }
   throw notLoaded();
+}
+
+LoadedLibrary LoadedLibrary::part(const std::string& name) {
+  std::string reason;
+  for (const auto& file : partFiles(name)) {
+    std::error_code ignored;
+    if (!std::filesystem::exists(file, ignored)) continue;
+    try {
+      return LoadedLibrary({file.c_str()});
+    } catch (const NotLoaded& error) {
+      if (reason.empty()) reason = error.what();
+    }
+  }
+  throw NotLoaded(reason.empty() ? name + " isn't there" : reason);
+}
+
+std::vector<std::filesystem::path> LoadedLibrary::partFiles(const std::filesystem::path& executableFolder,
+                                                            const std::string& name) {
+  std::filesystem::path lib = executableFolder.parent_path() / "lib";
+  std::vector<std::filesystem::path> files;
+  for (const auto& folder : {lib, lib / "kestu", executableFolder}) {
+#ifdef __APPLE__
+    files.push_back(folder / (name + ".dylib"));
+#endif
+    files.push_back(folder / (name + ".so"));
+  }
+  return files;
+}
+
+std::vector<std::filesystem::path> LoadedLibrary::partFiles(const std::string& name) {
+  auto executable = executablePath();
+  return executable ? partFiles(executable->parent_path(), name) : std::vector<std::filesystem::path>();
 }
 
 void* LoadedLibrary::address(const char* name) const {

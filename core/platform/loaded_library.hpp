@@ -1,7 +1,10 @@
 #pragma once
 
+#include <filesystem>
 #include <initializer_list>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace kestu {
 
@@ -17,6 +20,17 @@ class LoadedLibrary {
  public:
   /// The first of the names that the system finds. Throws NotLoaded.
   explicit LoadedLibrary(std::initializer_list<const char*> names);
+
+  /// A part of the program, as "libkestu-media": the first of `partFiles` that can be loaded. Throws NotLoaded, with
+  /// the reason of the first that is there.
+  static LoadedLibrary part(const std::string& name);
+
+  /// Where the part may be for a program in the folder, first come first served.
+  static std::vector<std::filesystem::path> partFiles(const std::filesystem::path& executableFolder,
+                                                      const std::string& name);
+
+  /// Those of this program; none when the system doesn't say where it is.
+  static std::vector<std::filesystem::path> partFiles(const std::string& name);
 
   /// The address of the function, of the type that its header declares. Throws NotLoaded.
   template <class Function>

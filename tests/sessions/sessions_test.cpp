@@ -1,5 +1,3 @@
-#include "cli/command_rows.hpp"
-#include "cli/help.hpp"
 #include "core/support/files.hpp"
 #include "tests/support/command_test.hpp"
 
@@ -60,14 +58,20 @@ TEST_F(Session, TheFrontAndTheProgramSayTheSame) {
   Program version(repo, {"--version"}, variables);
   EXPECT_EQ(version.wait(), 0);
   EXPECT_EQ(version.out(), "1.1.2\n");
-  Program help(repo, {"--help"}, variables);
-  EXPECT_EQ(help.wait(), 0);
-  EXPECT_EQ(help.out(), kestu::help(bareRoot(), 72));
   environment["COLUMNS"] = "72";
-  EXPECT_EQ(help.out(), run({"--help"}).out);
-  Program wrong(repo, {"asets"}, variables);
-  EXPECT_EQ(WEXITSTATUS(wrong.wait()), 2);
-  EXPECT_EQ(wrong.err(), run({"asets"}).err);
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"--help"},
+                                                {"help", "assets", "push"},
+                                                {"kit"},
+                                                {"assets", "push", "1.2", "-h"},
+                                                {"asets"}}) {
+    SCOPED_TRACE(words.back());
+    Program program(repo, words, variables);
+    int status = WEXITSTATUS(program.wait());
+    Ran same = run(words);
+    EXPECT_EQ(status, same.status);
+    EXPECT_EQ(program.out(), same.out);
+    EXPECT_EQ(program.err(), same.err);
+  }
 }
 
 TEST_F(Session, AnInterruptWhileItWaitsIsTheSignalsStatus) {
