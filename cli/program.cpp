@@ -7,17 +7,18 @@
 #include "core/platform/terminal.hpp"
 #include "core/service/curl_transport.hpp"
 #include "core/service/logged_transport.hpp"
+#include "core/support/clock.hpp"
 
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
-int kestuProgram(int count, char** words) {
-  using namespace kestu;
+namespace kestu {
+
+int runProgram(int count, char** words, Clock& clock) {
   std::stop_source stopping;
   StopSignals signals(stopping);
   SystemTerminal terminal;
-  SystemClock clock;
   int status = 1;
   {
     Environment environment = Environment::captured();
@@ -45,4 +46,11 @@ int kestuProgram(int count, char** words) {
   }
   if (int signal = signals.received()) StopSignals::endWith(signal);
   return status;
+}
+
+} // namespace kestu
+
+int kestuProgram(int count, char** words) {
+  kestu::SystemClock clock;
+  return kestu::runProgram(count, words, clock);
 }

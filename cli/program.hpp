@@ -4,4 +4,13 @@
 /// --version and --help without the libraries that only commands need.
 extern "C" __attribute__((visibility("default"))) int kestuProgram(int count, char** words);
 
+namespace kestu {
+
+class Clock;
+
+/// The same, with a clock of one's own.
+int runProgram(int count, char** words, Clock& clock);
+
+} // namespace kestu
+
 using KestuProgram = int (*)(int, char**);

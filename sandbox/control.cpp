@@ -85,6 +85,7 @@ Fault faultOf(const json& body) {
   fault.delay = std::chrono::milliseconds(static_cast<std::int64_t>(body.value("delaySeconds", 0.0) * 1000));
   fault.cut = body.value("cut", false);
   fault.half = body.value("half", false);
+  fault.made = body.value("made", false);
   if (fault.status != 0 && (fault.status < 200 || fault.status > 599)) {
     throw Refused(400, "invalid_request", fmt::format("{} is no status of an answer.", fault.status));
   }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -24,6 +25,8 @@ struct Fault {
   bool cut = false;                   // the connection ends without an answer
   bool half = false;                  // the connection ends in the middle of the answer's body
   bool exact = false;                 // the path itself, not only its beginning
+  bool made = false;                  // the call is made all the same: only its answer is another, or lost
+  std::function<void(const std::string& path)> met = {}; // told as a call meets it, before anything else
 };
 
 class Faults {

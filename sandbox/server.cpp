@@ -168,7 +168,7 @@ void Server::Listener::log(const Call& call) {
 }
 
 Answer Server::Listener::answered(Call& call, const Uploads::Body& body, const std::optional<Fault>& fault) {
-  if (fault && fault->status != 0) {
+  if (fault && fault->status != 0 && !fault->made) {
     if (Router::isUpload(call.path)) body([](const char*, std::size_t) { return true; });
     return faulty(*fault);
   }
@@ -194,10 +194,13 @@ void Server::Listener::handle(const httplib::Request& request, httplib::Response
     log(call);
     fault = faults.take(call.method, call.path);
   }
+  if (fault && fault->met) fault->met(call.path);
   if (fault) faults.wait(fault->delay);
-  if (fault && fault->cut) return Sockets::endConnections(port, request.remote_port);
+  if (fault && fault->cut && !fault->made) return Sockets::endConnections(port, request.remote_port);
 
   auto answer = fits ? answered(call, body, fault) : Refused(413, "too_large", "The body is too large.").answer();
+  if (fault && fault->made && fault->cut) return Sockets::endConnections(port, request.remote_port);
+  if (fault && fault->made && fault->status != 0) answer = faulty(*fault);
   response.status = answer.status;
   for (const auto& [name, value] : answer.headers) response.set_header(name, value);
   if (fault) {

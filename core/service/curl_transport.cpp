@@ -70,6 +70,7 @@ struct Exchange {
   const std::stop_token& stop;
   HTTPAnswer answer;
   std::uint64_t sent = 0;
+  int sendings = 0;
   bool tooLarge = false;
   std::exception_ptr error;
 };
@@ -140,6 +141,15 @@ int rewind(void* context, curl_off_t offset, int origin) {
   if (origin != SEEK_SET) return CURL_SEEKFUNC_CANTSEEK;
   static_cast<Exchange*>(context)->sent = static_cast<std::uint64_t>(offset);
   return CURL_SEEKFUNC_OK;
+}
+
+/// The library sends a request again by itself where a connection that it had used before breaks without an answer. One
+/// that changes something may have been carried out by then.
+int beforeSending(void* context, char*, char*, int, int) {
+  auto& exchange = *static_cast<Exchange*>(context);
+  const std::string& method = exchange.request.method;
+  bool harmless = method == "GET" || method == "HEAD" || method == "PUT";
+  return ++exchange.sendings == 1 || harmless ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }
 
 int progress(void* context, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
@@ -275,7 +285,7 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   if (stop.stop_requested()) throw Stopped();
   Pool::Handle handle = pool_->take();
   CURL* easy = handle.easy.get();
-  Exchange exchange{request, answerLimit_, stop, {}, 0, false, nullptr};
+  Exchange exchange{request, answerLimit_, stop, {}, 0, 0, false, nullptr};
   std::array<char, CURL_ERROR_SIZE> description{};
   auto headers = headerLines(request);
   setBody(easy, exchange);
@@ -296,6 +306,8 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   curl().setOption(easy, CURLOPT_WRITEDATA, &exchange);
   curl().setOption(easy, CURLOPT_HEADERFUNCTION, takeHeader);
   curl().setOption(easy, CURLOPT_HEADERDATA, &exchange);
+  curl().setOption(easy, CURLOPT_PREREQFUNCTION, beforeSending);
+  curl().setOption(easy, CURLOPT_PREREQDATA, &exchange);
   curl().setOption(easy, CURLOPT_NOPROGRESS, 0L);
   curl().setOption(easy, CURLOPT_XFERINFOFUNCTION, progress);
   curl().setOption(easy, CURLOPT_XFERINFODATA, &exchange);
@@ -307,6 +319,7 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   if (stop.stop_requested()) throw Stopped();
   if (exchange.error) std::rethrow_exception(exchange.error);
   if (exchange.tooLarge) throw TransportError("the answer was larger than 64 MiB");
+  if (result == CURLE_ABORTED_BY_CALLBACK) throw TransportError("the connection broke before an answer came");
   if (result != CURLE_OK) {
     throw TransportError(description[0] != '\0' ? description.data() : curl().errorText(result));
   }

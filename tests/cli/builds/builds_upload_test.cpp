@@ -169,7 +169,7 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   for (const Unsure& row : std::vector<Unsure>{
            {{.path = base + "uploads", .method = "POST", .half = true, .exact = true},
             "An unfinished upload may be at Apple now. kestu builds list --app 1234567890 shows it; to remove it: "},
-           {{.path = commit, .method = "POST", .times = -1, .cut = true}, // an idle connection's loss is tried again
+           {{.path = commit, .method = "POST", .cut = true},
             "Whether Apple has the whole file now isn't known. kestu builds list --app 1234567890 shows where it is; "
             "if it's still uploading, remove it: "},
        }) {

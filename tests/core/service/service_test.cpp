@@ -312,6 +312,37 @@ TEST(CurlTransport, RefusesHugeAnswersAndDoesNotFollowRedirects) {
   EXPECT_EQ(transport.send(request, {}).status, 302);
 }
 
+TEST(CurlTransport, SendsWhatChangesSomethingOnce) {
+  struct Row {
+    const char* method;
+    std::size_t sent;
+    bool fails;
+  };
+  for (const Row& row :
+       std::vector<Row>{{"GET", 2, false}, {"PUT", 2, false}, {"POST", 1, true}, {"DELETE", 1, true}}) {
+    for (bool withBody : {false, true}) {
+      SCOPED_TRACE(std::string(row.method) + (withBody ? " with a body" : ""));
+      sandbox::Server server;
+      CurlTransport transport;
+      HTTPRequest request;
+      request.url = server.origin() + "/v1/apps";
+      EXPECT_EQ(transport.send(request, {}).status, 401);
+      server.forgetRequests();
+      server.onNext({.cut = true, .made = true});
+      request.method = row.method;
+      if (withBody) request.body = bodyOf("{}");
+      bool failed = false;
+      try {
+        transport.send(request, {});
+      } catch (const TransportError& error) {
+        failed = error.what() == std::string("the connection broke before an answer came");
+      }
+      EXPECT_EQ(failed, row.fails);
+      EXPECT_EQ(server.requests().size(), row.sent);
+    }
+  }
+}
+
 TEST(CurlTransport, StopsATransferInFlight) {
   sandbox::Server server;
   server.onNext({.path = "/v1/slow", .status = 200, .delay = std::chrono::minutes(5)});
