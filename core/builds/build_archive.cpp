@@ -11,6 +11,7 @@
 #include <utility>
 
 #include <stdlib.h>
+#include <unistd.h>
 
 namespace kestu {
 

@@ -3,6 +3,7 @@
 #include "core/support/environment.hpp"
 #include "core/support/error.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -10,8 +11,8 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/select.h>
 #include <unistd.h>
 
 namespace kestu {
@@ -57,6 +58,10 @@ class StopPipe {
   static std::array<int, 2> made() {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+    if (std::max(ends[0], ends[1]) >= FD_SETSIZE) {
+      for (int end : ends) close(end);
+      throw std::system_error(EMFILE, std::generic_category(), "pipe");
+    }
     for (int end : ends) fcntl(end, F_SETFD, FD_CLOEXEC);
     return ends;
   }
@@ -67,19 +72,24 @@ class StopPipe {
 
 /// Waits until standard input has something to read, or ends.
 void awaitInput(const StopPipe& stopping, const std::stop_token& stop) {
-  std::array<pollfd, 2> waited = {pollfd{STDIN_FILENO, POLLIN, 0}, pollfd{stopping.readable(), POLLIN, 0}};
+  // Not poll, which on macOS fails for terminals.
   while (!stop.stop_requested()) {
-    int ready = poll(waited.data(), waited.size(), -1);
-    if (ready < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
-    if (ready > 0 && waited[1].revents == 0) return;
+    fd_set waited;
+    FD_ZERO(&waited);
+    for (int descriptor : {STDIN_FILENO, stopping.readable()}) FD_SET(descriptor, &waited);
+    int ready = select(stopping.readable() + 1, &waited, nullptr, nullptr, nullptr);
+    if (ready < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "select");
+    if (ready > 0 && !FD_ISSET(stopping.readable(), &waited)) return;
   }
   throw Stopped();
 }
 
 /// A descriptor that doesn't block, because another process made it so, has no room right now.
 void awaitRoom(int descriptor) {
-  pollfd waited{descriptor, POLLOUT, 0};
-  poll(&waited, 1, -1);
+  fd_set waited;
+  FD_ZERO(&waited);
+  FD_SET(descriptor, &waited);
+  select(descriptor + 1, nullptr, &waited, nullptr, nullptr);
 }
 
 } // namespace
