@@ -20,6 +20,7 @@ struct Option {
   std::function<void(const std::string&)> set;
   std::vector<std::string> choices; ///< for completion; empty when free
   bool hidden = false;
+  bool mayBeEmpty = false; ///< takes an empty value too
 };
 
 struct Argument {

@@ -2,6 +2,7 @@
 
 #include "cli/command_rows.hpp"
 #include "cli/families.hpp"
+#include "cli/words.hpp"
 
 #include <array>
 #include <string_view>
@@ -32,7 +33,7 @@ Expand expansion(std::string_view word) {
 Command rootCommand(const std::string& word) {
   Command root = bareRoot();
   for (Command& command : root.subcommands) {
-    if (word == "*" || command.word() == word) expansion(command.word())(command);
+    if (word == "*" || names(word, command.word())) expansion(command.word())(command);
   }
   return root;
 }

@@ -6,6 +6,7 @@
 #include "cli/command_tree.hpp"
 #include "cli/completion.hpp"
 #include "cli/help.hpp"
+#include "cli/words.hpp"
 #include "core/console/printable.hpp"
 #include "core/overview/update_notice.hpp"
 #include "core/platform/state_folder.hpp"
@@ -26,7 +27,7 @@ std::string commandWord(const std::vector<std::string>& arguments) {
   for (const std::string& word : arguments) {
     if (word.starts_with('-')) continue;
     bool known = std::any_of(commandRows().begin(), commandRows().end(),
-                             [&](const CommandRow& row) { return row.word == word; });
+                             [&](const CommandRow& row) { return names(word, std::string(row.word)); });
     if (known || !arguments.front().starts_with('-')) return word;
     if (first.empty()) first = word;
   }

@@ -183,10 +183,6 @@ void ChangeOptions::confirm(Context& context, const ProposedChange& change) cons
   ChangeFlow::confirm({yes, change.waits}, text, context.console, context.stop);
 }
 
-void ChangeOptions::confirm(Context& context, const std::string& lines, bool waits) const {
-  ChangeFlow::confirm({yes, waits}, lines, context.console, context.stop);
-}
-
 void ChangeOptions::tellDryRun(Context& context, const ProposedChange& change, const std::string& body) const {
   if (!change.lines.empty()) say(context.console, change.lines);
   if (quiet()) {
@@ -198,18 +194,15 @@ void ChangeOptions::tellDryRun(Context& context, const ProposedChange& change, c
 
 void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,
                          const ProposedChange& change) const {
-  if (!dryRun) return send(context, client, request, change.done);
-  tellDryRun(context, change, ChangeFlow::send(client, request, true, false, nullptr).body);
-}
-
-void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,
-                         const std::string& done) const {
-  auto answer = ChangeFlow::send(client, request, dryRun, !noWait, [&](const Plan& plan) {
+  auto answer = ChangeFlow::send(client, request, dryRun, !dryRun && !noWait, [&](const Plan& plan) {
     say(context.console, "● Waiting for your approval in the kestu app, until " +
                              Format::moment(plan.expiresAt, context.clock.now()) + ".");
   });
+  if (dryRun) return tellDryRun(context, change, answer.body);
   bool waiting = answer.value.plan && answer.value.plan->waits();
-  emitBody(context.console, answer.body, waiting ? "● Waiting for your approval in the kestu app." : done);
+  std::string more = change.more && !waiting && !quiet() ? change.more(JSONValue::parse(answer.body)) : "";
+  emitBody(context.console, answer.body,
+           waiting ? "● Waiting for your approval in the kestu app." : change.done + more);
 }
 
 } // namespace kestu

@@ -5,6 +5,7 @@
 #include "core/changes/change_item.hpp"
 #include "core/console/console.hpp"
 #include "core/console/table.hpp"
+#include "core/support/json.hpp"
 #include "core/support/json_data.hpp"
 
 #include <functional>
@@ -52,7 +53,6 @@ struct TableOptions : Output {
 struct AppTarget {
   std::optional<std::string> app;
   void declare(Command& command);
-  void declare(Command& command, bool) { declare(command); }
 };
 
 /// A change as its command hands it over: what is shown before the question, with --yes and by a dry run.
@@ -65,6 +65,9 @@ struct ProposedChange {
   std::string would;               ///< what a dry run ends with: "Dry run: … would …, after your approval."
   std::string done;                ///< what success ends with: "✓ …"
   bool waits = true;               ///< for the approval in the kestu app, or takes effect at once
+
+  /// What follows `done` and needs the service's answer.
+  std::function<std::string(const JSONValue& answer)> more{};
 };
 
 /// The options of a command that changes something. A command makes its ProposedChange and calls `make`; one that has
@@ -88,12 +91,6 @@ struct ChangeOptions : Output {
 
   /// What a dry run writes, `body` being the service's answer: the lines and `would`, or the answer with `changes`.
   void tellDryRun(Context& context, const ProposedChange& change, const std::string& body) const;
-
-  /// For commands that lay out everything themselves: shows the lines and asks, unless --yes.
-  void confirm(Context& context, const std::string& lines, bool waits) const;
-
-  /// Sends a confirmed change, waits for its decision unless --no-wait, and writes the answer or the `done` line.
-  void send(Context& context, const Client& client, const ChangeRequest& request, const std::string& done) const;
 };
 
 /// One of the words, else a UsageError that names them.

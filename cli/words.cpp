@@ -42,7 +42,7 @@ std::vector<std::string> optionNames(const Command& command) {
 
 const Command* subcommand(const Command& command, const std::string& word) {
   for (const Command& sub : command.subcommands) {
-    if (sub.word() == word) return &sub;
+    if (names(word, sub.word())) return &sub;
   }
   return nullptr;
 }
@@ -146,13 +146,18 @@ class Walk {
   void takeValue(const Option& option, const std::string& name, const std::string& joinedValue, bool joined) {
     const std::string* value = &joinedValue;
     if (!joined && next_ + 1 < typed_.size()) value = &typed_[next_ + 1];
-    if (isBlank(*value)) misused(*words_.command, name + " needs a value.");
+    bool given = joined || next_ + 1 < typed_.size();
+    if (isBlank(*value) && !(given && option.mayBeEmpty)) misused(*words_.command, name + " needs a value.");
     if (!joined && isOption(*value)) {
       bool known = *value == "--" || optionCalled(*words_.command, nameOf(*value));
       const std::string hint = " One that begins with a dash is joined: " + name + "=" + shown(*value) + ".";
       misused(*words_.command, name + " needs a value." + (known || !name.starts_with("--") ? "" : hint));
     }
-    words_.options.push_back(option.names.back() + "=" + *value);
+    if (value->empty()) {
+      words_.options.insert(words_.options.end(), {option.names.back(), ""});
+    } else {
+      words_.options.push_back(option.names.back() + "=" + *value);
+    }
     if (!joined) ++next_;
   }
 
@@ -205,6 +210,8 @@ std::string didYouMean(const std::string& typed, const std::vector<std::string>&
   }
   return nearest ? " Did you mean " + *nearest + "?" : "";
 }
+
+bool names(const std::string& word, const std::string& command) { return word == command || word == command + "."; }
 
 const Command& lookedUp(const Command& root, const std::vector<std::string>& typed) {
   const Command* at = &root;

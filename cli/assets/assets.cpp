@@ -184,7 +184,7 @@ void addSizes(Command& group, const KindChoice& choice) {
   auto options = std::make_shared<SizesOptions>();
   options->choice = choice;
   options->platform.declare(command);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runSizes(context, *options); };
 }

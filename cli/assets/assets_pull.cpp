@@ -134,20 +134,23 @@ std::vector<ChangeItem> items(const PullReport& report) {
     for (const auto& [from, to] : *moves) add(from, to, "folder");
   }
   for (const auto& [from, to] : report.moved) add(from, to, "file");
-  for (const std::string& path : report.written) add(std::nullopt, path, "file");
-  for (const std::string& path : report.removed) add(path, std::nullopt, "file");
+  const std::vector<std::string> replaced = replacedBy(report);
+  auto isReplaced = [&](const std::string& path) {
+    return std::find(replaced.begin(), replaced.end(), path) != replaced.end();
+  };
+  for (const std::string& path : report.written) {
+    add(isReplaced(path) ? std::optional(path) : std::nullopt, path, "file");
+  }
+  for (const std::string& path : report.removed) {
+    if (!isReplaced(path)) add(path, std::nullopt, "file"); // else it stands with what takes its place
+  }
   return list;
 }
 
 std::string lines(const PullReport& report) {
   std::string text;
-  const std::vector<std::string> replaced = replacedBy(report);
-  auto isReplaced = [&](const std::string& path) {
-    return std::find(replaced.begin(), replaced.end(), path) != replaced.end();
-  };
   for (const ChangeItem& item : items(report)) {
-    if (!item.to && isReplaced(*item.from)) continue; // stands with what takes its place
-    if (!item.from && isReplaced(*item.to)) {
+    if (item.from == item.to) {
       text += "  replaced " + printable(*item.to) + "\n";
       continue;
     }
@@ -267,7 +270,7 @@ void addAssetPull(Command& group, const KindChoice& choice) {
   command.flag({"--dry-run"}, options->dryRun, "Show what it would write and remove, and write nothing.");
   command.flag({"--force"}, options->force, "Write over display folders that have other files in them.");
   options->platform.declare(command);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runPull(context, *options); };
 }

@@ -90,7 +90,7 @@ void addAssetPush(Command& group, const KindChoice& choice) {
                  [options](std::string version) { options->version = std::move(version); });
   options->limits.declare(command);
   options->platform.declare(command);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runPush(context, *options); };
 }

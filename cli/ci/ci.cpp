@@ -155,7 +155,7 @@ void addToken(Command& group) {
                   false});
   command.flag({"--print"}, options->print, "Write it to standard output alone, which isn't a terminal.");
   command.flag({"--force"}, options->force, "With --print: on a terminal too.");
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.validate = [options] {
     if (options->force && !options->print) throw UsageError("--force is for --print.");

@@ -69,7 +69,7 @@ void runView(Context& context, const ViewOptions& options) {
 void addList(Command& command) {
   auto options = std::make_shared<ListOptions>();
   options->timeZone.declare(command);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
 }
@@ -81,7 +81,7 @@ void addView(Command& group) {
   auto options = std::make_shared<ViewOptions>();
   options->target.declare(command);
   options->timeZone.declare(command);
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runView(context, *options); };
 }

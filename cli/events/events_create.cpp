@@ -176,7 +176,7 @@ void addEventsCreate(Command& group) {
                    options->card);
   declareEventText(command, "--details-page", "file",
                    "Its details page: a portrait image or video, 9:16, from 1080 × 1920.", options->details);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runCreate(context, *options); };
 }

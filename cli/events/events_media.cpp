@@ -89,7 +89,7 @@ void addMedia(Command& group, const EventSlot& slot, const std::string& abstract
                    "A video's poster frame, HH:MM:SS:FF: 00:00:05:00. Apple's own to start "
                    "with.",
                    options->frame);
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runMedia(context, *options); };
 }

@@ -71,7 +71,7 @@ Command& add(Command& group, const std::string& word, const std::string& abstrac
   auto options = std::make_shared<ReviewOptions>();
   options->target.declare(command);
   if (own) own(command, *options);
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options, run](Context& context) { run(context, *options); };
   return command;

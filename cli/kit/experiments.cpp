@@ -88,8 +88,8 @@ std::string whenText(const Experiment& experiment, Moment now) {
   return experiment.state == "draft" ? "a draft, which no user is in yet" : printable(experiment.state);
 }
 
-std::string nextText(const Experiment& experiment, const AppTarget& app) {
-  std::string at = appWords(app) + " " + argument(experiment.name);
+std::string nextText(const Experiment& experiment, const std::string& reference, const AppTarget& app) {
+  std::string at = appWords(app) + " " + argument(reference);
   if (experiment.state == "draft") return "\nNext: kestu kit experiments start" + at;
   const Variant* winner = Experiments::winner(experiment);
   if (experiment.state != "running" || !winner) return "";
@@ -111,7 +111,7 @@ void runView(Context& context, const ViewOptions& options) {
                      printable(experiment.flag) + " by " + printable(experiment.metric) + ".";
   context.console.line(TextStyle::wrap(head, console.width()) + "\n" +
                        Format::tableIn(variantsOf(experiment, console.width(), console.style()), console) +
-                       nextText(experiment, options.app));
+                       nextText(experiment, Experiments::reference(experiment, all.value), options.app));
 }
 
 // create
@@ -143,8 +143,15 @@ void runCreate(Context& context, const CreateOptions& options) {
   std::string name = "the experiment " + printable(options.name);
   change.would = "make " + name + " for " + app.app.appTitle() + ", a draft: the flag " + printable(flag.key) + " by " +
                  printable(options.metric) + ", " + Text::joined(texts, ", ");
-  change.done = "✓ Made " + name + ", a draft.\nNext: kestu kit experiments start" + appWords(options.app) + " " +
-                argument(options.name);
+  change.done = "✓ Made " + name + ", a draft.";
+  auto all = Experiments::fetch(app.client, app.app.appId).value;
+  bool alone = !Experiments::isNamed(options.name, all);
+  // A name that there is twice says nothing.
+  change.next = [&options, alone](const JSONValue& answer) {
+    auto id = answer.find("experimentId", &JSONValue::text);
+    return "\nNext: kestu kit experiments start" + appWords(options.app) + " " +
+           argument(alone ? options.name : id.value_or(options.name));
+  };
   make(context, options, app.client, change);
 }
 
@@ -160,14 +167,16 @@ struct OneOptions : ChangeOptions {
 struct Found {
   KitApp app;
   Experiment experiment;
-  std::string name; ///< "the experiment Radar first", printable
+  std::string name;      ///< "the experiment Radar first", printable
+  std::string reference; ///< in a command
 
   static Found with(const OneOptions& options, const Context& context) {
     KitApp app = KitApp::resolve(options.app, std::nullopt, context);
     auto all = Experiments::fetch(app.client, app.app.appId).value;
     Experiment experiment = Experiments::named(options.experiment, all);
     std::string name = "the experiment " + printable(experiment.name);
-    return {std::move(app), std::move(experiment), std::move(name)};
+    std::string reference = Experiments::reference(experiment, all);
+    return {std::move(app), std::move(experiment), std::move(name), std::move(reference)};
   }
 
   std::string path(const std::string& action) const {
@@ -197,7 +206,7 @@ void runStart(Context& context, const OneOptions& options) {
       "start " + found.ofApp() + ": the flag " + printable(found.experiment.flag) + " is " + Text::joined(texts, ", ");
   change.items = {found.state("running")};
   change.done = "✓ Started " + found.name + ".\nNext: kestu kit experiments view" + appWords(options.app) + " " +
-                argument(found.experiment.name);
+                argument(found.reference);
   change.waits = true;
   make(context, options, found.app.client, change);
 }
@@ -236,7 +245,7 @@ void runDelete(Context& context, const OneOptions& options) {
     throw CLIError(Kind::failed, printable(found.experiment.name) +
                                      " is running. End it first: kestu kit experiments "
                                      "stop" +
-                                     appWords(options.app) + " " + argument(found.experiment.name));
+                                     appWords(options.app) + " " + argument(found.reference));
   }
   KitChange change;
   change.request = {"DELETE", found.path(""), {}, std::nullopt};
@@ -287,14 +296,14 @@ void addExperiments(Command& kit) {
   Command& group = kit.add("experiments", "The app's experiments: which value of a flag does best.");
   Command& list = group.add("list", "The experiments that KestuKit has for the app.");
   auto listed = std::make_shared<ListOptions>();
-  listed->app.declare(list, false);
+  listed->app.declare(list);
   listed->TableOptions::declare(list);
   list.run = [listed](Context& context) { runList(context, *listed); };
 
   Command& view = group.add("view", "How an experiment's variants do: users, rate, lift, and how sure that is.");
   auto viewed = std::make_shared<ViewOptions>();
   declareExperiment(view, viewed->experiment);
-  viewed->app.declare(view, false);
+  viewed->app.declare(view);
   viewed->GlobalOptions::declare(view);
   view.run = [viewed](Context& context) { runView(context, *viewed); };
 

@@ -22,11 +22,13 @@ struct FlagOptions : ChangeOptions {
   AppTarget app;
 };
 
+UsageError noKey(const std::string& given) { return UsageError("\"" + printable(given) + "\" can't be a flag's key."); }
+
 void declareKey(Command& command, const std::string& help, std::string& key) {
   command.argument({"key", help,
                     [&key](const std::string& given) {
                       requireUTF8("The key", given);
-                      if (!Flags::isKey(given)) throw UsageError("\"" + printable(given) + "\" can't be a flag's key.");
+                      if (Text::trimmed(given).empty() || given == "." || given == "..") throw noKey(given);
                       key = given;
                     },
                     true});
@@ -43,7 +45,10 @@ const std::string noValue = "A bool flag has no value: it's --on or --off.";
 
 std::string described(const FlagOptions& options, bool on) {
   std::string text = *options.type;
-  if (options.edit.value) text += " " + Flags::valueText(*options.edit.value);
+  if (options.edit.value) {
+    std::string value = Flags::valueText(*options.edit.value);
+    text += " " + (value.empty() ? "\"\"" : value);
+  }
   int rollout = options.edit.rollout.value_or(Percent::whole);
   text += ", " + Flags::stateText(on, rollout);
   if (!on && rollout != Percent::whole) text += ", for " + Percent::text(rollout) + " once on";
@@ -60,6 +65,7 @@ std::vector<ChangeItem> items(const FlagOptions& options, bool on) {
 
 void runCreate(Context& context, const FlagOptions& given) {
   FlagOptions options = given;
+  options.key = Flags::withoutFullStop(given.key);
   if (options.value) options.edit.value = Flags::value(*options.type, *options.value, "--value");
   KitApp app = KitApp::resolve(options.app, std::nullopt, context);
   for (const KitFlag& flag : fetchKitFlags(app.client, app.app.appId).value) {
@@ -77,6 +83,7 @@ void runCreate(Context& context, const FlagOptions& given) {
   change.items = items(options, on);
   change.done = "✓ Made " + flag + ": " + described(options, on) + "." + (on ? "" : next("set", options, " --on"));
   change.waits = on;
+  if (options.key != given.key) change.more = "The full stop is taken for the end of the sentence it was copied from.";
   make(context, options, app.client, change);
 }
 
@@ -146,13 +153,14 @@ void runDelete(Context& context, const FlagOptions& options) {
 void declareValues(Command& command, FlagOptions& options) {
   command.option({{"--value"},
                   "value",
-                  "Its value: a text, a number or JSON, as its type is.",
+                  "Its value: a text (\"\" for an empty one), a number or JSON, as its type is.",
                   [&options](const std::string& given) {
                     requireUTF8("--value", given);
                     options.value = given;
                   },
                   {},
-                  false});
+                  false,
+                  true});
   command.option({{"--rollout"},
                   "percent",
                   "The share of users that get it while it's on: 25%.",
@@ -167,13 +175,14 @@ void declareValues(Command& command, FlagOptions& options) {
                   false});
   command.option({{"--notes"},
                   "text",
-                  "What it's for, for those who see it in kestu.",
+                  "What it's for, for those who see it in kestu; \"\" for nothing.",
                   [&options](const std::string& given) {
                     requireUTF8("--notes", given);
                     options.edit.notes = given;
                   },
                   {},
-                  false});
+                  false,
+                  true});
 }
 
 void setOn(Command& command, const std::string& name, bool on, const std::string& help, FlagOptions& options) {
@@ -207,6 +216,7 @@ void addCreate(Command& flags) {
     declareValues(command, own);
   });
   command.validate = [options] {
+    if (!Flags::isKey(options->key)) throw noKey(options->key);
     if (!options->type) options->type = "bool";
     bool isBool = options->type == "bool";
     if (isBool && options->value) throw UsageError(noValue + " --type is for text, a number or JSON.");

@@ -101,7 +101,7 @@ void addFlagsCheck(Command& flags) {
       "The JSON also has every read, and the flags that no code here reads.";
   auto options = std::make_shared<CheckOptions>();
   FlagSources::declare(command, options->folder);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->declare(command);
   command.run = [options](Context& context) { runCheck(context, *options); };
 }

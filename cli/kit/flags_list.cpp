@@ -78,7 +78,7 @@ void addFlagsList(Command& flags) {
   Command& command = flags.add("list", "The flags that KestuKit has for the app, and where the code reads each.");
   auto options = std::make_shared<ListOptions>();
   FlagSources::declare(command, options->folder);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
 }

@@ -39,7 +39,9 @@ std::string itemsText(const std::vector<ChangeItem>& items, const Console& conso
   std::vector<std::string> lines;
   for (const ChangeItem& item : items) {
     std::string line = "  " + item.field + std::string(widest - Text::columns(item.field) + 2, ' ');
-    auto word = [](const std::optional<std::string>& value) { return value ? printable(*value) : std::string("none"); };
+    auto word = [](const std::optional<std::string>& value) {
+      return !value ? std::string("none") : value->empty() ? "\"\"" : printable(*value);
+    };
     line += item.from ? console.style().dim(word(item.from)) + " → " + word(item.to) : word(item.to);
     lines.push_back(TextStyle::wrap(line, console.width(), static_cast<int>(widest) + 4));
   }
@@ -61,6 +63,7 @@ ProposedChange proposed(const KitChange& change, const Console& console) {
   result.would = "Dry run: would " + change.would + (change.waits ? ", after your approval." : ".");
   result.done = change.done;
   result.waits = change.waits;
+  result.more = change.next;
   return result;
 }
 

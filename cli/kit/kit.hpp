@@ -35,6 +35,7 @@ struct KitChange {
   std::string more{};              ///< sentences after what it would do
   std::string done;
   bool waits = false;
+  std::function<std::string(const JSONValue& answer)> next{}; ///< what follows `done` and needs the answer
 };
 
 /// The change as it is asked about and told.
@@ -63,7 +64,7 @@ std::shared_ptr<Options> addChange(Command& command, void (*run)(Context&, const
                                    const std::function<void(Options&)>& own) {
   auto options = std::make_shared<Options>();
   own(*options);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options, run](Context& context) { run(context, *options); };
   return options;

@@ -10,6 +10,7 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <set>
 
 namespace kestu {
 
@@ -62,6 +63,7 @@ struct PromptOptions : ChangeOptions {
   std::optional<std::string> platform, below;
   std::optional<bool> required, on;
   Messages messages;
+  std::set<std::string> removed; ///< languages whose message goes
   AppTarget app;
 };
 
@@ -98,6 +100,11 @@ void runCreate(Context& context, const PromptOptions& options) {
   make(context, options, app.client, change);
 }
 
+CLIError noMessage(const UpdatePrompt& prompt, const std::string& locale) {
+  return {CLIError::Kind::notFound, "It has no message in " + printable(locale) +
+                                        (prompt.messages.empty() ? "." : ": it has " + locales(prompt.messages) + ".")};
+}
+
 /// What differs, and the request that makes it so.
 std::pair<std::vector<ChangeItem>, JSONData> changed(const UpdatePrompt& prompt, const PromptOptions& options) {
   std::vector<ChangeItem> items;
@@ -124,6 +131,17 @@ std::pair<std::vector<ChangeItem>, JSONData> changed(const UpdatePrompt& prompt,
     items.push_back({prompt.promptId, "message " + locale, from, message});
     all[locale] = message;
   }
+  for (const std::string& locale : options.removed) {
+    auto before = prompt.messages.find(locale);
+    if (before == prompt.messages.end()) throw noMessage(prompt, locale);
+    items.push_back({prompt.promptId, "message " + locale, before->second, std::nullopt});
+    all.erase(locale);
+  }
+  if (all.empty() && !options.removed.empty())
+    throw CLIError(CLIError::Kind::failed, "It would have no message left. Give it another one with "
+                                           "--message, or delete it: kestu kit update-prompts delete" +
+                                               appWords(options.app) + " " +
+                                               Format::shellWord(printable(prompt.promptId)));
   if (all != prompt.messages) body.set("messages", messagesData(all)); // the languages that stay among them
   return {std::move(items), std::move(body)};
 }
@@ -225,10 +243,19 @@ void addSet(Command& group) {
     declareEither(command, "--on", "Turn it on.", own.on, true, "--on or --off");
     declareEither(command, "--off", "Turn it off.", own.on, false, "--on or --off");
     declareEdit(command, own);
+    declareText(command, "--remove-message", "locale", "A language whose message goes. Repeat for several.",
+                [&own](const std::string& locale) { own.removed.insert(Text::trimmed(locale)); });
   });
   command.validate = [options] {
+    for (const std::string& locale : options->removed) {
+      if (options->messages.contains(locale)) {
+        throw UsageError("--message and --remove-message both name " + locale + ".");
+      }
+    }
+    if (!options->removed.empty()) return;
     if (options->on || options->below || options->required || !options->messages.empty()) return;
-    throw UsageError("Say what to change: --on, --off, --below, --required, --optional or --message.");
+    throw UsageError(
+        "Say what to change: --on, --off, --below, --required, --optional, --message or --remove-message.");
   };
 }
 
@@ -238,7 +265,7 @@ void addUpdatePrompts(Command& kit) {
   Command& group = kit.add("update-prompts", "What asks users of old versions to update.");
   Command& list = group.add("list", "The update prompts that KestuKit has, and how many users updated.");
   auto listed = std::make_shared<ListOptions>();
-  listed->app.declare(list, false);
+  listed->app.declare(list);
   listed->TableOptions::declare(list);
   list.run = [listed](Context& context) { runList(context, *listed); };
   addCreate(group);

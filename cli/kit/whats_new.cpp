@@ -137,7 +137,7 @@ void addWhatsNew(Command& kit) {
   Command& pages = kit.add("whats-new", "The app's What's New pages, a version each: what users see once they update.");
   Command& list = pages.add("list", "The pages that KestuKit has, and whether users see each.");
   auto options = std::make_shared<ListOptions>();
-  options->app.declare(list, false);
+  options->app.declare(list);
   options->TableOptions::declare(list);
   list.run = [options](Context& context) { runList(context, *options); };
   addWhatsNewUpload(pages);

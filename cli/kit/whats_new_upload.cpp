@@ -148,12 +148,7 @@ void addWhatsNewUpload(Command& whatsNew) {
   auto options = addChange<UploadOptions>(command, runUpload, [&](UploadOptions& own) {
     declareName(command, "folder", "The folder with the page, as metadata/releases/1.2/whatsnew.", own.folder);
     declareText(command, "--version", "version", "The version whose page it is, as 1.2.",
-                [&own](const std::string& version) {
-                  own.version = Text::trimmed(version);
-                  if (own.version.find('/') != std::string::npos || own.version == "." || own.version == "..") {
-                    throw UsageError(printable(version) + " can't be a version: it's a number, as 1.2.");
-                  }
-                });
+                [&own](const std::string& version) { own.version = versionGiven(version); });
     declarePlatform(command, "The platform whose own page it is. A page is every platform's when left out.",
                     own.platform);
   });

@@ -13,7 +13,7 @@ namespace kestu {
 void CheckOptions::declare(Command& command) {
   declarePlatform(command, platform);
   layout.declare(command);
-  app.declare(command, false);
+  app.declare(command);
   command.flag({"--strict"}, strict, "Exit 1 on a warning too.");
   TableOptions::declare(command);
 }

@@ -50,7 +50,7 @@ void MetadataChoice::declare(Command& command) {
   declareLocales(command, locales,
                  "Only these languages' text, as en-US, several with commas (en-US,de-DE) or the flag again.");
   declarePlatform(command, platform);
-  app.declare(command, false);
+  app.declare(command);
 }
 
 MetadataTarget MetadataChoice::resolve(const Client& client, const Context& context, const std::string& command) const {

@@ -32,7 +32,7 @@ void runStatus(Context& context, const StatusOptions& options) {
 
 void addStatus(Command& command) {
   auto options = std::make_shared<StatusOptions>();
-  options->app.declare(command, true);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runStatus(context, *options); };
 }

@@ -103,7 +103,7 @@ void addPricesParity(Command& group) {
   command.flag({"--check"}, options->check,
                "Fail (exit 1) while any storefront's price is further off its target than the tolerance, listing "
                "them. For CI.");
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runParity(context, *options); };
 }

@@ -19,7 +19,7 @@ using Kind = CLIError::Kind;
 
 void VersionTarget::declarePlace(Command& command) {
   declarePlatform(command, platform);
-  app.declare(command, false);
+  app.declare(command);
 }
 
 void VersionTarget::declare(Command& command, const std::string& help, bool required) {
@@ -237,7 +237,7 @@ void addVersions(Command& command) {
                },
                words,
                false});
-  options->app.declare(list, false);
+  options->app.declare(list);
   options->TableOptions::declare(list);
   list.run = [options](Context& context) { runList(context, *options); };
   addChange(command.add("create", "Make the next version on a platform. Apple allows one being prepared at a time."),

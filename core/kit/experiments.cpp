@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <set>
 
 namespace kestu {
@@ -44,6 +45,12 @@ Response<std::vector<Experiment>> fetch(const Client& client, std::int64_t appId
                     [](const JSONValue& answer) { return answer.listAt("experiments", Experiment::read); });
 }
 
+bool isNamed(const std::string& text, const std::vector<Experiment>& all) {
+  return std::any_of(all.begin(), all.end(), [&](const Experiment& each) {
+    return each.experimentId == text || Text::folded(each.name) == Text::folded(text);
+  });
+}
+
 const Experiment& named(const std::string& text, const std::vector<Experiment>& all) {
   std::vector<const Experiment*> found;
   for (const Experiment& each : all) {
@@ -59,6 +66,13 @@ const Experiment& named(const std::string& text, const std::vector<Experiment>& 
   for (const Experiment* each : found) ids.push_back(printable(each->experimentId));
   throw CLIError(Kind::usage,
                  "Several experiments are called " + printable(text) + ". Use an ID: " + Text::orList(ids) + ".");
+}
+
+std::string reference(const Experiment& experiment, const std::vector<Experiment>& all) {
+  std::vector<Experiment> others;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(others),
+               [&](const Experiment& each) { return each.experimentId != experiment.experimentId; });
+  return isNamed(experiment.name, others) ? experiment.experimentId : experiment.name;
 }
 
 std::optional<TypedVariant> TypedVariant::read(const std::string& text) {

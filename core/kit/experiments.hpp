@@ -40,8 +40,14 @@ namespace Experiments {
 
 Response<std::vector<Experiment>> fetch(const Client& client, std::int64_t appId);
 
+/// Whether one has the ID or the name already.
+bool isNamed(const std::string& text, const std::vector<Experiment>& all);
+
 /// The one of that ID or name, case and diacritics of a name ignored. None and several are CLIErrors.
 const Experiment& named(const std::string& text, const std::vector<Experiment>& all);
+
+/// What names it among all: its name, or its ID where the name says nothing.
+std::string reference(const Experiment& experiment, const std::vector<Experiment>& all);
 
 /// A variant as it is typed: "control=false:50".
 struct TypedVariant {

@@ -4,6 +4,7 @@
 #include "core/console/printable.hpp"
 #include "core/support/error.hpp"
 #include "core/support/text.hpp"
+#include "core/support/utf8.hpp"
 
 #include <algorithm>
 
@@ -38,7 +39,21 @@ const KitFlag& named(const std::string& key, const std::vector<KitFlag>& flags) 
                                            : " kestu kit flags list shows those it has."));
 }
 
-bool isKey(std::string_view text) { return !Text::trimmed(text).empty() && text != "." && text != ".."; }
+bool isKey(std::string_view text) {
+  if (Text::trimmed(text) != text || text.empty() || text == "." || text == "..") return false;
+  if (text.find_first_of("\"\\") != std::string_view::npos || printable(std::string(text)) != text) return false;
+  for (std::size_t at = 0; at < text.size();) {
+    UTF8::Decoded decoded = UTF8::decode(text, at);
+    if (decoded.broken || (UTF8::isWhiteSpace(decoded.value) && decoded.value != U' ')) return false;
+    at += decoded.length;
+  }
+  return true;
+}
+
+std::string withoutFullStop(std::string key) {
+  if (key.size() > 1 && key.ends_with('.') && isKey(key.substr(0, key.size() - 1))) key.pop_back();
+  return key;
+}
 
 std::string argument(std::string_view key) {
   std::string shown = printable(key);

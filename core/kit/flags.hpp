@@ -43,8 +43,12 @@ inline constexpr std::array<std::string_view, 4> types = {"bool", "text", "numbe
 /// The flag of the key. None is a CLIError that names the nearest.
 const KitFlag& named(const std::string& key, const std::vector<KitFlag>& flags);
 
-/// Whether the text can be a key. It becomes one piece of a path, which "." and ".." can't be.
+/// Whether the text can be a new flag's key: code reads it from a literal without escapes, and it becomes one piece of
+/// a path, which "." and ".." can't be.
 bool isKey(std::string_view text);
+
+/// The key without the full stop of the sentence that it was copied from.
+std::string withoutFullStop(std::string key);
 
 /// The key as an argument of a command line that is shown, after "--" where it looks like an option.
 std::string argument(std::string_view key);

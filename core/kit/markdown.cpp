@@ -3,7 +3,9 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <array>
 #include <map>
+#include <utility>
 
 namespace kestu::Markdown {
 
@@ -86,6 +88,21 @@ std::string withoutBlankEnds(const std::string& text) {
   return text.substr(begin, end + 1 - begin) + "\n";
 }
 
+/// Whether an odd number of backslashes is before the position.
+bool isEscaped(View text, std::size_t position) {
+  std::size_t begin = text.substr(0, position).find_last_not_of('\\');
+  return (position - (begin == View::npos ? 0 : begin + 1)) % 2 == 1;
+}
+
+/// What ends a paragraph, and with it code that isn't closed.
+bool hasBlankLine(View text) {
+  for (std::size_t at = text.find('\n'); at != View::npos; at = text.find('\n', at + 1)) {
+    std::size_t next = text.find_first_not_of(" \t\r", at + 1);
+    if (next != View::npos && text[next] == '\n') return true;
+  }
+  return false;
+}
+
 /// The text with all code, inline too, written over with blanks.
 std::string withoutCode(View text) {
   std::string result;
@@ -93,13 +110,17 @@ std::string withoutCode(View text) {
     result += (line.isCode ? std::string(line.text.size(), ' ') : std::string(line.text)) + "\n";
   }
   for (std::size_t at = result.find('`'); at != std::string::npos; at = result.find('`', at)) {
+    if (isEscaped(result, at)) {
+      ++at;
+      continue;
+    }
     std::size_t run = leading(View(result).substr(at), '`');
     std::string ticks(run, '`');
     std::size_t end = result.find(ticks, at + run);
     while (end != std::string::npos && leading(View(result).substr(end), '`') != run) {
       end = result.find(ticks, end + leading(View(result).substr(end), '`'));
     }
-    if (end != std::string::npos) {
+    if (end != std::string::npos && !hasBlankLine(View(result).substr(at, end - at))) {
       for (std::size_t i = at; i < end + run; ++i) result[i] = ' ';
       at = end;
     }
@@ -143,21 +164,34 @@ std::size_t closing(View text, std::size_t from) {
 
 using Labels = std::map<std::string, std::string>;
 
+/// As labels are compared: without regard to case and to how many blanks there are.
+std::string label(View text) {
+  std::string result;
+  for (char c : Text::folded(text)) {
+    bool blank = View(" \t\r\n").find(c) != View::npos;
+    if (!blank || (!result.empty() && result.back() != ' ')) result += blank ? ' ' : c;
+  }
+  return Text::trimmed(result);
+}
+
+constexpr std::size_t longestLabel = 1000;
+
 /// What "[label]: name" defines, by the label as it is compared.
 Labels labelsOf(View text) {
   Labels labels;
-  for (const std::string& line : Text::split(text, '\n')) {
-    View bare = View(line).substr(leading(line, ' '));
-    std::size_t end = bare.starts_with('[') ? bare.find("]:") : View::npos;
-    if (end == View::npos) continue;
-    labels.emplace(Text::folded(bare.substr(1, end - 1)), destination(bare.substr(end + 2)));
+  for (std::size_t from = 0; from < text.size(); from = std::min(text.find('\n', from), text.size() - 1) + 1) {
+    std::size_t at = text.find_first_not_of(" \t>", from); // also in a quotation
+    if (at == View::npos || text[at] != '[') continue;
+    std::size_t end = closing(text.substr(0, at + longestLabel), at + 1);
+    if (end == View::npos || end + 1 >= text.size() || text[end + 1] != ':') continue;
+    labels.emplace(label(text.substr(at + 1, end - at - 1)), destination(text.substr(end + 2)));
   }
   return labels;
 }
 
 void addInline(View text, const Labels& labels, std::vector<std::string>& found) {
   for (std::size_t at = text.find("!["); at != View::npos; at = text.find("![", at + 2)) {
-    if (at > 0 && text[at - 1] == '\\') continue;
+    if (isEscaped(text, at)) continue;
     std::size_t end = closing(text, at + 2);
     if (end == View::npos) continue;
     View rest = text.substr(end + 1);
@@ -165,28 +199,57 @@ void addInline(View text, const Labels& labels, std::vector<std::string>& found)
       found.push_back(destination(rest.substr(1)));
       continue;
     }
-    View label = text.substr(at + 2, end - at - 2);
+    View named = text.substr(at + 2, end - at - 2);
     std::size_t last = rest.starts_with('[') ? rest.find(']') : View::npos;
-    if (last != View::npos && last > 1) label = rest.substr(1, last - 1);
-    if (auto known = labels.find(Text::folded(label)); known != labels.end()) found.push_back(known->second);
+    if (last != View::npos && last > 1) named = rest.substr(1, last - 1);
+    if (auto known = labels.find(label(named)); known != labels.end()) found.push_back(known->second);
+  }
+}
+
+using Attribute = std::pair<std::string, std::string>;
+
+/// The attributes of the tag whose name ends at `at`, names in small letters, values without quotation marks.
+std::vector<Attribute> attributesAt(View text, std::size_t at) {
+  static constexpr View blanks = " \t\r\n";
+  std::vector<Attribute> attributes;
+  while (true) {
+    at = text.find_first_not_of(" \t\r\n/", at);
+    if (at == View::npos || text[at] == '>') return attributes;
+    std::size_t end = std::min(text.find_first_of(" \t\r\n/>=", at + 1), text.size());
+    Attribute& attribute = attributes.emplace_back(Text::lowercased(text.substr(at, end - at)), "");
+    at = text.find_first_not_of(blanks, end);
+    if (at == View::npos || text[at] != '=') continue;
+    at = text.find_first_not_of(blanks, at + 1);
+    if (at == View::npos) return attributes;
+    bool quoted = text[at] == '"' || text[at] == '\'';
+    end = std::min(quoted ? text.find(text[at], at + 1) : text.find_first_of(" \t\r\n>", at), text.size());
+    attribute.second = Text::trimmed(text.substr(at + (quoted ? 1 : 0), end - at - (quoted ? 1 : 0)));
+    at = std::min(end + (quoted ? 1 : 0), text.size());
+  }
+}
+
+/// Each picture of "a.png 1x, b.png 2x"; a comma within a name is part of it.
+void addSet(View set, std::vector<std::string>& found) {
+  for (std::size_t at = 0; (at = set.find_first_not_of(" \t\r\n,", at)) != View::npos;) {
+    std::size_t end = std::min(set.find_first_of(" \t\r\n", at), set.size());
+    View name = set.substr(at, end - at);
+    bool alone = name.ends_with(',');
+    while (name.ends_with(',')) name.remove_suffix(1);
+    found.emplace_back(name);
+    at = alone ? end : std::min(set.find(',', end), set.size());
   }
 }
 
 void addTags(View text, std::vector<std::string>& found) {
-  std::string lowered(text);
-  std::transform(lowered.begin(), lowered.end(), lowered.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  for (std::size_t at = lowered.find("<img"); at != std::string::npos; at = lowered.find("<img", at + 4)) {
-    View tag = text.substr(at, lowered.find('>', at) - at);
-    std::size_t source = View(lowered).substr(at, tag.size()).find("src");
-    std::size_t equals = source == View::npos ? source : tag.find_first_not_of(" \t\r\n", source + 3);
-    if (equals == View::npos || tag[equals] != '=') continue;
-    std::size_t begin = tag.find_first_not_of(" \t\r\n", equals + 1);
-    if (begin == View::npos) continue;
-    bool quoted = tag[begin] == '"' || tag[begin] == '\'';
-    std::size_t end = quoted ? tag.find(tag[begin], begin + 1) : tag.find_first_of(" \t\r\n", begin);
-    if (quoted) ++begin;
-    found.emplace_back(tag.substr(begin, end == View::npos ? end : end - begin));
+  static constexpr std::array<View, 4> tags = {"img", "source", "image", "video"};
+  for (std::size_t at = text.find('<'); at != View::npos; at = text.find('<', at + 1)) {
+    std::size_t end = std::min(text.find_first_of(" \t\r\n/>", at), text.size());
+    std::string tag = Text::lowercased(text.substr(at + 1, end - at - 1));
+    if (std::find(tags.begin(), tags.end(), tag) == tags.end()) continue;
+    for (const auto& [name, value] : attributesAt(text, end)) {
+      if ((name == "src" && tag == "img") || name == "poster" || name == "href") found.push_back(value);
+      if (name == "srcset") addSet(value, found);
+    }
   }
 }
 

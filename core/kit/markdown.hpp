@@ -20,7 +20,7 @@ namespace Markdown {
 std::optional<TitledMarkdown> titled(std::string_view text);
 
 /// What its images name, as it stands there, each once: `![…](name)`, `![…](<a name>)`, `![…][label]` with
-/// `[label]: name`, and <img src="name">.
+/// `[label]: name`, and what the tags for pictures name in src, srcset and poster.
 std::vector<std::string> images(std::string_view text);
 
 } // namespace Markdown

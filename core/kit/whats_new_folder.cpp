@@ -12,6 +12,7 @@
 #include "core/support/utf8.hpp"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 #include <system_error>
@@ -104,6 +105,8 @@ class Reader {
       page_.notes.push_back(shown_ + "/" + printable(file) + ": " + printable(locale) + AppleLocales::doubt(locale) +
                             ", so it's sent as it is.");
     }
+    auto [first, isNew] = files_.emplace(Text::folded(locale), file);
+    if (!isNew) wrong(file, "is " + printable(locale) + " again, which " + printable(first->second) + " is too.");
     std::optional<std::string> text;
     try {
       text = Files::read(folder_ / file, largestText);
@@ -146,6 +149,7 @@ class Reader {
   const std::string shown_;
   const std::stop_token& stop_;
   WhatsNewFolder page_;
+  std::map<std::string, std::string> files_; ///< by language
   std::set<std::string> seen_;
   std::vector<std::string> problems_;
 };

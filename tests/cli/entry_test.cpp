@@ -59,6 +59,8 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
             3,
             "",
             "kestu whatsnew is now kestu kit whats-new.\nNot signed in. Run kestu login.\n"},
+           {{"apps."}, 3, "", "Not signed in. Run kestu login.\n"}, // copied from the end of a sentence
+           {{"kit", "flags.", "list."}, 3, "", "Not signed in. Run kestu login.\n"},
            {{"asets"}, 2, "", "kestu has no command asets. Did you mean assets?\n\nUsage: kestu"},
            {{"xyzzy"}, 2, "", "kestu has no command xyzzy.\n"},
            {{"help", "asets"}, 2, "", "kestu has no command asets. Did you mean assets?"},

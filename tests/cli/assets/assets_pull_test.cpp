@@ -270,6 +270,9 @@ TEST_F(PullTest, ADryRunTellsWhatAPullWouldDo) {
   repo.write(phone + "02.png", shot(7));
   EXPECT_EQ(pull({"--dry-run", "--force"}).out.find("  replaced " + phone + "02.png\nDry run: would download 1 file ("),
             0U);
+  auto replacing = nlohmann::json::parse(pull({"--dry-run", "--force", "--json"}).out)["changes"];
+  EXPECT_EQ(replacing.dump(), R"([{"field":"file","from":")" + phone + R"(02.png","place":")" +
+                                phone.substr(0, phone.size() - 1) + R"(","to":")" + phone + R"(02.png"}])");
   EXPECT_TRUE(pull({"--force"}).out.find("into metadata/screenshots, replaced 1 file.\n") != std::string::npos);
 }
 

@@ -90,9 +90,11 @@ TEST_F(KitChanges, Experiments) {
     all.push_back(all.front());
     all.back().experimentId = "other";
   });
-  expect("experiments", {{{"view", "longer forecast"},
-                          2,
-                          "Several experiments are called longer forecast. Use an ID: exp-limit or other.\n"}});
+  auto made = run({"kit", "experiments", "create", "longer FORECAST", "--flag", "new-radar", "--metric", "m",
+                   "--variant", "a=true:50", "--variant", "b=false:50", "--yes"});
+  EXPECT_NE(made.out.find("\nNext: kestu kit experiments start exp-"), std::string::npos) << made.out << made.err;
+  expect("experiments",
+         {{{"view", "longer forecast"}, 2, "Several experiments are called longer forecast. Use an ID: exp-limit, "}});
 }
 
 TEST_F(KitChanges, AnExperimentIsSeenWithBars) {
@@ -140,7 +142,16 @@ TEST_F(KitChanges, UpdatePrompts) {
              {{"set", "ios", "--message", "en-US= "}, 2, "--message is a language and its text, as en-US=\"…\"."},
              {{"set", "ios", "--message", "en-US=a", "--message", "en-US=b"}, 2, "--message has en-US twice."},
              {{"set", "ios", "--required", "--optional"}, 2, "--required or --optional, but not both."},
-             {{"set", "ios"}, 2, "--required, --optional or --message."},
+             {{"set", "ios"}, 2, "--required, --optional, --message or --remove-message."},
+             {{"set", "ios", "--remove-message", "en-US"}, 1, "delete it: kestu kit update-prompts delete prompt-1\n"},
+             {{"set", "ios", "--remove-message", "ja", "--yes"}, 7, "It has no message in ja: it has en-US.\n"},
+             {{"set", "ios", "--remove-message", "ja", "--message", "ja=x"},
+              2,
+              "--message and --remove-message both name ja."},
+             {{"set", "macos", "--message", "ja=x", "--remove-message", "de-DE", "--yes"},
+              0,
+              "✓ Changed the update prompt for macOS below 1.2: it's off now.\n",
+              R"({"messages":{"ja":"x"}})"},
              {{"set", "ios", "--on", "--below", "1.1"}, 0, "✓ It's so already: nothing sent.\n"},
              {{"set", "macos", "--required"}, 6, "--yes to make it.\n"},
              {{"set", "macos", "--on"}, 6, "--yes to send it for approval in the kestu app.\n"},

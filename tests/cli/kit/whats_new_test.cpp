@@ -45,6 +45,12 @@ TEST(Markdown, TakesTheTitleOutAndFindsImages) {
             "T",
             "#tag\n![[x]](<a b.png>)![r][L] ![l] ![gone]\n\n[l]: c(1).png\n<IMG alt=x\nSRC='d.jpg'>\n",
             {"a b.png", "c(1).png", "d.jpg"}},
+           {"# T\n<picture><source srcset='https://x.test/1.png 1x, b.png'></picture><img alt=\"a>b\" "
+            "src=//h/2.png>\n` ![](3.png)\n\n` \\` ![](<4.png>) ` ![a][L  x]\n\n> [l x]:\n  5.png\n",
+            "T",
+            "<picture><source srcset='https://x.test/1.png 1x, b.png'></picture><img alt=\"a>b\" src=//h/2.png>\n"
+            "` ![](3.png)\n\n` \\` ![](<4.png>) ` ![a][L  x]\n\n> [l x]:\n  5.png\n",
+            {"3.png", "4.png", "5.png", "https://x.test/1.png", "b.png", "//h/2.png"}},
            {"# T\n![](a(1).png) \\![](no.png) ![](\\(x.png)",
             "T",
             "![](a(1).png) \\![](no.png) ![](\\(x.png)\n",
@@ -71,12 +77,14 @@ TEST_F(WhatsNewTest, TellsAllThatIsWrongBeforeAnyCall) {
   repo.write("page/README.md", "# Read\x1b me");
   repo.write("page/fr-FR.md", "# \xff");
   repo.write("page/.hidden.md", "");
+  repo.write("page/en-US.MD", "# Again");
   std::filesystem::create_symlink(repo.path() / "outside.png", repo.path() / "page/link.png");
   auto ran = pages({"upload", "page/", "--version", "1.3", "--yes"});
   EXPECT_EQ(ran.status, 1);
   for (const char* line : {
            "page/README.md: README can't be a language",
            "page/de-DE.md: has no heading",
+           "page/en-US.md: is en-US again, which en-US.MD is too.\n",
            "page/en-US.md: the image a.png isn't there.\n",
            "page/en-US.md: the image https://x.test/b.png is an address.",
            "page/en-US.md: the image ../outside.png leaves the folder.\n",
@@ -88,12 +96,14 @@ TEST_F(WhatsNewTest, TellsAllThatIsWrongBeforeAnyCall) {
        }) {
     EXPECT_NE(ran.err.find(line), std::string::npos) << line << "\n" << ran.err;
   }
-  EXPECT_EQ(std::count(ran.err.begin(), ran.err.end(), '\n'), 11) << ran.err;
+  EXPECT_EQ(std::count(ran.err.begin(), ran.err.end(), '\n'), 12) << ran.err;
   EXPECT_EQ(pages({"upload", "none", "--version", "1.3"}).err, "There is no folder none.\n");
   std::filesystem::create_directory(repo.path() / "empty");
   EXPECT_EQ(pages({"upload", "empty", "--version", "1.3"}).status, 1);
   EXPECT_EQ(pages({"upload", "page"}).status, 2);
-  EXPECT_EQ(pages({"upload", "page", "--version", ".."}).status, 2);
+  for (const char* version : {"..", "1.x", "1\n2", "1/2"}) {
+    EXPECT_EQ(pages({"upload", "page", "--version", version}).status, 2) << version;
+  }
   EXPECT_EQ(paths(), std::vector<std::string>{});
 }
 
