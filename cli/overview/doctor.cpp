@@ -37,8 +37,10 @@ struct Findings {
   DoctorGroup app{"app", "In kestu"};
   std::optional<APIURL> base;
   std::optional<Token> token;
-  bool given = false;  ///< the token is KESTU_TOKEN's
-  bool usable = false; ///< the service takes the token
+  bool given = false;   ///< the token is KESTU_TOKEN's
+  bool answers = false; ///< the service does
+  bool usable = false;  ///< the service takes the token
+  bool broken = false;  ///< kestu.json is
   std::vector<App> apps;
 
   DoctorItem& add(DoctorGroup& group, std::string key, std::string title, State state, std::string detail,
@@ -120,6 +122,7 @@ void lookAtService(Context& context, Findings& found) {
   auto before = found.machine.items.begin(); // of all, since the rest depends on it
   try {
     HTTPAnswer answer = client.send("GET", "/v1/auth/whoami", {}, std::nullopt);
+    found.answers = true;
     if (!found.token && answer.status == 401) {
       found.machine.items.insert(before, {"service", title, State::ok, where + " answers"});
       return;
@@ -132,8 +135,14 @@ void lookAtService(Context& context, Findings& found) {
   } catch (const CLIError& error) {
     bool refused = error.kind == Kind::signedOut || error.kind == Kind::notAllowed;
     DoctorItem item{"service", title, State::problem, where + ": " + error.description};
+    if (error.kind == Kind::unavailable) {
+      item.next = context.environment.has("KESTU_API_URL")
+                      ? "See that KESTU_API_URL is right, and this machine's network."
+                      : "See whether this machine's network and proxy let it through, or try again in a moment.";
+    }
     if (refused) {
       item = {"signin", "Sign-in", State::problem, error.description, found.given ? tokenAdvice : "kestu login"};
+      if (found.given && error.kind == Kind::signedOut) item.detail = "kestu doesn't take the token of KESTU_TOKEN";
       found.machine.items.insert(found.machine.items.begin(), {"service", title, State::ok, where + " answers"});
     }
     if (error.kind == Kind::outdated) item.next = "kestu update";
@@ -153,6 +162,9 @@ void lookAtVersion(Context& context, Findings& found) {
   auto newer = context.announced.newer();
   if (newer) {
     found.add(found.machine, "version", "Version", State::todo, version + "; " + *newer + " is out", "kestu update");
+  } else if (!found.answers) {
+    found.add(found.machine, "version", "Version", State::unknown,
+              version + "; whether a newer one is out isn't known");
   } else {
     found.add(found.machine, "version", "Version", State::ok, version);
   }
@@ -205,7 +217,10 @@ void lookAtLink(Context& context, const DoctorOptions& options, Findings& found)
       found.add(found.repository, "link", "kestu.json", State::ok, "ties it to the app " + std::to_string(link->appId));
     }
   } catch (const CLIError& error) {
-    found.add(found.repository, "link", "kestu.json", State::problem, error.description, "kestu link");
+    found.broken = true;
+    bool malformed = error.kind == Kind::failed;
+    found.add(found.repository, "link", "kestu.json", State::problem,
+              malformed ? "isn't one that this CLI can read" : error.description, "kestu link");
   }
 }
 
@@ -241,7 +256,7 @@ void lookAtRepository(Context& context, const DoctorOptions& options, Findings& 
 // in kestu
 
 void lookAtApp(Context& context, const DoctorOptions& options, Findings& found) {
-  if (!found.usable) return;
+  if (!found.usable || (found.broken && !options.app.app)) return;
   Client client = context.client(found.token);
   try {
     auto chosen = AppChoice::choose(options.app.app, found.apps, context.folder);
@@ -292,7 +307,7 @@ void addDoctor(Command& command) {
   command.discussion = "Looks at this machine, this repo, and what kestu has of the app. Exits 1 where something is "
                        "broken; what merely isn't set up is told. Needs no sign-in and no network for what is here.";
   auto options = std::make_shared<DoctorOptions>();
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runDoctor(context, *options); };
 }

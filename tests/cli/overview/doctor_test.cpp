@@ -42,6 +42,8 @@ TEST_F(DoctorTest, WorksWithoutSignInAndNetwork) {
   repo.write("fastlane/screenshots/en-US/1.png", "");
   found = states({}, 1);
   EXPECT_EQ(found["service"], "problem");
+  EXPECT_EQ(found["version"], "unknown") << "nothing told whether there is a newer one";
+  EXPECT_NE(run({"doctor"}).out.find("→ See that KESTU_API_URL is right"), std::string::npos);
   EXPECT_EQ(found["signin"], "ok");
   EXPECT_EQ(found["link"], "problem");
   EXPECT_EQ(found["listing"], "ok");
@@ -65,6 +67,8 @@ TEST_F(DoctorTest, TellsWhatIsBrokenAndWhatToDo) {
         "! Support email      no address yet\n", "→ Feedback → Email, in the kestu app\n", "kestu update\n"}) {
     EXPECT_NE(ran.out.find(part), std::string::npos) << part << "\n" << ran.out;
   }
+  repo.write("kestu.json", "{");
+  EXPECT_FALSE(states({}, 1).contains("app")) << "told once";
   repo.write("kestu.json", R"({"appId": 1, "bundleId": "x"})");
   EXPECT_EQ(states({}, 1)["link"], "problem");
   EXPECT_EQ(states({"--app", "Ledger"}, 0)["kestuKit"], "todo");
@@ -78,7 +82,9 @@ TEST_F(DoctorTest, TellsWhatIsBrokenAndWhatToDo) {
     SCOPED_TRACE(token);
     environment["KESTU_TOKEN"] = token;
     EXPECT_EQ(states({}, 1)["signin"], "problem");
-    EXPECT_NE(run({"doctor"}).out.find("→ Set KESTU_TOKEN right, or unset it.\n"), std::string::npos);
+    Ran refused = run({"doctor"});
+    EXPECT_NE(refused.out.find("→ Set KESTU_TOKEN right, or unset it.\n"), std::string::npos);
+    EXPECT_EQ(refused.out.find("kestu login"), std::string::npos) << refused.out;
   }
   terminal.outIsTerminal = true;
   for (int width : {50, 80}) {
