@@ -4,6 +4,7 @@
 #include "cli/metadata/metadata.hpp"
 #include "cli/outcome.hpp"
 #include "core/assets/asset_catalog.hpp"
+#include "core/assets/asset_folders.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/git.hpp"
@@ -58,13 +59,13 @@ Remote fetchRemote(Context& context, const ValidateOptions& options) {
   return remote;
 }
 
-RepoListing read(Context& context, const ValidateOptions& options, const std::filesystem::path& root,
-                 const std::string& platform) {
+/// The listing; where there is none, one that is empty.
+RepoListing read(const ValidateOptions& options, const std::filesystem::path& root, const std::string& platform) {
   auto listing = options.layout.read(root, options.version, platform);
-  if (listing && !(listing->isEmpty() && listing->misnamed.empty())) return *std::move(listing);
-  if (listing) tellNotes(context, *listing);
-  throw ListingPush::noListing(root);
+  return listing ? *std::move(listing) : RepoListing{};
 }
+
+bool isNone(const RepoListing& listing) { return listing.isEmpty() && listing.misnamed.empty(); }
 
 /// The language that the others are compared with when the service can't be asked; empty when it can't be told.
 std::string likelyPrimary(const LocaleTexts& texts) { return texts.contains("en-US") ? "en-US" : ""; }
@@ -115,7 +116,11 @@ void runValidate(Context& context, const ValidateOptions& options) {
   auto root = Project::root(context.folder);
   Project::link(context.folder); // a broken one is told, whether or not it is needed
   std::string platform = options.platform.value_or("ios");
-  RepoListing listing = read(context, options, root, platform);
+  RepoListing listing = read(options, root, platform);
+  if (isNone(listing) && Assets::kinds(root).empty()) {
+    tellNotes(context, listing);
+    throw ListingPush::noListing(root);
+  }
   Remote remote;
   Git::Changes changes;
   {
@@ -129,11 +134,15 @@ void runValidate(Context& context, const ValidateOptions& options) {
   }
   if (const auto* known = remote.known(); known && known->platform != platform) {
     platform = known->platform;
-    listing = read(context, options, root, platform);
+    listing = read(options, root, platform);
   }
   tellNotes(context, listing);
   warnOfTrackedPassword(context, listing);
   Findings findings = check(context, listing, changes, remote, platform);
+  if (isNone(listing)) { // what is wrong with the assets is worth knowing all the same
+    if (!findings.empty()) options.write(context, findings);
+    throw ListingPush::noListing(root);
+  }
   if (std::string folder = "metadata/releases/" + options.version.value_or("");
       options.version && listing.layout == MetadataLayout::kestu && !std::filesystem::is_directory(root / folder)) {
     findings.push_back({Level::note, "version", std::nullopt, folder + " isn't there, so no what's new was checked."});

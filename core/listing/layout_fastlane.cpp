@@ -62,12 +62,17 @@ void noteReview(RepoListing& listing, const std::filesystem::path& root) {
 RepoListing read(const ListingPlace& place) {
   RepoListing listing;
   listing.layout = MetadataLayout::fastlane;
+  auto text = [&](const std::string& path) {
+    std::optional<std::string> value;
+    place.look([&] { value = ListingFile::text(place.root, path); });
+    return value;
+  };
   Unread unread(folder);
   for (const ListingEntry& entry : ListingFile::languages(place.root, folder, ListingFile::Entries::folders)) {
     noteLanguage(unread, place.root, entry);
     for (const ListingFieldFacts& field : listingFields()) {
       std::string path = entry.path + "/" + std::string(field.fastlaneFile);
-      LocaleFiles::take(listing, entry, field.field, ListingFile::text(place.root, path), path);
+      LocaleFiles::take(listing, entry, field.field, text(path), path);
     }
   }
   // Another tool's texts for another store lie beside these by custom.
@@ -75,14 +80,12 @@ RepoListing read(const ListingPlace& place) {
               {"copyright.txt", "review_information", "screenshots", "android"});
   unread.tell(listing);
   noteReview(listing, place.root);
-  listing.copyright = ListingFile::text(place.root, folder + "/copyright.txt");
+  listing.copyright = text(folder + "/copyright.txt");
   ReviewInfo review;
-  for (const ReviewTextFacts& text : reviewTexts()) {
-    review.*text.field = ListingFile::text(place.root, reviewPath(text.fastlaneFile));
-  }
+  for (const ReviewTextFacts& each : reviewTexts()) review.*each.field = text(reviewPath(each.fastlaneFile));
   if (review != ReviewInfo{}) listing.review = review;
   std::string passwordPath = reviewPath(passwordFile);
-  listing.demoPassword = ListingFile::text(place.root, passwordPath);
+  listing.demoPassword = text(passwordPath);
   if (listing.demoPassword) listing.demoPasswordFile = passwordPath;
   return listing;
 }

@@ -40,8 +40,8 @@ void readApp(RepoListing& listing, const ListingPlace& place) {
 
 void readRelease(RepoListing& listing, const ListingPlace& place, const std::string& folder) {
   LocaleFiles::read(listing, place, folder, LocaleFiles::Fields::released);
-  listing.release = ReleaseFile::read(place.root, folder + "/release.json");
-  ReviewFile::read(listing, place.root, folder + "/review.json");
+  place.look([&] { listing.release = ReleaseFile::read(place.root, folder + "/release.json"); });
+  place.look([&] { ReviewFile::read(listing, place.root, folder + "/review.json"); });
   if (ListingFile::isFolder(place.root, folder + "/whatsnew")) listing.whatsNewPage = folder + "/whatsnew";
 }
 
@@ -61,9 +61,9 @@ RepoListing read(const ListingPlace& place) {
   RepoListing listing;
   listing.layout = MetadataLayout::kestu;
   noteAround(listing, place.root, {"app.json", "review.json", "pricing.json"});
-  readApp(listing, place);
+  place.look([&] { readApp(listing, place); });
   LocaleFiles::read(listing, place, listingFolder, LocaleFiles::Fields::listed);
-  ReviewFile::read(listing, place.root, reviewPath);
+  place.look([&] { ReviewFile::read(listing, place.root, reviewPath); });
   if (auto folder = ListingFile::versionFolder(place, releasesFolder)) readRelease(listing, place, *folder);
   return listing;
 }

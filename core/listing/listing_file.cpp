@@ -40,15 +40,6 @@ std::optional<std::string> bytesOf(const fs::path& root, const std::string& path
   }
 }
 
-bool isUTF8(std::string_view text) {
-  for (std::size_t position = 0; position < text.size();) {
-    UTF8::Decoded decoded = UTF8::decode(text, position);
-    if (decoded.broken) return false;
-    position += decoded.length;
-  }
-  return true;
-}
-
 /// "line 3, column 12" out of the parser's words; empty when it says none.
 std::string placeIn(std::string_view message) {
   std::size_t from = message.find("line ");
@@ -105,7 +96,7 @@ std::optional<std::string> value(std::string_view text) {
 std::optional<std::string> text(const fs::path& root, const std::string& path) {
   auto bytes = bytesOf(root, path);
   if (!bytes) return std::nullopt;
-  if (!isUTF8(*bytes)) throw malformed(path, "isn't UTF-8 text.");
+  if (!UTF8::isValid(*bytes)) throw malformed(path, "isn't UTF-8 text.");
   return value(*bytes);
 }
 
@@ -162,12 +153,21 @@ std::optional<std::string> versionFolder(const ListingPlace& place, const std::s
 
 } // namespace ListingFile
 
+void ListingPlace::look(const std::function<void()>& read) const {
+  try {
+    read();
+  } catch (const CLIError& error) {
+    faults->push_back(error.description);
+  }
+}
+
 ListingObject::ListingObject(std::string path, bool isThere, std::optional<JSONData> object)
     : path_(std::move(path)), isThere_(isThere), wasEmpty_(!object || object->isEmpty()),
       object_(object ? *std::move(object) : JSONData::object()) {}
 
 ListingObject ListingObject::plain(const fs::path& root, const std::string& path) {
   auto bytes = bytesOf(root, path);
+  if (bytes && !UTF8::isValid(*bytes)) throw ListingFile::malformed(path, "isn't UTF-8 text.");
   std::string place;
   auto object = bytes ? objectOf(*bytes, &place) : std::nullopt;
   if (bytes && !object) {

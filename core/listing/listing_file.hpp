@@ -4,6 +4,7 @@
 #include "core/support/json_data.hpp"
 
 #include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -18,6 +19,10 @@ struct ListingPlace {
   std::filesystem::path root;
   std::optional<std::string> version;
   std::optional<std::string> platform;
+  std::vector<std::string>* faults = nullptr; ///< of all files that can't be read
+
+  /// Calls what reads one file. Where it can't be read that is noted, so that all faults are told together.
+  void look(const std::function<void()>& read) const;
 };
 
 /// A language's file or folder; "default" is one too.

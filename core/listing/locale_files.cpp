@@ -82,15 +82,17 @@ void read(RepoListing& listing, const ListingPlace& place, const std::string& fo
   Unread unread(folder);
   auto entries = ListingFile::languages(place.root, folder, ListingFile::Entries::jsonFiles);
   for (const ListingEntry& entry : entries) {
-    ListingObject object = ListingObject::read(place.root, entry.path, {notesKey});
-    noteKeys(unread, entry.path.substr(folder.size() + 1), object.raw(), fields);
-    for (const ListingFieldFacts& field : listingFields()) {
-      if (!holds(fields, field.field)) continue;
-      take(listing, entry, field.field, object.text(field.key, place.platform), entry.path);
-    }
-    if (fields != Fields::released) continue;
-    auto notes = object.text(notesKey, place.platform);
-    if (notes) (entry.locale == "default" ? defaultNotes.emplace() : listing.testNotes[entry.locale]) = *notes;
+    place.look([&] {
+      ListingObject object = ListingObject::read(place.root, entry.path, {notesKey});
+      noteKeys(unread, entry.path.substr(folder.size() + 1), object.raw(), fields);
+      for (const ListingFieldFacts& field : listingFields()) {
+        if (!holds(fields, field.field)) continue;
+        take(listing, entry, field.field, object.text(field.key, place.platform), entry.path);
+      }
+      if (fields != Fields::released) return;
+      auto notes = object.text(notesKey, place.platform);
+      if (notes) (entry.locale == "default" ? defaultNotes.emplace() : listing.testNotes[entry.locale]) = *notes;
+    });
   }
   std::vector<std::string_view> known;
   if (fields == Fields::released) known = {"release.json", "review.json", "whatsnew"};

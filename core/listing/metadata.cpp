@@ -4,6 +4,7 @@
 #include "core/listing/layouts.hpp"
 #include "core/project/project_search.hpp"
 #include "core/support/error.hpp"
+#include "core/support/text.hpp"
 
 #include <algorithm>
 
@@ -77,9 +78,13 @@ std::optional<std::string> newLayoutText(MetadataLayout layout, const std::files
 RepoListing read(MetadataLayout layout, const std::filesystem::path& root, const std::optional<std::string>& version,
                  const std::optional<std::string>& platform) {
   requireVersion(version);
-  ListingPlace place{root, version, platform};
-  if (layout == MetadataLayout::kestu) return KestuLayout::read(place);
-  return layout == MetadataLayout::json ? JSONLayout::read(place) : FastlaneLayout::read(place);
+  std::vector<std::string> faults;
+  ListingPlace place{root, version, platform, &faults};
+  RepoListing listing = layout == MetadataLayout::kestu  ? KestuLayout::read(place)
+                        : layout == MetadataLayout::json ? JSONLayout::read(place)
+                                                         : FastlaneLayout::read(place);
+  if (!faults.empty()) throw CLIError(CLIError::Kind::failed, Text::joined(faults, "\n"));
+  return listing;
 }
 
 ListingFiles files(MetadataLayout layout, const std::filesystem::path& root, const ListingToWrite& listing) {

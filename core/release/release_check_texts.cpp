@@ -1,3 +1,4 @@
+#include "core/project/apple_locales.hpp"
 #include "core/release/placeholder.hpp"
 #include "core/release/release_check.hpp"
 #include "core/release/web_address.hpp"
@@ -76,6 +77,7 @@ void checkField(Findings& findings, const std::string& locale, const ListingFiel
 
 void checkGaps(Findings& findings, const std::string& locale, const LocaleText& text, const LocaleText* primaryText,
                const std::string& primary, Purpose purpose, std::string_view platform) {
+  if (AppleLocales::standing(locale) == AppleLocales::Standing::refused) return; // nothing but its name is wrong
   std::vector<std::string> required;
   std::vector<std::string> missing;
   for (const ListingFieldFacts& field : listingFields()) {

@@ -285,6 +285,16 @@ TEST_F(ReleaseTest, ValidateUsesWhatItCanHave) {
   EXPECT_EQ(run({"metadata", "validate", "--platform", "tvos"}).status, 0);
   server.faults().clear();
   EXPECT_EQ(run({"metadata", "validate", "--platform", "tvos"}).status, 7);
+  repo.write("metadata/listing/fr-fr.json", R"({"name": "Jour"})");
+  ran = run({"metadata", "validate"});
+  EXPECT_NE(ran.out.find("fr-fr.json can't be a language: it's written fr-FR."), std::string::npos) << ran.out;
+  EXPECT_EQ(ran.out.find("fr-fr: no subtitle"), std::string::npos) << "its name alone is wrong";
+  std::filesystem::remove_all(repo.path() / "metadata");
+  repo.write("metadata/screenshots/en-US/iPhone Duo/1.png", "no image");
+  ran = run({"metadata", "validate"});
+  EXPECT_EQ(ran.status, 7);
+  EXPECT_NE(ran.out.find("1.png isn't a PNG or a JPEG."), std::string::npos) << ran.out;
+  EXPECT_EQ(ran.err.find("No listing in the repo."), 0U) << ran.err;
   repo.write("kestu.json", "{");
   EXPECT_EQ(run({"metadata", "validate"}).status, 1);
 }

@@ -91,7 +91,7 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
             "metadata/app.json: macos isn't an object of what's that platform's own."},
            {en, "[1]", en + " isn't a JSON object."},
            {en, "", en + " isn't a JSON object.\nIt's JSON up to line 1, column 1."},
-           {en, "{\"name\": \"\xFF\"}", en + " isn't a JSON object.\nIt's JSON up to line 1, column 11."},
+           {en, "{\"name\": \"\xFF\"}", en + " isn't UTF-8 text."},
            {en, "{\n  \"name\": \"Ähm\",\n}\n", en + " isn't a JSON object.\nIt's JSON up to line 3, column 1."},
            {en, "{\r\n  \"name\": \"水\" \"subtitle\"",
             en + " isn't a JSON object.\nIt's JSON up to line 2, column 26."},
@@ -123,8 +123,13 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
     SCOPED_TRACE(row.path + " " + row.contents);
     EXPECT_EQ(failure(MetadataLayout::kestu, {{row.path, row.contents}}), row.message);
   }
-  EXPECT_EQ(failure(MetadataLayout::fastlane, {{"fastlane/metadata/ja/name.txt", "\xE3\x81"}}),
-            "fastlane/metadata/ja/name.txt isn't UTF-8 text.");
+  EXPECT_EQ(failure(MetadataLayout::kestu, {{en, "[1]"}, {"metadata/app.json", "["}, {"metadata/review.json", "1"}}),
+            "metadata/app.json isn't a JSON object.\nIt's JSON up to line 1, column 2.\n" + en +
+                " isn't a JSON object.\nmetadata/review.json isn't a JSON object.")
+      << "all at once";
+  EXPECT_EQ(failure(MetadataLayout::fastlane,
+                    {{"fastlane/metadata/ja/name.txt", "\xE3\x81"}, {"fastlane/metadata/copyright.txt", "\xFF"}}),
+            "fastlane/metadata/ja/name.txt isn't UTF-8 text.\nfastlane/metadata/copyright.txt isn't UTF-8 text.");
   EXPECT_EQ(failure(MetadataLayout::fastlane, {{"fastlane/metadata/review_information/notes.txt", "a\xC0\x80"}}),
             "fastlane/metadata/review_information/notes.txt isn't UTF-8 text.");
   EXPECT_EQ(failure(MetadataLayout::json, {{"metadata/versions/1.2/ja.json", R"({"keywords": 1})"}}),
