@@ -108,7 +108,8 @@ struct StatusOptions : GlobalOptions {
 void runStatus(Context& context, const JobGroup& group, const StatusOptions& options) {
   Client client = context.signedIn();
   std::string path = AppOnPlatform::resolve(client, options.app, std::nullopt, context).path;
-  auto job = options.wait.wait ? followJob(context, client, path, options.id, options.wait.limit)
+  auto job = options.wait.wait ? followJob(context, client, path, options.id, options.wait.limit,
+                                           group.command("undo", options.id, options.app))
                                : client.get(jobPath(path, options.id), {}, StoreJob::read);
   options.emitBody(context.console, job.body,
                    jobReport(group, job.value, options.id, options.app, context.clock.now()));
@@ -142,7 +143,7 @@ void runUndo(Context& context, const JobGroup& group, const UndoOptions& options
                                      Format::moment(plan.expiresAt, context.clock.now()) + ".");
   });
   options.say(context.console, change.done.substr(0, change.done.find('\n')));
-  auto followed = followJob(context, client, app.path, options.id, options.wait.limit);
+  auto followed = followJob(context, client, app.path, options.id, options.wait.limit, "");
   options.emitBody(context.console, followed.body,
                    jobReport(group, followed.value, options.id, options.app, context.clock.now()));
 }
@@ -187,7 +188,7 @@ void JobWaitOptions::requireSensible() const {
 }
 
 Response<StoreJob> followJob(Context& context, const Client& client, const std::string& appPath, const std::string& id,
-                             std::chrono::minutes limit) {
+                             std::chrono::minutes limit, const std::string& undo) {
   Console& console = context.console;
   std::optional<std::int64_t> told;
   JobFollow::Listener listener;
@@ -211,7 +212,7 @@ Response<StoreJob> followJob(Context& context, const Client& client, const std::
   } cleared{console};
   auto job = JobFollow::until(client, jobPath(appPath, id), limit, listener);
   console.clearStatus();
-  JobFollow::requireSuccess(job.value);
+  JobFollow::requireSuccess(job.value, undo);
   return job;
 }
 
@@ -220,7 +221,7 @@ void addJobStatus(Command& group, const JobGroup& jobs) {
   auto options = std::make_shared<StatusOptions>();
   declareJob(command, options->id);
   options->wait.declare(command);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.validate = [options] { options->wait.requireSensible(); };
   command.run = [options, jobs](Context& context) { runStatus(context, jobs, *options); };
@@ -234,7 +235,7 @@ void addJobUndo(Command& group, const JobGroup& jobs) {
   auto options = std::make_shared<UndoOptions>();
   declareJob(command, options->id);
   options->wait.declare(command);
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->ChangeOptions::declare(command);
   command.validate = [options] { options->wait.requireSensible(); };
   command.run = [options, jobs](Context& context) { runUndo(context, jobs, *options); };

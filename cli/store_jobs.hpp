@@ -31,7 +31,7 @@ struct JobWaitOptions {
 
 /// Follows a job with its line on the way, until it is over; throws where it didn't succeed.
 Response<StoreJob> followJob(Context& context, const Client& client, const std::string& appPath, const std::string& id,
-                             std::chrono::minutes limit);
+                             std::chrono::minutes limit, const std::string& undo);
 
 /// A job as `status` shows it, with what can be done about it.
 std::string jobReport(const JobGroup& group, const StoreJob& job, const std::string& id, const AppTarget& app,

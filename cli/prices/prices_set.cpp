@@ -130,6 +130,12 @@ std::string linesOf(const Setting& setting, const SetOptions& options, const std
     for (const OwnPrice& own : setting.prices.ownPrices()) {
       if (!setting.change.overrides.contains(own.storefront)) back.push_back(own.storefront);
     }
+    constexpr std::size_t few = 12;
+    if (console.isTerminal(Stream::out) && !options.all && back.size() > few) {
+      std::size_t more = back.size() - few;
+      back.resize(few);
+      back.back() += " and " + Format::number(static_cast<std::int64_t>(more)) + " more (--all lists them)";
+    }
     if (!back.empty()) fold("Back to Apple's match, from a price of their own: " + Text::joined(back, ", ") + ".");
   }
   if (setting.prices.isSubscription()) {
@@ -178,7 +184,8 @@ void send(Context& context, const Setting& setting, const SetOptions& options, c
     return options.emitBody(context.console, answer.body, startedText(setting, *job, options));
   }
   options.say(context.console, startedText(setting, *job, options));
-  auto followed = followJob(context, setting.client, setting.app.path, *job, options.waiting.limit);
+  auto followed = followJob(context, setting.client, setting.app.path, *job, options.waiting.limit,
+                            priceJobs.command("undo", *job, options.app));
   JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
   whole.set("followed", JSONData::copied(JSONValue::parse(followed.body)));
   if (options.quiet()) return context.console.out(whole.pretty());

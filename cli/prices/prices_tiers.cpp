@@ -1,6 +1,7 @@
 #include "cli/app_platform.hpp"
 #include "cli/context.hpp"
 #include "cli/prices/prices.hpp"
+#include "core/console/printable.hpp"
 #include "core/pricing/price_tiers.hpp"
 
 #include <memory>
@@ -31,17 +32,18 @@ void runTiers(Context& context, const TiersOptions& options) {
   if (range.all && (range.from || range.to)) throw CLIError(Kind::usage, "--all goes without --from and --to.");
   if (range.from && range.to && *range.from > *range.to) throw CLIError(Kind::usage, "--from is at most --to.");
   Client client = context.signedIn();
-  std::string path = AppOnPlatform::resolve(client, options.app, std::nullopt, context).path;
+  auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
   Query query;
   if (options.product) query.emplace_back("product", *options.product);
   query.emplace_back("country", options.country);
-  auto tiers = client.get(path + "/prices/tiers", query, PriceTiers::read);
+  auto tiers = client.get(app.path + "/prices/tiers", query, PriceTiers::read);
   // JSON has every one; the others are of what is shown.
   bool json = options.json || options.format == TableFormat::json;
   std::vector<PriceTier> shown = json ? tiers.value.prices : tiers.value.within(range);
   const Console& console = context.console;
   options.write(context.console, tiers.body, tiers.value.table(shown),
-                tiers.value.text(shown, console.style(), console.width()));
+                tiers.value.text(options.product ? printable(*options.product) : app.appTitle(), shown, console.style(),
+                                 console.width()));
 }
 
 } // namespace
@@ -70,7 +72,7 @@ void addPricesTiers(Command& group) {
   value("--to", "price", "The dearest to list.",
         [options](const std::string& text) { options->range.to = amountOf("--to", text); });
   command.flag({"--all"}, options->range.all, "List every one.");
-  options->app.declare(command, false);
+  options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runTiers(context, *options); };
 }

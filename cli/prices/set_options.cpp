@@ -6,6 +6,7 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 
 namespace kestu {
@@ -38,9 +39,14 @@ bool isDay(const std::string& text) {
   return Moments::parse(text + "T00:00:00Z").has_value();
 }
 
-std::optional<std::string> dayFrom(const std::optional<std::string>& from) {
+std::optional<std::string> dayFrom(const std::optional<std::string>& from, Moment now) {
   if (!from) return std::nullopt;
   if (*from != "soonest" && !isDay(*from)) refuse("--from is a date, as 2026-12-26, or soonest.");
+  // A day that has begun somewhere hasn't passed everywhere.
+  std::string yesterday = Moments::iso8601(now - std::chrono::hours(24)).substr(0, 10);
+  if (*from < yesterday)
+    refuse("--from is a date that's still to come, as " + Moments::iso8601(now + std::chrono::hours(24)).substr(0, 10) +
+           ", or soonest.");
   return from;
 }
 
@@ -105,7 +111,7 @@ PriceChange SetOptions::change(Moment now) const {
   }
   change.product = product;
   change.country = country;
-  change.from = dayFrom(from);
+  change.from = dayFrom(from, now);
   change.until = dayUntil(until, from, now);
   change.derivedFrom = derivedFrom;
   change.multiplier = multiplierOf(multiplier);
@@ -171,7 +177,7 @@ void SetOptions::declare(Command& command) {
   command.flag({"--all"}, all,
                "List every country whose price moves, not only the top markets of those at Apple's price.");
   waiting.declare(command);
-  app.declare(command, false);
+  app.declare(command);
   ChangeOptions::declare(command);
 }
 

@@ -43,11 +43,12 @@ Response<StoreJob> until(const Client& client, const std::string& jobPath, std::
   }
 }
 
-void requireSuccess(const StoreJob& job) {
+void requireSuccess(const StoreJob& job, const std::string& undo) {
   if (job.state != "failed") return;
   std::string so = Format::number(job.done) + " of " + Format::countries(job.total) + " were done.";
   throw CLIError(Kind::failed, "It stopped at App Store Connect's refusal." +
-                                   (job.error ? " " + printable(*job.error) : "") + "\n" + so);
+                                   (job.error ? " " + printable(*job.error) : "") + "\n" + so +
+                                   (job.canUndo && !undo.empty() ? "\nUndo: " + undo : ""));
 }
 
 } // namespace kestu::JobFollow

@@ -22,6 +22,6 @@ Response<StoreJob> until(const Client& client, const std::string& jobPath, std::
                          const Listener& listener);
 
 /// What a job that is over means: nothing for one that succeeded, else the error to end with.
-void requireSuccess(const StoreJob& job);
+void requireSuccess(const StoreJob& job, const std::string& undo);
 
 } // namespace kestu::JobFollow

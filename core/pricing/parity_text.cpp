@@ -3,6 +3,7 @@
 #include "core/console/format.hpp"
 #include "core/console/format_money.hpp"
 #include "core/console/printable.hpp"
+#include "core/console/table.hpp"
 #include "core/pricing/price_rows.hpp"
 #include "core/support/text.hpp"
 
@@ -229,14 +230,17 @@ std::string offTargets(const ParityAnswer& answer, const std::vector<const Parit
                        const std::string& sets) {
   std::string text = storefrontsText(off.size()) + (off.size() == 1 ? " is" : " are") + " more than " +
                      fractionText(answer.tolerance()) + " off " + (off.size() == 1 ? "its target:" : "their targets:");
+  std::vector<std::vector<std::string>> rows;
   for (const ParityStorefront* each : off) {
     double by = each->off().value_or(0);
-    text += "\n  " + printable(each->storefront) + "  " + Format::country(each->storefront) + ": " +
-            PriceRows::signedPercent(by) + (by < 0 ? " under" : " over");
+    rows.push_back({"  " + printable(each->storefront), Format::country(each->storefront) + ":",
+                    PriceRows::signedPercent(by) + (by < 0 ? " under" : " over")});
     if (each->price && each->target) {
-      text += ", " + each->price->fixed(2) + " for " + each->target->fixed(2) + " " + printable(each->currency);
+      rows.back().back() += ",";
+      rows.back().push_back(each->price->fixed(2) + " for " + each->target->fixed(2) + " " + printable(each->currency));
     }
   }
+  text += "\n" + Format::table(rows);
   return text + "\n" + sets + " sets them.";
 }
 

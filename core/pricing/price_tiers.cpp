@@ -63,8 +63,9 @@ Table PriceTiers::table(const std::vector<PriceTier>& shown) const {
   return table;
 }
 
-std::string PriceTiers::text(const std::vector<PriceTier>& shown, const TextStyles& style, int width) const {
-  std::string head = style.bold(Format::country(storefront)) + ", " +
+std::string PriceTiers::text(const std::string& subject, const std::vector<PriceTier>& shown, const TextStyles& style,
+                             int width) const {
+  std::string head = style.bold(subject + " in " + Format::country(storefront)) + ", " +
                      Format::number(static_cast<std::int64_t>(shown.size())) + " of Apple's " +
                      Format::number(static_cast<std::int64_t>(prices.size())) + " prices";
   if (shown.empty()) return head + ".\nNone lies there: --all lists every one.";

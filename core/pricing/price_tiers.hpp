@@ -41,7 +41,8 @@ struct PriceTiers {
 
   Table table(const std::vector<PriceTier>& shown) const;
   /// The list for people, with its legend.
-  std::string text(const std::vector<PriceTier>& shown, const TextStyles& style, int width) const;
+  std::string text(const std::string& subject, const std::vector<PriceTier>& shown, const TextStyles& style,
+                   int width) const;
 };
 
 } // namespace kestu

@@ -1,5 +1,7 @@
 #include "sandbox/prices/prices.hpp"
 
+#include "core/console/format.hpp"
+#include "core/console/format_money.hpp"
 #include "core/pricing/storefronts.hpp"
 #include "sandbox/account/accounts.hpp"
 #include "sandbox/plans.hpp"
@@ -42,6 +44,10 @@ bool isTop(std::string_view storefront) {
   return std::find(topMarkets.begin(), topMarkets.end(), storefront) != topMarkets.end();
 }
 
+std::string money(Amount amount, const std::string& currency) {
+  return Format::money(*Decimal::parse(fmt::format("{:.2f}", static_cast<double>(amount) / 100)), currency);
+}
+
 std::string storefrontOf(const std::string& word) {
   const auto* const found = Storefronts::find(word);
   if (found == nullptr) throw Refused(400, "invalid_request", fmt::format("{} is no storefront.", word));
@@ -50,6 +56,8 @@ std::string storefrontOf(const std::string& word) {
 
 // From a JSON number, which Apple has as a price in the storefront.
 Amount priceIn(const std::string& storefront, double value) {
+  constexpr double most = 1e12; // beyond any price, and far from what an amount can't hold
+  if (!(value >= 0 && value <= most)) throw Refused(400, "invalid_request", "That is no price.");
   const auto price = static_cast<Amount>(std::llround(value * 100));
   const auto pays = PricePoints::currency(storefront);
   const auto& points = PricePoints::all(pays);
@@ -81,6 +89,9 @@ class Change {
     if (body.contains("price")) {
       country_ = storefrontOf(body.value("country", "us"));
       price_ = priceIn(country_, body["price"].get<double>());
+      if (*price_ == 0 && product_.kind == "subscription") {
+        throw Refused(409, "conflict", "A subscription has a price above 0.");
+      }
       base_ = country_ == "us" ? *price_ : PricePoints::dollars(country_, *price_);
     }
   }
@@ -284,8 +295,14 @@ Answer change(State& state, const Call& call) {
     return "";
   };
   const auto title = fmt::format("{}: {}", app.name, product.name);
-  std::vector<std::string> lines = {
-      fmt::format("Set its price in {}, from {}", counted(outcomes.size(), "country", "countries"), startsOn)};
+  std::vector<std::string> lines = {fmt::format(
+      "Set its price in {}, from {}", counted(outcomes.size(), "country", "countries"), Format::day(startsOn))};
+  for (const auto& each : outcomes) {
+    const auto pays = PricePoints::currency(each.storefront);
+    if (!isTop(each.storefront) || each.now == each.then) continue;
+    lines.push_back(
+        fmt::format("{}: {} → {}", Format::country(each.storefront), money(each.now, pays), money(each.then, pays)));
+  }
   auto answer = json::parse(Plans::change(state, call, title, lines, apply).body);
   answer["details"] = details;
   if (!call.dryRun()) {

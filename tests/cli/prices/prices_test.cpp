@@ -62,6 +62,7 @@ TEST_F(PricesTest, WhatIsTypedWronglyIsRefusedBeforeAnyRequest) {
            {{"set", "5", "--country", "se,no"}, oneCountry},
            {{"set", "5", "--country", "xx"}, "xx isn't a country"},
            {{"set", "5", "--from", "2026-02-30"}, "--from is a date, as 2026-12-26, or soonest."},
+           {{"set", "5", "--from", "2026-10-01"}, "--from is a date that's still to come, as "},
            {{"set", "5", "--until", "2026-11-21"}, "--until is a date after --from, as 2026-12-26."},
            {{"set", "5", "--from", "2026-12-26", "--until", "2026-12-26"}, "--until is a date after --from"},
            {{"set", "--derived-from", "a"}, "--derived-from and --multiplier go together."},
@@ -195,7 +196,8 @@ TEST_F(PricesTest, AJobIsFollowedToItsEndAndNeverPastItsTime) {
   Ran stopped = approved({"set", "6.99", "--product", pro, "--wait"});
   EXPECT_EQ(stopped.status, 1);
   EXPECT_TRUE(stopped.err.ends_with("It stopped at App Store Connect's refusal. The price isn't available in this "
-                                    "territory.\n12 of 175 countries were done.\n"))
+                                    "territory.\n12 of 175 countries were done.\nUndo: kestu prices undo " +
+                                    jobIn(stopped.out) + "\n"))
       << stopped.err;
   server.onNext({.path = "/v1/apps/1234567890/jobs/" + jobIn(stopped.out), .status = 503});
   EXPECT_EQ(prices({"status", jobIn(stopped.out), "--wait"}).status, 9);
@@ -226,13 +228,13 @@ TEST_F(PricesTest, AChangeIsShownBeforeItIsSent) {
 
 TEST_F(PricesTest, TiersAreListedAroundTodaysPrice) {
   Ran tiers = prices({"tiers", "--product", pro, "--country", "SWE", "--from", "57", "--to", "60"});
-  EXPECT_EQ(tiers.out, "Sweden, 4 of Apple's 548 prices:\n\n"
-                       "       Price   Proceeds  Not proceeds\n"
-                       "   SEK 57.00  SEK 39.90           30%\n"
-                       "   SEK 58.00  SEK 40.60           30%\n"
-                       " ● SEK 59.00  SEK 41.30           30%\n"
-                       " ● SEK 60.00  SEK 42.00           30%  today\n\n"
-                       "● Nice price tier. Today's price: SEK 60.00.\n")
+  EXPECT_EQ(tiers.out, pro + " in Sweden, 4 of Apple's 548 prices:\n\n"
+                             "       Price   Proceeds  Not proceeds\n"
+                             "   SEK 57.00  SEK 39.90           30%\n"
+                             "   SEK 58.00  SEK 40.60           30%\n"
+                             " ● SEK 59.00  SEK 41.30           30%\n"
+                             " ● SEK 60.00  SEK 42.00           30%  today\n\n"
+                             "● Nice price tier. Today's price: SEK 60.00.\n")
       << tiers.err;
   EXPECT_EQ(prices({"tiers", "--from", "0.29", "--to", "0.30", "-o", "csv"}).out,
             "Price,Currency,Proceeds,Not proceeds,Nice,Today\n0.29,USD,0.20,31%,,\n");

@@ -120,8 +120,9 @@ TEST(ParityAnswer, KnowsWhatIsOffItsTargetAndRecordsItsMaking) {
   EXPECT_EQ(answer.toMatch().size(), 2U);
   EXPECT_EQ(
       ParityText::offTargets(answer, off, "kestu prices set --product pro --parity"),
-      "2 storefronts are more than 15% off their targets:\n  ch  Switzerland: -50% under, 5.00 for 10.00 CHF\n  in  "
-      "India: +50% over, 150.00 for 100.00 INR\nkestu prices set --product pro --parity sets them.");
+      "2 storefronts are more than 15% off their targets:\n"
+      "  ch  Switzerland:  -50% under,  5.00 for 10.00 CHF\n"
+      "  in  India:        +50% over,   150.00 for 100.00 INR\nkestu prices set --product pro --parity sets them.");
 }
 
 TEST(ParityAnswer, SaysWhyThereIsNothingToPriceBy) {
