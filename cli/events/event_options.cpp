@@ -156,8 +156,11 @@ void EventFieldOptions::declare(Command& command) {
   declareEventText(command, "--badge", "badge", "The label above its title: " + wordsOf(Events::badges(), ", ") + ".",
                    badge);
   command.options.back().choices = listOf(Events::badges());
-  declareEventText(command, "--deep-link", "link",
-                   "Where Open takes users in the app: a universal link (recommended) or the app's own URL.", deepLink);
+  declareEventText(
+      command, "--deep-link", "link",
+      "Where Open takes users in the app: a universal link (recommended) or the app's own URL. \"\" takes it off.",
+      deepLink);
+  command.options.back().mayBeEmpty = true;
   declareEventText(command, "--purpose", "purpose",
                    "Who it's for, which the App Store shows it to: " + wordsOf(Events::purposes(), ", ") +
                        ". Everyone to start with.",
@@ -187,7 +190,7 @@ EventGiven EventFieldOptions::given(const Context& context, Faults& faults) cons
   given.dates.ends = times.read("--ends", ends, true);
   given.dates.promoteFrom = times.read("--promote-from", promoteFrom, false);
   given.badge = wordOf("--badge", Events::badges(), badge, faults);
-  if (deepLink) faults.add(EventRules::linkProblem(*deepLink));
+  if (deepLink && !deepLink->empty()) faults.add(EventRules::linkProblem(*deepLink));
   given.deepLink = deepLink;
   given.purpose = wordOf("--purpose", Events::purposes(), purpose, faults);
   if (priority) given.priority = Events::word(Events::priorities(), *priority);

@@ -173,7 +173,7 @@ void addEventsSet(Command& group) {
   options->target.declare(command);
   declareEventText(command, "--name", "name", "A new reference name, up to 64 characters.", options->fields.name);
   options->fields.declare(command);
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.validate = [options] {
     if (options->fields.any()) return;
@@ -189,7 +189,7 @@ void addEventsLocalize(Command& group) {
   options->target.declare(command);
   options->texts.declare(command);
   command.flag({"--remove"}, options->remove, "Take the language off the event, with its card and details page.");
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.validate = [options] {
     if (options->remove && !options->texts.texts.empty()) {

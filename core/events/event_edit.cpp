@@ -101,7 +101,12 @@ EventEdit EventEdit::between(const Event& event, const EventGiven& given, const 
     if (was != dates) edit.body.set("schedule", scheduleData(dates));
   }
   word("badge", "badge", Events::badges(), event.badge, given.badge);
-  plain("deepLink", "deep link", event.deepLink, given.deepLink);
+  if (!given.deepLink || !given.deepLink->empty()) {
+    plain("deepLink", "deep link", event.deepLink, given.deepLink);
+  } else if (event.deepLink) { // it goes
+    edit.body.set("deepLink", JSONData());
+    edit.values.push_back({"deep link", event.deepLink, std::nullopt, none(event.deepLink), "none"});
+  }
   word("purpose", "purpose", Events::purposes(), present(event.purpose), given.purpose);
   word("priority", "priority", Events::priorities(), present(event.priority), given.priority);
   plain("primaryLocale", "primary language", event.primaryLocale, given.primaryLocale);

@@ -190,6 +190,14 @@ std::string noteOn(std::chrono::local_seconds time, const TimeZone::Meant& meant
                      day, exactText(time, meant.other));
 }
 
+/// Whether the exact moment has seconds with a part that isn't 0.
+bool partOfSecond(std::string_view text) {
+  std::size_t point = text.find('.');
+  if (point == std::string_view::npos) return false;
+  std::string_view part = text.substr(point + 1);
+  return part.substr(0, part.find_first_not_of("0123456789")).find_first_not_of('0') != std::string_view::npos;
+}
+
 } // namespace
 
 bool EventTime::isExact(std::string_view text) {
@@ -208,7 +216,8 @@ EventTime EventTime::parse(std::string_view text, const TimeZone& zone, bool end
     }
     if (trimmed[toTheMinute.size()] != ':') trimmed.insert(toTheMinute.size(), ":00");
     auto moment = Moments::parse(trimmed);
-    return {moment, moment ? "" : "there's no such moment", ""};
+    if (!moment) return {std::nullopt, "there's no such moment", ""};
+    return {moment, "", partOfSecond(trimmed) ? "whole seconds count, so the part of one is left out." : ""};
   }
   auto written = readWritten(trimmed);
   if (!written) return {};

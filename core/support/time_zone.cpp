@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <filesystem>
 #include <utility>
 
 namespace kestu {
@@ -143,6 +144,11 @@ std::optional<TimeZone> TimeZone::ofMachine(const std::optional<std::string>& va
   if (name.starts_with(':')) name.erase(0, 1);
   if (name.empty()) return identified("UTC");
   constexpr std::string_view folder = "/zoneinfo/";
+  if (name.starts_with('/') && name.find(folder) == std::string::npos) { // a link to the zone's file, as /etc/localtime
+    std::error_code failed;
+    auto file = std::filesystem::canonical(name, failed);
+    if (!failed) name = file.string();
+  }
   if (auto at = name.rfind(folder); name.starts_with('/') && at != std::string::npos) name.erase(0, at + folder.size());
   return identified(name);
 }

@@ -69,7 +69,13 @@ void checkFields(const json& body) {
 
 void apply(InAppEvent& event, const json& body) {
   for (const auto key : fieldKeys) {
-    if (const auto field = body.find(key); field != body.end()) event.fields[std::string(key)] = *field;
+    const auto field = body.find(key);
+    if (field == body.end()) continue;
+    if (field->is_null()) {
+      event.fields.erase(std::string(key));
+    } else {
+      event.fields[std::string(key)] = *field;
+    }
   }
   if (body.contains("regions")) event.regions = body.at("regions").get<std::vector<std::string>>();
   if (body.contains("schedule")) {

@@ -81,6 +81,10 @@ TEST_F(EventsTest, FromMakingToDeleting) {
   out = done({"set", "Fall Cup", "--name", "Winter Cup", "--starts", "2026-12-02 16:00", "--priority", "high"});
   EXPECT_TRUE(has(out, "  start     1 Dec, 16:00 → 2 Dec, 16:00\n  priority  Normal → High\n")) << out;
   EXPECT_EQ(lastBody()["schedule"]["publishStart"], "2026-11-27T23:00:00Z") << "what isn't given stays";
+  done({"set", "Winter Cup", "--deep-link", "https://cup.example.com/now"});
+  out = done({"set", "Winter Cup", "--deep-link", ""});
+  EXPECT_TRUE(has(out, "deep link  https://cup.example.com/now → none\n")) << out;
+  EXPECT_TRUE(lastBody().contains("deepLink") && lastBody()["deepLink"].is_null());
 
   server.scriptNextPlan({});
   EXPECT_TRUE(has(done({"submit", "Winter Cup"}), "✓ Sent \"Winter Cup\" to App Review.\n"));

@@ -2,6 +2,7 @@
 #include "core/events/event_time.hpp"
 #include "core/support/error.hpp"
 #include "core/support/moments.hpp"
+#include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -26,7 +27,8 @@ TEST(EventTimeTest, EveryFormOfADayAndHour) {
            Row{"2026-11-21", "Europe/Stockholm", "2026-11-21T22:59:00Z", true},
            Row{"2026-11-21 0:00", "UTC", "2026-11-21T00:00:00Z", true},
            Row{"2028-02-29", "UTC", "2028-02-29T00:00:00Z"},
-           Row{"2026-11-20T16:00:00.5+0100", "America/New_York", "2026-11-20T15:00:00Z"},
+           Row{"2026-11-20T16:00:00.05+0100", "America/New_York", "2026-11-20T15:00:00Z", false, "is left out"},
+           Row{"2026-11-20T16:00:00.00+0100", "America/New_York", "2026-11-20T15:00:00Z"},
            Row{"2026-11-20T16:00Z", "America/New_York", "2026-11-20T16:00:00Z", true},
            Row{"2026-11-20T16:00-03:30", "UTC", "2026-11-20T19:30:00Z"},
            Row{"2026-11-20 13pm", "UTC", "", false, "from 1 to 12"},
@@ -91,6 +93,11 @@ TEST(EventTimeTest, ZonesByIdentifierOrAbbreviation) {
     auto zone = TimeZone::ofMachine(variable);
     EXPECT_EQ(zone ? zone->id() : "", id);
   }
+  TemporaryFolder folder;
+  folder.write("zoneinfo/Asia/Tokyo", "");
+  std::filesystem::create_symlink(folder.path() / "zoneinfo/Asia/Tokyo", folder.path() / "localtime");
+  auto linked = TimeZone::ofMachine(":" + (folder.path() / "localtime").string());
+  EXPECT_EQ(linked ? linked->id() : "", "Asia/Tokyo");
 }
 
 TEST(EventTest, AnEventIsNamedByItsIdOrReferenceName) {
