@@ -53,6 +53,7 @@ Preparation::Preparation(Context& context, const PrepareOptions& options)
     warnOfTrackedPassword(context, *repo_);
   }
   wanted_ = ReleasePrepare::settings(options.settings, repo_ ? repo_->release : std::nullopt);
+  requireToCome();
   std::vector<StoreVersion> versions;
   AssetCatalog catalog;
   const std::vector<std::function<void()>> each = {
@@ -68,6 +69,17 @@ Preparation::Preparation(Context& context, const PrepareOptions& options)
   findBuild();
   findListing();
   if (!options.noAssets) findAssets(catalog);
+}
+
+void Preparation::requireToCome() const {
+  const auto& earliest = wanted_.earliestReleaseDate;
+  Moment now = context_.clock.now();
+  if (!earliest || *earliest > now) return;
+  std::string passed = Format::moment(*earliest, now) + ", has passed";
+  if (options_.settings.earliestReleaseDate) {
+    throw CLIError(Kind::usage, "--earliest, " + passed + ": give a moment that's still to come.");
+  }
+  context_.console.error("The earliest release in release.json, " + passed + ": it would go out once approved.");
 }
 
 void Preparation::findBuild() {
@@ -131,6 +143,8 @@ void Preparation::findAssets(const AssetCatalog& catalog) {
 std::string Preparation::title() const { return listingTarget().title(); }
 
 std::string Preparation::nextCommand() const {
+  // Without a build the check can only fail.
+  if (!build_) return "kestu builds upload <file>" + tail_.app;
   return "kestu release check " + Format::shellWord(printable(number_)) + tail_.all();
 }
 

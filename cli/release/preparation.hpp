@@ -57,6 +57,7 @@ class Preparation {
   std::string nextCommand() const;
 
  private:
+  void requireToCome() const;
   void findBuild();
   void findListing();
   void findAssets(const AssetCatalog& catalog);

@@ -253,7 +253,7 @@ void addReleasePrepare(Command& group) {
   command.flag({"--no-assets"}, options->noAssets,
                "Leave the screenshots, app previews, header and search results assets as they are.");
   options->layout.declare(command);
-  options->target.app.declare(command, false);
+  options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runPrepare(context, *options); };
 }

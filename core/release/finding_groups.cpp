@@ -87,9 +87,32 @@ std::string alike(const Fault& fault) {
   return text + ": " + Text::joined(others, ", ") + (more > 0 ? fmt::format(" and {} more)", more) : ")");
 }
 
+constexpr std::string_view together = "\uE000"; ///< stands for a blank that no line breaks at, for private use
+
+/// The commands in the text, each held together that has room on a line of its own.
+std::string withWholeCommands(std::string text, std::size_t columns) {
+  const std::string name = "kestu ";
+  for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + name.size())) {
+    std::string_view before = std::string_view(text).substr(0, at);
+    bool told = before.ends_with(": ") || before.ends_with("with "); // not a sentence about kestu
+    std::size_t end = std::min(text.find_first_of(",;(", at), text.size());
+    while (text[end - 1] == ' ') --end;
+    if (!told || Text::columns(std::string_view(text).substr(at, end - at)) > columns) continue;
+    for (std::size_t blank = text.find(' ', at); blank < end; blank = text.find(' ', blank)) {
+      text.replace(blank, 1, together);
+      end += together.size() - 1;
+    }
+  }
+  return text;
+}
+
 std::string lineOf(const Fault& fault, const std::string& message, const TextStyles& style, int width) {
+  const int columns = std::max(width - static_cast<int>(indent), narrowest);
   std::string folded =
-      TextStyle::wrap(printable(message) + alike(fault), std::max(width - static_cast<int>(indent), narrowest));
+      TextStyle::wrap(withWholeCommands(printable(message) + alike(fault), static_cast<std::size_t>(columns)), columns);
+  for (std::size_t at = folded.find(together); at != std::string::npos; at = folded.find(together, at)) {
+    folded.replace(at, together.size(), " ");
+  }
   std::vector<std::string> lines = Text::split(folded, '\n');
   return "  " + styled(fault.first->level, style) + "  " + Text::joined(lines, "\n" + std::string(indent, ' '));
 }

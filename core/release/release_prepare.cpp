@@ -87,6 +87,10 @@ VersionPlan planVersion(const std::vector<StoreVersion>& all, const std::string&
     throw refusal;
   }
   if (same) return {*same};
+  for (const StoreVersion& each : all) {
+    if (each.platform != platform || !each.isOut() || !Text::naturalLess(number, each.version)) continue;
+    throw CLIError(Kind::failed, each.title() + " is on the App Store already, which takes no lower number after it.");
+  }
   if (const StoreVersion* other = Versions::underWay(all, platform)) {
     if (other->takesUpdate()) return {*other, true};
     throw CLIError(Kind::failed, other->title() + " is " + other->stateText() +

@@ -164,7 +164,7 @@ TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
   EXPECT_NE(ran.out.find(
                 "\n● listing       2 values from the repo, waits for your approval in the kestu app\n  assets        "
                 "stay as they are (--no-assets).\n  What to Test  the repo has none.\n● Waiting for your approval "
-                "in the kestu app.\nNext: kestu release check 1.3\n"),
+                "in the kestu app.\nNext: kestu builds upload <file>\n"),
             std::string::npos);
 
   setState("1.3", "readyfordistribution");
@@ -176,6 +176,15 @@ TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
   ran = prepare({"--yes", "--json"}, "1.4");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(states(ran.out), "unchanged left unchanged done done left");
+}
+
+TEST_F(PrepareTest, WhatIsTooLateIsRefused) {
+  EXPECT_EQ(prepare({"--dry-run"}, "1.0").err,
+            "1.1 for iOS is on the App Store already, which takes no lower number after it.\n");
+  Ran past = prepare({"--release-type", "scheduled", "--earliest", "2026-01-01T09:00:00Z", "--dry-run"});
+  EXPECT_EQ(past.status, 2);
+  EXPECT_TRUE(past.err.ends_with("has passed: give a moment that's still to come.\n")) << past.err;
+  EXPECT_EQ(changes(), 0U);
 }
 
 TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {

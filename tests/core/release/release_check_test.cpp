@@ -543,8 +543,8 @@ TEST(FindingTable, GroupsAtATerminalOnly) {
                                                        "  warning  support URL isn't a web\n"
                                                        "           address: example\\u{1b}[2J.com\n"
                                                        "All else  1 error\n"
-                                                       "  error    1.2 has no build: kestu release\n"
-                                                       "           prepare 1.2");
+                                                       "  error    1.2 has no build:\n"
+                                                       "           kestu release prepare 1.2");
   EXPECT_EQ(ReleaseCheck::groups({findings[1]}, plain, 80), "  error    1.2 has no build: kestu release prepare 1.2");
   EXPECT_EQ(ReleaseCheck::groups({}, plain, 80), "");
   EXPECT_EQ(encoded({findings[1]}).compact(),
