@@ -104,6 +104,8 @@ std::string seconds(std::int64_t count) {
 }
 
 std::string moment(Moment date, Moment now) {
+  // As late as moments go, which stands for any that is later.
+  if (date >= std::chrono::sys_days(std::chrono::year(2190) / 1 / 1)) return "2190 or later";
   LocalTime local = localTime(date);
   LocalTime current = localTime(now);
   std::string clock = fmt::format("{}:{:02}", local.hour, local.minute);

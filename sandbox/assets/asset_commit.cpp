@@ -130,7 +130,8 @@ Answer commit(State& state, const Call& call) {
     return "";
   };
   auto [lines, details] = summary(version, languages);
-  return Plans::change(state, call, Apps::title(app, version), std::move(lines), std::move(apply), std::move(details));
+  return Plans::change(state, call, Apps::title(app, version) + ", its assets", std::move(lines), std::move(apply),
+                       std::move(details));
 }
 
 } // namespace kestu::sandbox::Assets

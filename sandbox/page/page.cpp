@@ -110,7 +110,9 @@ std::string history(const State& state) {
   std::vector<std::pair<Moment, std::string>> rows;
   for (const auto& each : state.plans) {
     if (each.state == "waiting") continue;
-    const auto outcome = each.error.empty() ? each.state : fmt::format("{} ({})", each.state, each.error);
+    const auto outcome = each.error.empty()        ? each.state
+                         : each.error == "changed" ? "not applied: it had changed since it was asked for"
+                                                   : fmt::format("{}: {}", each.state, each.error);
     rows.emplace_back(each.createdAt,
                       historyRow(each.title, ago(state, each.createdAt), outcome, each.state == "applied"));
   }

@@ -150,7 +150,7 @@ Answer submit(State& state, const Call& call) {
   std::vector<std::string> lines{"Send it to App Review, with build " + buildOf(state, version)->number};
   const auto events = body.value("events", std::vector<std::string>());
   for (const auto& id : events) lines.push_back("And " + submittable(state, app, id));
-  return Plans::change(state, call, Apps::title(app, version), std::move(lines),
+  return Plans::change(state, call, Apps::title(app, version) + ", to App Review", std::move(lines),
                        [&state, id = version.versionId, events]() -> std::string {
                          auto* const there = byId(state, id);
                          if (there == nullptr || !isOpen(*there) || there->buildId.empty()) return "changed";
@@ -178,7 +178,7 @@ Answer release(State& state, const Call& call) {
   if (version.state != "pendingdeveloperrelease") {
     conflict(Apps::title(app, version) + " doesn't wait to be released.");
   }
-  return Plans::change(state, call, Apps::title(app, version), {"Release it to the App Store"},
+  return Plans::change(state, call, Apps::title(app, version) + ", its release", {"Release it to the App Store"},
                        [&state, id = version.versionId]() -> std::string {
                          auto* const there = byId(state, id);
                          if (there == nullptr || there->state != "pendingdeveloperrelease") return "changed";
@@ -203,10 +203,11 @@ Answer phased(State& state, const Call& call) {
     return Answer::json({{"waits", false}});
   }
   const char* const line = action == "resume" ? "Resume its phased release" : "Release it to everyone at once";
-  return Plans::change(state, call, Apps::title(app, version), {line}, [&state, id = version.versionId, action] {
-    auto* const there = byId(state, id);
-    return there == nullptr ? std::string("changed") : actOnPhases(state, *there, action);
-  });
+  return Plans::change(state, call, Apps::title(app, version) + ", its phased release", {line},
+                       [&state, id = version.versionId, action] {
+                         auto* const there = byId(state, id);
+                         return there == nullptr ? std::string("changed") : actOnPhases(state, *there, action);
+                       });
 }
 
 } // namespace kestu::sandbox::Releases
