@@ -90,11 +90,12 @@ TEST_F(KitChanges, Experiments) {
     all.push_back(all.front());
     all.back().experimentId = "other";
   });
+  expect("experiments", {{{"view", "longer forecast"},
+                          2,
+                          "Several experiments are called longer forecast. Use an ID: exp-limit or other.\n"}});
   auto made = run({"kit", "experiments", "create", "longer FORECAST", "--flag", "new-radar", "--metric", "m",
                    "--variant", "a=true:50", "--variant", "b=false:50", "--yes"});
   EXPECT_NE(made.out.find("\nNext: kestu kit experiments start exp-"), std::string::npos) << made.out << made.err;
-  expect("experiments",
-         {{{"view", "longer forecast"}, 2, "Several experiments are called longer forecast. Use an ID: exp-limit, "}});
 }
 
 TEST_F(KitChanges, AnExperimentIsSeenWithBars) {
