@@ -272,7 +272,7 @@ TEST_F(PullTest, ADryRunTellsWhatAPullWouldDo) {
             0U);
   auto replacing = nlohmann::json::parse(pull({"--dry-run", "--force", "--json"}).out)["changes"];
   EXPECT_EQ(replacing.dump(), R"([{"field":"file","from":")" + phone + R"(02.png","place":")" +
-                                phone.substr(0, phone.size() - 1) + R"(","to":")" + phone + R"(02.png"}])");
+                                  phone.substr(0, phone.size() - 1) + R"(","to":")" + phone + R"(02.png"}])");
   EXPECT_TRUE(pull({"--force"}).out.find("into metadata/screenshots, replaced 1 file.\n") != std::string::npos);
 }
 
