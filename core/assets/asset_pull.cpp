@@ -120,6 +120,25 @@ class Puller {
     Frames::moved(kind.kind, root_, renamed, Frames::Old::forgotten);
   }
 
+  /// What will be where is in the books before the first of it is there: a kill at any moment leaves no file that they
+  /// don't know.
+  void announce(const KindPull& kind) {
+    if (!writesBooks(kind) || !announced_.insert(kind.kind).second) return;
+    PulledAssets& pulled = pulled_[kind.kind];
+    PulledAssets after = pulled;
+    for (const DisplayPull& display : kind.displays) {
+      for (const PullSlot& slot : display.slots) {
+        if (auto md5 = slot.md5 ? slot.md5 : slot.asset->md5) after[slot.path] = {slot.asset->assetId, *md5};
+      }
+    }
+    if (after == pulled) return;
+    pulled = std::move(after);
+    Pulled::write(kind.kind, root_, pulled);
+  }
+
+  /// With nothing else written, an entry is only needed where there is one that says something else.
+  static bool writesBooks(const KindPull& kind) { return kind.mendsPulled || !kind.unchanged(); }
+
   /// Renaming ended early: the frames are those of before, at the paths that their videos have got to.
   void settleFrames(const KindPull& kind, const PosterFrames& before,
                     const std::map<std::string, std::string>& done) const {
@@ -144,6 +163,7 @@ class Puller {
     auto isOther = [&](const std::string& path) {
       return std::find(display.others.begin(), display.others.end(), path) != display.others.end();
     };
+    if (!moves.empty()) announce(kind);
     for (const auto& [to, from] : moves) report_.moved.emplace_back(kind.folder + "/" + from, kind.folder + "/" + to);
     std::map<std::string, std::filesystem::path> pending; // to, from
     for (const auto& [to, from] : moves) pending[to] = absolute(kind, from);
@@ -235,12 +255,14 @@ class Puller {
   /// make it a file that nobody knows.
   void note(const Place& place, const std::string& md5) {
     std::lock_guard lock(mutex_);
+    announce(*place.kind);
     PulledAssets& pulled = pulled_[place.kind->kind];
     pulled[place.slot->path] = {place.slot->asset->assetId, md5};
     if (!place.slot->asset->md5) Pulled::write(place.kind->kind, root_, pulled);
   }
 
   void removeOthers(const KindPull& kind, const DisplayPull& display) {
+    if (!display.others.empty()) announce(kind);
     for (const std::string& other : display.others) {
       auto isTaken = [&](const PullSlot& slot) { return slot.path == other; };
       if (std::none_of(display.slots.begin(), display.slots.end(), isTaken)) {
@@ -252,13 +274,18 @@ class Puller {
 
   void keepBooks(const KindPull& kind) {
     PulledAssets& pulled = pulled_[kind.kind];
+    std::set<std::string> left, taken;
     for (const DisplayPull& display : kind.displays) {
       for (const PullSlot& slot : display.slots) {
-        if (slot.from && slot.from != slot.path) pulled.erase(*slot.from);
+        if (slot.from) left.insert(*slot.from);
+        taken.insert(slot.path);
       }
     }
+    for (const std::string& path : left) {
+      if (!taken.contains(path)) pulled.erase(path);
+    }
     for (const DisplayPull& display : kind.displays) {
-      for (const PullSlot& slot : display.slots) noteKept(slot, kind.mendsPulled || !kind.unchanged(), pulled);
+      for (const PullSlot& slot : display.slots) noteKept(slot, writesBooks(kind), pulled);
     }
     if (kind.mendsPulled || pulled != before_[kind.kind]) {
       std::erase_if(pulled, [&](const auto& entry) { return !std::filesystem::exists(absolute(kind, entry.first)); });
@@ -270,7 +297,6 @@ class Puller {
     }
   }
 
-  /// With nothing written, an entry is only needed where there is one that says something else.
   static void noteKept(const PullSlot& slot, bool writes, PulledAssets& pulled) {
     if (slot.from && slot.md5 && (writes || pulled.contains(slot.path))) {
       pulled[slot.path] = {slot.asset->assetId, *slot.md5};
@@ -282,8 +308,9 @@ class Puller {
   const Downloader& downloader_;
   const std::stop_token& stop_;
   const AssetPull::Progress& progress_;
-  std::mutex mutex_; // guards pulled_ while files are downloaded
+  std::mutex mutex_; // guards pulled_ and announced_ while files are downloaded
   std::map<AssetKind, PulledAssets> pulled_, before_;
+  std::set<AssetKind> announced_;
   PullReport report_;
 };
 

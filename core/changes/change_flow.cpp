@@ -61,13 +61,20 @@ Response<Plan> decided(const Client& client, const Plan& plan) {
   }
 }
 
+/// An end of the wait leaves the change where it is, which running the command again would not find.
 Response<Plan> decidedOrTold(const Client& client, const Plan& plan) {
+  auto tell = [&](const std::string& waits) {
+    const ServiceContext& context = client.context();
+    context.console.error("The change " + waits + " for your approval in the kestu app, until " +
+                          Format::moment(plan.expiresAt, context.clock.now()) + ".");
+  };
   try {
     return decided(client, plan);
   } catch (const Stopped&) {
-    const ServiceContext& context = client.context();
-    context.console.error("The change still waits for your approval in the kestu app, until " +
-                          Format::moment(plan.expiresAt, context.clock.now()) + ".");
+    tell("still waits");
+    throw;
+  } catch (const CLIError&) {
+    tell("was sent, and may still wait");
     throw;
   }
 }

@@ -151,12 +151,13 @@ Ended run(World& world, const std::filesystem::path& program, const std::vector<
   std::vector<std::string> all = {program.empty() ? executablePath().value().string() : program.string()};
   if (program.empty()) all.emplace_back("--as-kestu");
   all.insert(all.end(), words.begin(), words.end());
-  const std::vector<std::string> variables = {"PATH=/usr/bin:/bin",
-                                              "TZ=UTC",
-                                              "HOME=" + world.home().string(),
-                                              "TMPDIR=" + world.temporary().string(),
-                                              "KESTU_API_URL=" + world.server.origin(),
-                                              "KESTU_TOKEN=" + world.token};
+  std::vector<std::string> variables = {"PATH=/usr/bin:/bin",
+                                        "TZ=UTC",
+                                        "HOME=" + world.home().string(),
+                                        "TMPDIR=" + world.temporary().string(),
+                                        "KESTU_API_URL=" + world.server.origin(),
+                                        "KESTU_TOKEN=" + world.token};
+  variables.insert(variables.end(), world.variables.begin(), world.variables.end());
   running->begin([&] { return Start(world).process(all, variables); });
   Ended ended;
   int status = 0;

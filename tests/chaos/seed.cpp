@@ -175,6 +175,8 @@ Report Chaos::seed(std::uint64_t number) {
   bool asJSON = random.oneIn(4);
   if (asJSON) words.emplace_back("--json");
 
+  if (random.oneIn(5)) world.variables = {"KESTU_DEBUG=1"};
+
   constexpr int mostRuns = 4;
   bool killed = false;
   std::optional<std::size_t> approved; // when it first said that it is done

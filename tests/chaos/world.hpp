@@ -10,6 +10,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestu::chaos {
 
@@ -46,6 +47,7 @@ class World {
   std::atomic<int> hoursAhead = 0;
   sandbox::Server server;
   std::string token;
+  std::vector<std::string> variables; ///< of the program's environment, beside the usual ones
 };
 
 } // namespace kestu::chaos

@@ -1,5 +1,6 @@
 #include "core/assets/asset_pull.hpp"
 #include "core/support/folder_lock.hpp"
+#include "core/support/md5.hpp"
 #include "sandbox/assets/catalog.hpp"
 #include "tests/support/command_test.hpp"
 
@@ -388,7 +389,7 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   EXPECT_THROW(pull(), Stopped);
   EXPECT_NE(terminal.errText().find(" came and are kept. Run it again to go on from there.\n"), std::string::npos);
-  for (const auto& [name, bytes] : tree())
+  for (const auto& [name, bytes] : tree(false))
     EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
   stopping = std::stop_source();
   clock.onSleep = nullptr;
@@ -414,6 +415,21 @@ TEST_F(PullTest, AssetsWithoutAChecksumAreKnownByPulledJson) {
   EXPECT_NE(run({"assets", "push", "1.2"}).out.find("nothing to upload"), std::string::npos);
   fs::remove(repo.path() / (shots + "pulled.json"));
   EXPECT_EQ(pull().status, 1) << "without it they may be anybody's";
+}
+
+TEST_F(PullTest, TheBooksKnowEveryFileHoweverThePullEnds) {
+  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}});
+  push();
+  for (const char* ends : {"well", "early"}) {
+    SCOPED_TRACE(ends);
+    put({{phone + "01.png", shot(2)}}); // makes room for the one that is downloaded
+    if (std::string(ends) == "early") server.onNext({.path = "/files/", .skip = 1, .status = 404});
+    EXPECT_EQ(pull().status, std::string(ends) == "early");
+    auto books = nlohmann::json::parse(tree().at(shots + "pulled.json"));
+    for (const auto& [name, bytes] : tree(false)) {
+      EXPECT_EQ(books[name.substr(shots.size())].value("md5", ""), MD5::hex(std::string_view(bytes))) << name;
+    }
+  }
 }
 
 TEST_F(PullTest, WhatIsInTheWayIsSaidBeforeAnythingIsWritten) {

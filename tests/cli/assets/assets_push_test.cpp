@@ -139,6 +139,11 @@ TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
     EXPECT_EQ(ran.status, row.status);
     EXPECT_EQ(ran.err, row.err);
   }
+  server.scriptNextPlan({});
+  server.onNext({.path = "/v1/plans/", .status = 503});
+  std::string lost = run({"assets", "push", "1.2", "--yes"}).err;
+  EXPECT_TRUE(lost.starts_with("The change was sent, and may still wait for your approval in the kestu app, until "));
+  EXPECT_TRUE(lost.ends_with(".\nkestu couldn't answer (503). Try again in a moment.\n")) << lost;
   Ran ran = run({"assets", "push", "1.2", "--yes", "--no-wait"});
   EXPECT_EQ(ran.status, 0);
   EXPECT_TRUE(ran.out.ends_with("1 added\n● Waiting for your approval in the kestu app.\n")) << ran.out;
