@@ -12,8 +12,10 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <mutex>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -44,7 +46,26 @@ struct Curl {
   decltype(&curl_multi_poll) multiPoll = library.function<decltype(&curl_multi_poll)>("curl_multi_poll");
   decltype(&curl_multi_info_read) multiRead = library.function<decltype(&curl_multi_info_read)>("curl_multi_info_read");
 
-  Curl() { library.function<decltype(&curl_global_init)>("curl_global_init")(CURL_GLOBAL_DEFAULT); }
+  /// The system's certificates in a folder, each found by the hash of its name; null where they are in one file only,
+  /// which takes longer to read, for each connection anew, than most commands to run.
+  const char* certificates = nullptr;
+  const char* certificateFile = nullptr;
+
+  Curl() {
+    library.function<decltype(&curl_global_init)>("curl_global_init")(CURL_GLOBAL_DEFAULT);
+    auto versionInfo = library.function<decltype(&curl_version_info)>("curl_version_info");
+    const curl_version_info_data* built = versionInfo(CURLVERSION_NOW);
+    const char* folder = built->capath;
+    certificateFile = built->cainfo;
+    std::error_code ignored;
+    for (std::filesystem::directory_iterator entry(folder ? folder : "", ignored), end; entry != end;
+         entry.increment(ignored)) {
+      std::string name = entry->path().filename();
+      if (name.size() != 10 || !name.ends_with(".0")) continue; // 5ed36f99.0
+      certificates = folder;
+      break;
+    }
+  }
 };
 
 const Curl& curl() {
@@ -233,6 +254,19 @@ CURLcode perform(CURLM* multi, CURL* easy, const std::stop_token& stop) {
   return result;
 }
 
+/// The same with the system's certificates: from their folder where there is one, and where that lacks the one needed,
+/// from their file, now and for the exchanges after it.
+CURLcode performTrustingSystem(CURLM* multi, CURL* easy, std::atomic<bool>& wholeFile, const std::stop_token& stop) {
+  if (!curl().certificates || wholeFile) return perform(multi, easy, stop);
+  const char* none = nullptr;
+  curl().setOption(easy, CURLOPT_CAINFO, none);
+  CURLcode result = perform(multi, easy, stop);
+  if (result != CURLE_PEER_FAILED_VERIFICATION || stop.stop_requested()) return result;
+  wholeFile = true;
+  curl().setOption(easy, CURLOPT_CAINFO, curl().certificateFile);
+  return perform(multi, easy, stop); // nothing was sent yet
+}
+
 } // namespace
 
 /// Idle handles. A "multi" keeps the connections of the transfers that ran in it.
@@ -312,7 +346,9 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   curl().setOption(easy, CURLOPT_XFERINFOFUNCTION, progress);
   curl().setOption(easy, CURLOPT_XFERINFODATA, &exchange);
   curl().setOption(easy, CURLOPT_ERRORBUFFER, description.data());
-  CURLcode result = perform(handle.multi.get(), easy, stop);
+  bool system = certificates_.file.empty() && certificates_.folder.empty();
+  CURLcode result = system ? performTrustingSystem(handle.multi.get(), easy, wholeFile_, stop)
+                           : perform(handle.multi.get(), easy, stop);
   long status = 0;
   curl().getInfo(easy, CURLINFO_RESPONSE_CODE, &status);
   pool_->giveBack(std::move(handle));

@@ -2,6 +2,7 @@
 
 #include "core/service/transport.hpp"
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -34,6 +35,7 @@ class CurlTransport final : public Transport {
   class Pool;
   std::unique_ptr<Pool> pool_;
   Certificates certificates_;
+  std::atomic<bool> wholeFile_ = false; ///< the folder of the system's certificates lacked one
   std::size_t answerLimit_;
 };
 
