@@ -120,8 +120,8 @@ bool endsExactly(Rest rest) {
 
 constexpr std::string_view toTheMinute = "0000-00-00T00:00";
 
-/// Far enough for any event, and within what a moment can hold.
-constexpr int firstYear = 1970, lastYear = 2199;
+/// Far enough for any event, and within what a moment can hold in any zone.
+constexpr int firstYear = 1970, lastYear = 2099;
 
 std::string yearProblem(int year) {
   if (year >= firstYear && year <= lastYear) return "";

@@ -11,7 +11,8 @@ namespace kestu {
 
 namespace {
 
-constexpr std::size_t most = 100; // digits; what is longer is no amount and would only cost time
+constexpr std::size_t most = 100;         // digits; what has more is no amount and would only cost time
+constexpr std::size_t longest = most + 8; // characters, with a point and an exponent
 constexpr std::string_view figures = "0123456789";
 
 std::size_t leadingFigures(std::string_view text) { return std::min(text.find_first_not_of(figures), text.size()); }
@@ -98,7 +99,7 @@ std::optional<Decimal> Decimal::parse(std::string_view text) {
   bool negative = text.starts_with('-');
   if (negative) text.remove_prefix(1);
   std::size_t before = leadingFigures(text);
-  if (before == 0 || text.size() > most) return std::nullopt;
+  if (before == 0 || text.size() > longest) return std::nullopt;
   std::string digits(text.substr(0, before));
   text.remove_prefix(before);
   std::size_t after = 0;
@@ -109,14 +110,17 @@ std::optional<Decimal> Decimal::parse(std::string_view text) {
     digits += text.substr(0, after);
     text.remove_prefix(after);
   }
+  if (digits.size() > most) return std::nullopt;
   Decimal value(negative, std::move(digits), after);
   if (text.empty()) return value;
   if (text.front() != 'e' && text.front() != 'E') return std::nullopt;
   auto exponent = exponentOf(text);
   if (!exponent) return std::nullopt;
   if (value.isZero()) return value;
-  if (static_cast<std::size_t>(std::abs(*exponent)) + value.digits_.size() > most) return std::nullopt;
-  return value.shifted(*exponent);
+  if (static_cast<std::size_t>(std::abs(*exponent)) > most) return std::nullopt;
+  Decimal moved = value.shifted(*exponent);
+  bool fits = std::max(moved.digits_.size(), moved.scale_ + 1) <= most;
+  return fits ? std::optional(moved) : std::nullopt;
 }
 
 Decimal Decimal::of(std::int64_t value) { return *parse(std::to_string(value)); }

@@ -36,6 +36,9 @@ TEST(Decimal, ReadsNumbersAsJSONWritesThemAndNothingElse) {
                                                         {"0x1", ""},
                                                         {"nan", ""},
                                                         {"1.2.3", ""},
+                                                        {"1e-99", "0." + std::string(98, '0') + "1"},
+                                                        {"0.5e-99", ""},
+                                                        {"10e99", ""},
                                                         {std::string(101, '9'), ""}}) {
     SCOPED_TRACE(text);
     auto read = Decimal::parse(text);
