@@ -1,30 +1,26 @@
 #include "core/assets/image_header.hpp"
+#include "tests/fuzz/targets.hpp"
 
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
-using kestu::ImageHeader;
+namespace kestu::fuzz {
 
 /// What was read is in the first bytes alone, in the ranges of its format, and doesn't change with what follows.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // A copy of exactly this size, so that reading past it is seen.
-  std::string bytes(reinterpret_cast<const char*>(data), size);
+void imageHeader(std::string_view input) {
+  std::string bytes(input);
   auto header = ImageHeader::read(bytes);
-  if (!header) return 0;
-  bool isPNG = static_cast<unsigned char>(bytes[0]) == 0x89;
+  if (!header) return;
+  bool isPNG = bytes[0] == '\x89';
   std::int64_t most = isPNG ? 0xFFFFFFFF : 0xFFFF;
-  if (header->width < 0 || header->width > most || header->height < 0 || header->height > most) std::abort();
-  if (header->alpha && !isPNG) std::abort();
-  if (ImageHeader::read(bytes + "more") != header) std::abort();
+  for (std::int64_t side : {header->width, header->height}) require(side >= 0 && side <= most, "a size fits its field");
+  require(isPNG || !header->alpha, "a JPEG has no alpha channel");
+  require(ImageHeader::read(bytes + "more") == header, "what follows changes nothing");
   // Cut to nothing, a header must be lost at one length and stay lost.
-  std::size_t known = 0;
-  std::size_t step = size / 64 + 1;
-  for (std::size_t length = 0; length < size; length += step) {
+  bool known = false;
+  for (std::size_t length = 0; length < bytes.size(); length += bytes.size() / 64 + 1) {
     auto part = ImageHeader::read(bytes.substr(0, length));
-    if (part && part != header) std::abort();
-    if (known > 0 && !part) std::abort();
-    if (part) known = length;
+    require(!part || part == header, "a part of a file tells the same or nothing");
+    require(part || !known, "more of a file tells no less");
+    known = part.has_value();
   }
-  return 0;
 }
+
+} // namespace kestu::fuzz
