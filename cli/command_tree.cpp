@@ -15,12 +15,28 @@ namespace {
 using Expand = void (*)(Command&);
 
 Expand expansion(std::string_view word) {
-  static constexpr std::array<std::pair<std::string_view, Expand>, 19> built = {{
-      {"login", addLogin},       {"logout", addLogout}, {"whoami", addWhoami},   {"apps", addApps},
-      {"link", addLink},         {"config", addConfig}, {"status", addStatus},   {"doctor", addDoctor},
-      {"update", addUpdate},     {"kit", addKit},       {"builds", addBuilds},   {"versions", addVersions},
-      {"metadata", addMetadata}, {"assets", addAssets}, {"release", addRelease}, {"submit", addSubmit},
-      {"events", addEvents},     {"prices", addPrices}, {"ci", addCI},
+  static constexpr std::array<std::pair<std::string_view, Expand>, 21> built = {{
+      {"login", addLogin},
+      {"logout", addLogout},
+      {"whoami", addWhoami},
+      {"apps", addApps},
+      {"link", addLink},
+      {"config", addConfig},
+      {"status", addStatus},
+      {"doctor", addDoctor},
+      {"update", addUpdate},
+      {"kit", addKit},
+      {"builds", addBuilds},
+      {"versions", addVersions},
+      {"metadata", addMetadata},
+      {"assets", addAssets},
+      {"release", addRelease},
+      {"submit", addSubmit},
+      {"events", addEvents},
+      {"prices", addPrices},
+      {"intro-offers", addIntroOffers},
+      {"offer-codes", addOfferCodes},
+      {"ci", addCI},
   }};
   for (const auto& [name, expand] : built) {
     if (name == word) return expand;

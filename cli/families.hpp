@@ -23,6 +23,8 @@ void addRelease(Command& command);
 void addEvents(Command& command);
 void addKit(Command& command);
 void addPrices(Command& command);
+void addIntroOffers(Command& command);
+void addOfferCodes(Command& command);
 void addCI(Command& command);
 
 } // namespace kestu

@@ -5,6 +5,7 @@
 #include "core/console/format.hpp"
 #include "core/console/format_money.hpp"
 #include "core/console/printable.hpp"
+#include "core/pricing/offer_terms.hpp"
 #include "core/support/text.hpp"
 #include "core/support/uuid.hpp"
 
@@ -61,11 +62,11 @@ std::vector<std::string> detailLines(const JobDetails& details) {
     facts.push_back(Format::money(*details.price, *details.currency) +
                     (details.storefront ? " in " + Format::country(*details.storefront) : ""));
   }
-  if (details.mode) facts.push_back(text(details.mode));
-  if (details.duration) facts.push_back(text(details.duration));
-  if (details.periods)
-    facts.push_back(Format::number(*details.periods) + (*details.periods == 1 ? " period" : " periods"));
-  if (details.discount) facts.push_back(text(details.discount));
+  if (details.discount) facts.push_back(text(details.discount) + " off each country's own price");
+  if (details.mode && details.duration) {
+    facts.push_back(Format::introTerms({*details.mode, *details.duration, details.periods.value_or(1)}));
+  }
+  if (details.ending.value_or(false)) facts.push_back("its introductory offers taken off");
   if (details.startsOn) facts.push_back("from " + Format::day(text(details.startsOn)));
   if (details.endsOn) facts.push_back("until " + Format::day(text(details.endsOn)));
   std::string subject = text(details.productName ? details.productName : details.product);
@@ -214,6 +215,34 @@ Response<StoreJob> followJob(Context& context, const Client& client, const std::
   console.clearStatus();
   JobFollow::requireSuccess(job.value, undo);
   return job;
+}
+
+Response<ChangeAnswer> plannedChange(const Client& client, const ChangeRequest& request, Console& console) {
+  return console.during([&] { return ChangeFlow::send(client, request, true, false, nullptr); });
+}
+
+void sendJob(Context& context, const JobPlace& place, const ChangeOptions& options, const JobWaitOptions& waiting,
+             const JobGroup& group, const JobChange& change) {
+  auto answer = ChangeFlow::send(place.client, change.request, false, !options.noWait, [&](const Plan& plan) {
+    options.say(context.console, "● Waiting for your approval in the kestu app, until " +
+                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
+  });
+  const auto& plan = answer.value.plan;
+  if (plan && plan->waits()) {
+    return options.emitBody(context.console, answer.body, "● Waiting for your approval in the kestu app.");
+  }
+  auto job = plan && plan->job ? plan->job : answer.value.job;
+  if (!job) return options.emitBody(context.console, answer.body, change.done);
+  std::string started = change.started + "\nNext: " + group.command("status", *job, place.app);
+  if (change.undoable) started += "\nUndo: " + group.command("undo", *job, place.app);
+  if (!waiting.wait) return options.emitBody(context.console, answer.body, started);
+  options.say(context.console, started);
+  auto followed = followJob(context, place.client, place.appPath, *job, waiting.limit,
+                            change.undoable ? group.command("undo", *job, place.app) : "");
+  JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
+  whole.set("followed", JSONData::copied(JSONValue::parse(followed.body)));
+  if (options.quiet()) return context.console.out(whole.pretty());
+  context.console.line(jobReport(group, followed.value, *job, place.app, context.clock.now()));
 }
 
 void addJobStatus(Command& group, const JobGroup& jobs) {

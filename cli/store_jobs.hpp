@@ -29,6 +29,28 @@ struct JobWaitOptions {
   void requireSensible() const; ///< --timeout goes with --wait; a UsageError
 };
 
+/// A change that the service applies country by country, once it is confirmed.
+struct JobChange {
+  ChangeRequest request;
+  std::string started; ///< "● Kestu sets …, country by country, as your key's hour allows."
+  std::string done;    ///< what success ends with where there was no need for a job
+  bool undoable = true;
+};
+
+/// Whose change it is.
+struct JobPlace {
+  const Client& client;
+  std::string appPath;
+  const AppTarget& app;
+};
+
+/// What the service would make of a change; nothing is kept there.
+Response<ChangeAnswer> plannedChange(const Client& client, const ChangeRequest& request, Console& console);
+
+/// Sends it, waits for its decision, says how to follow and undo the job that it became, and with --wait follows it.
+void sendJob(Context& context, const JobPlace& place, const ChangeOptions& options, const JobWaitOptions& waiting,
+             const JobGroup& group, const JobChange& change);
+
 /// Follows a job with its line on the way, until it is over; throws where it didn't succeed.
 Response<StoreJob> followJob(Context& context, const Client& client, const std::string& appPath, const std::string& id,
                              std::chrono::minutes limit, const std::string& undo);

@@ -8,6 +8,7 @@
 #include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
+#include "sandbox/offers/offers.hpp"
 #include "sandbox/overview/doctor.hpp"
 #include "sandbox/overview/overview.hpp"
 #include "sandbox/page/page.hpp"
@@ -92,6 +93,15 @@ constexpr Route routes[] = {
     {"POST", "/v1/apps/*/prices", "store", Prices::change},
     {"GET", "/v1/apps/*/prices/tiers", "store", Prices::tiers},
     {"GET", "/v1/apps/*/parity", "store", Prices::parity},
+    {"GET", "/v1/apps/*/intro-offers", "store", Offers::introOffers},
+    {"POST", "/v1/apps/*/intro-offers", "store", Offers::createIntroOffer},
+    {"DELETE", "/v1/apps/*/intro-offers", "store", Offers::deleteIntroOffers},
+    {"GET", "/v1/apps/*/offer-codes", "store", Offers::codes},
+    {"POST", "/v1/apps/*/offer-codes", "store", Offers::createCode},
+    {"POST", "/v1/apps/*/offer-codes/*/batches", "store", Offers::generate},
+    {"GET", "/v1/apps/*/offer-codes/*/batches/*/codes", "store", Offers::values},
+    {"POST", "/v1/apps/*/offer-codes/*/deactivate", "store", Offers::deactivate},
+    {"POST", "/v1/apps/*/offer-codes/*/batches/*/deactivate", "store", Offers::deactivateBatch},
     {"GET", "/v1/apps/*/jobs/*", "store", Prices::job},
     {"POST", "/v1/apps/*/jobs/*/undo", "store", Prices::undo},
     {"GET", "/v1/apps/*/events", "release", Events::list},

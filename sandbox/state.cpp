@@ -4,6 +4,7 @@
 #include "sandbox/events/events.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
+#include "sandbox/offers/offers.hpp"
 #include "sandbox/overview/overview.hpp"
 #include "sandbox/prices/prices.hpp"
 
@@ -58,6 +59,7 @@ void State::reset() {
   apps = demoApps();
   kit = demoKit(clock());
   prices = demoPrices();
+  offers = demoOffers();
   for (const auto& app : apps) {
     for (const auto& platform : app.platforms) {
       auto& out = addVersion(app.appId, platform, "1.1", "readyfordistribution");

@@ -4,6 +4,7 @@
 #include "sandbox/events/events_state.hpp"
 #include "sandbox/kit/kit_state.hpp"
 #include "sandbox/metadata/listing_state.hpp"
+#include "sandbox/offers/offers_state.hpp"
 #include "sandbox/prices/prices_state.hpp"
 #include "sandbox/release/release_state.hpp"
 #include "sandbox/text.hpp"
@@ -191,6 +192,7 @@ struct State {
   AppReview review;
   TestFlight testFlight;
   PricesState prices;
+  OffersState offers;
   InAppEvents events;
   std::map<std::int64_t, nlohmann::json> glances; // rating, reviews and ranks by app
   std::vector<Plan> plans;                        // oldest first

@@ -91,15 +91,6 @@ class Times {
 
 } // namespace
 
-void Faults::settle(Console& console) const {
-  if (!all.empty()) {
-    std::vector<std::string> told = all;
-    told.insert(told.end(), notes.begin(), notes.end());
-    throw UsageError(Text::joined(told, "\n"));
-  }
-  for (const std::string& note : notes) console.error(note);
-}
-
 void checkLanguage(const std::string& option, const std::optional<std::string>& typed, Faults& faults) {
   if (!typed) return;
   switch (AppleLocales::standing(*typed)) {

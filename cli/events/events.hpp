@@ -2,6 +2,7 @@
 
 #include "cli/app_platform.hpp"
 #include "cli/context.hpp"
+#include "cli/faults.hpp"
 #include "cli/options.hpp"
 #include "core/events/event.hpp"
 #include "core/events/event_edit.hpp"
@@ -14,17 +15,6 @@
 #include <vector>
 
 namespace kestu {
-
-/// All that is wrong with what was typed, and what is worth saying of it. Both are whole sentences.
-struct Faults {
-  std::vector<std::string> all, notes;
-
-  void add(std::string fault) {
-    if (!fault.empty()) all.push_back(std::move(fault));
-  }
-  /// Throws a UsageError of all of them, with the notes that may explain them; else writes the notes to standard error.
-  void settle(Console& console) const;
-};
 
 /// The zone of the times that are typed and shown.
 struct TimeZoneOption {

@@ -117,6 +117,13 @@ std::string oneCountry(const std::string& value) {
                  "regions.\nFor one price in every euro country: --country de --override eur=4.99.");
 }
 
+void tellUnread(Console& console, const std::string& product, const ProductPrices& file) {
+  for (const std::string& key : file.unread) {
+    console.error("! " + std::string(PricingFile::path) + ": " + printable(product) + " has " + printable(key) +
+                  ", which kestu doesn't read: its keys are countries, parity and rounding.");
+  }
+}
+
 void addPrices(Command& command) {
   command.discussion = "kestu prices parity suggests a subscription's prices, kestu prices set sets them, and kestu "
                        "prices status and undo follow a change and take it back.";

@@ -4,6 +4,7 @@
 #include "cli/store_jobs.hpp"
 #include "core/pricing/parity.hpp"
 #include "core/pricing/price_landing.hpp"
+#include "core/pricing/pricing_file.hpp"
 
 #include <filesystem>
 #include <optional>
@@ -35,6 +36,9 @@ std::string ofApp(const AppTarget& app);
 
 /// The country that --country names, by its code; a CLIError of kind usage for a region or anything else.
 std::string oneCountry(const std::string& value);
+
+/// Keys under a product of the pricing file that nothing reads are said on standard error.
+void tellUnread(Console& console, const std::string& product, const ProductPrices& file);
 
 extern const JobGroup priceJobs;
 

@@ -58,17 +58,8 @@ std::string titleOf(const Setting& setting) {
 
 /// Amounts that the currency of a country can't hold are refused before anything is sent.
 void requireCents(const Setting& setting) {
-  std::vector<std::string> wrong;
-  auto look = [&](const std::string& code, const Decimal& price) {
-    const auto* there = setting.prices.find(code);
-    if (!there || price.decimals() <= Format::currencyDecimals(there->currency)) return;
-    wrong.push_back(code + " pays in " + printable(there->currency) + ", without cents: " + price.fixed(0) + ", not " +
-                    price.text() + ".");
-  };
-  if (setting.change.price) look(setting.change.country.value_or("us"), *setting.change.price);
-  for (const auto& [code, override] : setting.change.overrides) {
-    if (override.kind == PriceOverride::Kind::price) look(code, override.amount);
-  }
+  const PriceChange& change = setting.change;
+  auto wrong = setting.prices.centsFaults(change.price, change.country.value_or("us"), change.overrides);
   if (!wrong.empty()) throw CLIError(Kind::usage, Text::joined(wrong, "\n"));
 }
 
@@ -104,11 +95,8 @@ std::vector<ChangeItem> itemsOf(const std::vector<PriceChangeLine>& lines) {
   std::vector<ChangeItem> items;
   for (const PriceChangeLine& line : lines) {
     if (!line.moves()) continue;
-    auto amount = [&](const Decimal& value) {
-      return value.fixed(std::max(Format::currencyDecimals(line.currency), value.decimals())) + " " + line.currency;
-    };
-    items.push_back(
-        {line.storefront, "price", line.now ? std::optional(amount(*line.now)) : std::nullopt, amount(line.then)});
+    items.push_back({line.storefront, "price", line.now ? std::optional(line.amount(*line.now)) : std::nullopt,
+                     line.amount(line.then)});
   }
   return items;
 }
@@ -157,46 +145,11 @@ ProposedChange proposed(const Setting& setting, const SetOptions& options, const
   return change;
 }
 
-/// What the service would make of it; nothing is kept there.
-Response<ChangeAnswer> planned(const Setting& setting, const ChangeRequest& request, Console& console) {
-  return console.during([&] { return ChangeFlow::send(setting.client, request, true, false, nullptr); });
-}
-
-std::string startedText(const Setting& setting, const std::string& id, const SetOptions& options) {
-  return "● Kestu sets " + subject(setting) + ": " + baseText(setting) +
-         ", country by country, as your key's hour allows.\nNext: " + priceJobs.command("status", id, options.app) +
-         "\nUndo: " + priceJobs.command("undo", id, options.app);
-}
-
-void send(Context& context, const Setting& setting, const SetOptions& options, const ChangeRequest& request,
-          const ProposedChange& change) {
-  auto answer = ChangeFlow::send(setting.client, request, false, !options.noWait, [&](const Plan& plan) {
-    options.say(context.console, "● Waiting for your approval in the kestu app, until " +
-                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
-  });
-  const auto& plan = answer.value.plan;
-  if (plan && plan->waits()) {
-    return options.emitBody(context.console, answer.body, "● Waiting for your approval in the kestu app.");
-  }
-  auto job = plan && plan->job ? plan->job : answer.value.job;
-  if (!job) return options.emitBody(context.console, answer.body, change.done);
-  if (!options.waiting.wait) {
-    return options.emitBody(context.console, answer.body, startedText(setting, *job, options));
-  }
-  options.say(context.console, startedText(setting, *job, options));
-  auto followed = followJob(context, setting.client, setting.app.path, *job, options.waiting.limit,
-                            priceJobs.command("undo", *job, options.app));
-  JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
-  whole.set("followed", JSONData::copied(JSONValue::parse(followed.body)));
-  if (options.quiet()) return context.console.out(whole.pretty());
-  context.console.line(jobReport(priceJobs, followed.value, *job, options.app, context.clock.now()));
-}
-
-void tellUnread(Context& context, const std::string& product, const ProductPrices& file) {
-  for (const std::string& key : file.unread) {
-    context.console.error("! " + std::string(PricingFile::path) + ": " + printable(product) + " has " + printable(key) +
-                          ", which kestu doesn't read: its keys are countries, parity and rounding.");
-  }
+JobChange jobChange(const Setting& setting, const ChangeRequest& request, const ProposedChange& change) {
+  return {request,
+          "● Kestu sets " + subject(setting) + ": " + baseText(setting) +
+              ", country by country, as your key's hour allows.",
+          change.done};
 }
 
 void runSet(Context& context, const SetOptions& options) {
@@ -209,7 +162,7 @@ void runSet(Context& context, const SetOptions& options) {
     throw CLIError(Kind::usage, "Give the new price, or countries to override: --override, --keep or " +
                                     std::string(PricingFile::path) + ".");
   }
-  tellUnread(context, key, file);
+  tellUnread(context.console, key, file);
   Client client = context.signedIn();
   Setting setting{client, AppOnPlatform::resolve(client, options.app, std::nullopt, context), {}, std::move(change)};
   Query ofProduct;
@@ -228,14 +181,15 @@ void runSet(Context& context, const SetOptions& options) {
   requireCents(setting);
   ChangeRequest request{"POST", setting.app.path + "/prices", setting.change.landing.query(),
                         setting.change.body().compact()};
-  auto plan = planned(setting, request, context.console);
+  auto plan = plannedChange(setting.client, request, context.console);
   ProposedChange proposal = proposed(setting, options, plan.value.details, context.console);
   if (options.dryRun) {
     proposal.lines = proposal.title + (proposal.lines.empty() ? "" : "\n" + proposal.lines);
     return options.tellDryRun(context, proposal, plan.body);
   }
   options.confirm(context, proposal);
-  send(context, setting, options, request, proposal);
+  sendJob(context, {client, setting.app.path, options.app}, options, options.waiting, priceJobs,
+          jobChange(setting, request, proposal));
 }
 
 } // namespace

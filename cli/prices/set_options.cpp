@@ -1,12 +1,10 @@
 #include "cli/prices/set_options.hpp"
 
+#include "cli/prices/typed_values.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
-#include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
-#include <algorithm>
-#include <chrono>
 #include <functional>
 
 namespace kestu {
@@ -16,47 +14,6 @@ namespace {
 constexpr int mostTimes = 1000; // --multiplier
 
 [[noreturn]] void refuse(const std::string& message) { throw CLIError(CLIError::Kind::usage, message); }
-
-bool isFigures(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-/// Digits, and so many more after a point at most.
-std::optional<Decimal> plainNumber(const std::string& text, std::size_t mostDecimals) {
-  std::size_t point = std::min(text.find('.'), text.size());
-  bool whole = isFigures(std::string_view(text).substr(0, point));
-  std::string_view rest = std::string_view(text).substr(std::min(point + 1, text.size()));
-  if (!whole || (point < text.size() && (!isFigures(rest) || rest.size() > mostDecimals))) return std::nullopt;
-  return Decimal::parse(text);
-}
-
-bool isDay(const std::string& text) {
-  constexpr std::string_view form = "0000-00-00";
-  if (text.size() != form.size()) return false;
-  for (std::size_t i = 0; i < form.size(); ++i) {
-    if (form[i] == '-' ? text[i] != '-' : !isFigures(text.substr(i, 1))) return false;
-  }
-  return Moments::parse(text + "T00:00:00Z").has_value();
-}
-
-std::optional<std::string> dayFrom(const std::optional<std::string>& from, Moment now) {
-  if (!from) return std::nullopt;
-  if (*from != "soonest" && !isDay(*from)) refuse("--from is a date, as 2026-12-26, or soonest.");
-  // A day that has begun somewhere hasn't passed everywhere.
-  std::string yesterday = Moments::iso8601(now - std::chrono::hours(24)).substr(0, 10);
-  if (*from < yesterday)
-    refuse("--from is a date that's still to come, as " + Moments::iso8601(now + std::chrono::hours(24)).substr(0, 10) +
-           ", or soonest.");
-  return from;
-}
-
-std::optional<std::string> dayUntil(const std::optional<std::string>& until, const std::optional<std::string>& from,
-                                    Moment now) {
-  if (!until) return std::nullopt;
-  std::string start = from && *from != "soonest" ? *from : Moments::iso8601(now).substr(0, 10);
-  if (!isDay(*until) || *until <= start) refuse("--until is a date after --from, as 2026-12-26.");
-  return until;
-}
 
 void requireDerivable(const SetOptions& options) {
   if (options.derivedFrom.has_value() != options.multiplier.has_value()) {
@@ -73,7 +30,7 @@ void requireDerivable(const SetOptions& options) {
 
 std::optional<Decimal> multiplierOf(const std::optional<std::string>& typed) {
   if (!typed) return std::nullopt;
-  auto number = plainNumber(*typed, 20);
+  auto number = TypedValues::plainNumber(*typed, 20);
   if (!number || number->isZero() || *number > Decimal::of(mostTimes)) {
     refuse("--multiplier is a number above 0 and " + Format::number(mostTimes) +
            " at most, with a point for a part: 7.5.");
@@ -101,7 +58,7 @@ PriceChange SetOptions::change(Moment now) const {
   if (waiting.wait && noWait) refuse("--wait and --no-wait: one or the other.");
   PriceChange change;
   if (price) {
-    change.price = plainNumber(*price, 2);
+    change.price = TypedValues::plainNumber(*price, 2);
     if (!change.price) refuse("The price is a number with a point for its cents: 4.99, or 0.");
   }
   requireDerivable(*this);
@@ -111,8 +68,8 @@ PriceChange SetOptions::change(Moment now) const {
   }
   change.product = product;
   change.country = country;
-  change.from = dayFrom(from, now);
-  change.until = dayUntil(until, from, now);
+  change.from = TypedValues::dayFrom(from, now);
+  change.until = TypedValues::dayUntil(until, from, now);
   change.derivedFrom = derivedFrom;
   change.multiplier = multiplierOf(multiplier);
   change.overrides = PriceOverriding::given(overrides, keeps);

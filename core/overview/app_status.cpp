@@ -86,6 +86,7 @@ std::string AppStatus::nextCommand(const std::string& ofApp) const {
   }
   for (const RunningJob& job : jobs) {
     if (job.group == "prices") return "kestu prices status " + Format::shellWord(job.id) + ofApp;
+    if (job.group == "intro-offers") return "kestu intro-offers status " + Format::shellWord(job.id) + ofApp;
   }
   for (const OnPlatform& on : platforms) {
     if (!on.live || on.next) continue;

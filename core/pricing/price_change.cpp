@@ -2,6 +2,7 @@
 
 #include "core/console/format.hpp"
 #include "core/console/format_money.hpp"
+#include "core/console/printable.hpp"
 #include "core/pricing/price_rows.hpp"
 #include "core/support/text.hpp"
 
@@ -39,6 +40,26 @@ std::vector<OwnPrice> StorePrices::ownPrices() const {
     if (each.own && each.price) own.push_back({each.storefront, each.currency, *each.price});
   }
   return own;
+}
+
+std::vector<std::string> StorePrices::centsFaults(const std::optional<Decimal>& amount, const std::string& country,
+                                                  const PriceOverrides& overrides) const {
+  std::vector<std::string> wrong;
+  auto look = [&](const std::string& code, const Decimal& price) {
+    const auto* there = find(code);
+    if (!there || price.decimals() <= Format::currencyDecimals(there->currency)) return;
+    wrong.push_back(code + " pays in " + printable(there->currency) + ", without cents: " + price.fixed(0) + ", not " +
+                    price.text() + ".");
+  };
+  if (amount) look(country, *amount);
+  for (const auto& [code, override] : overrides) {
+    if (override.kind == PriceOverride::Kind::price) look(code, override.amount);
+  }
+  return wrong;
+}
+
+std::string PriceChangeLine::amount(const Decimal& value) const {
+  return value.fixed(std::max(Format::currencyDecimals(currency), value.decimals())) + " " + currency;
 }
 
 PriceChangeLine PriceChangeLine::read(const JSONValue& value) {

@@ -42,6 +42,9 @@ struct StorePrices {
   const Storefront* find(std::string_view code) const;
   /// Where the price isn't Apple's match today.
   std::vector<OwnPrice> ownPrices() const;
+  /// What is wrong with a price in a country, or with those of overrides: cents where the currency has none.
+  std::vector<std::string> centsFaults(const std::optional<Decimal>& amount, const std::string& country,
+                                       const PriceOverrides& overrides) const;
 };
 
 /// One storefront of a price change, as its preview has it.
@@ -56,6 +59,8 @@ struct PriceChangeLine {
   /// The preview in a change's details; none where there is none.
   static std::vector<PriceChangeLine> of(const std::optional<JobDetails>& details);
   bool moves() const { return now != then; }
+  /// The amount with its currency, for data: "4.99 USD".
+  std::string amount(const Decimal& value) const;
 };
 
 /// What a price change asks for.

@@ -132,6 +132,47 @@ JSONData replaced(const JSONData& entry, const char* key, std::initializer_list<
 
 std::string percentOverride(std::int64_t percent) { return PriceOverride::percent(percent).text(); }
 
+/// A product's entry, called so in messages; none is an empty one.
+ProductPrices pricesOf(const JSONData* entry, const std::string& product) {
+  ProductPrices prices;
+  if (!entry) return prices;
+  std::string name = printable(product);
+  CLIError noCountries = failure(inFile(name + " is an object of countries and their prices."));
+  if (!entry->isObject()) throw noCountries;
+  JSONValue value = JSONValue::parse(entry->compact());
+  std::vector<std::string> wrong;
+  auto countries = value.find("countries");
+  if (countries && !countries->isObject()) throw noCountries;
+  CountriesReader reader(product, wrong);
+  if (countries) reader.read(*countries);
+  prices.regional = reader.regional();
+  prices.overrides = reader.own();
+  prices.overrides.insert(prices.regional.begin(), prices.regional.end()); // but a country's own entry goes first
+  auto parity = value.find("parity");
+  if (parity && !parity->isObject()) {
+    wrong.push_back(std::string(PricingFile::path) + " is an object of products and how Parity made their prices.");
+  }
+  auto rounding = value.find("rounding");
+  if (rounding && !rounding->isObject()) {
+    wrong.push_back(inFile("rounding is an object: round, nice and ending."));
+  } else if (rounding) {
+    try {
+      prices.landing = PriceLanding::read(*rounding);
+    } catch (const CLIError& error) {
+      wrong.push_back(inFile("rounding: " + error.description + "."));
+    }
+  }
+  if (!wrong.empty()) throw failure(Text::joined(wrong, "\n"));
+  for (const auto& [code, text] : wroteBy(entry->find("parity"))) {
+    auto key = keyOf(entry->find("countries"), code);
+    if (key && isText(*entry->find("countries")->find(*key), text)) prices.parity.insert(code);
+  }
+  for (const auto& [key, ignored] : value.members()) {
+    if (key != "countries" && key != "parity" && key != "rounding") prices.unread.push_back(key);
+  }
+  return prices;
+}
+
 } // namespace
 
 PriceOverrides ProductPrices::leavingOutParityIn(const std::set<std::string, std::less<>>& covered) const {
@@ -173,44 +214,15 @@ PricingFile PricingFile::read(const fs::path& root, const std::string& consequen
 bool PricingFile::has(std::string_view product) const { return document_.find(product) != nullptr; }
 
 ProductPrices PricingFile::product(const std::string& product) const {
-  ProductPrices prices;
-  const JSONData* entry = document_.find(product);
-  if (!entry) return prices;
-  std::string name = printable(product);
-  CLIError noCountries = failure(inFile(name + " is an object of countries and their prices."));
-  if (!entry->isObject()) throw noCountries;
-  JSONValue value = JSONValue::parse(entry->compact());
-  std::vector<std::string> wrong;
-  auto countries = value.find("countries");
-  if (countries && !countries->isObject()) throw noCountries;
-  CountriesReader reader(product, wrong);
-  if (countries) reader.read(*countries);
-  prices.regional = reader.regional();
-  prices.overrides = reader.own();
-  prices.overrides.insert(prices.regional.begin(), prices.regional.end()); // but a country's own entry goes first
-  auto parity = value.find("parity");
-  if (parity && !parity->isObject()) {
-    wrong.push_back(std::string(path) + " is an object of products and how Parity made their prices.");
-  }
-  auto rounding = value.find("rounding");
-  if (rounding && !rounding->isObject()) {
-    wrong.push_back(inFile("rounding is an object: round, nice and ending."));
-  } else if (rounding) {
-    try {
-      prices.landing = PriceLanding::read(*rounding);
-    } catch (const CLIError& error) {
-      wrong.push_back(inFile("rounding: " + error.description + "."));
-    }
-  }
-  if (!wrong.empty()) throw failure(Text::joined(wrong, "\n"));
-  for (const auto& [code, text] : wroteBy(entry->find("parity"))) {
-    auto key = keyOf(entry->find("countries"), code);
-    if (key && isText(*entry->find("countries")->find(*key), text)) prices.parity.insert(code);
-  }
-  for (const auto& [key, ignored] : value.members()) {
-    if (key != "countries" && key != "parity" && key != "rounding") prices.unread.push_back(key);
-  }
-  return prices;
+  return pricesOf(document_.find(product), product);
+}
+
+ProductPrices PricingFile::introOffers(const std::string& product) const {
+  const JSONData* offers = document_.find(introKey);
+  if (!offers) return {};
+  std::string key(introKey);
+  if (!offers->isObject()) throw failure(inFile(key + " is an object of subscriptions' product IDs."));
+  return pricesOf(offers->find(product), key + ": " + product);
 }
 
 ParityWritten PricingFile::setParity(const std::string& product, const std::map<std::string, std::int64_t>& percentages,

@@ -43,6 +43,7 @@ class PricingFile {
  public:
   static constexpr std::string_view path = "metadata/pricing.json";
   static constexpr std::string_view appKey = "app"; ///< the app's own price
+  static constexpr std::string_view introKey = "intro-offers";
 
   /// A file that isn't there is an empty one; one that can't be read, or isn't an object, a CLIError of kind failed
   /// whose message ends with what follows from it.
@@ -52,6 +53,9 @@ class PricingFile {
 
   /// A CLIError of kind failed tells of all that is wrong with the product's entries.
   ProductPrices product(const std::string& product) const;
+
+  /// The same of a subscription's introductory offers, which have a place of their own in the file.
+  ProductPrices introOffers(const std::string& product) const;
 
   /// Puts Parity's percentages under the product: its earlier entries are replaced for all that it covers, the user's
   /// own kept where it gives none. A CLIError of kind failed when the product's entries can't be read.

@@ -30,11 +30,11 @@ json jobJson(const State& state, const PriceJob& job) {
   json value{{"state", job.state},
              {"done", job.done},
              {"total", job.countries.size()},
-             {"startsOn", job.startsOn},
              {"canUndo", canUndo(state, job)},
-             {"undoUntil", isoText(job.undoUntil)},
-             {"kind", "price"},
+             {"kind", job.kind},
              {"details", json::parse(job.details)}};
+  if (!job.startsOn.empty()) value["startsOn"] = job.startsOn;
+  if (job.undoUntil != Moment()) value["undoUntil"] = isoText(job.undoUntil);
   if (!job.error.empty()) value["error"] = job.error;
   return value;
 }
@@ -48,16 +48,24 @@ void put(PricedProduct& product, const std::string& storefront, const std::optio
   }
 }
 
+void forth(State& state, PriceJob& job, const PriceJob::Country& country) {
+  if (job.move) return job.move(country.storefront, true);
+  put(Prices::product(state, *state.app(job.appId), job.productId), country.storefront, country.after);
+}
+
+void back(State& state, PriceJob& job, const PriceJob::Country& country) {
+  if (job.move) return job.move(country.storefront, false);
+  put(Prices::product(state, *state.app(job.appId), job.productId), country.storefront,
+      country.before.value_or(PricePoints::match(country.storefront, job.baseBefore)));
+}
+
 void advance(State& state, PriceJob& job) {
   const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(state.clock() - job.since).count();
   const auto steps = static_cast<std::size_t>(std::max<std::int64_t>(0, passed * state.prices.countriesASecond / 1000));
-  auto& product = Prices::product(state, *state.app(job.appId), job.productId);
   if (job.state == "running") {
     const auto end = std::min(job.countries.size(), job.stopAt.value_or(job.countries.size()));
     // Prices are there as they are made, as if their day had come.
-    for (; job.done < std::min(end, steps); ++job.done) {
-      put(product, job.countries[job.done].storefront, job.countries[job.done].after);
-    }
+    for (; job.done < std::min(end, steps); ++job.done) forth(state, job, job.countries[job.done]);
     if (job.done == job.countries.size()) job.state = "done";
     if (job.stopAt && job.done == *job.stopAt && job.state == "running") {
       job.state = "failed";
@@ -65,16 +73,23 @@ void advance(State& state, PriceJob& job) {
     }
   } else if (job.state == "undoing") {
     const auto left = job.doneWhenTurned - std::min(job.doneWhenTurned, steps);
-    for (; job.done > left; --job.done) {
-      const auto& country = job.countries[job.done - 1];
-      put(product, country.storefront, country.before.value_or(PricePoints::match(country.storefront, job.baseBefore)));
-    }
-    if (job.done == 0) {
-      product.base = job.baseBefore;
-      for (const auto& country : job.countries) put(product, country.storefront, country.before);
-      job.state = "undone";
-    }
+    for (; job.done > left; --job.done) back(state, job, job.countries[job.done - 1]);
+    if (job.done > 0) return;
+    job.state = "undone";
+    if (job.move) return;
+    auto& product = Prices::product(state, *state.app(job.appId), job.productId);
+    product.base = job.baseBefore;
+    for (const auto& country : job.countries) put(product, country.storefront, country.before);
   }
+}
+
+// The base moves at once; a country that waits for its turn keeps what it had.
+void moveBase(State& state, const PriceJob& job) {
+  auto& product = Prices::product(state, *state.app(job.appId), job.productId);
+  for (const auto& country : job.countries) {
+    if (!country.before) put(product, country.storefront, today(product, country.storefront));
+  }
+  product.base = job.baseAfter;
 }
 
 } // namespace
@@ -87,12 +102,7 @@ std::string start(State& state, PriceJob job) {
   advance(state);
   job.since = state.clock();
   job.stopAt = std::exchange(state.prices.nextStopsAt, std::nullopt);
-  auto& product = Prices::product(state, *state.app(job.appId), job.productId);
-  // The base moves at once; a country that waits for its turn keeps what it had.
-  for (const auto& country : job.countries) {
-    if (!country.before) put(product, country.storefront, today(product, country.storefront));
-  }
-  product.base = job.baseAfter;
+  if (!job.move) moveBase(state, job);
   state.prices.jobs.push_back(std::move(job));
   return state.prices.jobs.back().id;
 }
@@ -124,7 +134,10 @@ Answer undo(State& state, const Call& call) {
     return "";
   };
   if (state.tokens.at(call.token).approvals == "every") {
-    return Plans::change(state, call, app.name, {"Undo the price change of " + there.productId}, apply);
+    return Plans::change(
+        state, call, app.name,
+        {"Undo the " + std::string(there.move ? "introductory offer" : "price change") + " of " + there.productId},
+        apply);
   }
   if (!call.dryRun()) apply();
   return Answer::json({{"waits", false}});

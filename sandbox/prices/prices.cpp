@@ -40,10 +40,6 @@ namespace {
 constexpr std::array<std::string_view, 12> topMarkets = {"au", "br", "ca", "cn", "de", "fr",
                                                          "gb", "in", "it", "jp", "kr", "us"};
 
-bool isTop(std::string_view storefront) {
-  return std::find(topMarkets.begin(), topMarkets.end(), storefront) != topMarkets.end();
-}
-
 std::string money(Amount amount, const std::string& currency) {
   return Format::money(*Decimal::parse(fmt::format("{:.2f}", static_cast<double>(amount) / 100)), currency);
 }
@@ -52,22 +48,6 @@ std::string storefrontOf(const std::string& word) {
   const auto* const found = Storefronts::find(word);
   if (found == nullptr) throw Refused(400, "invalid_request", fmt::format("{} is no storefront.", word));
   return std::string(found->code);
-}
-
-// From a JSON number, which Apple has as a price in the storefront.
-Amount priceIn(const std::string& storefront, double value) {
-  constexpr double most = 1e12; // beyond any price, and far from what an amount can't hold
-  if (!(value >= 0 && value <= most)) throw Refused(400, "invalid_request", "That is no price.");
-  const auto price = static_cast<Amount>(std::llround(value * 100));
-  const auto pays = PricePoints::currency(storefront);
-  const auto& points = PricePoints::all(pays);
-  if (std::binary_search(points.begin(), points.end(), price)) return price;
-  const auto above = std::lower_bound(points.begin(), points.end(), price);
-  const auto shown = [&](Amount amount) { return fmt::format("{:.2f}", static_cast<double>(amount) / 100); };
-  std::string near = above == points.begin() ? "" : shown(*(above - 1));
-  if (above != points.end()) near += (near.empty() ? "" : " and ") + shown(*above);
-  throw Refused(409, {{"message", fmt::format("Apple has no price of {} {} in {}: the nearest are {}.", shown(price),
-                                              pays, storefront, near)}});
 }
 
 // What a change makes of each storefront that it touches.
@@ -191,7 +171,27 @@ json detailsOf(const Change& change, PricedProduct& product, const json& body, c
 
 std::string dayAfter(Moment moment, int days) { return isoText(moment + std::chrono::hours(24 * days)).substr(0, 10); }
 
-// 10:00 UTC of the day before.
+} // namespace
+
+bool isTop(std::string_view storefront) {
+  return std::find(topMarkets.begin(), topMarkets.end(), storefront) != topMarkets.end();
+}
+
+Amount priceIn(const std::string& storefront, double value) {
+  constexpr double most = 1e12; // beyond any price, and far from what an amount can't hold
+  if (!(value >= 0 && value <= most)) throw Refused(400, "invalid_request", "That is no price.");
+  const auto price = static_cast<Amount>(std::llround(value * 100));
+  const auto pays = PricePoints::currency(storefront);
+  const auto& points = PricePoints::all(pays);
+  if (std::binary_search(points.begin(), points.end(), price)) return price;
+  const auto above = std::lower_bound(points.begin(), points.end(), price);
+  const auto shown = [&](Amount amount) { return fmt::format("{:.2f}", static_cast<double>(amount) / 100); };
+  std::string near = above == points.begin() ? "" : shown(*(above - 1));
+  if (above != points.end()) near += (near.empty() ? "" : " and ") + shown(*above);
+  throw Refused(409, {{"message", fmt::format("Apple has no price of {} {} in {}: the nearest are {}.", shown(price),
+                                              pays, storefront, near)}});
+}
+
 Moment undoUntil(const std::string& startsOn) {
   const auto number = [&](std::size_t at, std::size_t length) {
     return std::atoi(startsOn.substr(at, length).c_str());
@@ -199,8 +199,6 @@ Moment undoUntil(const std::string& startsOn) {
   const auto day = std::chrono::year(number(0, 4)) / number(5, 2) / number(8, 2);
   return std::chrono::sys_days(day) - std::chrono::hours(14);
 }
-
-} // namespace
 
 json number(Amount amount) {
   if (amount % 100 == 0) return amount / 100;

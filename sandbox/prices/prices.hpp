@@ -22,6 +22,11 @@ Answer undo(State& state, const Call& call);
 
 // The app's product that the ID names, the app's own price without one; throws Refused when there is none.
 PricedProduct& product(State& state, const App& app, const std::string& productId);
+bool isTop(std::string_view storefront);
+// From a JSON number, which Apple has as a price in the storefront; throws Refused.
+Amount priceIn(const std::string& storefront, double value);
+// 10:00 UTC of the day before.
+Moment undoUntil(const std::string& startsOn);
 Amount today(const PricedProduct& product, const std::string& storefront);
 // Starts a job and answers with its ID.
 std::string start(State& state, PriceJob job);

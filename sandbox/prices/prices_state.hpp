@@ -3,6 +3,7 @@
 #include "sandbox/text.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -21,7 +22,7 @@ struct PricedProduct {
   std::map<std::string, Amount> own; // by storefront, what isn't Apple's match
 };
 
-// A subscription's price change, which goes out country by country; how far it is goes by the time.
+// A change of a subscription that goes out country by country; how far it is goes by the time.
 struct PriceJob {
   struct Country {
     std::string storefront;
@@ -32,7 +33,7 @@ struct PriceJob {
   std::string productId;
   std::string details; // JSON
   std::string startsOn;
-  Moment undoUntil;
+  Moment undoUntil; // of one that can't be undone: long ago
   std::vector<Country> countries;
   Amount baseBefore, baseAfter;
   std::string state = "running";
@@ -41,6 +42,9 @@ struct PriceJob {
   std::size_t doneWhenTurned = 0; // what there was to take back
   std::optional<std::size_t> stopAt = std::nullopt;
   Moment since = {};
+  std::string kind = "price";
+  // What it makes of a country, or takes back, where that isn't its price; called with the state held.
+  std::function<void(const std::string& storefront, bool forth)> move = {};
 };
 
 struct PricesState {

@@ -157,7 +157,7 @@ TEST(CommandTexts, EachCommandThatIsNamedCanBeRun) {
   std::string all;
   for (const std::string& each : problems) {
     bool later = false; // families that the tree lists and this version hasn't
-    for (const char* family : {"reviews", "intro-offers", "offer-codes"}) {
+    for (const char* family : {"reviews"}) {
       later = later || each.starts_with(std::string("kestu ") + family + " isn't built");
     }
     if (!later) all += each + "\n";

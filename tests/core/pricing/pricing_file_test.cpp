@@ -157,6 +157,18 @@ TEST_F(PricingFileTest, EveryWrongEditGetsItsMessage) {
             "metadata/pricing.json isn't a JSON object of product IDs, so nothing.");
 }
 
+TEST_F(PricingFileTest, IntroductoryOffersHaveAPlaceOfTheirOwn) {
+  auto file = read(R"({"intro-offers":{"pro":{"countries":{"se":"-40%"}},"bad":{"countries":{"no":"?"}}},)"
+                   R"("pro":{"countries":{"no":9}}})");
+  EXPECT_EQ(file.introOffers("pro").overrides.size(), 1U);
+  EXPECT_EQ(file.introOffers("pro").overrides.at("se").text(), "-40%");
+  EXPECT_TRUE(file.introOffers("app").overrides.empty());
+  EXPECT_TRUE(
+      errorOf([&] { file.introOffers("bad"); }).starts_with("metadata/pricing.json: intro-offers: bad's no is"));
+  EXPECT_EQ(errorOf([&] { read(R"({"intro-offers":[]})").introOffers("pro"); }),
+            "metadata/pricing.json: intro-offers is an object of subscriptions' product IDs.");
+}
+
 TEST_F(PricingFileTest, ReadsEveryFormAndItsLanding) {
   auto prices = read(R"({"app":{"countries":{"no":59.00,"se":-2,"jp":"+3","EUR":"4.99","de":"keep","x":1}}})");
   EXPECT_NE(errorOf([&] { prices.product("app"); }), "");
