@@ -121,7 +121,8 @@ std::string folded(const std::vector<Row>& rows, std::size_t firstCells, int wid
     text += (text.empty() ? "" : "\n") + (beside ? lines[at] : stacked(row, firstCells, width));
     Row rest;
     for (std::size_t column = firstCells; column < row.size(); ++column) {
-      if (!row[column].empty()) rest.push_back(rows.front()[column] + " " + row[column]);
+      const std::string heading = column < rows.front().size() ? rows.front()[column] + " " : "";
+      if (!row[column].empty()) rest.push_back(heading + row[column]);
     }
     if (!rest.empty()) text += details(rest, width, indent);
   }

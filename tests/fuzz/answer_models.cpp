@@ -223,7 +223,7 @@ std::string tiers(const JSONValue& answer) {
     try {
       auto shown = tiers.within(range);
       require(!all || shown.size() == tiers.prices.size(), "all are all");
-      text += tiers.text(shown, styled, 60) + Format::table(tiers.table(shown));
+      text += tiers.text("the app", shown, styled, 60) + Format::table(tiers.table(shown));
     } catch (const CLIError& error) {
       text += error.description;
     }
