@@ -1,6 +1,7 @@
 #include "cli/metadata/metadata.hpp"
 #include "cli/outcome.hpp"
 #include "core/console/printable.hpp"
+#include "core/listing/listing_file.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/platform.hpp"
 #include "core/project/project.hpp"
@@ -71,6 +72,10 @@ CLIError failure(const std::string& path, const std::string& what, const std::er
 Writing compared(const ListingFiles& files, const fs::path& root) {
   Writing writing;
   for (const auto& [path, contents] : files) {
+    if (auto other = ListingFile::inTheWay(root, path)) {
+      throw CLIError(Kind::failed, printable(*other) + " is in the way: a Mac takes it for " + printable(path) +
+                                       ". Rename it, then pull again. Nothing was written.");
+    }
     try {
       auto before = Files::read(root / path, UINT64_MAX);
       if (before && Metadata::saysTheSame(*before, contents)) {

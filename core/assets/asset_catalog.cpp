@@ -1,6 +1,7 @@
 #include "core/assets/asset_catalog.hpp"
 
 #include "core/support/error.hpp"
+#include "core/support/file_name.hpp"
 #include "core/support/json.hpp"
 #include "core/support/text.hpp"
 
@@ -78,7 +79,7 @@ std::string plainName(std::string_view name) {
   for (std::string_view mark : {"\"", "″"}) {
     for (std::size_t at; (at = text.find(mark)) != std::string::npos;) text.erase(at, mark.size());
   }
-  return Text::joined(Text::words(Text::lowercased(text)), " ");
+  return Text::joined(Text::words(Text::lowercased(FileName::composed(text))), " ");
 }
 
 } // namespace

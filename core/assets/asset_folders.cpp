@@ -87,7 +87,7 @@ std::string textOf(const std::system_error& error, const std::filesystem::path& 
   return text;
 }
 
-std::string movedPath(const std::string& path, const std::map<std::string, std::string>& renamed) {
+std::string movedPath(const std::string& path, const Renames& renamed) {
   std::size_t end = path.size();
   while (end != std::string::npos && end > 0) {
     if (auto found = renamed.find(path.substr(0, end)); found != renamed.end()) return found->second + path.substr(end);

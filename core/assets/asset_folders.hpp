@@ -1,10 +1,12 @@
 #pragma once
 
 #include "core/assets/asset_kind.hpp"
+#include "core/support/file_name.hpp"
 
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -12,6 +14,9 @@
 /// Where a repository keeps its assets. Repository paths are relative to its root, with forward slashes; they hold file
 /// names as they are, so printable they are not.
 namespace kestu::Assets {
+
+using Paths = std::set<std::string, FileName::Less>;
+using Renames = std::map<std::string, std::string, FileName::Less>; ///< new paths by old ones
 
 struct Entry {
   std::string name;
@@ -43,6 +48,6 @@ std::string unreadable(const std::string& repositoryPath, const std::error_code&
 std::string textOf(const std::system_error& error, const std::filesystem::path& root);
 
 /// The path after files or whole folders were renamed, all at once: a file's own entry counts before its folder's.
-std::string movedPath(const std::string& path, const std::map<std::string, std::string>& renamed);
+std::string movedPath(const std::string& path, const Renames& renamed);
 
 } // namespace kestu::Assets

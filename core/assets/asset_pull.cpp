@@ -3,6 +3,7 @@
 #include "core/assets/pulled.hpp"
 #include "core/console/printable.hpp"
 #include "core/support/error.hpp"
+#include "core/support/file_name.hpp"
 #include "core/support/files.hpp"
 #include "core/support/incoming_file.hpp"
 #include "core/support/tasks.hpp"
@@ -93,7 +94,7 @@ class Puller {
   /// The new paths are in the books before the folders have their new names, and the old ones until they have: a kill
   /// at any moment leaves each video with its poster frame.
   void changeFolders(const KindPull& kind) {
-    std::map<std::string, std::string> renamed;
+    Assets::Renames renamed;
     for (const FolderChange& change : kind.changes) renamed.merge(change.renamed());
     const PosterFrames framesBefore = Frames::read(kind.kind, root_).frames;
     Frames::moved(kind.kind, root_, renamed, Frames::Old::kept);
@@ -101,7 +102,7 @@ class Puller {
     PulledAssets after = pulled;
     for (const auto& [path, asset] : pulled) after.emplace(Assets::movedPath(path, renamed), asset);
     if (after != pulled) Pulled::write(kind.kind, root_, after);
-    std::map<std::string, std::string> done;
+    Assets::Renames done;
     try {
       for (const FolderChange& change : kind.changes) {
         if (stop_.stop_requested()) throw Stopped();
@@ -140,14 +141,13 @@ class Puller {
   static bool writesBooks(const KindPull& kind) { return kind.mendsPulled || !kind.unchanged(); }
 
   /// Renaming ended early: the frames are those of before, at the paths that their videos have got to.
-  void settleFrames(const KindPull& kind, const PosterFrames& before,
-                    const std::map<std::string, std::string>& done) const {
+  void settleFrames(const KindPull& kind, const PosterFrames& before, const Assets::Renames& done) const {
     PosterFrames now;
     for (const auto& [path, frame] : before) {
       if (Assets::movedPath(path, done) == path) now[path] = frame;
     }
     for (const auto& [path, frame] : before) now.emplace(Assets::movedPath(path, done), frame);
-    std::set<std::string> known;
+    Assets::Paths known;
     for (const auto& [path, frame] : Frames::read(kind.kind, root_).frames) known.insert(path);
     Frames::write(kind.kind, root_, now, known);
   }
@@ -170,10 +170,11 @@ class Puller {
     while (!pending.empty()) {
       auto free = std::find_if(pending.begin(), pending.end(), [&](const auto& move) {
         std::filesystem::path target = absolute(kind, move.first);
-        return std::none_of(pending.begin(), pending.end(), [&](const auto& other) { return other.second == target; });
+        return std::none_of(pending.begin(), pending.end(),
+                            [&](const auto& other) { return FileName::alike(other.second.native(), target.native()); });
       });
       if (free == pending.end()) {
-        // They go round in a circle: one makes room.
+        // They go round in a circle, or one is to change in case alone: one makes room.
         auto& from = pending.begin()->second;
         std::filesystem::path aside = asideOf(from);
         std::filesystem::rename(from, aside);
@@ -195,8 +196,7 @@ class Puller {
   }
 
   void move(const std::filesystem::path& from, const std::filesystem::path& to, bool replacing) const {
-    bool sameButCase = Text::lowercased(from.string()) == Text::lowercased(to.string());
-    if (replacing || sameButCase) {
+    if (replacing) {
       std::filesystem::rename(from, to);
     } else if (!Files::moveWithoutReplacing(from, to)) {
       throw appeared(to);

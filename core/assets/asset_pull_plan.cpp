@@ -4,6 +4,7 @@
 #include "core/assets/pulled.hpp"
 #include "core/console/printable.hpp"
 #include "core/support/error.hpp"
+#include "core/support/file_name.hpp"
 #include "core/support/md5_several.hpp"
 #include "core/support/text.hpp"
 
@@ -204,7 +205,6 @@ class KindPlanner {
         slot.md5 = file->md5;
         compareFrames(*file, assets[i], whole);
       }
-      addFrame(slot);
       pull.slots.push_back(std::move(slot));
     }
     for (std::size_t i = 0; i < shelf.locals.size(); ++i) {
@@ -216,8 +216,19 @@ class KindPlanner {
       bool isCopy = !file.isLink && std::any_of(assets.begin(), assets.end(),
                                                 [&](const ShownAsset& asset) { return isAsset(file, asset); });
       if (!isCopy) whole.conflicts.push_back(folder_ + "/" + file.now);
+      keepName(pull.slots, file.after);
     }
+    for (const PullSlot& slot : pull.slots) addFrame(slot);
     plan_.displays.push_back(std::move(pull));
+  }
+
+  /// A file that comes where a Mac has another one, "01.png" for "01.PNG", takes its place under the name it has.
+  static void keepName(std::vector<PullSlot>& slots, const std::string& other) {
+    auto isOther = [&](const PullSlot& slot) { return slot.path == other; };
+    if (std::any_of(slots.begin(), slots.end(), isOther)) return;
+    auto alike = [&](const PullSlot& slot) { return slot.from != slot.path && FileName::alike(slot.path, other); };
+    auto slot = std::find_if(slots.begin(), slots.end(), alike);
+    if (slot != slots.end()) slot->path = other;
   }
 
   std::string numbered(const Shelf& shelf, std::size_t index) const {

@@ -38,9 +38,9 @@ struct KindPull {
   std::string folder; ///< repository path
   std::vector<FolderChange> changes;
   std::vector<DisplayPull> displays;
-  PosterFrames frames;             ///< of the pulled videos
-  std::set<std::string> replacing; ///< paths whose poster frames the file forgets first
-  bool mendsPulled = false;        ///< its pulled.json can't be used, and is written anew
+  PosterFrames frames;      ///< of the pulled videos
+  Assets::Paths replacing;  ///< paths whose poster frames the file forgets first
+  bool mendsPulled = false; ///< its pulled.json can't be used, and is written anew
 
   /// Whether no folder or file of it is to be renamed, moved, downloaded or removed.
   bool unchanged() const;

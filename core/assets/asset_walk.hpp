@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/assets/asset_catalog.hpp"
+#include "core/assets/asset_folders.hpp"
 #include "core/assets/asset_scan.hpp"
 
 #include <filesystem>
@@ -59,7 +60,7 @@ struct AssetWalk {
   std::string kindFolder; ///< repository path, empty when there is none
   std::vector<AssetPlace> places;
   std::set<std::string> locales; ///< those walked
-  std::set<std::string> present; ///< every media file of theirs, relative to the kind's folder
+  Assets::Paths present;         ///< every media file of theirs, relative to the kind's folder
   std::vector<std::string> problems;
   std::vector<std::string> notes;
 

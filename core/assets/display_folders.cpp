@@ -1,8 +1,10 @@
 #include "core/assets/display_folders.hpp"
 
 #include "core/console/printable.hpp"
+#include "core/project/apple_locales.hpp"
 #include "core/service/refusal.hpp"
 #include "core/support/error.hpp"
+#include "core/support/file_name.hpp"
 #include "core/support/files.hpp"
 #include "core/support/md5.hpp"
 #include "core/support/text.hpp"
@@ -36,9 +38,9 @@ bool same(const std::string& a, const std::string& b) { return Text::lowercased(
 
 } // namespace
 
-std::map<std::string, std::string> FolderChange::renamed() const {
+Assets::Renames FolderChange::renamed() const {
   if (isRename) return {{from, to}};
-  std::map<std::string, std::string> paths;
+  Assets::Renames paths;
   for (const auto* names : {&moved, &dropped}) {
     for (const std::string& name : *names) paths[from + "/" + name] = to + "/" + name;
   }
@@ -64,7 +66,7 @@ DisplayFolders::DisplayFolders(const std::filesystem::path& root, std::string re
   std::error_code none;
   if (!std::filesystem::is_directory(kindFolder_, none)) return;
   std::map<std::filesystem::path, std::string> real;
-  std::vector<std::string> locales;
+  std::vector<std::string>& locales = locales_;
   try {
     for (const Assets::Entry& entry : Assets::entries(kindFolder_)) {
       if (entry.isFolder) locales.push_back(entry.name);
@@ -100,9 +102,19 @@ DisplayFolders::Folder DisplayFolders::folder(const std::string& locale, const A
   std::string folder = localeFolder(locale);
   auto known = folders_.find({folder, display.group});
   if (known != folders_.end()) return known->second;
+  requireSpelled(folder);
   std::string path = folder + "/" + nameOf(display);
   requireFree(path, display);
   return {path, {}};
+}
+
+void DisplayFolders::requireSpelled(const std::string& locale) const {
+  if (std::find(locales_.begin(), locales_.end(), locale) != locales_.end()) return;
+  for (const std::string& other : locales_) {
+    if (!FileName::alike(other, locale)) continue;
+    throw failed(repositoryPath_ + "/" + other + AppleLocales::refusal(other) +
+                 " Rename it: a Mac takes the two for one.");
+  }
 }
 
 void DisplayFolders::requireFree(const std::string& path, const AssetDisplay& display) const {
@@ -178,7 +190,9 @@ std::map<std::string, std::string> DisplayFolders::entriesOf(const std::string& 
 
 void DisplayFolders::merge(FolderChange change, Folder& into) {
   for (const auto& [name, path] : entriesOf(change.from)) {
+    auto alike = [&](const auto& entry) { return FileName::alike(entry.first, name); };
     auto there = into.entries.find(name);
+    if (there == into.entries.end()) there = std::find_if(into.entries.begin(), into.entries.end(), alike);
     if (there == into.entries.end()) {
       into.entries[name] = path;
       change.moved.push_back(name);

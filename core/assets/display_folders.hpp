@@ -20,7 +20,7 @@ struct FolderChange {
   std::vector<std::string> left;    ///< entries that stay, since `to` has something else of that name
 
   /// What files and folders are called afterwards, by what they are called now.
-  std::map<std::string, std::string> renamed() const;
+  Assets::Renames renamed() const;
 
   /// Renames, under the kind's folder; writes over nothing. What can't be moved stays. Throws CLIError for
   /// what is in the way, and std::system_error.
@@ -59,6 +59,7 @@ class DisplayFolders {
  private:
   using Key = std::pair<std::string, std::string>; ///< language folder, display's ID
 
+  void requireSpelled(const std::string& locale) const;
   void requireFree(const std::string& path, const AssetDisplay& display) const;
   void readLocale(const std::string& locale);
   void settle(const std::string& locale, const AssetDisplay& display, const std::vector<std::string>& names);
@@ -71,6 +72,7 @@ class DisplayFolders {
   std::string repositoryPath_;
   const DisplayChoice& displays_;
   bool byIDs_;
+  std::vector<std::string> locales_;           ///< the languages' folders
   std::map<std::string, std::string> aliases_; ///< language folders that are links to another one
   std::map<Key, Folder> folders_;
   std::vector<FolderChange> changes_;

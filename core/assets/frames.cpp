@@ -84,7 +84,7 @@ Reading read(AssetKind kind, const std::filesystem::path& root) {
 }
 
 bool write(AssetKind kind, const std::filesystem::path& root, const PosterFrames& frames,
-           const std::set<std::string>& replacing) {
+           const Assets::Paths& replacing) {
   if (kind == AssetKind::screenshots) return false;
   std::string file = repositoryPath(kind, root);
   PosterFrames before = entriesToChange(file, root);
@@ -94,8 +94,7 @@ bool write(AssetKind kind, const std::filesystem::path& root, const PosterFrames
   return replace(root / file, before, after);
 }
 
-void moved(AssetKind kind, const std::filesystem::path& root, const std::map<std::string, std::string>& renamed,
-           Old old) {
+void moved(AssetKind kind, const std::filesystem::path& root, const Assets::Renames& renamed, Old old) {
   if (kind == AssetKind::screenshots) return;
   std::string file = repositoryPath(kind, root);
   PosterFrames before = entriesToChange(file, root);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "core/assets/asset_folders.hpp"
 #include "core/assets/asset_kind.hpp"
+#include "core/support/file_name.hpp"
 
 #include <filesystem>
 #include <map>
@@ -12,7 +14,7 @@
 namespace kestu {
 
 /// Videos' poster frames (HH:MM:SS:FF) by the videos' paths under their kind's folder ("en-US/iPhone 6.9/01.mov").
-using PosterFrames = std::map<std::string, std::string>;
+using PosterFrames = std::map<std::string, std::string, FileName::Less>;
 
 /// A kind's frames.json. Screenshots have none.
 namespace Frames {
@@ -34,13 +36,12 @@ Reading read(AssetKind kind, const std::filesystem::path& root);
 /// without frames is removed. Tells whether the file changed. Throws CLIError when the file that is there can't be
 /// understood, std::system_error when it can't be written.
 bool write(AssetKind kind, const std::filesystem::path& root, const PosterFrames& frames,
-           const std::set<std::string>& replacing);
+           const Assets::Paths& replacing);
 
 /// Gives the frames of renamed videos, or of those in renamed folders, their new paths. A video that had a frame at the
 /// new path already keeps it. With `Old::kept` the old paths have them too. Throws as `write` does.
 enum class Old { kept, forgotten };
-void moved(AssetKind kind, const std::filesystem::path& root, const std::map<std::string, std::string>& renamed,
-           Old old = Old::forgotten);
+void moved(AssetKind kind, const std::filesystem::path& root, const Assets::Renames& renamed, Old old = Old::forgotten);
 
 } // namespace Frames
 

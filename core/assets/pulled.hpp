@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/assets/asset_kind.hpp"
+#include "core/support/file_name.hpp"
 
 #include <filesystem>
 #include <map>
@@ -20,7 +21,7 @@ struct PulledAsset {
 };
 
 /// By the files' paths under their kind's folder ("en-US/iPhone 6.9/01.png").
-using PulledAssets = std::map<std::string, PulledAsset>;
+using PulledAssets = std::map<std::string, PulledAsset, FileName::Less>;
 
 /// A kind's pulled.json: {"en-US/iPhone 6.9/01.png": {"assetId": "…", "md5": "…"}}.
 namespace Pulled {

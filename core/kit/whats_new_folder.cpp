@@ -5,6 +5,7 @@
 #include "core/kit/markdown.hpp"
 #include "core/project/apple_locales.hpp"
 #include "core/support/error.hpp"
+#include "core/support/file_name.hpp"
 #include "core/support/files.hpp"
 #include "core/support/md5.hpp"
 #include "core/support/tasks.hpp"
@@ -123,6 +124,17 @@ class Reader {
     page_.languages[locale] = {std::move(titled->title), std::move(titled->body), std::move(images)};
   }
 
+  /// The file whose name is that one in another form: accents are one character or two, and a Mac finds both.
+  static std::optional<fs::path> written(const fs::path& path) {
+    std::error_code failed;
+    for (fs::directory_iterator entry(path.parent_path(), failed), end; !failed && entry != end;
+         entry.increment(failed)) {
+      std::string name = entry->path().filename().string();
+      if (FileName::composed(name) == FileName::composed(path.filename().string())) return entry->path();
+    }
+    return std::nullopt;
+  }
+
   void readImage(const std::string& text, const std::string& name) {
     if (page_.images.contains(name)) return;
     if (!seen_.insert(text + '\n' + name).second) return;
@@ -132,7 +144,8 @@ class Reader {
     auto path = Files::inside(folder_, fs::path(decoded(name)).lexically_normal().string()); // "./a.png" is fine
     if (!path) return wrong(text, image + " leaves the folder.");
     std::error_code failed;
-    if (!fs::exists(*path, failed)) return wrong(text, image + " isn't there.");
+    if (!fs::exists(*path, failed)) path = written(*path);
+    if (!path) return wrong(text, image + " isn't there.");
     if (!liesInside(*path, folder_)) return wrong(text, image + " leaves the folder.");
     try {
       FileReader reader(*path);

@@ -5,6 +5,7 @@
 #include "core/listing/metadata.hpp"
 #include "core/project/apple_locales.hpp"
 #include "core/project/platform.hpp"
+#include "core/support/file_name.hpp"
 #include "core/support/files.hpp"
 #include "core/support/json.hpp"
 #include "core/support/text.hpp"
@@ -121,6 +122,22 @@ std::vector<std::string> entries(const fs::path& root, const std::string& folder
 bool isFolder(const fs::path& root, const std::string& path) {
   std::error_code ignored;
   return fs::is_directory(root / path, ignored);
+}
+
+std::optional<std::string> inTheWay(const fs::path& root, const std::string& path) {
+  for (std::size_t at = path.find('/'); at != std::string::npos;) {
+    std::string folder = path.substr(0, at);
+    std::size_t end = path.find('/', at + 1);
+    std::string name = path.substr(at + 1, end == std::string::npos ? end : end - at - 1);
+    auto names = entries(root, folder);
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
+      auto alike = [&](const std::string& other) { return FileName::alike(other, name); };
+      auto found = std::find_if(names.begin(), names.end(), alike);
+      return found == names.end() ? std::nullopt : std::optional(folder + "/" + *found);
+    }
+    at = end;
+  }
+  return std::nullopt;
 }
 
 std::vector<ListingEntry> languages(const fs::path& root, const std::string& folder, Entries kind) {

@@ -62,6 +62,10 @@ std::vector<std::string> entries(const std::filesystem::path& root, const std::s
 
 bool isFolder(const std::filesystem::path& root, const std::string& path);
 
+/// A file or folder in the layout's folder that a Mac takes for the path, or for a folder on it, though it is called
+/// otherwise ("metadata/listing/en-us.json" for "metadata/listing/en-US.json").
+std::optional<std::string> inTheWay(const std::filesystem::path& root, const std::string& path);
+
 /// The version's folder in `folder`, the highest version's that there is when none is named; none when there is none.
 std::optional<std::string> versionFolder(const ListingPlace& place, const std::string& folder);
 
