@@ -335,6 +335,47 @@ TEST_F(PullTest, RenamesThatEndEarlyLeaveTheirFrames) {
   EXPECT_EQ(tree().at(frames), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
 }
 
+TEST_F(PullTest, NamesThatAreOneOnAMacAreNeverTwo) {
+  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}});
+  push();
+  struct Row {
+    Tree before, after;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{{phone + "01.PNG", shot(9)}}, {{phone + "01.PNG", shot(1)}, {phone + "02.png", shot(2)}}},
+           {{{phone + "01.PNG", shot(2)}, {phone + "02.PNG", shot(1)}},
+            {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}}},
+           {{{phone + "01.PNG", shot(9)}, {phone + "3.png", shot(1)}, {phone + "4.png", shot(2)}},
+            {{phone + "01.PNG", shot(1)}, {phone + "02.png", shot(2)}}},
+           {{{phone + "01.PNG", shot(1)}, {phone + "1.png", shot(9)}},
+            {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}}},
+       }) {
+    SCOPED_TRACE(row.before.begin()->first);
+    put(row.before);
+    EXPECT_EQ(pull({"--force"}).status, 0);
+    EXPECT_EQ(tree(false), row.after);
+  }
+  const Tree misnamed = {{shots + "en-us/iPhone 6.9/01.png", shot(1)}};
+  put(misnamed);
+  EXPECT_EQ(pull().err, shots + "en-us can't be a language: it's written en-US. Rename it: a Mac takes the two for "
+                                "one.\n");
+  EXPECT_EQ(tree(), misnamed);
+}
+
+TEST_F(PullTest, AccentsAreTheSameInEitherForm) {
+  const std::string composed = "en-US/iPhone 6.9/caf\u00E9.mov", decomposed = "en-US/iPhone 6.9/cafe\u0301.mov";
+  const std::string previews = "metadata/previews/";
+  const auto frames = [](const std::string& video) { return "{\"" + video + R"(": "00:00:03:00"})"; };
+  put({{previews + decomposed, "one"}, {previews + "frames.json", frames(composed)}});
+  push();
+  put({{previews + composed, "one"}, {previews + "frames.json", frames(decomposed)}});
+  Ran ran = pull();
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(calls("GET /files/"), 0U);
+  EXPECT_NE(tree().at(previews + "frames.json").find("00:00:03:00"), std::string::npos);
+  EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 0);
+}
+
 TEST_F(PullTest, APosterFrameOfOnesOwnIsKept) {
   const std::string movie = "metadata/previews/en-US/iPhone 6.9/01.mov";
   const std::string frames = "metadata/previews/frames.json";

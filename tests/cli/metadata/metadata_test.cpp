@@ -84,6 +84,29 @@ TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
   EXPECT_EQ(json::parse(contents("metadata/app.json"))["copyright"], "2026 Example");
 }
 
+TEST_F(MetadataTest, APullNeverWritesBesideANameThatIsTheSameOnAMac) {
+  struct Row {
+    std::string layout, there, wanted;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"kestu", "metadata/listing/EN-US.json", "metadata/listing/en-US.json"},
+           {"kestu", "metadata/App.json", "metadata/app.json"},
+           {"json", "metadata/Version/1.2/ja.json", "metadata/version/1.2/de-DE.json"},
+           {"fastlane", "fastlane/metadata/ja/Description.txt", "fastlane/metadata/ja/description.txt"},
+       }) {
+    SCOPED_TRACE(row.there);
+    for (const char* folder : {"metadata", "fastlane"}) fs::remove_all(repo.path() / folder);
+    repo.write(row.there, row.there.ends_with("json") ? "{}" : "text");
+    auto before = everything();
+    Ran ran = run({"metadata", "pull", "1.2", "--layout", row.layout, "--force"});
+    EXPECT_EQ(ran.status, 1);
+    std::string blocking = row.layout == "json" ? "metadata/Version" : row.there;
+    EXPECT_NE(ran.err.find(blocking + " is in the way: a Mac takes it for " + row.wanted + ". "), std::string::npos)
+        << ran.err;
+    EXPECT_EQ(everything(), before);
+  }
+}
+
 TEST_F(MetadataTest, APullThatCantBeFinishedLeavesNoTrace) {
   run({"metadata", "pull"});
   edit("metadata/app.json", [](json& object) { object.erase("copyright"); });
