@@ -190,7 +190,7 @@ std::map<std::string, std::string> DisplayFolders::entriesOf(const std::string& 
 
 void DisplayFolders::merge(FolderChange change, Folder& into) {
   for (const auto& [name, path] : entriesOf(change.from)) {
-    auto alike = [&](const auto& entry) { return FileName::alike(entry.first, name); };
+    auto alike = [&wanted = name](const auto& entry) { return FileName::alike(entry.first, wanted); };
     auto there = into.entries.find(name);
     if (there == into.entries.end()) there = std::find_if(into.entries.begin(), into.entries.end(), alike);
     if (there == into.entries.end()) {
