@@ -16,6 +16,8 @@
 #include "core/listing/listing_change.hpp"
 #include "core/overview/app_status.hpp"
 #include "core/overview/doctor.hpp"
+#include "core/pricing/intro_offers.hpp"
+#include "core/pricing/offer_codes.hpp"
 #include "core/pricing/parity.hpp"
 #include "core/pricing/parity_text.hpp"
 #include "core/pricing/price_change.hpp"
@@ -344,6 +346,41 @@ std::string reviewTimes(const JSONValue& answer) {
   return text;
 }
 
+std::string introOffers(const JSONValue& answer) {
+  IntroOffers all = IntroOffers::read(answer);
+  std::string text = all.text(false, "2026-11-21", styled, 60) + all.text(true, "2026-11-21", styled, 40);
+  for (const IntroSubscription& each : all.subscriptions) {
+    require(all.find(each.product) != nullptr, "a subscription is found");
+    text += each.title();
+    for (const IntroOffer& offer : each.offers) {
+      require(offer.meets(std::nullopt, std::nullopt), "an offer runs at some time");
+      auto regular = Offers::regular(offer.price.regular, offer.terms, each.period);
+      if (regular) text += regular->text();
+    }
+  }
+  return text + Format::table(all.table());
+}
+
+std::string offerCodes(const JSONValue& answer) {
+  OfferCodes all = OfferCodes::read(answer);
+  std::string text = Format::table(all.table(styled));
+  for (const OfferCode& offer : all.offers) {
+    text += offer.text(true, styled, 60, now()) + offer.text(false, styled, 30, now()) + offer.what();
+    for (const CodeBatch& batch : offer.batches) {
+      require(offer.batch(batch.batchId) != nullptr, "codes are found by their ID");
+      text += batch.title();
+    }
+    const CodeBatch* newest = offer.newestOneTime();
+    require(newest == nullptr || newest->isOneTime(), "one-time codes are one-time");
+    try {
+      text += printable(all.named(offer.name).offerId);
+    } catch (const CLIError& error) {
+      text += error.description;
+    }
+  }
+  return text;
+}
+
 } // namespace
 
 const std::vector<AnswerModel>& answerModels() {
@@ -374,6 +411,8 @@ const std::vector<AnswerModel>& answerModels() {
       {"reservation", reservations},
       {"unfinished uploads", unfinished},
       {"review times", reviewTimes},
+      {"intro offers", introOffers},
+      {"offer codes", offerCodes},
   };
   return all;
 }

@@ -56,7 +56,7 @@ void eventTimes(std::string_view bytes) {
   if (EventTime::isExact(text)) {
     require(time.moment || !time.problem.empty(), "an exact moment is taken or told why not");
     auto other = EventTime::parse(text, zones[0], choice % 2 == 0);
-    require(other.moment == time.moment && time.note.empty(), "a zone plays no part in an exact moment");
+    require(other.moment == time.moment && other.note == time.note, "a zone plays no part in an exact moment");
     std::string trimmed = Text::trimmed(text);
     if (time.moment) require(floor<seconds>(*time.moment) == exactly(trimmed), "it is the moment that was typed");
   } else if (time.moment) {
