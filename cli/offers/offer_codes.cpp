@@ -117,6 +117,9 @@ void addDeactivate(Command& group) {
   command.run = [options](Context& context) { runDeactivate(context, *options); };
 }
 
+/// Whether a name can stand on a command line as it is shown.
+bool isTypable(const std::string& name) { return !name.starts_with('-') && printable(name) == name; }
+
 } // namespace
 
 void OfferTarget::declare(Command& command) {
@@ -138,9 +141,8 @@ FoundOffer FoundOffer::of(const OfferTarget& target, const Context& context) {
                                  [&](const auto& each) { return each.name == offer.name; });
   std::string path = app.path + "/offer-codes/" + percentEncoded(offer.offerId);
   std::string json = JSONData::copied(JSONValue::parse(all.body).at("offers").list().at(at)).compact();
-  return {
-      std::move(client), std::move(app),  offer,
-      std::move(json),   std::move(path), namesakes == 1 && !offer.name.starts_with('-') ? offer.name : offer.offerId};
+  return {std::move(client), std::move(app),  offer,
+          std::move(json),   std::move(path), namesakes == 1 && isTypable(offer.name) ? offer.name : offer.offerId};
 }
 
 std::string FoundOffer::about() const {

@@ -157,6 +157,8 @@ TEST_F(OfferCodesTest, CodesThatAreMadeAreNeverLost) {
   EXPECT_NE(hostile.err.find(next), std::string::npos) << hostile.err;
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "codes.txt"));
   EXPECT_EQ(codes({"download", "Spring", "--to", "codes.txt"}).status, 0);
+  server.withState([](sandbox::State& state) { state.offers.codes.back().name = "Spr\x1bing"; });
+  EXPECT_EQ(codes({"view", "Spr\x1bing"}).out.find("download 'Spr"), std::string::npos);
   makeOffer("-f");
   EXPECT_EQ(codes({"view", "--", "-f"}).out.find("generate -f"), std::string::npos);
 }
