@@ -1,90 +1,168 @@
 #include "cli/completion.hpp"
 
-#include <functional>
+#include "core/console/printable.hpp"
+
+#include <algorithm>
+#include <utility>
 
 namespace kestu {
 
 namespace {
 
-void visit(const Command& command, const std::function<void(const Command&)>& each) {
-  each(command);
-  for (const Command& sub : command.subcommands) visit(sub, each);
-}
-
-std::string subcommandWords(const Command& command) {
-  std::string words;
-  for (const Command& sub : command.subcommands) words += sub.word() + " ";
-  if (command.path == "kestu") words += "help ";
-  for (const Argument& argument : command.arguments) {
-    for (const std::string& choice : argument.choices) words += choice + " ";
-  }
-  return words;
-}
-
-std::string optionWords(const Command& command) {
-  std::string words;
+const Option* optionCalled(const Command& command, std::string_view name) {
   for (const Option& option : command.options) {
-    if (!option.hidden) {
-      for (const std::string& name : option.names) words += name + " ";
-    }
+    if (std::find(option.names.begin(), option.names.end(), name) != option.names.end()) return &option;
   }
-  return words + "--help";
+  return nullptr;
 }
 
-/// Shared by bash and zsh, which both know case statements and arrays.
-std::string tables(const Command& root) {
-  std::string words = "_kestu_words() {\n  case \"$1\" in\n";
-  std::string values = "_kestu_values() {\n  case \"$1\" in\n";
-  visit(root, [&](const Command& command) {
-    words += "    '" + command.path + "') echo '" + subcommandWords(command) + optionWords(command) + "' ;;\n";
-    for (const Option& option : command.options) {
-      if (option.hidden || option.value.empty()) continue;
-      std::string choices;
-      for (const std::string& choice : option.choices) choices += choice + " ";
-      for (const std::string& name : option.names)
-        values += "    '" + command.path + " " + name + "') echo '" + choices + "' ;;\n";
-    }
-  });
-  return words + "    *) return 1 ;;\n  esac\n}\n" + values + "    *) return 1 ;;\n  esac\n}\n" + R"sh(_kestu_path() {
-  local path=kestu word
-  for word in "$@"; do
-    case "$word" in
-      -*) ;;
-      help) ;;
-      *) _kestu_words "$path $word" >/dev/null && path="$path $word" ;;
-    esac
+const Command* subcommand(const Command& command, std::string_view word) {
+  for (const Command& sub : command.subcommands) {
+    if (sub.word() == word) return &sub;
+  }
+  return nullptr;
+}
+
+/// The files that are called for by what a value calls itself.
+std::string filesOf(const Command& command, std::string_view name) {
+  if (name == "folder") return "folders";
+  if (name != "file") return "";
+  return command.path == "kestu builds upload" ? "files ipa pkg" : "files";
+}
+
+/// Where the words lead, and what the one that is typed belongs to.
+struct Place {
+  const Command* command;
+  const Option* pending = nullptr; ///< its value is typed
+  std::size_t arguments = 0;
+  bool onlyArguments = false; ///< after "--"
+};
+
+/// The option that the next word is the value of: "--app" of "--app", "-o" of "-yo", none of "-ojson".
+const Option* waiting(const Command& command, const std::string& word) {
+  const Option* option = nullptr;
+  if (word.starts_with("--")) {
+    option = optionCalled(command, word);
+  } else {
+    std::size_t at = 1;
+    do option = optionCalled(command, std::string{'-', word[at]});
+    while (++at < word.size() && option && option->value.empty());
+    if (at < word.size()) return nullptr;
+  }
+  return option && !option->value.empty() ? option : nullptr;
+}
+
+void take(Place& place, const std::string& word) {
+  if (std::exchange(place.pending, nullptr)) return;
+  if (place.onlyArguments) {
+    ++place.arguments;
+  } else if (word == "--") {
+    place.onlyArguments = true;
+  } else if (word.size() > 1 && word.front() == '-') {
+    place.pending = waiting(*place.command, word);
+  } else if (const Command* sub = place.arguments == 0 ? subcommand(*place.command, word) : nullptr) {
+    place.command = sub;
+  } else {
+    ++place.arguments;
+  }
+}
+
+void addValues(Completions& found, const Command& command, std::string_view name,
+               const std::vector<std::string>& choices, const CompletionValues& values) {
+  for (const std::string& choice : choices) found.candidates.push_back({choice, ""});
+  if (!choices.empty()) return;
+  found.files = filesOf(command, name);
+  for (Candidate& each : values(name)) found.candidates.push_back(std::move(each));
+}
+
+/// "Only these languages, …" without what follows it: a menu has a line for each.
+std::string firstSentence(const std::string& text) {
+  std::size_t end = text.find(". ");
+  return text.substr(0, end == std::string::npos ? end : end + 1);
+}
+
+void addOptions(Completions& found, const Command& command) {
+  for (const Option& option : command.options) {
+    if (option.hidden) continue;
+    for (const std::string& name : option.names) found.candidates.push_back({name, firstSentence(option.help)});
+  }
+  found.candidates.push_back({"--help", "Show this help."});
+}
+
+void addWords(Completions& found, const Place& place, bool helpAsked, const CompletionValues& values) {
+  const Command& command = *place.command;
+  if (place.arguments == 0 && !place.onlyArguments) {
+    for (const Command& sub : command.subcommands)
+      found.candidates.push_back({sub.word(), firstSentence(sub.abstract)});
+    if (command.path == "kestu" && !helpAsked) found.candidates.push_back({"help", "Help for any command."});
+  }
+  if (helpAsked) return;
+  if (place.arguments >= command.arguments.size()) return;
+  const Argument& argument = command.arguments[place.arguments];
+  addValues(found, command, argument.name, argument.choices, values);
+}
+
+constexpr std::string_view bash = R"sh(# bash completion for kestu
+_kestu() {
+  local words=() word glued= last=0 line files quote= typed lines=()
+  # bash takes "=" and ":" for words of their own.
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
+    if [ ${#words[@]} -gt 0 ] && { [ -n "$glued" ] || [ "$word" = = ] || [ "$word" = : ]; }; then
+      words[last]+=$word
+    else
+      last=${#words[@]}
+      words[last]=$word
+    fi
+    case $word in =|:) glued=1 ;; *) glued= ;; esac
   done
-  echo "$path"
+  typed=${COMP_WORDS[COMP_CWORD]}
+  case $typed in \"*|\'*) quote=${typed:0:1} ;; esac
+  for ((word = 0; word <= last; word++)); do
+    words[word]=${words[word]//[\\\"\']/}
+  done
+  word=${words[last]}
+  case $typed in =|:) typed= ;; esac
+  typed=${typed//[\\\"\']/}
+  while IFS= read -r line; do lines+=("$line"); done < <("$1" --complete bash "${words[@]}" 2>/dev/null)
+  files=${lines[0]#files:}
+  COMPREPLY=()
+  for line in "${lines[@]:1}"; do
+    line=${line%%$'\t'*}
+    line=${line:$((${#word} - ${#typed}))}
+    [ -n "$quote" ] || printf -v line %q "$line"
+    COMPREPLY+=("$line")
+  done
+  case $files in
+    folders) while IFS= read -r line; do COMPREPLY+=("$line"); done < <(compgen -d -- "$typed") ;;
+    files*)
+      while IFS= read -r line; do
+        case " ${files#files} " in
+          '  ' | *" ${line##*.} "*) COMPREPLY+=("$line") ;;
+          *) [ ! -d "$line" ] || COMPREPLY+=("$line") ;;
+        esac
+      done < <(compgen -f -- "$typed") ;;
+  esac
+  [ -z "$files" ] || compopt -o filenames 2>/dev/null
 }
+complete -F _kestu kestu
 )sh";
-}
 
-std::string bash(const Command& root) {
-  return "# bash completion for kestu\n" + tables(root) + R"sh(_kestu() {
-  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} path choices
-  # bash takes the equals sign of --output=json for a word of its own.
-  [ "$current" = = ] && current=
-  [ "$previous" = = ] && previous=${COMP_WORDS[COMP_CWORD-2]}
-  path=$(_kestu_path "${COMP_WORDS[@]:1:COMP_CWORD-1}")
-  if choices=$(_kestu_values "$path $previous"); then
-    COMPREPLY=($(compgen -W "$choices" -- "$current"))
-  else
-    COMPREPLY=($(compgen -W "$(_kestu_words "$path")" -- "$current"))
-  fi
-}
-complete -o default -F _kestu kestu
-)sh";
-}
-
-std::string zsh(const Command& root) {
-  return "#compdef kestu\n# zsh completion for kestu\n" + tables(root) + R"sh(_kestu() {
-  local kestu_path choices
-  kestu_path=$(_kestu_path "${(@)words[2,CURRENT-1]}")
-  if choices=$(_kestu_values "$kestu_path ${words[CURRENT-1]}"); then
-    compadd -- ${=choices}
-  else
-    compadd -- ${=$(_kestu_words "$kestu_path")}
-  fi
+constexpr std::string_view zsh = R"sh(#compdef kestu
+# zsh completion for kestu
+_kestu() {
+  local -a lines described endings
+  local line files
+  lines=("${(@f)$("${(Q)words[1]}" --complete zsh "${(@Q)words[2,CURRENT-1]}" "${(Q)PREFIX}" 2>/dev/null)}")
+  files=${lines[1]#files:}
+  for line in "${(@)lines[2,-1]}"; do
+    described+=("${${${line%%$'\t'*}//\\/\\\\}//:/\\:}:${line#*$'\t'}")
+  done
+  (( $#described )) && _describe -t values kestu described
+  case $files in
+    folders) _files -/ ;;
+    files) _files ;;
+    files*) endings=(${=files#files}); _files -g "*.(${(j:|:)endings})" ;;
+  esac
 }
 if [ "$funcstack[1]" = "_kestu" ]; then
   _kestu "$@"
@@ -92,59 +170,68 @@ else
   compdef _kestu kestu
 fi
 )sh";
-}
 
-std::string fishQuoted(const std::string& text) {
-  std::string quoted = "'";
-  for (char c : text) {
-    if (c == '\'' || c == '\\') quoted += '\\';
-    quoted += c;
-  }
-  return quoted + "'";
-}
-
-std::string fish(const Command& root) {
-  std::string script = R"sh(# fish completion for kestu
-function __kestu_at
-    set -l words (commandline -opc)
-    set -l path kestu
-    for word in $words[2..-1]
-        if not string match -q -- '-*' $word; and test $word != help
-            set path "$path $word"
-        end
+constexpr std::string_view fish = R"sh(# fish completion for kestu
+function __kestu_complete
+    set -l typed (commandline -opc)
+    set -l word (string unescape -- (commandline -ct))
+    set -l lines ($typed[1] --complete fish $typed[2..-1] "$word" 2>/dev/null)
+    switch $lines[1]
+        case files:folders
+            __fish_complete_directories "$word" ''
+        case files:files
+            __fish_complete_path "$word"
+        case 'files:files *'
+            for ending in (string split ' ' -- (string replace 'files:files ' '' -- $lines[1]))
+                __fish_complete_suffix .$ending
+            end
     end
-    test "$path" = "$argv[1]"
+    printf '%s\n' $lines[2..-1]
 end
-complete -c kestu -f
+complete -c kestu -f -a '(__kestu_complete)'
 )sh";
-  visit(root, [&](const Command& command) {
-    std::string at = "complete -c kestu -n " + fishQuoted("__kestu_at " + fishQuoted(command.path));
-    for (const Command& sub : command.subcommands)
-      script += at + " -a " + fishQuoted(sub.word()) + " -d " + fishQuoted(sub.abstract) + "\n";
-    for (const Argument& argument : command.arguments) {
-      for (const std::string& choice : argument.choices) script += at + " -a " + fishQuoted(choice) + "\n";
-    }
-    for (const Option& option : command.options) {
-      if (option.hidden) continue;
-      script += at;
-      for (const std::string& name : option.names)
-        script += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
-      if (!option.value.empty()) script += " -x";
-      std::string choices;
-      for (const std::string& choice : option.choices) choices += (choices.empty() ? "" : " ") + choice;
-      if (!choices.empty()) script += " -a " + fishQuoted(choices);
-      script += " -d " + fishQuoted(option.help) + "\n";
-    }
-  });
-  return script;
-}
 
 } // namespace
 
-std::optional<std::string> completionScript(const Command& root, const std::string& shell) {
-  if (shell == "bash") return bash(root);
-  if (shell == "zsh") return zsh(root);
-  if (shell == "fish") return fish(root);
+Completions completions(const Command& root, std::vector<std::string> words, const CompletionValues& values) {
+  Completions found;
+  std::string word = words.empty() ? "" : words.back();
+  if (!words.empty()) words.pop_back();
+  bool helpAsked = !words.empty() && words.front() == "help";
+  if (helpAsked) words.erase(words.begin());
+  Place place{&root};
+  for (const std::string& each : words) take(place, each);
+  const Command& command = *place.command;
+  if (place.pending) {
+    addValues(found, command, place.pending->value, place.pending->choices, values);
+  } else if (std::size_t equals = word.find('='); word.starts_with("--") && equals != std::string::npos) {
+    const std::string name = word.substr(0, equals);
+    const Option* option = place.onlyArguments ? nullptr : optionCalled(command, name);
+    if (!option || option->value.empty()) return found;
+    addValues(found, command, option->value, option->choices, values);
+    for (Candidate& each : found.candidates) each.value.insert(0, name + "=");
+  } else if (word.starts_with('-') && !place.onlyArguments) {
+    if (!helpAsked) addOptions(found, command);
+  } else {
+    addWords(found, place, helpAsked, values);
+  }
+  return found;
+}
+
+std::string completionLines(const Completions& found, std::string_view word) {
+  std::string lines = "files:" + found.files + "\n";
+  for (const Candidate& each : found.candidates) {
+    // What can't be typed as it is isn't offered.
+    if (!each.value.starts_with(word) || each.value.empty() || printable(each.value) != each.value) continue;
+    lines += each.value + "\t" + printable(each.description) + "\n";
+  }
+  return lines;
+}
+
+std::optional<std::string> completionScript(const std::string& shell) {
+  if (shell == "bash") return std::string(bash);
+  if (shell == "zsh") return std::string(zsh);
+  if (shell == "fish") return std::string(fish);
   return std::nullopt;
 }
 

@@ -5,6 +5,7 @@
 #include "cli/command_rows.hpp"
 #include "cli/command_tree.hpp"
 #include "cli/completion.hpp"
+#include "cli/completion_values.hpp"
 #include "cli/help.hpp"
 #include "cli/words.hpp"
 #include "core/console/printable.hpp"
@@ -12,7 +13,9 @@
 #include "core/platform/state_folder.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <system_error>
+#include <utility>
 
 namespace kestu {
 
@@ -36,12 +39,27 @@ std::string commandWord(const std::vector<std::string>& arguments) {
 
 void generateCompletion(Context& context, const std::vector<std::string>& arguments) {
   std::string shell = arguments.size() > 1 ? arguments[1] : "";
-  auto script = completionScript(rootCommand("*"), shell);
+  auto script = completionScript(shell);
   if (!script) throw UsageError("--generate-completion-script takes bash, zsh or fish.");
   context.console.out(*script);
 }
 
+/// What the last word may become, for the shells' functions. Whatever goes wrong, nothing is said: a person is typing.
+void complete(Context& context, std::vector<std::string> words) {
+  words.erase(words.begin(), words.begin() + std::min<std::ptrdiff_t>(2, std::ssize(words)));
+  try {
+    auto values = completionValues(context, words);
+    std::string word = words.empty() ? "" : words.back();
+    bool helpAsked = !words.empty() && words.front() == "help";
+    Command root = rootCommand(commandWord({words.begin() + (helpAsked ? 1 : 0), words.end()}));
+    Completions found = completions(root, std::move(words), values);
+    context.console.out(completionLines(found, word));
+  } catch (const CLIError&) {
+  }
+}
+
 void run(Context& context, std::vector<std::string> arguments) {
+  if (!arguments.empty() && arguments[0] == "--complete") return complete(context, std::move(arguments));
   if (!arguments.empty() && arguments[0] == "--generate-completion-script")
     return generateCompletion(context, arguments);
   if (!arguments.empty() && arguments[0] == "--version") return context.console.line(std::string(CLI::version));

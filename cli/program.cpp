@@ -3,17 +3,36 @@
 #include "cli/context.hpp"
 #include "cli/entry.hpp"
 #include "core/assets/video_probe.hpp"
+#include "core/platform/state_folder.hpp"
 #include "core/platform/stop_signals.hpp"
 #include "core/platform/terminal.hpp"
+#include "core/service/answer_memory.hpp"
 #include "core/service/curl_transport.hpp"
 #include "core/service/logged_transport.hpp"
 #include "core/support/clock.hpp"
 
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace kestu {
+
+namespace {
+
+/// Answers are kept for whoever types at this machine, which CI isn't, and of a service that can be named.
+std::optional<RememberingTransport> rememberedFor(const Environment& environment, Transport& transport) {
+  if (environment.has("CI")) return std::nullopt;
+  try {
+    AnswerMemory memory(cacheFolder(environment), APIURL::from(environment).origin());
+    return std::optional<RememberingTransport>(std::in_place, transport, std::move(memory));
+  } catch (const CLIError&) {
+    return std::nullopt; // the command says what is wrong with the address
+  }
+}
+
+} // namespace
 
 int runProgram(int count, char** words, Clock& clock) {
   std::stop_source stopping;
@@ -25,7 +44,9 @@ int runProgram(int count, char** words, Clock& clock) {
     Console console(terminal, environment, clock);
     CurlTransport curl(Certificates::from(environment));
     LoggedTransport logged(curl, console, clock);
-    Transport& transport = LoggedTransport::isAsked(environment) ? static_cast<Transport&>(logged) : curl;
+    Transport& told = LoggedTransport::isAsked(environment) ? static_cast<Transport&>(logged) : curl;
+    std::optional<RememberingTransport> remembering = rememberedFor(environment, told);
+    Transport& transport = remembering ? static_cast<Transport&>(*remembering) : told;
     auto store = systemTokenStore();
     AnnouncedVersion announced;
     try {

@@ -11,4 +11,8 @@ namespace kestu {
 /// ~/.local/state, on macOS ~/Library/Application Support. None without a home folder. It may not be there yet.
 std::optional<std::filesystem::path> stateFolder(const Environment& environment);
 
+/// Where this user's programs keep what they can do without: below XDG_CACHE_HOME or ~/.cache, on macOS
+/// ~/Library/Caches. None without a home folder. It may not be there yet.
+std::optional<std::filesystem::path> cacheFolder(const Environment& environment);
+
 } // namespace kestu

@@ -7,8 +7,8 @@ namespace kestu {
 Environment Environment::captured() {
   std::map<std::string, std::string, std::less<>> values;
   for (const char* name : {"KESTU_TOKEN", "KESTU_API_URL", "KESTU_REVIEW_DEMO_PASSWORD", "KESTU_NO_UPDATE_NOTIFIER",
-                           "KESTU_DEBUG", "NO_COLOR", "TERM", "CI", "COLUMNS", "HOME", "XDG_STATE_HOME", "TZ",
-                           "CURL_CA_BUNDLE", "SSL_CERT_FILE", "SSL_CERT_DIR"}) {
+                           "KESTU_DEBUG", "NO_COLOR", "TERM", "CI", "COLUMNS", "HOME", "XDG_STATE_HOME",
+                           "XDG_CACHE_HOME", "TZ", "CURL_CA_BUNDLE", "SSL_CERT_FILE", "SSL_CERT_DIR"}) {
     if (const char* value = std::getenv(name)) values.emplace(name, value);
   }
   return Environment(std::move(values));

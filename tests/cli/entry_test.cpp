@@ -1,6 +1,5 @@
 #include "cli/arguments.hpp"
 #include "cli/command_tree.hpp"
-#include "cli/completion.hpp"
 #include "tests/support/command_test.hpp"
 
 namespace kestu::tests {
@@ -123,17 +122,6 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
     EXPECT_EQ(ran.err.empty(), row.err.empty());
   }
   EXPECT_TRUE(server.requests().empty());
-}
-
-TEST_F(EntryTest, CompletionKnowsTheTree) {
-  for (const std::string shell : {"bash", "zsh", "fish"}) {
-    SCOPED_TRACE(shell);
-    Ran ran = run({"--generate-completion-script", shell});
-    for (const std::string word : {"intro-offers", "search-results", "screenshot-folders", "dry-run"})
-      EXPECT_NE(ran.out.find(word), std::string::npos) << word;
-    EXPECT_EQ(ran.out.find("'--json'"), std::string::npos);
-  }
-  EXPECT_EQ(run({"--generate-completion-script", "tcsh"}).status, 2);
 }
 
 } // namespace

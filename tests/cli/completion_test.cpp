@@ -1,0 +1,117 @@
+#include "cli/completion.hpp"
+#include "core/service/answer_memory.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/command_test.hpp"
+
+#include <chrono>
+#include <filesystem>
+
+namespace kestu::tests {
+namespace {
+
+class CompletionTest : public CommandTest {
+ protected:
+  TemporaryFolder cache;
+
+  CompletionTest() {
+    environment["XDG_CACHE_HOME"] = cache.path().string();
+    link();
+  }
+
+  /// What the shell is told for the words: "files:… | value value …".
+  std::string offered(std::vector<std::string> words) {
+    words.insert(words.begin(), {"--complete", "bash"});
+    Ran ran = run(words);
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.err, "");
+    std::vector<std::string> values;
+    for (const std::string& line : Text::split(ran.out, '\n')) {
+      if (!line.empty()) values.push_back(line.substr(0, line.find('\t')));
+    }
+    return Text::joined(values, " | ");
+  }
+
+  /// An answer as a command would have left it.
+  void remember(const std::string& path, const std::string& body) {
+    AnswerMemory(cache.path() / "kestu", server.origin()).keep(server.origin() + path + "?platform=ios", body);
+  }
+};
+
+TEST_F(CompletionTest, OffersWhatTheWordMayBecome) {
+  repo.write("metadata/releases/1.2/en-US.json", "{}");
+  repo.write("metadata/releases/1.10/en-US.json", "{}");
+  repo.write("metadata/listing/en-US.json", "{}");
+  repo.write("metadata/screenshots/de-DE/iPhone 6.9/01.png", "");
+  remember("/v1/apps", R"({"apps": [{"appId": 7, "bundleId": "com.x.tide", "name": "Tide", "platforms": [],
+      "primaryLocale": "en-US"}]})");
+  remember("/v1/apps/1234567890/testflight/groups", R"({"groups": [{"groupId": "1", "name": "Team A", "internal": true,
+      "kestu": false}, {"groupId": "2", "name": "a\u001b[2Jb", "internal": false, "kestu": false}]})");
+  remember("/v1/apps/7/testflight/groups",
+           R"({"groups": [{"groupId": "3", "name": "Tide's", "internal": true, "kestu": false}]})");
+  struct Row {
+    std::vector<std::string> words;
+    std::string offered;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"asse"}, "files: | assets"},
+           {{"assets", "p"}, "files: | push | pull | previews"},
+           {{"assets", "push", "1"}, "files: | 1.2 | 1.10"},
+           {{"assets", "push", "1.2", ""}, "files:"},
+           {{"assets", "push", "1.2", "--dr"}, "files: | --dry-run"},
+           {{"assets", "push", "--display", ""}, "files: | iPhone 6.9"},
+           {{"assets", "push", "--locale", "", ""}, "files: | 1.2 | 1.10"},
+           {{"assets", "push", "--locale", "1.2", "--locale="}, "files: | --locale=de-DE | --locale=en-US"},
+           {{"assets", "push", "--yes=", ""}, "files: | 1.2 | 1.10"},
+           {{"assets", "push", "--", "-"}, "files:"},
+           {{"builds", "expire", "45", "-yo", ""}, "files: | json"},
+           {{"builds", "expire", "45", "-ojson", "--dr"}, "files: | --dry-run"},
+           {{"builds", "list", "-o", ""}, "files: | json | csv | md"},
+           {{"logout", "-"}, "files: | -o | --output | --help"},
+           {{"builds", "list", "--platform=t"}, "files: | --platform=tvos"},
+           {{"builds", "upload", ""}, "files:files ipa pkg"},
+           {{"kit", "whats-new", "upload", ""}, "files:folders"},
+           {{"builds", "distribute", "45", "--add", ""}, "files: | Team A"},
+           {{"builds", "distribute", "45", "--app", "tide", "--add", ""}, "files: | Tide's"},
+           {{"apps", "--app", "com"}, "files:"},
+           {{"status", "--app", "com"}, "files: | com.x.tide"},
+           {{"help", "kit", "wh"}, "files: | whats-new"},
+           {{"nothing", "x", ""}, "files:"},
+       }) {
+    SCOPED_TRACE(testing::PrintToString(row.words));
+    EXPECT_EQ(offered(row.words), row.offered);
+  }
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(CompletionTest, AnAnswerIsForADayAndForItsService) {
+  const std::string body = "{}", path = "/v1/apps/7/testflight/builds";
+  AnswerMemory memory(cache.path(), "https://a.b:1");
+  Moment now = std::chrono::system_clock::now();
+  struct Row {
+    std::string url;
+    bool kept;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"https://a.b:1" + path, true},
+           {"https://a.b:12" + path, false},
+           {"https://a.b:1/v1/apps/7/../../x/testflight/builds", false},
+           {"https://a.b:1/v1/apps/7/prices", false},
+           {"https://a.b:1/v1/apps//testflight/builds", false},
+       }) {
+    SCOPED_TRACE(row.url);
+    std::filesystem::remove_all(cache.path());
+    memory.keep(row.url, body);
+    EXPECT_EQ(std::filesystem::exists(cache.path()), row.kept);
+  }
+  memory.keep("https://a.b:1" + path, body);
+  EXPECT_EQ(memory.find(path, now), body);
+  EXPECT_EQ(memory.find(path, now + std::chrono::hours(25)), std::nullopt);
+  EXPECT_EQ(AnswerMemory(cache.path(), "https://a.c").find(path, now), std::nullopt);
+  EXPECT_EQ(AnswerMemory(std::nullopt, "https://a.b:1").find(path, now), std::nullopt);
+  auto mode = std::filesystem::status(cache.path() / "https___a.b_1").permissions();
+  EXPECT_EQ(mode & (std::filesystem::perms::group_all | std::filesystem::perms::others_all),
+            std::filesystem::perms::none);
+}
+
+} // namespace
+} // namespace kestu::tests
