@@ -12,6 +12,7 @@ void addRelease(Command& command) {
       "kestu status says where each platform's versions are.";
   addReleasePrepare(command);
   addReleaseCheck(command);
+  addReleasePreview(command);
   addReleaseNow(command);
   addReleasePhased(command);
 }

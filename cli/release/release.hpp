@@ -1,6 +1,8 @@
 #pragma once
 
 #include "cli/metadata/check_options.hpp"
+#include "cli/outcome.hpp"
+#include "core/listing/listing_change.hpp"
 #include "core/release/finding.hpp"
 
 #include <string>
@@ -11,10 +13,13 @@ struct ReleaseCheckOptions : CheckOptions {
   std::string version;
 };
 
+/// What was found, and what it was found in.
 struct ReleaseChecked {
   Findings findings;
-  bool listed = false; ///< App Store Connect has the version
-  MetadataLayout layout = MetadataLayout::kestu;
+  AppOnPlatform app;
+  RepoListing repository;
+  StoreListing store;
+  Outcome<AssetCatalog> catalog;
 };
 
 /// Fetches all that the check of a version looks at and runs it; says notes on standard error only.
@@ -22,6 +27,7 @@ ReleaseChecked checkRelease(Context& context, const Client& client, const Releas
 
 void addReleasePrepare(Command& group);
 void addReleaseCheck(Command& group);
+void addReleasePreview(Command& group);
 void addReleaseNow(Command& group);
 void addReleasePhased(Command& group);
 

@@ -1,7 +1,6 @@
 #include "cli/release/release.hpp"
 
 #include "cli/context.hpp"
-#include "cli/outcome.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/listing_change.hpp"
@@ -178,13 +177,13 @@ void runCheck(Context& context, const ReleaseCheckOptions& options) {
   options.write(context, checked.findings);
   std::string sum = ReleaseCheck::summary(checked.findings);
   std::string number = printable(options.version);
-  if (!checked.listed) {
+  if (!checked.store.version) {
     options.say(context.console, "The rest is checked once " + number +
                                      " exists: kestu metadata validate checks the repo's listing now.");
   }
   bool review = std::any_of(checked.findings.begin(), checked.findings.end(),
                             [](const Finding& each) { return each.rule == "review" && each.level == Level::error; });
-  if (review && checked.layout == MetadataLayout::kestu && !options.quiet()) {
+  if (review && checked.repository.layout == MetadataLayout::kestu && !options.quiet()) {
     options.say(context.console, "What App Review is told goes in metadata/review.json: kestu metadata push " +
                                      Format::shellWord(options.version) + " sends it.");
   }
@@ -204,7 +203,9 @@ ReleaseChecked checkRelease(Context& context, const Client& client, const Releas
   Facts facts = gather(context, client, options);
   tellNotes(context, facts.repository);
   warnOfTrackedPassword(context, facts.repository);
-  return {check(context, facts, options.version), facts.store.version.has_value(), facts.repository.layout};
+  Findings findings = check(context, facts, options.version);
+  return {std::move(findings), std::move(facts.app), std::move(facts.repository), std::move(facts.store),
+          std::move(facts.catalog)};
 }
 
 void addReleaseCheck(Command& group) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/listing/listing_field.hpp"
 #include "core/support/json_data.hpp"
 
 #include <optional>
@@ -20,6 +21,7 @@ struct Finding {
   std::string rule;                    ///< a short word that names the check
   std::optional<std::string> locale{}; ///< the language that it is about
   std::string message;                 ///< whole sentences; what came from outside stands in it as it was
+  std::vector<ListingField> fields{};  ///< of the language, that it is about
 
   bool operator==(const Finding&) const = default;
 };

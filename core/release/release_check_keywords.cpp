@@ -82,7 +82,9 @@ Findings keywords(const LocaleText& text, const std::string& locale) {
         std::all_of(words.begin(), words.end(), [&](const auto& word) { return searched.contains(word); });
     if (!words.empty() && allSearched) addOnce(known, lowered);
   }
-  auto add = [&](const std::string& message) { findings.push_back({Level::warning, "keywords", locale, message}); };
+  auto add = [&](const std::string& message) {
+    findings.push_back({Level::warning, "keywords", locale, message, {ListingField::keywords}});
+  };
   if (auto commas = otherCommas(*value); !commas.empty()) {
     add(fmt::format("{}: the keywords have {}, and only a plain comma is sure to separate them, in 1 byte.", locale,
                     list(commas)));

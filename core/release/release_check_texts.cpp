@@ -47,16 +47,19 @@ void checkLength(Findings& findings, const std::string& locale, const ListingFie
     const std::size_t count = inBytes ? value.size() : characters;
     if (count > *field.limit) {
       const bool bytesAlone = characters <= *field.limit;
-      findings.push_back({Level::error, "limit", locale,
+      findings.push_back({Level::error,
+                          "limit",
+                          locale,
                           fmt::format("{}: {} {} {} {}, {} at most.{}", locale, field.label, areKeywords ? "are" : "is",
                                       count, inBytes ? "bytes" : "characters", *field.limit,
                                       bytesAlone ? " App Store Connect has been seen to take 100 characters: kestu "
                                                    "config keywords characters counts so."
-                                                 : "")});
+                                                 : ""),
+                          {field.field}});
     }
   }
   if (field.field == name && Text::characters(value) < 2) {
-    findings.push_back({Level::error, "limit", locale, locale + ": name is under 2 characters."});
+    findings.push_back({Level::error, "limit", locale, locale + ": name is under 2 characters.", {name}});
   }
 }
 
@@ -64,14 +67,20 @@ void checkField(Findings& findings, const std::string& locale, const ListingFiel
                 KeywordCount counting) {
   checkLength(findings, locale, field, value, counting);
   if (field.isURL && !isWebAddress(value)) {
-    findings.push_back(
-        {Level::error, "url", locale, fmt::format("{}: {} isn't a web address: {}", locale, field.label, value)});
+    findings.push_back({Level::error,
+                        "url",
+                        locale,
+                        fmt::format("{}: {} isn't a web address: {}", locale, field.label, value),
+                        {field.field}});
   }
   // A warning: "your text" is what some apps are about, and TODO is a word of Spanish.
   if (auto found = placeholderIn(value)) {
-    findings.push_back({Level::warning, "placeholder", locale,
+    findings.push_back({Level::warning,
+                        "placeholder",
+                        locale,
                         fmt::format("{}: {} has \"{}\", which reads as placeholder text.", locale, field.label,
-                                    Text::joined(Text::words(*found), " "))});
+                                    Text::joined(Text::words(*found), " ")),
+                        {field.field}});
   }
 }
 
@@ -80,21 +89,26 @@ void checkGaps(Findings& findings, const std::string& locale, const LocaleText& 
   if (AppleLocales::standing(locale) == AppleLocales::Standing::refused) return; // nothing but its name is wrong
   std::vector<std::string> required;
   std::vector<std::string> missing;
+  std::vector<ListingField> requiredFields;
+  std::vector<ListingField> missingFields;
   for (const ListingFieldFacts& field : listingFields()) {
     if (has(text, field.field) || !isLookedAt(field.field, purpose)) continue;
     if (isRequired(field.field, purpose, platform)) {
       required.emplace_back(field.label);
+      requiredFields.push_back(field.field);
     } else if (primaryText && has(*primaryText, field.field)) {
       missing.emplace_back(field.label);
+      missingFields.push_back(field.field);
     }
   }
   if (!required.empty()) {
     findings.push_back({Level::error, "required", locale,
-                        fmt::format("{}: no {}, which App Review needs.", locale, list(required, true))});
+                        fmt::format("{}: no {}, which App Review needs.", locale, list(required, true)),
+                        requiredFields});
   }
   if (!missing.empty()) {
     findings.push_back({Level::warning, "missing", locale,
-                        fmt::format("{}: no {}, which {} has.", locale, list(missing, true), primary)});
+                        fmt::format("{}: no {}, which {} has.", locale, list(missing, true), primary), missingFields});
   }
 }
 
@@ -145,9 +159,12 @@ void eachStale(const FieldFiles& files, const std::map<std::string, Moment>& las
 Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary) {
   Findings findings;
   eachStale(files, lastChanged, primary, [&](const auto& locale, ListingField field, const auto&, const auto&) {
-    findings.push_back({Level::warning, "stale", locale,
+    findings.push_back({Level::warning,
+                        "stale",
+                        locale,
                         fmt::format("{}: {} last changed before {}'s, so may not say what it says now.", locale,
-                                    facts(field).label, primary)});
+                                    facts(field).label, primary),
+                        {field}});
   });
   return findings;
 }

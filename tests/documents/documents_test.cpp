@@ -95,6 +95,7 @@ class Documents : public ReleaseRoadTest, public ::testing::WithParamInterface<P
 };
 
 TEST_P(Documents, EveryLineRuns) {
+  environment["XDG_CACHE_HOME"] = (repo.path() / ".cache").string();
   repo.write("App/Daylight.xcodeproj/project.pbxproj", "PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight;\n");
   for (const auto& [path, text] : GetParam().files) repo.write(path, text);
   auto lines = shownIn(std::filesystem::path(KESTU_SOURCES) / GetParam().name);

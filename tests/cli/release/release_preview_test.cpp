@@ -1,0 +1,151 @@
+#include "core/support/files.hpp"
+#include "tests/support/command_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+
+#include <sys/stat.h>
+
+namespace kestu::tests {
+namespace {
+
+using nlohmann::json;
+
+class PreviewTest : public CommandTest {
+ protected:
+  PreviewTest() : CommandTest({.approve = sandbox::Approve::all}) {
+    link();
+    environment["XDG_CACHE_HOME"] = (repo.path() / "cache").string();
+    repo.write("metadata/listing/en-US.json", R"({"name": "Daylight", "subtitle": "TODO"})");
+    repo.write("metadata/listing/he.json", R"({"name": "אור יום"})");
+    repo.write("metadata/screenshots/en-US/iPhone 6.9/01.png", png(1290, 2796));
+  }
+
+  const std::filesystem::path usual =
+      repo.path() / "cache/kestu/previews/com.example.daylight/kestu-preview-1.2-ios.html";
+  static std::string textOf(const std::filesystem::path& path) { return Files::read(path, 50'000'000).value_or(""); }
+  Ran preview(std::vector<std::string> more = {}) {
+    more.insert(more.begin(), {"release", "preview", "1.2"});
+    return run(more);
+  }
+};
+
+TEST_F(PreviewTest, WithTheServiceWhatDiffersIsMarked) {
+  signIn();
+  Ran ran = preview();
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_EQ(ran.err, "");
+  EXPECT_TRUE(ran.out.starts_with("✓ Daylight Weather 1.2 for iOS: 4 languages, 1 screenshot, 4 differences from App "
+                                  "Store Connect, "))
+      << ran.out;
+  EXPECT_TRUE(ran.out.ends_with("Next: kestu release prepare 1.2\n")) << ran.out;
+  std::string html = textOf(usual);
+  for (const char* has : {"<del>", "<article lang=\"he\" dir=\"rtl\">", "reads as placeholder text",
+                          "data:image/png;base64,", "デイライト天気", "new language"}) {
+    EXPECT_NE(html.find(has), std::string::npos) << has;
+  }
+  struct stat facts {};
+  ASSERT_EQ(stat(usual.c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_mode & 0777U, 0600U);
+
+  ASSERT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 0);
+  ASSERT_EQ(run({"metadata", "push", "1.2", "--yes"}).status, 0);
+  auto answer = json::parse(preview({"--json"}).out);
+  EXPECT_EQ(answer["differences"], 0);
+  EXPECT_EQ(answer["path"], usual.string());
+  EXPECT_EQ(answer["languages"][0]["displays"][0]["assets"][0]["standing"], "same");
+  EXPECT_EQ(answer["bytes"], textOf(usual).size());
+}
+
+TEST_F(PreviewTest, WithoutItThereIsTheRepositorysPart) {
+  struct {
+    const char* what;
+    std::function<void()> before;
+    std::string why;
+  } rows[] = {
+      {"no sign-in", {}, "Not signed in"},
+      {"unreachable",
+       [&] {
+         signIn();
+         environment["KESTU_API_URL"] = "http://127.0.0.1:9";
+         environment["KESTU_TOKEN"] = "kst_token";
+       },
+       "Couldn't reach kestu"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    if (row.before) row.before();
+    Ran ran = preview();
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_TRUE(ran.out.starts_with("✓ Daylight 1.2 for iOS: 2 languages, 1 screenshot, 1 warning.\n")) << ran.out;
+    EXPECT_TRUE(ran.err.starts_with("Only what the repo has, compared with nothing: " + row.why)) << ran.err;
+    std::string html = textOf(usual);
+    EXPECT_NE(html.find(row.why.substr(0, 6)), std::string::npos);
+    EXPECT_NE(html.find("data:image/png;base64,"), std::string::npos);
+    EXPECT_EQ(html.find("id=\"marks\""), std::string::npos);
+  }
+  EXPECT_EQ(preview({"--app", "Daylight", "--json"}).status, 0); // who can't be asked about it
+}
+
+TEST_F(PreviewTest, OnlyAPageOfItsOwnIsWrittenOver) {
+  signIn();
+  repo.write("mine.html", "<!doctype html><p>Mine");
+  repo.write("folder/.keep", "");
+  std::filesystem::create_symlink(repo.path() / "mine.html", repo.path() / "link.html");
+  const std::string folder = repo.path().string() + "/";
+  const std::string taken = " is there already and isn't a preview that kestu wrote, so nothing was written: name "
+                            "another file with --out.\n";
+  struct {
+    std::vector<std::string> arguments;
+    int status;
+    std::string path, err;
+  } rows[] = {
+      {{"--out", "page.html"}, 0, "page.html", ""},
+      {{"--out", "page.html"}, 0, "page.html", ""}, // again
+      {{"--out", "folder"}, 0, "folder/kestu-preview-1.2-ios.html", ""},
+      {{"--out", "mine.html"}, 1, "", folder + "mine.html" + taken},
+      {{"--out", "link.html"}, 1, "", folder + "mine.html" + taken},
+      {{"--out", "none/page.html"}, 1, "", folder + "none/page.html can't be written (No such file or directory).\n"},
+      {{"--locale", "fr-FR"}, 7, "", "Neither the repo nor App Store Connect has fr-FR, so nothing was written.\n"},
+      {{"--app", "Nope"}, 7, "", "None of your apps this sign-in covers is Nope\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.arguments.back());
+    Ran ran = preview(row.arguments);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_EQ(ran.err, row.err);
+    if (!row.path.empty()) EXPECT_NE(ran.out.find("  " + folder + row.path + " ("), std::string::npos) << ran.out;
+  }
+  EXPECT_EQ(textOf(repo.path() / "mine.html"), "<!doctype html><p>Mine");
+  stopping.request_stop();
+  EXPECT_THROW(preview({"--out", "stopped.html"}), Stopped);
+  EXPECT_FALSE(std::filesystem::exists(repo.path() / "stopped.html"));
+}
+
+TEST_F(PreviewTest, OpenTakesTheSystemsOpener) {
+#ifdef __APPLE__
+  const std::string opener = "open";
+#else
+  const std::string opener = "xdg-open";
+#endif
+  auto program = repo.write("bin/" + opener, "#!/bin/sh\nprintf %s \"$1\" > \"${0%/*}/opened\"\nexit ${STATUS:-0}\n");
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  const std::string before = std::getenv("PATH");
+  setenv("PATH", (repo.path().string() + "/bin:" + before).c_str(), 1);
+  Ran ran = preview({"--out", "a b;$(c).html"});
+  EXPECT_FALSE(std::filesystem::exists(repo.path() / "bin/opened"));
+  ran = preview({"--open", "--out", "a b;$(c).html"});
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_EQ(textOf(repo.path() / "bin/opened"), (repo.path() / "a b;$(c).html").string());
+  setenv("STATUS", "3", 1);
+  ran = preview({"--open"});
+  unsetenv("STATUS");
+  setenv("PATH", before.c_str(), 1);
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_TRUE(ran.err.ends_with("It's written, and can't be opened from here (" + opener + " ended with 3).\n"))
+      << ran.err;
+}
+
+} // namespace
+} // namespace kestu::tests
