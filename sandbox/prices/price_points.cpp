@@ -94,7 +94,7 @@ bool endsAs00(Amount price) { return price % 100 == 0; }
 std::optional<Amount> niceOne(const std::string& currency, double amount, const Landing& landing) {
   const double window = amount * landing.nice / 100;
   const auto found = nearest(all(currency), amount, [&](Amount point) {
-    return point > 0 && isNice(currency, point) && std::abs(static_cast<double>(point) - amount) <= window;
+    return point > 0 && std::abs(static_cast<double>(point) - amount) <= window && isNice(currency, point);
   });
   if (!found || scaleOf(currency) > 1 || endsAs00(*found) == landing.to00) return found;
   const Amount other = landing.to00 ? *found + 1 : *found - 1;
