@@ -144,6 +144,10 @@ JSONValue JSONValue::parse(std::string_view text) {
   if (depthOf(text) > deepest) throw JSONError("too deeply nested");
   try {
     auto document = std::make_shared<const Document>(text);
+    // Taken for the end by the parser, whatever follows.
+    if (std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
+      throw syntaxError(text.substr(0, zero), "a zero byte is no JSON");
+    }
     const nlohmann::json* root = &document->root;
     return JSONValue(std::move(document), root, "");
   } catch (const nlohmann::json::parse_error& error) {
