@@ -1,6 +1,7 @@
 #include "core/pricing/pricing_file.hpp"
 #include "core/support/error.hpp"
 #include "core/support/files.hpp"
+#include "core/support/utf8.hpp"
 #include "tests/fuzz/targets.hpp"
 
 namespace kestu::fuzz {
@@ -50,6 +51,7 @@ void afterParity(const std::filesystem::path& folder, const std::string& name, c
 void pricingFile(std::string_view bytes) {
   Input input(bytes);
   std::string name(input.line());
+  if (!UTF8::isValid(name)) return; // no product's ID
   const auto& folder = freshFolder();
   write(folder, std::string(PricingFile::path), input.rest());
   try {
