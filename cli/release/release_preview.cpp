@@ -6,7 +6,7 @@
 #include "core/assets/asset_sending.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
-#include "core/platform/cache_folder.hpp"
+#include "core/platform/state_folder.hpp"
 #include "core/project/platform.hpp"
 #include "core/project/project.hpp"
 #include "core/release/preview_assets.hpp"
