@@ -24,9 +24,10 @@ class Output {
  public:
   bool json = false;
   std::optional<TableFormat> format;
+  bool reports = false; ///< in a form of the command's own
 
   /// Whether the answer is for a machine.
-  bool quiet() const { return json || format.has_value(); }
+  bool quiet() const { return json || format.has_value() || reports; }
 
   /// A line for people: on standard error when standard output is for a machine.
   void say(Console& console, const std::string& line) const;

@@ -2,6 +2,7 @@
 
 #include "cli/context.hpp"
 #include "cli/metadata/metadata.hpp"
+#include "core/assets/asset_folders.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/git.hpp"
@@ -15,15 +16,43 @@ void CheckOptions::declare(Command& command) {
   layout.declare(command);
   app.declare(command);
   command.flag({"--strict"}, strict, "Exit 1 on a warning too.");
+  command.option({{"--report"},
+                  "form",
+                  "For a CI, in place of the table: junit for a test report (> report.xml saves it), a test case for "
+                  "each rule and language; github for GitHub's annotations beside the files.",
+                  [this](const std::string& value) {
+                    requireOneOf("--report", value, {"junit", "github"});
+                    report = value == "junit" ? ReportForm::junit : ReportForm::github;
+                    reports = true;
+                  },
+                  {"junit", "github"},
+                  false});
   TableOptions::declare(command);
+  command.validate = [this, ofTable = command.validate] {
+    ofTable();
+    if (report && (json || format)) throw UsageError("--report is a form of its own: it goes without --output.");
+  };
 }
 
-void CheckOptions::write(Context& context, const Findings& findings) const {
+void CheckOptions::write(Context& context, const Findings& findings, const ReleaseCheck::Checked& checked,
+                         const std::string& command) const {
   if (findings.empty() && !quiet()) return;
   Console& console = context.console;
+  if (report) {
+    auto folder = Project::root(context.folder).lexically_relative(Project::repository(context.folder));
+    ReleaseCheck::Reporting reporting{command, folder == "." ? "" : folder.generic_string(), strict};
+    return console.out(*report == ReportForm::junit ? ReleaseCheck::junit(findings, checked, reporting)
+                                                    : ReleaseCheck::githubAnnotations(findings, reporting));
+  }
   TableOptions::write(console, encoded(findings).compact(), ReleaseCheck::rows(findings),
                       console.isTerminal(Stream::out) ? ReleaseCheck::groups(findings, console.style(), console.width())
                                                       : ReleaseCheck::table(findings, console.style()));
+}
+
+std::vector<std::string> assetRules(const Context& context) {
+  std::vector<std::string> rules;
+  for (AssetKind kind : Assets::kinds(Project::root(context.folder))) rules.emplace_back(facts(kind).key);
+  return rules;
 }
 
 ReleaseCheck::KeywordCount keywordCount(const Context& context) {

@@ -4,6 +4,7 @@
 #include "cli/metadata/layout_option.hpp"
 #include "cli/options.hpp"
 #include "core/project/git.hpp"
+#include "core/release/finding_report.hpp"
 #include "core/release/release_check.hpp"
 #include "core/service/client.hpp"
 
@@ -14,18 +15,27 @@ namespace kestu {
 
 struct Context;
 
+/// Forms in which a CI reads findings.
+enum class ReportForm { junit, github };
+
 /// The options of a command that lists findings.
 struct CheckOptions : TableOptions {
   bool strict = false;
+  std::optional<ReportForm> report;
   LayoutOption layout;
   AppTarget app;
   std::optional<std::string> platform;
 
   void declare(Command& command);
 
-  /// The findings in the format asked for; nothing for people when there are none.
-  void write(Context& context, const Findings& findings) const;
+  /// The findings in the format asked for; nothing for people when there are none. `command` is what a report calls
+  /// what was run, "kestu release check 1.2".
+  void write(Context& context, const Findings& findings, const ReleaseCheck::Checked& checked,
+             const std::string& command) const;
 };
+
+/// The kinds of assets that the repository has, as rules.
+std::vector<std::string> assetRules(const Context& context);
 
 /// As the repository's kestu.json has it.
 ReleaseCheck::KeywordCount keywordCount(const Context& context);

@@ -94,8 +94,8 @@ Findings check(Context& context, const RepoListing& listing, const Git::Changes&
   bool unknown = primary.empty() && listing.texts.size() > 1;
   if (primary.empty()) primary = likelyPrimary(listing.texts);
   Findings findings = ReleaseCheck::languages(listing);
-  append(findings,
-         ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform, keywordCount(context)));
+  append(findings, ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform,
+                                       keywordCount(context), listing.files));
   append(findings, ReleaseCheck::translations(listing.files, askedAgain(context, listing, changes, primary), primary));
   if (listing.review) append(findings, ReleaseCheck::reviewNotes(*listing.review));
   if (unknown) findings.push_back(comparison(primary, remote));
@@ -110,6 +110,13 @@ Findings check(Context& context, const RepoListing& listing, const Git::Changes&
   append(findings, context.console.during(
                        [&] { return ReleaseCheck::assets(root, std::get<AssetCatalog>(remote.catalog), scan); }));
   return findings;
+}
+
+ReleaseCheck::Checked checkedOf(const Context& context, const RepoListing& listing, const Remote& remote) {
+  ReleaseCheck::Checked checked{.textRules = {"limit", "url", "placeholder", "keywords", "missing", "stale"}};
+  for (const auto& [locale, text] : listing.resolved({})) checked.languages.push_back(locale);
+  if (std::holds_alternative<AssetCatalog>(remote.catalog)) checked.rules = assetRules(context);
+  return checked;
 }
 
 void runValidate(Context& context, const ValidateOptions& options) {
@@ -139,15 +146,18 @@ void runValidate(Context& context, const ValidateOptions& options) {
   tellNotes(context, listing);
   warnOfTrackedPassword(context, listing);
   Findings findings = check(context, listing, changes, remote, platform);
+  auto write = [&] {
+    options.write(context, findings, checkedOf(context, listing, remote), "kestu metadata validate");
+  };
   if (isNone(listing)) { // what is wrong with the assets is worth knowing all the same
-    if (!findings.empty()) options.write(context, findings);
+    if (!findings.empty()) write();
     throw ListingPush::noListing(root);
   }
   if (std::string folder = "metadata/releases/" + options.version.value_or("");
       options.version && listing.layout == MetadataLayout::kestu && !std::filesystem::is_directory(root / folder)) {
     findings.push_back({Level::note, "version", std::nullopt, folder + " isn't there, so no what's new was checked."});
   }
-  options.write(context, findings);
+  write();
   std::string sum = ReleaseCheck::summary(findings);
   bool fails = ReleaseCheck::fails(findings, options.strict);
   if (fails) {

@@ -20,6 +20,7 @@ struct ReleaseChecked {
   RepoListing repository;
   StoreListing store;
   Outcome<AssetCatalog> catalog;
+  ReleaseCheck::Checked checked{};
 };
 
 /// Fetches all that the check of a version looks at and runs it; says notes on standard error only.

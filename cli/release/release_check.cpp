@@ -149,7 +149,7 @@ Findings check(Context& context, const Facts& facts, const std::string& number) 
   add(ReleaseCheck::languages(repository));
   if (store.version) {
     add(ReleaseCheck::texts(merged(store, repository), store.primaryLocale, purpose(*store.version, facts.versions),
-                            facts.app.platform, keywordCount(context)));
+                            facts.app.platform, keywordCount(context), repository.files));
   }
   add(ReleaseCheck::translations(repository.files, askedAgain(context, repository, facts.changes, store.primaryLocale),
                                  store.primaryLocale));
@@ -171,10 +171,24 @@ Findings check(Context& context, const Facts& facts, const std::string& number) 
   return findings;
 }
 
+ReleaseCheck::Checked checkedOf(const Context& context, const Facts& facts) {
+  ReleaseCheck::Checked checked{
+      .textRules = {"limit", "url", "placeholder", "required", "keywords", "missing", "stale"}, .rules = {"version"}};
+  if (facts.store.version) {
+    for (const auto& [locale, text] : merged(facts.store, facts.repository)) checked.languages.push_back(locale);
+    checked.rules.insert(checked.rules.end(), {"contentrights", "review"});
+  }
+  if (std::holds_alternative<AssetCatalog>(facts.catalog)) {
+    for (std::string& rule : assetRules(context)) checked.rules.push_back(std::move(rule));
+  }
+  checked.rules.insert(checked.rules.end(), {"whatsnew", "flags"});
+  return checked;
+}
+
 void runCheck(Context& context, const ReleaseCheckOptions& options) {
   Client client = context.signedIn();
   ReleaseChecked checked = checkRelease(context, client, options);
-  options.write(context, checked.findings);
+  options.write(context, checked.findings, checked.checked, "kestu release check " + options.version);
   std::string sum = ReleaseCheck::summary(checked.findings);
   std::string number = printable(options.version);
   if (!checked.store.version) {
@@ -204,8 +218,9 @@ ReleaseChecked checkRelease(Context& context, const Client& client, const Releas
   tellNotes(context, facts.repository);
   warnOfTrackedPassword(context, facts.repository);
   Findings findings = check(context, facts, options.version);
-  return {std::move(findings), std::move(facts.app), std::move(facts.repository), std::move(facts.store),
-          std::move(facts.catalog)};
+  auto checked = checkedOf(context, facts);
+  return {std::move(findings),    std::move(facts.app),     std::move(facts.repository),
+          std::move(facts.store), std::move(facts.catalog), std::move(checked)};
 }
 
 void addReleaseCheck(Command& group) {

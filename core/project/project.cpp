@@ -35,13 +35,19 @@ bool has(const fs::path& folder, std::string_view name) {
 
 } // namespace
 
-fs::path root(const fs::path& folder) {
-  std::optional<fs::path> linked;
+fs::path repository(const fs::path& folder) {
   for (fs::path at = folder;; at = at.parent_path()) {
-    if (!linked && has(at, fileName)) linked = at;
-    if (has(at, ".git")) return linked.value_or(at);
+    if (has(at, ".git")) return at;
     if (at == at.parent_path()) return folder;
   }
+}
+
+fs::path root(const fs::path& folder) {
+  fs::path top = repository(folder);
+  for (fs::path at = folder; at != top; at = at.parent_path()) {
+    if (has(at, fileName)) return at;
+  }
+  return top;
 }
 
 std::optional<ProjectLink> link(const fs::path& folder) {

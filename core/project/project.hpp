@@ -17,9 +17,11 @@ inline constexpr std::string_view fileName = "kestu.json";
 inline constexpr std::array<std::string_view, 9> skipped = {
     "Pods", "Carthage", "build", "DerivedData", "node_modules", ".build", ".git", "fastlane", "metadata"};
 
-/// The repository is the nearest folder, from `folder` upwards, with an entry named ".git", or `folder` itself when
-/// there is none. Its root is the nearest folder with a link file, from `folder` up to the repository, or the
-/// repository itself: an app in a folder of its own is a project of its own.
+/// The nearest folder, from `folder` upwards, with an entry named ".git", or `folder` itself when there is none.
+std::filesystem::path repository(const std::filesystem::path& folder);
+
+/// The nearest folder with a link file, from `folder` up to the repository, or the repository itself: an app in a
+/// folder of its own is a project of its own.
 std::filesystem::path root(const std::filesystem::path& folder);
 
 /// The link file at the root of `folder`; none when there is none. A CLIError when it cannot be read.

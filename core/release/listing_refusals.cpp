@@ -51,13 +51,13 @@ std::vector<MisnamedLanguage> misnamed(const RepoListing& listing) {
 Findings languages(const RepoListing& listing) {
   Findings findings;
   for (const MisnamedLanguage& each : misnamed(listing)) {
-    findings.push_back({Level::error, "language", std::nullopt, refusal(each)});
+    findings.push_back({Level::error, "language", std::nullopt, refusal(each), {}, each.path});
   }
   for (const auto& [locale, text] : listing.texts) {
     if (AppleLocales::standing(locale) != AppleLocales::Standing::unknown) continue;
     // One that resembles another is likely a slip.
     Level level = AppleLocales::near(locale) ? Level::warning : Level::note;
-    findings.push_back({level, "language", locale, doubt(locale)});
+    findings.push_back({level, "language", locale, doubt(locale), {}, pathOf(listing, locale)});
   }
   return findings;
 }

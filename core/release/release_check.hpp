@@ -33,18 +33,18 @@ enum class Purpose {
 /// How the limit of keywords is counted.
 enum class KeywordCount { bytes, characters };
 
+/// By locale, the repository path that each value came from.
+using FieldFiles = std::map<std::string, std::map<ListingField, std::string>>;
+
 /// Each language's resolved texts. `primary` may be empty where it isn't known: then nothing is compared with it.
 Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform,
-               KeywordCount count = KeywordCount::bytes);
+               KeywordCount count = KeywordCount::bytes, const FieldFiles& files = {});
 
 /// The names of the repository's languages: those that can't be one, and those that aren't among Apple's.
 Findings languages(const RepoListing& listing);
 
 /// What is wasted in one language's keywords.
 Findings keywords(const LocaleText& text, const std::string& locale);
-
-/// By locale, the repository path that each value came from.
-using FieldFiles = std::map<std::string, std::map<ListingField, std::string>>;
 
 /// Translations whose file changed last before the primary language's. A path without a date is passed over.
 Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary);

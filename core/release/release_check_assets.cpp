@@ -17,6 +17,23 @@ std::optional<std::string> assetLocale(std::string_view problem, std::string_vie
   return std::string(locale);
 }
 
+namespace {
+
+/// The file or folder that a problem begins with: the longest start that is there, since names have blanks in them.
+std::optional<std::string> fileOf(const std::filesystem::path& root, const std::string& problem,
+                                  const std::string& folder) {
+  if (folder.empty() || !problem.starts_with(folder + "/")) return std::nullopt;
+  std::size_t end = problem.size();
+  while (end != std::string::npos && end > folder.size()) {
+    std::error_code ignored;
+    if (std::string path = problem.substr(0, end); std::filesystem::exists(root / path, ignored)) return path;
+    end = problem.find_last_of(" ,:", end - 1);
+  }
+  return std::nullopt;
+}
+
+} // namespace
+
 Findings assets(const std::filesystem::path& root, const AssetCatalog& catalog, const ScanOptions& options) {
   Findings findings;
   for (AssetKind kind : Assets::kinds(root)) {
@@ -26,7 +43,8 @@ Findings assets(const std::filesystem::path& root, const AssetCatalog& catalog, 
     auto add = [&](Level level, const std::vector<std::string>& texts) {
       for (const std::string& text : texts) {
         bool ended = text.ends_with('.') || text.ends_with('?');
-        findings.push_back({level, rule, assetLocale(text, folder), text + (ended ? "" : ".")});
+        findings.push_back(
+            {level, rule, assetLocale(text, folder), text + (ended ? "" : "."), {}, fileOf(root, text, folder)});
       }
     };
     add(Level::error, scan.problems);

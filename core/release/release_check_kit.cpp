@@ -29,8 +29,10 @@ Findings whatsNew(const std::vector<WhatsNewPage>& pages, const std::string& ver
   }
   if (own) return {};
   if (repositoryPage) {
-    return warning(fmt::format("{} isn't uploaded to kestu: kestu kit whats-new upload {} --version {}",
-                               *repositoryPage, Format::shellWord(*repositoryPage), number));
+    Findings findings = warning(fmt::format("{} isn't uploaded to kestu: kestu kit whats-new upload {} --version {}",
+                                            *repositoryPage, Format::shellWord(*repositoryPage), number));
+    findings.front().file = repositoryPage;
+    return findings;
   }
   if (!earlier) return {};
   return warning("No What's New page for " + version + ", though earlier versions had one.");
@@ -40,9 +42,14 @@ Findings flags(const std::vector<FlagRead>& missing) {
   Findings findings;
   for (const FlagRead& read : missing) {
     findings.push_back(
-        {Level::warning, "flags", std::nullopt,
+        {Level::warning,
+         "flags",
+         std::nullopt,
          fmt::format("The code reads the flag {} ({}:{}), which kestu doesn't have: kestu kit flags create {}",
-                     read.key, read.file, read.line, Flags::argument(read.key))});
+                     read.key, read.file, read.line, Flags::argument(read.key)),
+         {},
+         read.file,
+         read.line});
   }
   return findings;
 }

@@ -16,8 +16,12 @@ Findings contentRights(std::optional<ContentRights> answered, std::optional<Cont
              "yours to say, with kestu metadata content-rights set --third-party-content yes or no."}};
   }
   if (!repository || answered == repository) return {};
-  return {{Level::note, "contentrights", std::nullopt,
-           "Content Rights is answered from metadata/app.json as the listing's pushed."}};
+  return {{Level::note,
+           "contentrights",
+           std::nullopt,
+           "Content Rights is answered from metadata/app.json as the listing's pushed.",
+           {},
+           "metadata/app.json"}};
 }
 
 Findings reviewNotes(const ReviewInfo& review) {

@@ -112,10 +112,24 @@ void checkGaps(Findings& findings, const std::string& locale, const LocaleText& 
   }
 }
 
+/// The file that one of the fields is read from, or where there is none of them, one of the language's.
+std::optional<std::string> fileOf(const FieldFiles& files, const std::string& locale,
+                                  const std::vector<ListingField>& fields) {
+  for (const std::string& each : {locale, std::string("default")}) {
+    auto language = files.find(each);
+    if (language == files.end()) continue;
+    for (ListingField field : fields) {
+      if (auto path = language->second.find(field); path != language->second.end()) return path->second;
+    }
+  }
+  auto own = files.find(locale);
+  return own == files.end() || own->second.empty() ? std::nullopt : std::optional(own->second.begin()->second);
+}
+
 } // namespace
 
 Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform,
-               KeywordCount count) {
+               KeywordCount count, const FieldFiles& files) {
   Findings findings;
   auto primaryText = texts.find(primary);
   for (const auto& [locale, text] : texts) {
@@ -129,6 +143,7 @@ Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose pur
     Findings ofKeywords = ReleaseCheck::keywords(text, locale);
     findings.insert(findings.end(), ofKeywords.begin(), ofKeywords.end());
   }
+  for (Finding& finding : findings) finding.file = fileOf(files, *finding.locale, finding.fields);
   return findings;
 }
 
@@ -158,13 +173,14 @@ void eachStale(const FieldFiles& files, const std::map<std::string, Moment>& las
 
 Findings stale(const FieldFiles& files, const std::map<std::string, Moment>& lastChanged, const std::string& primary) {
   Findings findings;
-  eachStale(files, lastChanged, primary, [&](const auto& locale, ListingField field, const auto&, const auto&) {
+  eachStale(files, lastChanged, primary, [&](const auto& locale, ListingField field, const auto& path, const auto&) {
     findings.push_back({Level::warning,
                         "stale",
                         locale,
                         fmt::format("{}: {} last changed before {}'s, so may not say what it says now.", locale,
                                     facts(field).label, primary),
-                        {field}});
+                        {field},
+                        path});
   });
   return findings;
 }

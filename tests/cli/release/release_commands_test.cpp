@@ -274,6 +274,52 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
   EXPECT_EQ(run({"metadata", "validate"}).err, "metadata/listing/ja.json isn't a JSON object.\n");
 }
 
+TEST_F(ReleaseTest, ReportsNameFilesFromTheRepositorysTop) {
+  here = repo.path() / "apps/sun";
+  repo.write("apps/sun/kestu.json", R"({"appId": 1234567890, "bundleId": "com.example.daylight"})");
+  repo.write("apps/sun/metadata/listing/de-DE.json", R"({"supportUrl": "none", "keywords": "a, b"})");
+  repo.write("apps/sun/metadata/listing/default.json", R"({"description": "Lorem ipsum."})");
+  repo.write("apps/sun/metadata/listing/german.json", "{}");
+  repo.write("apps/sun/metadata/screenshots/de-DE/iPhone 6.9/a b.png", "?");
+  repo.write("apps/sun/App/A.swift", "\n\nlet on = KestuFlags.isOn(\"none\")\n");
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    std::vector<std::string> parts; // in their order
+  };
+  const std::string listing = "file=apps/sun/metadata/listing/";
+  for (const Row& row : std::vector<Row>{
+           {{"metadata", "validate", "--report", "github"},
+            1,
+            {"::error " + listing + "german.json,title=kestu%3A language::metadata/listing/german.json can't be",
+             "::error " + listing + "de-DE.json,title=kestu%3A url de-DE::de-DE: support URL isn't",
+             "::error file=apps/sun/metadata/screenshots/de-DE/iPhone 6.9/a b.png,title=kestu%3A screenshots de-DE::",
+             "::warning " + listing + "default.json,title=kestu%3A placeholder de-DE::",
+             "::warning " + listing + "de-DE.json,title=kestu%3A keywords de-DE::"}},
+           {{"release", "check", "1.2", "--report", "github"},
+            1,
+            {"::warning file=apps/sun/App/A.swift,line=3,title=kestu%3A flags::The code reads the flag none"}},
+           {{"release", "check", "1.2", "--report=junit"},
+            1,
+            {"<testcase classname=\"kestu.release-check\" name=\"url de-DE\" "
+             "file=\"apps/sun/metadata/listing/de-DE.json\">\n      <failure message=\"de-DE: support URL",
+             "name=\"required ja\"/>", "name=\"version\"/>", "name=\"contentrights\"/>"}},
+           {{"metadata", "validate", "--report", "html"}, 2, {}},
+           {{"metadata", "validate", "--report", "junit", "--json"}, 2, {}},
+       }) {
+    SCOPED_TRACE(row.arguments.back());
+    Ran ran = run(row.arguments);
+    EXPECT_EQ(ran.status, row.status) << ran.err;
+    std::size_t at = 0;
+    for (const std::string& part : row.parts) {
+      std::size_t found = ran.out.find(part, at);
+      EXPECT_NE(found, std::string::npos) << part << "\n" << ran.out;
+      if (found != std::string::npos) at = found;
+    }
+    if (row.status == 1) EXPECT_EQ(ran.out.find("error, with"), std::string::npos) << "the sum is a message";
+  }
+}
+
 TEST_F(ReleaseTest, ValidateUsesWhatItCanHave) {
   server.withState([](sandbox::State& state) { state.app(1234567890)->primaryLocale = "de-DE"; });
   repo.write("metadata/listing/de-DE.json", R"({"name": "Tageslicht", "subtitle": "Der Himmel"})");
