@@ -13,6 +13,10 @@ void Command::flag(std::vector<std::string> names, bool& target, std::string hel
       {std::move(names), "", std::move(help), [&target](const std::string&) { target = true; }, {}, hidden});
 }
 
+void Command::example(const std::string& rest, std::string text) {
+  examples.push_back({rest.empty() ? path : path + " " + rest, std::move(text)});
+}
+
 std::string Command::word() const { return path.substr(path.rfind(' ') + 1); }
 
 Command& Command::addNotBuilt(const std::string& word, std::string abstractOfIt) {

@@ -31,6 +31,12 @@ struct Argument {
   std::vector<std::string> choices = {};
 };
 
+/// A line that can be run as it stands, and what it is for.
+struct Example {
+  std::string line; ///< "kestu assets push 1.2 --dry-run"
+  std::string text;
+};
+
 /// A command as it is declared: what help, parsing and completion are made from.
 class Command {
  public:
@@ -49,6 +55,12 @@ class Command {
   void option(Option option) { options.push_back(std::move(option)); }
   void argument(Argument argument) { arguments.push_back(std::move(argument)); }
 
+  /// What `validate` or the run refuses to go without: an option, or one of several ("--file", "<text>").
+  void needs(std::vector<std::string> names) { needed.push_back(std::move(names)); }
+
+  /// An example of this command, its line what follows the path.
+  void example(const std::string& rest, std::string text);
+
   std::string word() const;
 
   std::string path; ///< "kestu assets push"
@@ -56,6 +68,8 @@ class Command {
   std::string discussion;
   std::vector<Option> options;
   std::vector<Argument> arguments;
+  std::vector<std::vector<std::string>> needed; ///< each by its names, one of which is given
+  std::vector<Example> examples;
   std::list<Command> subcommands;
   std::function<void(Context&)> run; ///< none for a group
   std::function<void()> validate;    ///< of several options together; throws a UsageError

@@ -7,6 +7,7 @@
 #include "cli/completion.hpp"
 #include "cli/completion_values.hpp"
 #include "cli/help.hpp"
+#include "cli/topics.hpp"
 #include "cli/words.hpp"
 #include "core/console/printable.hpp"
 #include "core/overview/update_notice.hpp"
@@ -66,6 +67,8 @@ void run(Context& context, std::vector<std::string> arguments) {
   bool asked = !arguments.empty() && arguments[0] == "help";
   if (asked) {
     arguments.erase(arguments.begin());
+    const Page* topic = arguments.size() == 1 ? topicCalled(arguments[0]) : nullptr;
+    if (topic) return context.console.out(laidOut(*topic, context.console.width()));
     arguments.push_back("--help");
   }
   Command root = rootCommand(commandWord(arguments));

@@ -8,11 +8,12 @@ namespace {
 
 std::string_view text(Piece piece) { return {texts + piece.at, piece.length}; }
 
-std::vector<Page::Entry> read(const Entry*& next, std::size_t count) {
-  std::vector<Page::Entry> read;
-  for (const Entry* end = next + count; next != end; ++next)
-    read.push_back({std::string(text(next->head)), std::string(text(next->text))});
-  return read;
+Page::Section read(const Section& stored) {
+  Page::Section section{std::string(text(stored.title)), {}, stored.examples};
+  const Entry* next = entries + stored.firstEntry;
+  for (const Entry* end = next + stored.entries; next != end; ++next)
+    section.entries.push_back({std::string(text(next->head)), std::string(text(next->text))});
+  return section;
 }
 
 } // namespace
@@ -27,10 +28,9 @@ std::optional<Page> find(std::string_view path) {
   page.abstract = text(found->abstract);
   page.discussion = text(found->discussion);
   page.usage = text(found->usage);
-  const Entry* next = entries + found->firstEntry;
-  page.arguments = read(next, found->arguments);
-  page.commands = read(next, found->commands);
-  page.options = read(next, found->options);
+  const Section* next = sections + found->firstSection;
+  for (const Section* last = next + found->sections; next != last; ++next) page.sections.push_back(read(*next));
+  page.closing = text(found->closing);
   page.runs = found->runs;
   return page;
 }
@@ -40,6 +40,9 @@ std::optional<Page> askedFor(const std::vector<std::string>& words) {
   bool asked = true;
   if (first != last && *first == "help") {
     ++first;
+    if (last - first == 1) {
+      if (auto topic = find("kestu help " + *first)) return topic;
+    }
   } else if (first != last && (words.back() == "--help" || words.back() == "-h")) {
     --last;
   } else {
@@ -47,7 +50,8 @@ std::optional<Page> askedFor(const std::vector<std::string>& words) {
   }
   std::string path = "kestu";
   for (; first != last; ++first) {
-    if (first->find(' ') != std::string::npos) return std::nullopt; // "assets push" as one word is no command
+    // "assets push" as one word is no command, and a topic is no command's word.
+    if (first->find(' ') != std::string::npos || *first == "help") return std::nullopt;
     path += " " + *first;
   }
   auto page = find(path);

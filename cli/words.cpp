@@ -1,6 +1,7 @@
 #include "cli/words.hpp"
 
 #include "cli/help.hpp"
+#include "cli/topics.hpp"
 #include "core/support/printable_ascii.hpp"
 
 #include <algorithm>
@@ -59,9 +60,13 @@ std::string nameOf(const std::string& word) {
   return word.starts_with("--") ? word.substr(0, word.find('=')) : word.substr(0, 2);
 }
 
-[[noreturn]] void noCommand(const Command& command, const std::string& word) {
+[[noreturn]] void noCommand(const Command& command, const std::string& word, const std::vector<std::string>& known) {
   const std::string named = isBlank(word) ? '"' + shown(word) + '"' : shown(word);
-  misused(command, command.path + " has no command " + named + "." + didYouMean(word, subcommandWords(command)));
+  misused(command, command.path + " has no command " + named + "." + didYouMean(word, known));
+}
+
+[[noreturn]] void noCommand(const Command& command, const std::string& word) {
+  noCommand(command, word, subcommandWords(command));
 }
 
 /// One letter is near every other, so there only a long option with a dash too few is likely (-json).
@@ -220,7 +225,11 @@ const Command& lookedUp(const Command& root, const std::vector<std::string>& typ
     const Command* sub = subcommand(*at, word);
     if (!sub) {
       if (at->subcommands.empty() || at->run) break;
-      noCommand(*at, word);
+      std::vector<std::string> known = subcommandWords(*at);
+      for (const Page& topic : topics()) {
+        if (at == &root) known.push_back(topicWord(topic));
+      }
+      noCommand(*at, word, known);
     }
     at = sub;
   }

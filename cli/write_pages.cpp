@@ -1,9 +1,12 @@
 #include "cli/command_tree.hpp"
 #include "cli/help.hpp"
+#include "cli/manual.hpp"
+#include "cli/topics.hpp"
 #include "core/support/files.hpp"
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 
 namespace {
@@ -33,19 +36,23 @@ class Source {
  public:
   void add(const Page& page) {
     records_ += "{" + piece(page.path) + ", " + piece(page.abstract) + ", " + piece(page.discussion) + ", " +
-                piece(page.usage) + ", " + std::to_string(entryCount_);
-    for (const auto* section : {&page.arguments, &page.commands, &page.options}) {
-      records_ += ", " + std::to_string(section->size());
-      entryCount_ += section->size();
-      for (const Page::Entry& entry : *section) entries_ += "{" + piece(entry.head) + ", " + piece(entry.text) + "},\n";
+                piece(page.usage) + ", " + piece(page.closing) + ", " + std::to_string(sectionCount_) + ", " +
+                std::to_string(page.sections.size()) + (page.runs ? ", true},\n" : ", false},\n");
+    for (const Page::Section& section : page.sections) {
+      sections_ += "{" + piece(section.title) + ", " + std::to_string(entryCount_) + ", " +
+                   std::to_string(section.entries.size()) + (section.examples ? ", true},\n" : ", false},\n");
+      for (const Page::Entry& entry : section.entries)
+        entries_ += "{" + piece(entry.head) + ", " + piece(entry.text) + "},\n";
+      entryCount_ += section.entries.size();
     }
-    records_ += page.runs ? ", true},\n" : ", false},\n";
+    sectionCount_ += page.sections.size();
     ++count_;
   }
 
   std::string text() const {
     return "#include \"cli/stored_pages.hpp\"\n\nnamespace kestu::StoredPages {\n\nconst char texts[] =\n" + texts_ +
-           ";\n\nconst Entry entries[] = {\n" + entries_ + "};\n\nconst Record records[] = {\n" + records_ +
+           ";\n\nconst Entry entries[] = {\n" + entries_ + "};\n\nconst Section sections[] = {\n" + sections_ +
+           "};\n\nconst Record records[] = {\n" + records_ +
            "};\n\nconst std::size_t count = " + std::to_string(count_) + ";\n\n} // namespace kestu::StoredPages\n";
   }
 
@@ -60,20 +67,25 @@ class Source {
   }
 
   std::map<std::string, std::size_t> kept_; ///< texts, and where they stand
-  std::size_t size_ = 0, entryCount_ = 0, count_ = 0;
-  std::string texts_, entries_, records_;
+  std::size_t size_ = 0, entryCount_ = 0, sectionCount_ = 0, count_ = 0;
+  std::string texts_, entries_, sections_, records_;
 };
 
 } // namespace
 
-/// kestu-write-pages <file>: writes the pages of the whole tree as constant data. A file that says the same already is
-/// left alone, so that nothing is built again for it.
+/// kestu-write-pages <file> <folder>: writes the pages of the whole tree as constant data, and those of the manual into
+/// the folder. A file that says the same already is left alone, so that nothing is built again for it.
 int main(int count, char** words) try {
-  if (count != 2) {
-    std::fputs("Usage: kestu-write-pages <file>\n", stderr);
+  if (count != 3) {
+    std::fputs("Usage: kestu-write-pages <file> <folder>\n", stderr);
     return 2;
   }
   auto pages = allPages(rootCommand("*"));
+  pages.insert(pages.end(), topics().begin(), topics().end());
+  for (const Page& page : pages) {
+    std::filesystem::path file = std::filesystem::path(words[2]) / Manual::fileName(page);
+    Files::writeAtomically(file, Manual::text(page, pages));
+  }
   std::sort(pages.begin(), pages.end(), [](const Page& a, const Page& b) { return a.path < b.path; });
   Source source;
   for (const Page& page : pages) source.add(page);

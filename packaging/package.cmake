@@ -27,6 +27,20 @@ if(NOT CMAKE_CROSSCOMPILING)
   install_completion(fish share/fish/vendor_completions.d kestu.fish)
 endif()
 
+# As the systems keep the manual's pages: packed, where gzip is there to do it.
+find_program(GZIP gzip)
+install(CODE "
+  file(GLOB pages \"${MANUAL}/*.[17]\")
+  set(suffix \"\")
+  if(NOT \"${GZIP}\" MATCHES NOTFOUND)
+    execute_process(COMMAND \"${GZIP}\" -9nkf \${pages} COMMAND_ERROR_IS_FATAL ANY)
+    set(suffix .gz)
+  endif()
+  foreach(section 1 7)
+    file(GLOB pages \"${MANUAL}/*.\${section}\${suffix}\")
+    file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/share/man/man\${section}\" TYPE FILE FILES \${pages})
+  endforeach()" COMPONENT program)
+
 set(CPACK_PACKAGE_NAME kestu)
 set(CPACK_PACKAGE_VENDOR Kestu)
 set(CPACK_PACKAGE_CONTACT "Kestu <support@kestu.com>")

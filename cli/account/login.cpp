@@ -207,8 +207,20 @@ void add(Command& command, void (*run)(Context&, const GlobalOptions&)) {
 
 } // namespace
 
-void addLogin(Command& command) { add(command, runLogin); }
-void addLogout(Command& command) { add(command, runLogout); }
-void addWhoami(Command& command) { add(command, runWhoami); }
+void addLogin(Command& command) {
+  add(command, runLogin);
+  command.example("", "Prints a code and a link to approve it at in the kestu app, then waits for it.");
+}
+
+void addLogout(Command& command) {
+  add(command, runLogout);
+  command.example("", "Takes back this machine's sign-in.");
+}
+
+void addWhoami(Command& command) {
+  add(command, runWhoami);
+  command.example("", "Which account this is, and what it may do.");
+  command.example("-o json", "The same for a script.");
+}
 
 } // namespace kestu

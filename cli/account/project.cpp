@@ -120,6 +120,7 @@ void addKeywords(Command& config) {
                      true,
                      {"bytes", "characters"}});
   keywords.run = [chosen](Context& context) { runKeywords(context, *chosen); };
+  keywords.example("characters", "Limits keywords to 100 characters rather than bytes, for this repo.");
 }
 
 } // namespace
@@ -128,6 +129,8 @@ void addApps(Command& command) {
   auto options = std::make_shared<TableOptions>();
   options->declare(command);
   command.run = [options](Context& context) { runApps(context, *options); };
+  command.example("", "Every app that this sign-in covers.");
+  command.example("-o csv", "The same for a spreadsheet.");
 }
 
 void addLink(Command& command) {
@@ -145,6 +148,9 @@ void addLink(Command& command) {
                "Write it in the current folder rather than at the repo's root, for a repo of several apps: from this "
                "folder on, kestu takes it for the app's root.");
   command.run = [options](Context& context) { runLink(context, *options); };
+  command.example("", "The app whose bundle ID the Xcode project sets.");
+  command.example("com.example.daylight", "An app by its bundle ID.");
+  command.example("1234567890 --here", "One of several apps in a repo, from its own folder.");
 }
 
 void addConfig(Command& command) {
@@ -167,6 +173,8 @@ void addConfig(Command& command) {
                     {"names", "ids"}});
   folders.run = [chosen](Context& context) { runFolders(context, *chosen); };
   addKeywords(command);
+  command.example("", "The linked app, and each setting.");
+  folders.example("ids", "Folders are named as Apple's placement groups from now on.");
 }
 
 } // namespace kestu

@@ -186,6 +186,8 @@ void addSizes(Command& group, const KindChoice& choice) {
   options->platform.declare(command);
   options->app.declare(command);
   options->TableOptions::declare(command);
+  command.example("", "The displays, and the sizes each takes.");
+  command.example("--platform macos -o csv", "The Mac's, for a spreadsheet.");
   command.run = [options](Context& context) { runSizes(context, *options); };
 }
 

@@ -273,6 +273,8 @@ void addAssetPull(Command& group, const KindChoice& choice) {
   options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runPull(context, *options); };
+  command.example("1.2 --dry-run", "Which files it would write.");
+  command.example("1.2", "Writes them below metadata.");
 }
 
 } // namespace kestu

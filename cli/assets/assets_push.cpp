@@ -93,6 +93,9 @@ void addAssetPush(Command& group, const KindChoice& choice) {
   options->app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runPush(context, *options); };
+  command.example("1.2 --dry-run", "What each display would show, and nothing is sent.");
+  command.example("1.2", "Shows what changes, asks, and sends it for your approval.");
+  command.example("1.2 --locale en-US,de-DE --display \"iPhone 6.9\"", "One display in two languages.");
 }
 
 } // namespace kestu

@@ -203,6 +203,8 @@ void addList(Command& group) {
   options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
+  command.example("", "The newest builds on every platform.");
+  command.example("--platform ios -o json", "Those for iOS, for a script.");
 }
 
 std::shared_ptr<NewestOptions> addNewest(Command& command, void (*run)(Context&, const NewestOptions&)) {
@@ -221,7 +223,10 @@ void addBuilds(Command& command) {
                        "Expiring one, or removing an unfinished upload, can't be undone, so it waits for your approval "
                        "in the kestu app; the rest apply at once.";
   addList(command);
-  addNewest(command.add("latest", "The newest build on a platform: its version and number, for scripts."), runLatest);
+  Command& latest = command.add("latest", "The newest build on a platform: its version and number, for scripts.");
+  addNewest(latest, runLatest);
+  latest.example("", "As 1.2 (45).");
+  latest.example("--platform macos -o json", "The newest for the Mac, in full.");
   Command& next = command.add("next-number", "The build number after the app's highest on a platform, for CI to build "
                                              "with: 46 after 45, 1.0.8 after 1.0.7.");
   auto options = addNewest(next, runNextNumber);
@@ -239,6 +244,8 @@ void addBuilds(Command& command) {
   addBuildsSubmit(command);
   addBuildsDistribute(command);
   addBuildsTestNotes(command);
+  next.example("", "The number for CI to build with.");
+  next.example("--version 1.3 --platform ios", "Where numbers start again with each version.");
 }
 
 } // namespace kestu

@@ -219,10 +219,11 @@ void declareWord(Command& command, const std::string& name, const std::string& v
 } // namespace
 
 void addBuildsExpire(Command& group) {
-  addAction<ActionOptions>(
-      group.add("expire", "Expire a build: testers can't install it any more, nor open it. Can't be undone, so "
-                          "it waits for your approval."),
-      runExpire);
+  Command& command = group.add("expire", "Expire a build: testers can't install it any more, nor open it. Can't be "
+                                         "undone, so it waits for your approval.");
+  addAction<ActionOptions>(command, runExpire);
+  command.example("45", "Takes build 45 from its testers.");
+  command.example("\"1.2 (45)\" --dry-run", "What would happen; nothing is sent.");
 }
 
 void addBuildsCompliance(Command& group) {
@@ -230,13 +231,14 @@ void addBuildsCompliance(Command& group) {
                                              "documents, so testers can have it.");
   command.discussion = "An app that does use such encryption answers in App Store Connect, with its documents.";
   addAction<ActionOptions>(command, runCompliance);
+  command.example("45 --yes", "In CI, once the build is processed.");
 }
 
 void addBuildsSubmit(Command& group) {
-  addAction<ActionOptions>(
-      group.add("submit", "Submit a build to Beta App Review, for external groups. A version's first build needs "
-                          "it; Apple approves later ones itself."),
-      runSubmit);
+  Command& command = group.add("submit", "Submit a build to Beta App Review, for external groups. A version's first "
+                                         "build needs it; Apple approves later ones itself.");
+  addAction<ActionOptions>(command, runSubmit);
+  command.example("45", "Sends build 45 to Beta App Review.");
 }
 
 void addBuildsDistribute(Command& group) {
@@ -250,6 +252,9 @@ void addBuildsDistribute(Command& group) {
   command.validate = [options] {
     if (options->add.empty() && options->remove.empty()) throw UsageError("Name a group with --add or --remove.");
   };
+  command.needs({"--add", "--remove"});
+  command.example("45 --add Team --add \"Beta testers\"", "Puts build 45 in two groups.");
+  command.example("45 --remove Team --yes", "Takes it out of one, without a question.");
 }
 
 void addBuildsTestNotes(Command& group) {
@@ -269,6 +274,9 @@ void addBuildsTestNotes(Command& group) {
     if (options->text && options->file) throw UsageError("Give the text, or --file, but not both.");
     if (!options->text && !options->file) throw UsageError("Give the text, or --file.");
   };
+  command.needs({"<text>", "--file"});
+  command.example("45 \"The radar has colours now.\"", "In the app's primary language.");
+  command.example("45 --file notes.txt --locale de-DE", "From a file, in German.");
 }
 
 } // namespace kestu

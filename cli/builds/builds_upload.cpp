@@ -191,6 +191,8 @@ void addBuildsUpload(Command& group) {
     if (options->time.given && !options->wait) throw UsageError("--timeout is for --wait: give both, or neither.");
   };
   command.run = [options](Context& context) { runUpload(context, *options); };
+  command.example("Daylight.ipa --wait", "Uploads it, and waits until Apple has processed it.");
+  command.example("Daylight.pkg --version 1.2 --build 45", "A Mac app's, which doesn't say these itself.");
 }
 
 void addBuildsRemove(Command& group) {
@@ -210,6 +212,7 @@ void addBuildsRemove(Command& group) {
   options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runRemove(context, *options); };
+  command.example("45", "Removes the unfinished upload of build 45, after your approval.");
 }
 
 } // namespace kestu

@@ -102,6 +102,8 @@ void addBuildsWait(Command& group) {
   options->target.app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runWait(context, *options); };
+  command.example("", "Until Apple has processed the newest build.");
+  command.example("45 --testable --timeout 30", "Until testers can install build 45, for 30 minutes at most.");
 }
 
 } // namespace kestu

@@ -164,6 +164,8 @@ void addToken(Command& group) {
       throw UsageError("--print writes the token alone, so --output has no place.");
   };
   command.run = [options](Context& context) { runToken(context, *options); };
+  command.example("", "In the repo's GitHub or GitLab secrets.");
+  command.example("--scopes testflight,release --provider github", "For builds and releases alone.");
 }
 
 } // namespace

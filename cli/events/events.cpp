@@ -72,6 +72,8 @@ void addList(Command& command) {
   options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
+  command.example("", "Where each event stands.");
+  command.example("--time-zone America/New_York", "With its times as New York has them.");
 }
 
 void addView(Command& group) {
@@ -84,6 +86,7 @@ void addView(Command& group) {
   options->target.app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runView(context, *options); };
+  command.example("\"Aurora Week\"", "All of an event, and what App Review still needs.");
 }
 
 } // namespace

@@ -179,6 +179,12 @@ void addEventsCreate(Command& group) {
   options->app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runCreate(context, *options); };
+  command.needs({"--starts"});
+  command.needs({"--ends"});
+  command.example("\"Aurora Week\" --starts \"2026-12-01 4pm\" --ends 2026-12-05", "A draft, with its dates alone.");
+  command.example("\"Aurora Week\" --starts \"2026-12-01 16:00\" --ends 2026-12-05 --badge liveevent --display-name "
+                  "\"Aurora Week\" --card card.png",
+                  "With its first language and card.");
 }
 
 } // namespace kestu

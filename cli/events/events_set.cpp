@@ -180,6 +180,8 @@ void addEventsSet(Command& group) {
     throw UsageError("Give what changes: --starts, --ends, --badge, --deep-link and so on (kestu events set --help).");
   };
   command.run = [options](Context& context) { runSet(context, *options); };
+  command.example("\"Aurora Week\" --ends 2026-12-06", "A later end.");
+  command.example("\"Aurora Week\" --countries se,no,fi --priority high", "Where it shows, and before other events.");
 }
 
 void addEventsLocalize(Command& group) {
@@ -201,6 +203,8 @@ void addEventsLocalize(Command& group) {
     }
   };
   command.run = [options](Context& context) { runLocalize(context, *options); };
+  command.example("\"Aurora Week\" --language sv --display-name Norrskensveckan", "Its name in Swedish.");
+  command.example("\"Aurora Week\" --language sv --remove", "Swedish goes.");
 }
 
 } // namespace kestu

@@ -264,8 +264,6 @@ void declareExperiment(Command& command, std::string& target) {
 
 void addCreate(Command& group) {
   Command& command = group.add("create", "Make an experiment, a draft: which variants of a flag do how well.");
-  command.discussion = "kestu kit experiments create Radar --flag new-radar --metric purchases --variant "
-                       "control=false:50 --variant new=true:50";
   auto options = addChange<CreateOptions>(command, runCreate, [&](CreateOptions& own) {
     declareName(command, "name", "What it's called.", own.name);
     declareText(command, "--flag", "key", "The flag whose values it tells apart.",
@@ -288,6 +286,11 @@ void addCreate(Command& group) {
     if (options->metric.empty()) throw UsageError("--metric says what counts.");
     if (auto problem = Experiments::problem(options->variants)) throw UsageError(*problem);
   };
+  command.needs({"--flag"});
+  command.needs({"--metric"});
+  command.needs({"--variant"});
+  command.example("Radar --flag new-radar --metric purchases --variant control=false:50 --variant new=true:50",
+                  "Half of the users get the new radar.");
 }
 
 } // namespace
@@ -318,6 +321,12 @@ void addExperiments(Command& kit) {
   });
   Command& remove = group.add("delete", "Delete a draft, or a stopped experiment.");
   addChange<OneOptions>(remove, runDelete, [&](OneOptions& own) { declareExperiment(remove, own.experiment); });
+  list.example("", "Every experiment, and where it stands.");
+  list.example("-o json", "The same for a script.");
+  view.example("Radar", "How Radar's variants do.");
+  start.example("Radar", "Starts it after your approval.");
+  stop.example("Radar --keep new", "Ends it, and everybody gets the variant \"new\".");
+  remove.example("Radar --dry-run", "What would go; nothing is sent.");
 }
 
 } // namespace kestu

@@ -222,6 +222,8 @@ void addCreate(Command& flags) {
     if (isBool && options->value) throw UsageError(noValue + " --type is for text, a number or JSON.");
     if (!isBool && !options->value) throw UsageError("A " + *options->type + " flag needs a --value.");
   };
+  command.example("new-radar", "A flag for yes or no, off to start with.");
+  command.example("greeting --type text --value \"Good morning\"", "A flag with a text.");
 }
 
 void addSet(Command& flags) {
@@ -239,6 +241,8 @@ void addSet(Command& flags) {
       throw UsageError("Say what to change: --on, --off, --value, --rollout or --notes.");
     }
   };
+  command.example("new-radar --on --rollout 25%", "On for a quarter of the users, after your approval.");
+  command.example("greeting --value \"Good evening\"", "Another value.");
 }
 
 } // namespace
@@ -252,6 +256,7 @@ void addFlags(Command& kit) {
   Command& command = flags.add("delete", "Delete a flag. One that is on waits for your approval.");
   addChange<FlagOptions>(command, runDelete,
                          [&](FlagOptions& own) { declareKey(command, "The flag's key.", own.key); });
+  command.example("new-radar --dry-run", "What would go; nothing is sent.");
 }
 
 } // namespace kestu

@@ -104,6 +104,8 @@ void addFlagsCheck(Command& flags) {
   options->app.declare(command);
   options->declare(command);
   command.run = [options](Context& context) { runCheck(context, *options); };
+  command.example("", "In CI: status 1 where KestuKit lacks a flag.");
+  command.example("Sources", "The code of one folder.");
 }
 
 } // namespace kestu

@@ -81,6 +81,8 @@ void addFlagsList(Command& flags) {
   options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
+  command.example("", "KestuKit's flags, and where this repo's code reads them.");
+  command.example("Sources -o csv", "The code of one folder, for a spreadsheet.");
 }
 
 } // namespace kestu

@@ -232,6 +232,10 @@ void addCreate(Command& group) {
     if (!options->below) throw UsageError("--below says which versions it's for: those below it.");
     if (options->messages.empty()) throw UsageError("--message says what it says, as --message en-US=\"…\".");
   };
+  command.needs({"--below"});
+  command.needs({"--message"});
+  command.example("--below 1.2 --message en-US=\"The radar is new.\"",
+                  "Asks users of older versions than 1.2, once it's turned on.");
 }
 
 void addSet(Command& group) {
@@ -257,6 +261,8 @@ void addSet(Command& group) {
     throw UsageError(
         "Say what to change: --on, --off, --below, --required, --optional, --message or --remove-message.");
   };
+  command.example("ios --on", "Turns on the prompt for iOS, after your approval.");
+  command.example("ios --below 1.3 --remove-message de-DE", "For versions below 1.3, without its German text.");
 }
 
 } // namespace
@@ -272,6 +278,8 @@ void addUpdatePrompts(Command& kit) {
   addSet(group);
   Command& remove = group.add("delete", "Delete an update prompt. One that is on waits for your approval.");
   addChange<PromptOptions>(remove, runDelete, [&](PromptOptions& own) { declarePrompt(remove, own); });
+  list.example("", "The prompts, and how many users updated.");
+  remove.example("ios", "Deletes the prompt for iOS.");
 }
 
 } // namespace kestu

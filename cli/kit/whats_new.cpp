@@ -121,14 +121,15 @@ void runDelete(Context& context, const PageOptions& options) {
   make(context, options, found.app.client, change);
 }
 
-void addOfPage(Command& group, const std::string& word, const std::string& abstract,
-               void (*run)(Context&, const PageOptions&)) {
+Command& addOfPage(Command& group, const std::string& word, const std::string& abstract,
+                   void (*run)(Context&, const PageOptions&)) {
   Command& command = group.add(word, abstract);
   addChange<PageOptions>(command, run, [&](PageOptions& own) {
     declareVersion(command, "The version whose page it is, as 1.2.", true,
                    [&own](std::string version) { own.version = std::move(version); });
     declarePlatform(command, "The platform whose own page it is. Every platform's page when left out.", own.platform);
   });
+  return command;
 }
 
 } // namespace
@@ -139,12 +140,16 @@ void addWhatsNew(Command& kit) {
   auto options = std::make_shared<ListOptions>();
   options->app.declare(list);
   options->TableOptions::declare(list);
+  list.example("", "Every page, and whether users see it.");
   list.run = [options](Context& context) { runList(context, *options); };
   addWhatsNewUpload(pages);
   addOfPage(pages, "publish", "Show a page to those who update. It reaches users, so it waits for your approval.",
-            runPublish);
-  addOfPage(pages, "unpublish", "Make a published page a draft again, after your approval.", runUnpublish);
-  addOfPage(pages, "delete", "Delete a page. A published one waits for your approval.", runDelete);
+            runPublish)
+      .example("1.2", "Shows the page to those who update to 1.2.");
+  addOfPage(pages, "unpublish", "Make a published page a draft again, after your approval.", runUnpublish)
+      .example("1.2", "Nobody sees the page of 1.2 any more.");
+  addOfPage(pages, "delete", "Delete a page. A published one waits for your approval.", runDelete)
+      .example("1.2 --platform macos", "Deletes the Mac's own page.");
 }
 
 } // namespace kestu

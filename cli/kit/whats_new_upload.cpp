@@ -155,6 +155,8 @@ void addWhatsNewUpload(Command& whatsNew) {
   command.validate = [options] {
     if (options->version.empty()) throw UsageError("--version says which version the page is of.");
   };
+  command.needs({"--version"});
+  command.example("metadata/releases/1.2/whatsnew --version 1.2", "The page of 1.2, in each language that has a file.");
 }
 
 } // namespace kestu

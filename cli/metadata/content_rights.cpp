@@ -65,6 +65,7 @@ void addContentRights(Command& group) {
     auto shown = std::make_shared<ShowOptions>();
     shown->app.declare(to);
     shown->GlobalOptions::declare(to);
+    to.example("", "The answer that App Store Connect has.");
     to.run = [shown](Context& context) { runShow(context, *shown); };
   };
   addShow(command);
@@ -90,6 +91,8 @@ void addContentRights(Command& group) {
     if (!options->rights) throw UsageError("--third-party-content says yes or no.");
   };
   set.run = [options](Context& context) { runSet(context, *options); };
+  set.needs({"--third-party-content"});
+  set.example("--third-party-content no", "The app uses no content of others.");
 }
 
 } // namespace kestu

@@ -266,6 +266,9 @@ void addMetadataPull(Command& group) {
   command.flag({"--force"}, options->force, "Write over files that say something else.");
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runPull(context, *options); };
+  command.example("", "The version that can be edited.");
+  command.example("1.2 --diff", "What differs from the repo first, word by word.");
+  command.example("--layout fastlane --force", "In fastlane's layout, over what is there.");
 }
 
 } // namespace kestu

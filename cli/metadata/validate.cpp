@@ -182,6 +182,8 @@ void addValidate(Command& metadataGroup) {
                  [options](std::string version) { options->version = std::move(version); });
   options->declare(command);
   command.run = [options](Context& context) { runValidate(context, *options); };
+  command.example("", "The repo's listing for its highest version.");
+  command.example("1.2 --strict", "In CI: status 1 on a warning too.");
 }
 
 } // namespace kestu

@@ -122,6 +122,8 @@ void addList(Command& group) {
   options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
+  command.example("", "Every subscription's offers.");
+  command.example("--product pro.yearly --all", "One subscription's, country by country.");
 }
 
 void addDelete(Command& group) {
@@ -140,6 +142,9 @@ void addDelete(Command& group) {
   options->ChangeOptions::declare(command);
   command.validate = [options] { options->waiting.requireSensible(); };
   command.run = [options](Context& context) { runDelete(context, *options); };
+  command.needs({"--product"});
+  command.example("--product pro.yearly --dry-run", "What would go; nothing is sent.");
+  command.example("--product pro.yearly --countries se,no --wait", "In two countries, followed to the end.");
 }
 
 } // namespace

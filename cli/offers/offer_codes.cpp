@@ -91,6 +91,8 @@ void addList(Command& group) {
   options->app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
+  command.example("", "Every offer that codes give.");
+  command.example("--product pro.yearly -o csv", "One product's, for a spreadsheet.");
 }
 
 void addView(Command& group) {
@@ -101,6 +103,7 @@ void addView(Command& group) {
   options->target.app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runView(context, *options); };
+  command.example("Spring", "An offer in full, and its codes' IDs.");
 }
 
 void addDeactivate(Command& group) {
@@ -115,6 +118,8 @@ void addDeactivate(Command& group) {
   options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runDeactivate(context, *options); };
+  command.example("Spring --codes SPRING26", "Turns off one custom code.");
+  command.example("Spring --dry-run", "What turning all of it off would do; nothing is sent.");
 }
 
 /// Whether a name can stand on a command line as it is shown.

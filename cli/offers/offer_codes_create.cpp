@@ -174,6 +174,10 @@ void addOfferCodesCreate(Command& group) {
   options->app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runCreate(context, *options); };
+  command.needs({"--product"});
+  command.example("Spring --product pro.yearly --mode free --duration 1m --eligibility new,expired",
+                  "A free month of a subscription, for those who don't have it.");
+  command.example("Thanks --product themes --free", "An in-app purchase for nothing.");
 }
 
 } // namespace kestu

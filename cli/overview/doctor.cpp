@@ -310,6 +310,8 @@ void addDoctor(Command& command) {
   options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runDoctor(context, *options); };
+  command.example("", "This machine, this repo and its app.");
+  command.example("--app com.example.daylight", "Another app than the repo's.");
 }
 
 } // namespace kestu

@@ -35,6 +35,8 @@ void addStatus(Command& command) {
   options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runStatus(context, *options); };
+  command.example("", "The repo's app.");
+  command.example("--app com.example.daylight -o json", "Another app, for a script.");
 }
 
 } // namespace kestu

@@ -90,6 +90,8 @@ void addUpdate(Command& command) {
   command.flag({"--dry-run"}, options->dryRun, "Say what it would run, and run nothing.");
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runUpdate(context, *options); };
+  command.example("--dry-run", "Says how kestu would be updated here.");
+  command.example("", "Updates it.");
 }
 
 } // namespace kestu

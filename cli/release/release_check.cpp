@@ -237,6 +237,8 @@ void addReleaseCheck(Command& group) {
                  [options](std::string version) { options->version = std::move(version); });
   options->declare(command);
   command.run = [options](Context& context) { runCheck(context, *options); };
+  command.example("1.2", "What App Review would trip on in 1.2.");
+  command.example("1.2 --strict -o json", "In CI: status 1 on a warning too.");
 }
 
 } // namespace kestu

@@ -99,12 +99,15 @@ void addReleaseNow(Command& group) {
   options->target.declare(command, "The version, as 1.2. The one that waits for you when left out.", false);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runNow(context, *options); };
+  command.example("", "Releases the version that waits for you, after your approval.");
+  command.example("1.2 --yes", "In a script.");
 }
 
 void addReleasePhased(Command& group) {
   Command& phased = group.add("phased", "Pause, resume or complete the phased release of the version that's out.");
   phased.discussion = "Apple releases to more users each day over 7 days; paused, it waits up to 30 days in all. "
                       "Resuming and completing reach more users at once, so they wait for your approval.";
+  phased.example("pause", "No more users get the version for now.");
   phased.run = [](Context&) {};
   phased.validate = [] { throw UsageError("Which one: pause, resume or complete."); };
   const char* const abstracts[] = {"Pause it: no more users get the version.", "Resume it, where it was paused.",
@@ -114,6 +117,8 @@ void addReleasePhased(Command& group) {
     auto options = std::make_shared<NowOptions>();
     options->target.declarePlace(command);
     options->ChangeOptions::declare(command);
+    command.example("", "On the app's only platform, or iOS.");
+    command.example("--platform macos --dry-run", "On the Mac: what it would do, and nothing is sent.");
     command.run = [options, action = facts.action](Context& context) { runPhased(context, *options, action); };
   }
 }

@@ -300,6 +300,8 @@ void addReleasePreview(Command& group) {
   options->of.layout.declare(command);
   options->of.app.declare(command);
   options->GlobalOptions::declare(command);
+  command.example("1.2 --open", "Writes the page of 1.2, and opens it.");
+  command.example("1.2 --out preview.html --locale en-US,de-DE", "Two languages, in a file to hand on.");
   command.run = [options](Context& context) { runPreview(context, *options); };
 }
 

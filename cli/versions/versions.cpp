@@ -240,11 +240,17 @@ void addVersions(Command& command) {
   options->app.declare(list);
   options->TableOptions::declare(list);
   list.run = [options](Context& context) { runList(context, *options); };
-  addChange(command.add("create", "Make the next version on a platform. Apple allows one being prepared at a time."),
-            "The version, as 1.2.", runCreate);
-  addChange(command.add("delete", "Delete a version never sent to App Review. Can't be undone, so it waits for your "
-                                  "approval."),
-            "The version, as 1.2.", runDelete);
+  Command& create =
+      command.add("create", "Make the next version on a platform. Apple allows one being prepared at a time.");
+  addChange(create, "The version, as 1.2.", runCreate);
+  create.example("1.3", "Makes 1.3 once you answer yes.");
+  create.example("1.3 --platform macos --yes", "The same for the Mac, without a question.");
+  Command& remove = command.add("delete", "Delete a version never sent to App Review. Can't be undone, so it waits for "
+                                          "your approval.");
+  addChange(remove, "The version, as 1.2.", runDelete);
+  remove.example("1.3 --dry-run", "What would go; nothing is sent.");
+  list.example("--platform ios", "The versions for iOS, newest first.");
+  list.example("-o csv", "All of them for a spreadsheet.");
 }
 
 } // namespace kestu

@@ -1,16 +1,54 @@
+#include "cli/args.hpp"
 #include "cli/command_tree.hpp"
 #include "cli/help.hpp"
+#include "cli/manual.hpp"
 #include "cli/stored_pages.hpp"
+#include "cli/topics.hpp"
+#include "core/support/files.hpp"
+#include "core/support/plain_columns.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/command_test.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <utility>
 
 namespace kestu::tests {
 namespace {
 
 using Words = std::vector<std::string>;
 
-TEST(StoredPages, AreThoseOfTheTree) {
+std::vector<Page> everyPage() {
   auto pages = allPages(rootCommand("*"));
+  pages.insert(pages.end(), topics().begin(), topics().end());
+  return pages;
+}
+
+void eachCommand(const Command& command, const std::function<void(const Command&)>& each) {
+  each(command);
+  for (const Command& sub : command.subcommands) eachCommand(sub, each);
+}
+
+/// The words of a line as a shell takes them, without the program's own.
+Words wordsOf(const std::string& line) {
+  Words words = {""};
+  bool isQuoted = false;
+  for (char c : line) {
+    if (c == '"') {
+      isQuoted = !isQuoted;
+    } else if (c == ' ' && !isQuoted) {
+      words.emplace_back();
+    } else {
+      words.back() += c;
+    }
+  }
+  words.erase(words.begin());
+  return words;
+}
+
+TEST(StoredPages, AreThoseOfTheTree) {
+  auto pages = everyPage();
   EXPECT_EQ(StoredPages::count, pages.size());
   for (const Page& page : pages) {
     SCOPED_TRACE(page.path);
@@ -21,6 +59,75 @@ TEST(StoredPages, AreThoseOfTheTree) {
 }
 
 class HelpTest : public CommandTest {};
+
+TEST(Pages, NoLineIsWiderThanTheWindow) {
+  for (const Page& page : everyPage()) {
+    SCOPED_TRACE(page.path);
+    for (int width : {50, 80}) {
+      for (const std::string& line : Text::split(laidOut(page, width), '\n')) {
+        EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
+        EXPECT_EQ(Text::columns(line), plainColumns(line)) << line;
+      }
+    }
+  }
+}
+
+TEST(Examples, EachCommandHasSomeThatItTakes) {
+  eachCommand(rootCommand("*"), [](const Command& command) {
+    SCOPED_TRACE(command.path);
+    bool isRun = command.run && !command.takesAnything;
+    EXPECT_GE(command.examples.size(), isRun ? 1U : 0U);
+    EXPECT_LE(command.examples.size(), isRun ? 3U : 0U);
+    for (const Example& example : command.examples) {
+      EXPECT_TRUE(example.text.ends_with('.')) << example.text;
+      Command root = rootCommand("*"); // what a line sets stays set
+      try {
+        EXPECT_TRUE((parse(root, wordsOf(example.line)).command->path + " ").starts_with(command.path + " "));
+      } catch (const std::exception& error) {
+        ADD_FAILURE() << example.line << ": " << error.what();
+      }
+    }
+  });
+}
+
+TEST_F(HelpTest, WhatIsRequiredIsRefusedWhenLeftOut) {
+  link();
+  std::size_t count = 0;
+  eachCommand(rootCommand("*"), [&](const Command& command) {
+    for (const Words& names : command.needed) {
+      Words words;
+      bool isDropped = false;
+      for (const std::string& word : wordsOf(command.examples[0].line)) {
+        bool isValue = std::exchange(isDropped, false);
+        isDropped = std::find(names.begin(), names.end(), word) != names.end();
+        if (!isDropped && !isValue) words.push_back(word);
+      }
+      if (names[0].starts_with('<')) words.pop_back();
+      SCOPED_TRACE(Text::joined(words, " "));
+      EXPECT_NE(words, wordsOf(command.examples[0].line));
+      Ran ran = run(words);
+      EXPECT_EQ(ran.status, 2);
+      bool isNamed = std::any_of(names.begin(), names.end(),
+                                 [&](const std::string& name) { return ran.err.find(name) != std::string::npos; });
+      EXPECT_TRUE(isNamed) << ran.err;
+      ++count;
+    }
+  });
+  EXPECT_GT(count, 10U);
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(Topics, TellEveryVariableThatIsRead) {
+  auto source = Files::read(std::filesystem::path(KESTU_SOURCES) / "core/support/environment.cpp", 65'536);
+  std::string told = laidOut(*topicCalled("environment"), 100);
+  std::size_t count = 0;
+  for (const std::string& word : Text::split(source.value_or(""), '"')) {
+    if (word.size() < 2 || word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_") != std::string::npos) continue;
+    EXPECT_NE(told.find(word), std::string::npos) << word;
+    ++count;
+  }
+  EXPECT_GT(count, 10U);
+}
 
 TEST_F(HelpTest, ThatOfEachCommandIsTheSameWithoutTheProgram) {
   environment["COLUMNS"] = "61";
@@ -60,6 +167,11 @@ TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
            {{"assets", "help"}, ""},
            {{"help", "assets", "--help"}, ""},
            {{"help", "help"}, ""},
+           {{"help", "files"}, "kestu help files"},
+           {{"help", "exit-codes"}, "kestu help exit-codes"},
+           {{"help", "files", "x"}, ""},
+           {{"files", "--help"}, ""},
+           {{"help", "files", "--help"}, ""},
            {{"flags", "--help"}, ""}, // a retired word
            {{"prices", "ppp", "-h"}, ""},
        }) {
@@ -70,16 +182,60 @@ TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
   }
 }
 
+TEST_F(HelpTest, ATopicThatIsNearlyOneIsNamed) {
+  EXPECT_NE(run({"help", "enviroment"}).err.find("Did you mean environment?"), std::string::npos);
+  EXPECT_EQ(run({"enviroment"}).err.find("Did you mean environment?"), std::string::npos);
+}
+
 TEST(Page, FillsLinesByTheColumnsThatShow) {
-  Page page{
-      .path = "kestu x", .abstract = "Ein „Zitat“ – zählt, wie es erscheint, auf Zeilen.\n\nEnd.", .usage = "kestu x"};
-  page.options = {{"-a, --äpp <ä>", "Four words of it."}, {"--much-longer-than-all-the-others", "Below it."}};
+  Page page{.path = "kestu x",
+            .abstract = "Ein „Zitat“ – zählt, wie es erscheint, auf Zeilen.\n\nEnd.",
+            .usage = "kestu x <one thing> --two <two things> (--three <3> | --four <4>) [options]"};
+  page.sections = {
+      {"Options",
+       {{"-a, --äpp <ä>", "Four words of it, and then some more."}, {"--much-longer-than-the-others", "Below."}}},
+      {"Words", {{"名前", "漢字 漢字 漢字 漢字 漢字 漢字 漢字 漢字"}, {"e\u0301", "One."}}},
+      {"Examples", {{"kestu x \"a b c d e f\" --two 2 --three \"3 3 3 3 3\"", "It does."}}, true}};
+  page.closing = "The end.";
   EXPECT_EQ(laidOut(page, 42), "Ein „Zitat“ – zählt, wie es erscheint, auf\n"
-                               "Zeilen.\n\nEnd.\n\nUsage: kestu x\n\nOptions\n"
-                               "  -a, --äpp <ä>             Four words of\n"
-                               "                            it.\n"
-                               "  --much-longer-than-all-the-others\n"
-                               "                            Below it.\n");
+                               "Zeilen.\n\nEnd.\n\n"
+                               "Usage: kestu x <one thing>\n"
+                               "       --two <two things> (--three <3> |\n"
+                               "       --four <4>) [options]\n\n"
+                               "Options\n"
+                               "  -a, --äpp <ä>\n"
+                               "      Four words of it, and then some\n"
+                               "      more.\n"
+                               "  --much-longer-than-the-others\n"
+                               "      Below.\n\n"
+                               "Words\n"
+                               "  名前  漢字 漢字 漢字 漢字 漢字 漢字 漢字\n"
+                               "        漢字\n"
+                               "  e\u0301     One.\n\n"
+                               "Examples\n"
+                               "  kestu x \"a b c d e f\" --two 2 \\\n"
+                               "        --three \"3 3 3 3 3\"\n"
+                               "    It does.\n\n"
+                               "The end.\n");
+}
+
+TEST(Manual, EscapesWhatRoffTakesForItsOwn) {
+  Page page{.path = "kestu a-b", .abstract = ".dot and 'quote': more.", .usage = "kestu a-b <\\x y> --z <z>"};
+  page.discussion = "'first\n.second\n\n\"third\" `4` ^5 ~6 −";
+  page.sections = {{"Options", {{"--x", "…"}}}, {"Examples", {{"kestu a-b \"1\"", "One."}}, true}};
+  Page group{.path = "kestu"}, below{.path = "kestu a-b c"}, lower{.path = "kestu a-b c d"};
+  Page topic{.path = "kestu help files"};
+  EXPECT_EQ(Manual::fileName(page), "kestu-a-b.1");
+  EXPECT_EQ(Manual::fileName(topic), "kestu-files.7");
+  EXPECT_EQ(Manual::text(page, {group, page, below, lower, topic}),
+            ".TH KESTU\\-A\\-B 1 \"\" \"kestu 1.1.2\" kestu\n.nh\n.ad l\n.SH NAME\n"
+            "kestu\\-a\\-b \\- \\&.dot and \\(aqquote\\(aq\n"
+            ".SH SYNOPSIS\n\\fBkestu a\\-b\\fR <\\(rsx\\~y> \\-\\-z\\~<z>\n"
+            ".SH DESCRIPTION\n\\&.dot and \\(aqquote\\(aq: more.\n"
+            ".PP\n\\&\\(aqfirst\n.br\n\\&.second\n.PP\n\\(dqthird\\(dq \\(ga4\\(ga \\(ha5 \\(ti6 \\[u2212]\n"
+            ".SH OPTIONS\n.TP\n\\fB\\-\\-x\\fR\n\\[u2026]\n"
+            ".SH EXAMPLES\n.PP\n\\fBkestu a\\-b \\(dq1\\(dq\\fR\n.RS 4\nOne.\n.RE\n"
+            ".SH SEE ALSO\n.BR kestu (1),\n.BR kestu\\-a\\-b\\-c (1),\n.BR kestu\\-files (7)\n");
 }
 
 } // namespace
