@@ -35,7 +35,8 @@ bool isPreview(const fs::path& path) {
 
 } // namespace
 
-PreviewFile::PreviewFile(fs::path path, bool isOwn) : path_(fs::absolute(path).lexically_normal()), isOwn_(isOwn) {
+PreviewFile::PreviewFile(const fs::path& path, bool isOwn)
+    : path_(fs::absolute(path).lexically_normal()), isOwn_(isOwn) {
   std::error_code unknown;
   if (fs::is_symlink(path_, unknown)) path_ = fs::weakly_canonical(path_); // what it leads to is written, not the link
 }

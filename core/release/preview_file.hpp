@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <stop_token>
-#include <utility>
 
 namespace kestu {
 
@@ -13,7 +12,7 @@ namespace kestu {
 class PreviewFile {
  public:
   /// A file of kestu's own is for the user's eyes alone, and its folder is made.
-  PreviewFile(std::filesystem::path path, bool isOwn);
+  PreviewFile(const std::filesystem::path& path, bool isOwn);
 
   const std::filesystem::path& path() const { return path_; }
 
