@@ -3,6 +3,9 @@
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 
+#include <algorithm>
+#include <cstdint>
+
 namespace kestu {
 
 namespace {
@@ -11,6 +14,9 @@ namespace {
 std::int64_t countOf(const JSONValue& value) {
   return value.isNumber() ? value.integer() : static_cast<std::int64_t>(value.list().size());
 }
+
+/// No more than can be counted with.
+std::int64_t countries(const JSONValue& value) { return std::clamp<std::int64_t>(value.integer(), 0, INT32_MAX); }
 
 } // namespace
 
@@ -55,8 +61,8 @@ JobDetails JobDetails::read(const JSONValue& value) {
 StoreJob StoreJob::read(const JSONValue& value) {
   StoreJob job;
   job.state = value.at("state").text();
-  job.done = value.at("done").integer();
-  job.total = value.at("total").integer();
+  job.done = countries(value.at("done"));
+  job.total = countries(value.at("total"));
   job.error = value.find("error", &JSONValue::text);
   job.startsOn = value.find("startsOn", &JSONValue::text);
   job.canUndo = value.at("canUndo").boolean();

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 #include <set>
 
@@ -15,7 +16,10 @@ namespace kestu {
 using Kind = CLIError::Kind;
 
 Variant Variant::read(const JSONValue& value) {
-  Variant variant{value.at("name").text(), {}, Percent::read(value.at("share")), value.at("users").integer()};
+  Variant variant{value.at("name").text(),
+                  {},
+                  Percent::read(value.at("share")),
+                  std::clamp<std::int64_t>(value.at("users").integer(), 0, INT32_MAX)};
   if (auto given = value.find("value")) variant.value = JSONData::copied(*given);
   variant.rate = value.find("rate", &JSONValue::number);
   variant.lift = value.find("lift", &JSONValue::number);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 namespace kestu {
@@ -27,8 +28,9 @@ AppStatus::Reviews readReviews(const JSONValue& value) {
 }
 
 AppStatus::Rank readRank(const JSONValue& value) {
-  return {value.at("storefront").text(), value.at("chart").text(), value.at("category").text(),
-          value.at("rank").integer(), value.find("before", &JSONValue::integer)};
+  auto place = [](const JSONValue& each) { return std::max<std::int64_t>(0, each.integer()); };
+  return {value.at("storefront").text(), value.at("chart").text(), value.at("category").text(), place(value.at("rank")),
+          value.find("before", place)};
 }
 
 AppStatus::WaitingPlan readWaiting(const JSONValue& value) {

@@ -105,7 +105,7 @@ std::string drift(const ParityCard& card, const std::string& currency) {
     Decimal now = *card.then;
     auto change = Decimal::parse(std::to_string(1 + *card.change));
     if (change) now = now * *change;
-    text += ", worth " + Format::moneyInEnglish(*Decimal::parse(now.fixed(2)), currency) + " now against " +
+    text += ", worth " + Format::moneyInEnglish(now.shifted(2).rounded().shifted(-2), currency) + " now against " +
             Format::moneyInEnglish(*card.then, currency) + " then (" + share(std::abs(*card.change)) +
             (*card.change < 0 ? " less)" : " more)");
   }

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace kestu::ReleaseCheck {
@@ -57,7 +58,9 @@ Findings review(const ReviewInfo& review, bool hasDemoPassword) {
 }
 
 ReviewTime ReviewTime::read(const JSONValue& value) {
-  return {value.at("hours").number(), value.at("reviews").integer(), value.at("days").integer()};
+  constexpr double longest = 24 * 365;
+  return {std::clamp(value.at("hours").number(), 0.0, longest), value.at("reviews").integer(),
+          value.at("days").integer()};
 }
 
 Findings reviewTime(const ReviewTimes& times, const std::string& platform) {
