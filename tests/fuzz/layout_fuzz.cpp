@@ -107,7 +107,9 @@ void layout(std::string_view bytes) {
   require(withoutBlanks(wrapped) == withoutBlanks(styled), "wrapping changes blanks alone");
   for (const std::string& line : Text::split(TextStyle::plain(wrapped), '\n')) {
     require(!line.ends_with(' '), "no line ends with a blank");
-    bool alone = line.find(' ', line.find_first_not_of(' ')) == std::string::npos;
+    auto words = Text::split(line, ' ');
+    bool alone =
+        std::count_if(words.begin(), words.end(), [](const auto& word) { return Text::columns(word) > 0; }) < 2;
     require(alone || Text::columns(line) <= static_cast<std::size_t>(std::max(width, 1)), "lines fit: " + line);
   }
   std::string_view fitting = Text::fitting(text, static_cast<std::size_t>(width));

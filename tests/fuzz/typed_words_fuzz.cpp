@@ -1,6 +1,7 @@
 #include "core/assets/display_hint.hpp"
 #include "core/builds/build_number.hpp"
 #include "core/builds/build_reference.hpp"
+#include "core/console/printable.hpp"
 #include "core/events/event.hpp"
 #include "core/events/event_rules.hpp"
 #include "core/kit/experiments.hpp"
@@ -20,7 +21,7 @@ namespace {
 void builds(const std::string& typed) {
   BuildReference reference = BuildReference::read(typed);
   requirePrintable(reference.text() + reference.word(), "a build's name");
-  if (!reference.id) {
+  if (!reference.id && printable(typed) == typed) {
     BuildReference again = BuildReference::read(reference.text());
     require(again.number == reference.number && again.version == reference.version, "a build is what its text says");
     ManagedBuild build;
