@@ -3,6 +3,7 @@
 #include "cli/context.hpp"
 #include "cli/entry.hpp"
 #include "core/assets/video_probe.hpp"
+#include "core/platform/core_dumps.hpp"
 #include "core/platform/state_folder.hpp"
 #include "core/platform/stop_signals.hpp"
 #include "core/platform/terminal.hpp"
@@ -35,6 +36,7 @@ std::optional<RememberingTransport> rememberedFor(const Environment& environment
 } // namespace
 
 int runProgram(int count, char** words, Clock& clock) {
+  leaveNoCoreDump();
   std::stop_source stopping;
   StopSignals signals(stopping);
   SystemTerminal terminal;

@@ -101,6 +101,8 @@ struct Server::Listener {
   std::thread thread;
   mutable std::mutex logMutex;
   std::vector<Request> requests;
+  std::mutex alterMutex;
+  std::function<void(const Request&, Answer&)> alter;
 };
 
 Server::Listener::Listener(Options options)
@@ -172,7 +174,10 @@ Answer Server::Listener::answered(Call& call, const Uploads::Body& body, const s
     if (Router::isUpload(call.path)) body([](const char*, std::size_t) { return true; });
     return faulty(*fault);
   }
-  return router.answer(call, body);
+  auto answer = router.answer(call, body);
+  const std::lock_guard held(alterMutex);
+  if (alter && Router::isService(call.path)) alter(call, answer);
+  return answer;
 }
 
 void Server::Listener::handle(const httplib::Request& request, httplib::Response& response,
@@ -248,6 +253,10 @@ void Server::forgetRequests() {
 }
 
 void Server::onNext(Fault fault) { listener_->faults.add(std::move(fault)); }
+void Server::onAnswer(std::function<void(const Request&, Answer&)> alter) {
+  const std::lock_guard held(listener_->alterMutex);
+  listener_->alter = std::move(alter);
+}
 Faults& Server::faults() { return listener_->faults; }
 
 void Server::announce(const std::string& version) {

@@ -49,6 +49,8 @@ class Server {
   void forgetRequests();
 
   void onNext(Fault fault);
+  // Every answer to a call of the service, but those of faults, goes through `alter` before it is sent, one at a time.
+  void onAnswer(std::function<void(const Request&, Answer&)> alter);
   Faults& faults();
   // The program version that answers announce from now on; empty for none.
   void announce(const std::string& version);

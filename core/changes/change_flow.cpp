@@ -2,9 +2,9 @@
 
 #include "core/changes/accompanied_change.hpp"
 
-#include "core/changes/blotting.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
+#include "core/support/blotting.hpp"
 
 #include <chrono>
 

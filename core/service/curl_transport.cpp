@@ -1,6 +1,7 @@
 #include "core/service/curl_transport.hpp"
 
 #include "core/platform/loaded_library.hpp"
+#include "core/support/blotting.hpp"
 #include "core/support/environment.hpp"
 #include "core/support/error.hpp"
 
@@ -236,6 +237,19 @@ void setTimes(CURL* easy, const HTTPRequest& request) {
   }
 }
 
+/// A server that repeats the request in its answer, mostly in an error, would have the token shown or written to a
+/// file.
+void forget(HTTPAnswer& answer, const Token& token) {
+  constexpr std::size_t shortest = 12; // what is shorter is none that a service makes, and may stand there as a word
+  const std::string& secret = token.reveal();
+  if (secret.size() < shortest) return;
+  auto blot = [&](std::string& text) {
+    if (text.find(secret) != std::string::npos) text = blotted(text, secret);
+  };
+  for (auto& [name, value] : answer.headers) blot(value);
+  blot(answer.body);
+}
+
 /// Runs one exchange on a handle of its own "multi", whose poll the stop token wakes at once.
 CURLcode perform(CURLM* multi, CURL* easy, const std::stop_token& stop) {
   if (curl().multiAdd(multi, easy) != CURLM_OK) throw TransportError("out of memory");
@@ -360,6 +374,7 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
     throw TransportError(description[0] != '\0' ? description.data() : curl().errorText(result));
   }
   exchange.answer.status = static_cast<int>(status);
+  if (request.token) forget(exchange.answer, *request.token);
   return std::move(exchange.answer);
 }
 

@@ -1,5 +1,5 @@
-#include "core/changes/blotting.hpp"
 #include "core/console/format.hpp"
+#include "core/support/blotting.hpp"
 #include "core/support/decimal.hpp"
 #include "core/support/json.hpp"
 #include "core/support/json_data.hpp"

@@ -1,4 +1,4 @@
-#include "core/changes/blotting.hpp"
+#include "core/support/blotting.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +13,7 @@ TEST(Blotting, HidesTheSecretWhereverItIsEchoed) {
            {"nothing", "pa55", "nothing"},
            {"aaa", "a", "••••••••••••"},
            {"any", "", "any"},
+           {R"(p"\w was in {"is": "p\"\\w"})", R"(p"\w)", R"(•••• was in {"is": "••••"})"},
        }) {
     EXPECT_EQ(blotted(text, secret), expected);
   }

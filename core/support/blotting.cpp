@@ -1,4 +1,4 @@
-#include "core/changes/blotting.hpp"
+#include "core/support/blotting.hpp"
 
 #include "core/support/json.hpp"
 #include "core/support/json_data.hpp"
@@ -21,9 +21,7 @@ bool isKey(std::string_view document, std::size_t end) {
   return next != std::string_view::npos && document[next] == ':';
 }
 
-} // namespace
-
-std::string blotted(std::string_view text, std::string_view secret) {
+std::string without(std::string_view text, std::string_view secret) {
   std::string result;
   std::size_t at = 0;
   while (!secret.empty()) {
@@ -33,6 +31,14 @@ std::string blotted(std::string_view text, std::string_view secret) {
     at = found + secret.size();
   }
   return result.append(text.substr(at));
+}
+
+} // namespace
+
+std::string blotted(std::string_view text, std::string_view secret) {
+  // A request that is told back has the secret as it stands in JSON.
+  std::string literal = JSONData(secret).compact();
+  return without(without(text, std::string_view(literal).substr(1, literal.size() - 2)), secret);
 }
 
 std::string blottedJSON(std::string_view document, std::string_view secret) {
@@ -46,8 +52,8 @@ std::string blottedJSON(std::string_view document, std::string_view secret) {
     std::string_view literal = document.substr(at, end - at);
     at = end;
     std::string text = isKey(document, end) ? "" : JSONValue::parse(literal).text();
-    bool echoes = text.find(secret) != std::string::npos;
-    result.append(echoes ? JSONData(blotted(text, secret)).compact() : literal);
+    std::string shown = blotted(text, secret);
+    result.append(shown != text ? JSONData(shown).compact() : literal);
   }
   return result;
 }

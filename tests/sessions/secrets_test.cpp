@@ -1,0 +1,287 @@
+#include "cli/command_rows.hpp"
+#include "core/platform/state_folder.hpp"
+#include "core/service/answer_memory.hpp"
+#include "core/service/logged_transport.hpp"
+#include "core/support/files.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/command_test.hpp"
+#include "tests/support/every_command.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kestu::tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string token = "kst_MARKEDTOKEN5b1f0c7e92d34a68";
+const std::string kept = "kst_MARKEDKEPT40c9a6e85d3b271f"; // in the keyring
+const std::string password = "MARKED-pass \"word\" ü";
+
+/// The variables of this process, as children get them, for as long as this lives.
+class Variables {
+ public:
+  ~Variables() {
+    for (const auto& [name, value] : before_) value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+  }
+  void set(const std::string& name, const std::string& value) {
+    const char* before = std::getenv(name.c_str());
+    before_.emplace(name, before ? std::optional<std::string>(before) : std::nullopt);
+    setenv(name.c_str(), value.c_str(), 1);
+  }
+
+ private:
+  std::map<std::string, std::optional<std::string>> before_;
+};
+
+/// Every command, with a token and a password that are known wherever they turn up.
+class SecretsTest : public CommandTest {
+ protected:
+  enum class Service { answers, echoes, refuses };
+
+  TemporaryFolder folder;
+  const fs::path home = folder.path() / "home", temporary = folder.path() / "tmp", records = folder.path() / "records";
+  Variables variables;
+  std::string deviceCode; ///< of the last sign-in
+
+  SecretsTest()
+      : CommandTest({.approve = sandbox::Approve::all,
+                     .partSize = 1000,
+                     .now = [this] { return clock.now(); },
+                     .holdsWaits = false}) {
+    for (const auto& each : {home, temporary, records}) fs::create_directories(each);
+    for (const char* name : {"git", "gh", "glab", "brew", "unzip"}) layRecorder(name);
+    server.accept(token);
+    for (const auto& [name, value] :
+         std::map<std::string, std::string>{{"PATH", (folder.path() / "bin").string() + ":" + std::getenv("PATH")},
+                                            {"HOME", home.string()},
+                                            {"XDG_STATE_HOME", (home / "state").string()},
+                                            {"XDG_CACHE_HOME", (home / "cache").string()},
+             {"TMPDIR", temporary.string()},
+                                            {"KESTU_TOKEN", token},
+                                            {"KESTU_REVIEW_DEMO_PASSWORD", password},
+                                            {"KESTU_DEBUG", "1"}}) {
+      variables.set(name, value);
+      environment[name] = value;
+    }
+  }
+
+  /// Stands before the real one on the PATH and writes down what it is given.
+  void layRecorder(const std::string& name) {
+    std::string to = (records / name).string();
+    folder.write("bin/" + name, "#!/bin/sh\n{ echo \"$0\" \"$@\"; env; } >>" + to + "\ncase \"$2\" in set) cat >" + to +
+                                    ".input;; esac\nexit 0\n");
+    fs::permissions(folder.path() / "bin" / name, fs::perms::owner_all);
+  }
+
+  void lay() {
+    fs::remove_all(repo.path());
+    fs::create_directories(repo.path() / ".git");
+    layRepository(repo, "Every hour", password);
+    server.withState(laySandbox);
+    server.accept(kept);
+    store.items = {{"token@" + server.origin(), kept}};
+    for (const auto& each : {records, home, temporary}) {
+      for (const auto& entry : fs::directory_iterator(each)) fs::remove_all(entry.path());
+    }
+  }
+
+  /// What it was sent, all of it, told back.
+  void behave(Service service, int from) {
+    server.onAnswer([this, service, from, calls = 0](const sandbox::Request& request, sandbox::Answer& answer) mutable {
+      if (request.path == "/v1/auth/device") deviceCode = nlohmann::json::parse(answer.body).value("deviceCode", "");
+      std::string echo = "You sent Authorization: " + request.header("authorization") + ", " + request.body;
+      if (service == Service::answers || calls++ < from) return;
+      answer.headers["X-Request-Id"] = request.header("authorization");
+      if (service == Service::refuses) {
+        answer = sandbox::Answer::json({{"error", "invalid_request"}, {"message", echo}}, 400);
+      } else if (answer.contentType == "application/json") {
+        auto body = nlohmann::json::parse(answer.body);
+        if (body.is_object()) body["echo"] = echo;
+        answer.body = body.dump();
+      }
+    });
+  }
+
+  Ran runLogged(const Words& words) {
+    environment["KESTU_API_URL"] = server.origin();
+    Environment captured(environment);
+    FakeTerminal screen(80); // for progress and the word on a newer version too
+    screen.inIsTerminal = false;
+    Console console(screen, captured, clock);
+    CurlTransport curl;
+    LoggedTransport logged(curl, console, clock);
+    RememberingTransport transport(logged, AnswerMemory(cacheFolder(captured), server.origin()));
+    AnnouncedVersion announced;
+    Context context{captured, here, clock, console, transport, store, announced, nullptr, stopping.get_token()};
+    int status = runEntry(context, words);
+    return {status, screen.outText(), screen.errText()};
+  }
+
+  /// The built program in the repository, its output in files; a core may be as large as it likes.
+  pid_t start(const Words& words) {
+    Words all = words;
+    all.insert(all.begin(), KESTU_PROGRAM);
+    std::vector<char*> arguments;
+    for (std::string& word : all) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    variables.set("KESTU_API_URL", server.origin());
+    std::string out = (records / "out").string(), err = (records / "err").string();
+    pid_t process = fork();
+    if (process != 0) return process;
+    rlimit any{RLIM_INFINITY, RLIM_INFINITY};
+    getrlimit(RLIMIT_CORE, &any);
+    any.rlim_cur = any.rlim_max;
+    setrlimit(RLIMIT_CORE, &any);
+    if (chdir(repo.path().c_str()) != 0) _exit(126);
+    dup2(open("/dev/null", O_RDONLY), 0);
+    dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
+    dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
+    execv(KESTU_PROGRAM, arguments.data());
+    _exit(127);
+  }
+
+  /// A store job that is there, in the words.
+  Words resolved(Words words) {
+    server.withState([&](sandbox::State& state) {
+      for (std::string& word : words) {
+        if (word == "{job}" && !state.plans.empty()) word = state.plans.back().job;
+      }
+    });
+    return words;
+  }
+
+  /// Whatever nobody but the service and the keyring may have, each with what it is.
+  std::map<std::string, std::string> secrets() {
+    std::map<std::string, std::string> all = {
+        {token, "token"}, {kept, "token"}, {password, "password"}, {"MARKED-pass", "password"}};
+    server.withState([&](sandbox::State& state) {
+      for (const auto& [each, grant] : state.tokens) all.emplace(each, "token");
+      for (const auto& [id, asset] : state.assets) {
+        if (!asset.signature.empty()) all.emplace(asset.signature, "signed address");
+      }
+    });
+    if (!deviceCode.empty()) all.emplace(deviceCode, "device code");
+    return all;
+  }
+
+  using Secrets = std::map<std::string, std::string>;
+
+  static void expectNone(const std::string& text, const std::string& where, const Secrets& all) {
+    for (const auto& [secret, what] : all) {
+      std::size_t at = text.find(secret);
+      if (at != std::string::npos)
+        ADD_FAILURE() << what << " in " << where << ": " << text.substr(at - std::min<std::size_t>(at, 100), 300);
+    }
+  }
+
+  void expectNoneInFiles(const Secrets& all) {
+    for (const fs::path& root : {repo.path(), folder.path()}) {
+      for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        if (!entry.is_regular_file()) continue;
+        std::string path = entry.path().string();
+        expectNone(path, "a file's name", all);
+        // The file that the password was given in, and what a tool is handed the token through.
+        if (path.ends_with("metadata/review.json") || path.ends_with("gh.input")) continue;
+        expectNone(Files::read(path, 100'000'000).value_or(""), path, all);
+      }
+    }
+  }
+};
+
+class SecretsOfAFamily : public SecretsTest, public testing::WithParamInterface<std::string> {
+ protected:
+  /// Runs it where it finds all as it is laid; gives how many calls it made.
+  int tried(const SomeCommand& command, const Words& words, Service service, int from) {
+    SCOPED_TRACE(Text::joined(words, " ") + ", service " + std::to_string(static_cast<int>(service)) + " from call " +
+                 std::to_string(from));
+    lay();
+    behave(Service::answers, 0);
+    Words before = command.before;
+    if (!before.empty()) before.emplace_back("--yes"), runLogged(before);
+    behave(service, from);
+    server.forgetRequests();
+    Ran ran = runLogged(resolved(words));
+    if (service == Service::answers) EXPECT_EQ(ran.status, command.status) << ran.out << ran.err;
+    auto all = secrets();
+    expectNone(ran.out, "output", all);
+    expectNone(ran.err, "errors", all);
+    expectNoneInFiles(all);
+    return static_cast<int>(server.requests().size());
+  }
+};
+
+TEST_P(SecretsOfAFamily, AreShownAndKeptNowhere) {
+  for (const SomeCommand& command : everyCommand()) {
+    if (command.path.substr(0, command.path.find(' ')) != GetParam()) continue;
+    const Words plain = command.with(command.asks ? Words{"--yes"} : Words{});
+    tried(command, plain, Service::answers, 0);
+    if (command.tries) tried(command, command.with({"--dry-run"}), Service::answers, 0);
+    Words json = plain;
+    if (command.tellsJSON) json.emplace_back("--json");
+    tried(command, json, Service::echoes, 0);
+    // Refused from its first call on, from its second on, and so forth.
+    for (int from = 0; from < 5 && tried(command, plain, Service::refuses, from) > from; ++from) {
+    }
+  }
+}
+
+std::vector<std::string> families() {
+  std::vector<std::string> words;
+  for (const CommandRow& row : commandRows()) words.emplace_back(row.word);
+  return words;
+}
+INSTANTIATE_TEST_SUITE_P(All, SecretsOfAFamily, testing::ValuesIn(families()), [](const auto& each) {
+  std::string name = each.param;
+  std::erase(name, '-');
+  return name;
+});
+
+TEST_F(SecretsTest, ReachATokensNewHolderAlone) {
+  lay();
+  Ran ran = runLogged({"ci", "token", "--provider", "github"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  std::string made;
+  server.withState([&](sandbox::State& state) {
+    for (const auto& [each, grant] : state.tokens) made = grant.appIds ? each : made;
+  });
+  EXPECT_EQ(Files::read(records / "gh.input", 1000), made);
+  EXPECT_NE(Files::read(records / "gh", 100'000).value_or("").find("HOME="), std::string::npos) << "no record";
+}
+
+/// Where a crash would leave a core, the program as it was built.
+TEST_F(SecretsTest, AreNotLeftBehindByACrash) {
+  for (int signal : {SIGSEGV, SIGABRT, SIGQUIT, SIGTERM, SIGKILL}) {
+    for (const Words& words : {Words{"metadata", "push", "1.2", "--yes", "--no-check"}, Words{"apps"}}) {
+      SCOPED_TRACE(words.front() + " " + std::to_string(signal));
+      lay();
+      std::atomic<bool> met = false;
+      server.onNext({.path = "/v1/apps", .times = -1, .delay = std::chrono::seconds(20), .met = [&](const auto&) {
+                       met = true;
+                     }});
+      pid_t process = start(words);
+      while (!met) std::this_thread::yield();
+      kill(process, signal);
+      int status = 0;
+      waitpid(process, &status, 0);
+      EXPECT_TRUE(WIFSIGNALED(status));
+      EXPECT_EQ(WTERMSIG(status), signal);
+      EXPECT_FALSE(WCOREDUMP(status));
+      server.faults().clear();
+      expectNoneInFiles(secrets());
+    }
+  }
+}
+
+} // namespace
+} // namespace kestu::tests
