@@ -67,7 +67,7 @@ class SecretsTest : public CommandTest {
                                             {"HOME", home.string()},
                                             {"XDG_STATE_HOME", (home / "state").string()},
                                             {"XDG_CACHE_HOME", (home / "cache").string()},
-             {"TMPDIR", temporary.string()},
+                                            {"TMPDIR", temporary.string()},
                                             {"KESTU_TOKEN", token},
                                             {"KESTU_REVIEW_DEMO_PASSWORD", password},
                                             {"KESTU_DEBUG", "1"}}) {
