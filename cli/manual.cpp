@@ -74,6 +74,9 @@ std::string unbroken(std::string_view line) {
 /// What the abstract begins with, for lists of pages.
 std::string briefly(const std::string& abstract) {
   std::size_t end = std::min({abstract.find(": "), abstract.find(". "), abstract.size()});
+  constexpr std::ptrdiff_t fewest = 4; // blanks; what is shorter says too little: "KestuKit in an app"
+  if (std::count(abstract.begin(), abstract.begin() + static_cast<std::ptrdiff_t>(end), ' ') < fewest)
+    end = std::min(abstract.find(". "), abstract.size());
   return abstract.substr(0, end == abstract.size() && abstract.ends_with('.') ? end - 1 : end);
 }
 
@@ -94,8 +97,12 @@ std::string paragraphs(std::string_view text) {
 std::string entries(const Page::Section& section) {
   std::string text = ".SH " + escaped(uppercased(section.title)) + "\n";
   for (const Page::Entry& entry : section.entries) {
-    text += section.examples ? ".PP\n\\fB" + unbroken(entry.head) + "\\fR\n.RS 4\n" + escaped(entry.text) + "\n.RE\n"
-                             : ".TP\n" + bold(entry.head) + "\n" + escaped(entry.text) + "\n";
+    if (!section.examples) {
+      text += ".TP\n" + bold(entry.head) + "\n" + escaped(entry.text) + "\n";
+      continue;
+    }
+    if (&entry != &section.entries.front()) text += ".PP\n";
+    text += "\\fB" + unbroken(entry.head) + "\\fR\n.RS 4\n" + escaped(entry.text) + "\n.RE\n";
   }
   return text;
 }

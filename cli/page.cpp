@@ -22,7 +22,7 @@ std::string_view takenPiece(std::string_view& line) {
   for (; at < line.size(); ++at) {
     char c = line[at];
     if (quote != 0 || c == '"' || c == '\'') {
-      if (quote == 0 || quote == c) quote = quote == 0 ? c : 0;
+      if (quote == 0 || quote == c) quote = quote == 0 ? c : '\0';
     } else if (c == '<' || c == '[') {
       ++depth;
     } else if (c == '>' || c == ']') {

@@ -96,7 +96,7 @@ void addBuildsWait(Command& group) {
   auto options = std::make_shared<WaitOptions>();
   declareBuild(command, options->target.build,
                "The build: its number (45), version and number (\"1.2 (45)\"). The newest when left out.", false);
-  options->target.platform.declare(command, "ios, macos, tvos or visionos.");
+  options->target.platform.declare(command, "ios, macos, tvos or visionos. Any of them when left out.");
   command.flag({"--testable"}, options->testable, "Until testers can install it, not only until it's processed.");
   options->time.declare(command, "How long to wait, in minutes.");
   options->target.app.declare(command);

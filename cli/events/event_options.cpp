@@ -136,7 +136,7 @@ std::optional<TimeZone> TimeZoneOption::zone(const Context& context) const {
 
 TimeZone TimeZoneOption::shown(const Context& context) const { return zone(context).value_or(*TimeZone::named("UTC")); }
 
-void EventFieldOptions::declare(Command& command) {
+void EventFieldOptions::declare(Command& command, const std::string& primaryLeftOut) {
   declareEventText(command, "--starts", "time", "When it starts: 2026-11-20 16:00, or 2026-11-20 4pm.", starts);
   declareEventText(command, "--ends", "time",
                    "When it ends, 15 minutes to 31 days after it starts: a time, or a day alone for its end.", ends);
@@ -161,7 +161,8 @@ void EventFieldOptions::declare(Command& command) {
                    "high puts it before normal events on the app's page. Normal to start with.", priority);
   command.options.back().choices = listOf(Events::priorities());
   declareEventText(command, "--primary-language", "language",
-                   "Its primary language, what users whose language it hasn't see: en-US.", primaryLanguage);
+                   "Its primary language, what users whose language it hasn't see: en-US." + primaryLeftOut,
+                   primaryLanguage);
   declareEventText(command, "--countries", "countries",
                    "The countries it shows in, separated by commas: countries (se,no), eu, eur or Apple's regions "
                    "(europe). Every country to start with.",
@@ -193,8 +194,10 @@ EventGiven EventFieldOptions::given(const Context& context, Faults& faults) cons
 }
 
 void EventTextOptions::declare(Command& command) {
-  declareEventText(command, "--language", "language",
-                   "The language of its name and descriptions, as App Store Connect writes it.", language);
+  declareEventText(
+      command, "--language", "language",
+      "The language of its name and descriptions, as App Store Connect writes it. Its primary language when left out.",
+      language);
   static constexpr std::array<std::string_view, 3> helps = {
       "Its name on the App Store in --language, up to 30 characters.",
       "What its card says in --language, up to 50 characters.",

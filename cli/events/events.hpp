@@ -36,7 +36,8 @@ struct EventFieldOptions {
       countries;
   TimeZoneOption timeZone;
 
-  void declare(Command& command);
+  /// `primaryLeftOut` says what the primary language is when it isn't given.
+  void declare(Command& command, const std::string& primaryLeftOut);
   bool any() const;
   bool anyDate() const { return starts || ends || promoteFrom; }
 

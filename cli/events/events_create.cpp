@@ -170,7 +170,7 @@ void addEventsCreate(Command& group) {
   auto options = std::make_shared<CreateOptions>();
   command.argument({"name", "Its reference name, up to 64 characters, which users don't see.",
                     [options](const std::string& value) { options->fields.name = Text::trimmed(value); }, true});
-  options->fields.declare(command);
+  options->fields.declare(command, " The app's when left out.");
   options->texts.declare(command);
   declareEventText(command, "--card", "file", "Its card: a landscape image or video, 16:9, from 1920 × 1080.",
                    options->card);

@@ -172,7 +172,7 @@ void addEventsSet(Command& group) {
   auto options = std::make_shared<SetOptions>();
   options->target.declare(command);
   declareEventText(command, "--name", "name", "A new reference name, up to 64 characters.", options->fields.name);
-  options->fields.declare(command);
+  options->fields.declare(command, "");
   options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.validate = [options] {

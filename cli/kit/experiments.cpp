@@ -316,7 +316,8 @@ void addExperiments(Command& kit) {
   Command& stop = group.add("stop", "Stop a running experiment, after your approval.");
   addChange<OneOptions>(stop, runStop, [&](OneOptions& own) {
     declareExperiment(stop, own.experiment);
-    declareText(stop, "--keep", "variant", "The variant that everybody gets from then on.",
+    declareText(stop, "--keep", "variant",
+                "The variant that everybody gets from then on. What the flag says when left out.",
                 [&own](std::string variant) { own.keep = std::move(variant); });
   });
   Command& remove = group.add("delete", "Delete a draft, or a stopped experiment.");

@@ -150,7 +150,7 @@ void runDelete(Context& context, const FlagOptions& options) {
 
 // the tree
 
-void declareValues(Command& command, FlagOptions& options) {
+void declareValues(Command& command, FlagOptions& options, const std::string& rolloutLeftOut) {
   command.option({{"--value"},
                   "value",
                   "Its value: a text (\"\" for an empty one), a number or JSON, as its type is.",
@@ -163,7 +163,7 @@ void declareValues(Command& command, FlagOptions& options) {
                   true});
   command.option({{"--rollout"},
                   "percent",
-                  "The share of users that get it while it's on: 25%.",
+                  "The share of users that get it while it's on: 25%." + rolloutLeftOut,
                   [&options](const std::string& given) {
                     options.edit.rollout = Percent::typed(given);
                     if (!options.edit.rollout) {
@@ -213,7 +213,7 @@ void addCreate(Command& flags) {
                     types,
                     false});
     setOn(command, "--on", true, "On from the start, which waits for your approval.", own);
-    declareValues(command, own);
+    declareValues(command, own, " All of them when left out.");
   });
   command.validate = [options] {
     if (!Flags::isKey(options->key)) throw noKey(options->key);
@@ -234,7 +234,7 @@ void addSet(Command& flags) {
     declareKey(command, "The flag's key.", own.key);
     setOn(command, "--on", true, "Turn it on.", own);
     setOn(command, "--off", false, "Turn it off.", own);
-    declareValues(command, own);
+    declareValues(command, own, "");
   });
   command.validate = [options] {
     if (Flags::isEmpty(options->edit) && !options->value) {

@@ -220,21 +220,23 @@ TEST(Page, FillsLinesByTheColumnsThatShow) {
 }
 
 TEST(Manual, EscapesWhatRoffTakesForItsOwn) {
-  Page page{.path = "kestu a-b", .abstract = ".dot and 'quote': more.", .usage = "kestu a-b <\\x y> --z <z>"};
+  Page page{.path = "kestu a-b", .abstract = ".dot: one two and 'quote': more.", .usage = "kestu a-b <\\x y> --z <z>"};
   page.discussion = "'first\n.second\n\n\"third\" `4` ^5 ~6 −";
-  page.sections = {{"Options", {{"--x", "…"}}}, {"Examples", {{"kestu a-b \"1\"", "One."}}, true}};
+  page.sections = {{"Options", {{"--x", "…"}}},
+                   {"Examples", {{"kestu a-b \"1\"", "One."}, {"kestu a-b --y 2", "Two."}}, true}};
   Page group{.path = "kestu"}, below{.path = "kestu a-b c"}, lower{.path = "kestu a-b c d"};
   Page topic{.path = "kestu help files"};
   EXPECT_EQ(Manual::fileName(page), "kestu-a-b.1");
   EXPECT_EQ(Manual::fileName(topic), "kestu-files.7");
   EXPECT_EQ(Manual::text(page, {group, page, below, lower, topic}),
             ".TH KESTU\\-A\\-B 1 \"\" \"kestu 1.1.2\" kestu\n.nh\n.ad l\n.SH NAME\n"
-            "kestu\\-a\\-b \\- \\&.dot and \\(aqquote\\(aq\n"
+            "kestu\\-a\\-b \\- \\&.dot: one two and \\(aqquote\\(aq: more\n"
             ".SH SYNOPSIS\n\\fBkestu a\\-b\\fR <\\(rsx\\~y> \\-\\-z\\~<z>\n"
-            ".SH DESCRIPTION\n\\&.dot and \\(aqquote\\(aq: more.\n"
+            ".SH DESCRIPTION\n\\&.dot: one two and \\(aqquote\\(aq: more.\n"
             ".PP\n\\&\\(aqfirst\n.br\n\\&.second\n.PP\n\\(dqthird\\(dq \\(ga4\\(ga \\(ha5 \\(ti6 \\[u2212]\n"
             ".SH OPTIONS\n.TP\n\\fB\\-\\-x\\fR\n\\[u2026]\n"
-            ".SH EXAMPLES\n.PP\n\\fBkestu a\\-b \\(dq1\\(dq\\fR\n.RS 4\nOne.\n.RE\n"
+            ".SH EXAMPLES\n\\fBkestu a\\-b \\(dq1\\(dq\\fR\n.RS 4\nOne.\n.RE\n"
+            ".PP\n\\fBkestu a\\-b \\-\\-y\\~2\\fR\n.RS 4\nTwo.\n.RE\n"
             ".SH SEE ALSO\n.BR kestu (1),\n.BR kestu\\-a\\-b\\-c (1),\n.BR kestu\\-files (7)\n");
 }
 
