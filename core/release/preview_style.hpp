@@ -10,7 +10,7 @@ inline constexpr std::string_view style = R"css(
   --ground: #f4f4f7; --card: #fff; --line: #dfdfe6; --ink: #1c1c22; --soft: #5f5f6a; --accent: #3d56d6;
   --good: #1b6b34; --good-soft: #e1f3e6; --bad: #a8231b; --bad-soft: #fbe6e4; --doubt: #7a4b00; --doubt-soft: #fdf0d5;
 }
-@media (prefers-color-scheme: dark) {
+@media screen and (prefers-color-scheme: dark) {
   :root {
     --ground: #131318; --card: #1e1e25; --line: #34343e; --ink: #ededf2; --soft: #a6a6b3; --accent: #93a4ff;
     --good: #8ddba3; --good-soft: #17351f; --bad: #ff9b92; --bad-soft: #43201d; --doubt: #f2c879; --doubt-soft: #3a2c10;
@@ -103,7 +103,8 @@ body:has(main > section:target) main > section.language:not(:target) { display: 
 @media print {
   :root { --ground: #fff; --card: #fff; --ink: #000; }
   nav, .switch { display: none; }
-  main > section { border: 0; padding: 0; break-before: page; }
+  main > section { border: 0; padding: 0; }
+  .language ~ .language { break-before: page; }
   .strip { flex-wrap: wrap; overflow: visible; }
   .strip li, .findings li { break-inside: avoid; }
   figure img, .stand { height: 12rem; }

@@ -217,7 +217,7 @@ TEST(ReleasePreview, NothingOfATextBecomesMarkup) {
     repository.texts["de-DE"][field.field] = hostile;
     store.texts["de-DE"][field.field] = hostile + "<u>";
   }
-  repository.texts["de-DE"][marketingUrl] = "javascript:alert(1)";
+  for (LocaleTexts* texts : {&repository.texts, &store.texts}) (*texts)["de-DE"][marketingUrl] = "javascript:alert(1)";
   ShownAsset gone = shown("x");
   gone.fileName = hostile;
   ShownAssets all{{{"de-DE", {{AssetKind::screenshots, hostile, {gone}}}}}};
