@@ -25,6 +25,14 @@ std::vector<Page> everyPage() {
   return pages;
 }
 
+Page pageOf(std::string path, std::string abstract = "", std::string usage = "") {
+  Page page;
+  page.path = std::move(path);
+  page.abstract = std::move(abstract);
+  page.usage = std::move(usage);
+  return page;
+}
+
 void eachCommand(const Command& command, const std::function<void(const Command&)>& each) {
   each(command);
   for (const Command& sub : command.subcommands) eachCommand(sub, each);
@@ -178,7 +186,9 @@ TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
     SCOPED_TRACE(Text::joined(row.words, " "));
     auto found = StoredPages::askedFor(row.words);
     EXPECT_EQ(found ? found->path : "", row.path);
-    if (found) EXPECT_EQ(run(row.words).out, laidOut(*found, 80));
+    if (found) {
+      EXPECT_EQ(run(row.words).out, laidOut(*found, 80));
+    }
   }
 }
 
@@ -188,9 +198,8 @@ TEST_F(HelpTest, ATopicThatIsNearlyOneIsNamed) {
 }
 
 TEST(Page, FillsLinesByTheColumnsThatShow) {
-  Page page{.path = "kestu x",
-            .abstract = "Ein „Zitat“ – zählt, wie es erscheint, auf Zeilen.\n\nEnd.",
-            .usage = "kestu x <one thing> --two <two things> (--three <3> | --four <4>) [options]"};
+  Page page = pageOf("kestu x", "Ein „Zitat“ – zählt, wie es erscheint, auf Zeilen.\n\nEnd.",
+                     "kestu x <one thing> --two <two things> (--three <3> | --four <4>) [options]");
   page.sections = {
       {"Options",
        {{"-a, --äpp <ä>", "Four words of it, and then some more."}, {"--much-longer-than-the-others", "Below."}}},
@@ -220,12 +229,12 @@ TEST(Page, FillsLinesByTheColumnsThatShow) {
 }
 
 TEST(Manual, EscapesWhatRoffTakesForItsOwn) {
-  Page page{.path = "kestu a-b", .abstract = ".dot: one two and 'quote': more.", .usage = "kestu a-b <\\x y> --z <z>"};
+  Page page = pageOf("kestu a-b", ".dot: one two and 'quote': more.", "kestu a-b <\\x y> --z <z>");
   page.discussion = "'first\n.second\n\n\"third\" `4` ^5 ~6 −";
   page.sections = {{"Options", {{"--x", "…"}}},
                    {"Examples", {{"kestu a-b \"1\"", "One."}, {"kestu a-b --y 2", "Two."}}, true}};
-  Page group{.path = "kestu"}, below{.path = "kestu a-b c"}, lower{.path = "kestu a-b c d"};
-  Page topic{.path = "kestu help files"};
+  Page group = pageOf("kestu"), below = pageOf("kestu a-b c"), lower = pageOf("kestu a-b c d");
+  Page topic = pageOf("kestu help files");
   EXPECT_EQ(Manual::fileName(page), "kestu-a-b.1");
   EXPECT_EQ(Manual::fileName(topic), "kestu-files.7");
   EXPECT_EQ(Manual::text(page, {group, page, below, lower, topic}),
