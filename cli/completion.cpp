@@ -1,5 +1,6 @@
 #include "cli/completion.hpp"
 
+#include "cli/topics.hpp"
 #include "core/console/printable.hpp"
 
 #include <algorithm>
@@ -96,7 +97,11 @@ void addWords(Completions& found, const Place& place, bool helpAsked, const Comp
       found.candidates.push_back({sub.word(), firstSentence(sub.abstract)});
     if (command.path == "kestu" && !helpAsked) found.candidates.push_back({"help", "Help for any command."});
   }
-  if (helpAsked) return;
+  if (helpAsked) {
+    if (command.path != "kestu") return;
+    for (const Page& topic : topics()) found.candidates.push_back({topicWord(topic), firstSentence(topic.abstract)});
+    return;
+  }
   if (place.arguments >= command.arguments.size()) return;
   const Argument& argument = command.arguments[place.arguments];
   addValues(found, command, argument.name, argument.choices, values);

@@ -74,6 +74,7 @@ TEST_F(CompletionTest, OffersWhatTheWordMayBecome) {
            {{"builds", "distribute", "45", "--app", "tide", "--add", ""}, "files: | Tide's"},
            {{"apps", "--app", "com"}, "files:"},
            {{"status", "--app", "com"}, "files: | com.x.tide"},
+           {{"help", "ex"}, "files: | exit-codes"},
            {{"help", "kit", "wh"}, "files: | whats-new"},
            {{"nothing", "x", ""}, "files:"},
        }) {
