@@ -12,8 +12,9 @@ namespace kestu::tests {
 /// The demo's versions of Daylight Weather, with the service's time that of the command, and everything approved.
 class ReleaseRoadTest : public CommandTest {
  protected:
-  explicit ReleaseRoadTest(sandbox::Approve approve = sandbox::Approve::all)
-      : CommandTest({.approve = approve, .partSize = 1000, .now = [this] { return clock.now(); }}) {
+  explicit ReleaseRoadTest(sandbox::Approve approve = sandbox::Approve::all, bool holdsWaits = true)
+      : CommandTest(
+            {.approve = approve, .partSize = 1000, .now = [this] { return clock.now(); }, .holdsWaits = holdsWaits}) {
     signIn();
     link();
     setBuild("43", [](auto& build) { build.state = "readyforinternal"; });

@@ -1,0 +1,171 @@
+#pragma once
+
+#include "core/support/files.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kestu::tests {
+
+/// The schemas of a folder, as far as they are written there; one with a keyword that isn't known here is refused.
+class JSONSchemas {
+ public:
+  using json = nlohmann::json;
+
+  explicit JSONSchemas(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+  /// What of the value isn't as the file's schema has it, each with its place; empty when it fits.
+  std::vector<std::string> problems(const std::string& file, const json& value) {
+    std::vector<std::string> found;
+    check({file, &document(file)}, value, "$", found);
+    return found;
+  }
+
+ private:
+  struct Place {
+    std::string file;
+    const json* schema;
+  };
+
+  const json& document(const std::string& file) {
+    auto known = documents_.find(file);
+    if (known != documents_.end()) return known->second;
+    auto bytes = Files::read(folder_ / file, 1 << 20);
+    if (!bytes) throw std::runtime_error("There is no schema " + file);
+    json schema = json::parse(*bytes);
+    requireKnown(file, schema);
+    return documents_.emplace(file, std::move(schema)).first->second;
+  }
+
+  static void requireKnown(const std::string& where, const json& schema) {
+    static const std::set<std::string> known = {"$schema",    "$defs",    "$ref",  "title", "description",
+                                                "type",       "enum",     "const", "anyOf", "format",
+                                                "properties", "required", "items", "$id",   "additionalProperties"};
+    static const std::set<std::string> formats = {"date-time", "date", "uuid"};
+    if (schema.is_boolean()) return;
+    for (const auto& [key, value] : schema.items()) {
+      if (!known.contains(key)) throw std::runtime_error(where + " has " + key);
+      if (key == "format" && !formats.contains(value))
+        throw std::runtime_error(where + " has the format " + value.dump());
+      if (key == "items" || key == "additionalProperties") requireKnown(where + "/" + key, value);
+      if (key == "anyOf" || key == "properties" || key == "$defs") {
+        for (const auto& [name, each] : value.items()) requireKnown(where + "/" + name, each);
+      }
+    }
+  }
+
+  Place referred(const Place& from, const std::string& reference) {
+    std::size_t hash = std::min(reference.find('#'), reference.size());
+    std::string file = hash == 0 ? from.file : reference.substr(0, hash);
+    json::json_pointer pointer(hash < reference.size() ? reference.substr(hash + 1) : "");
+    return {file, &document(file).at(pointer)};
+  }
+
+  static bool isOfType(const json& value, const std::string& type) {
+    if (type == "integer") return value.is_number_integer();
+    if (type == "number") return value.is_number();
+    if (type == "string") return value.is_string();
+    if (type == "boolean") return value.is_boolean();
+    if (type == "array") return value.is_array();
+    if (type == "object") return value.is_object();
+    if (type == "null") return value.is_null();
+    throw std::runtime_error("There is no type " + type);
+  }
+
+  /// Of a moment, "2026-11-22T02:10:46Z", with 0 for a figure.
+  static bool isOfFormat(const std::string& text, const std::string& format) {
+    auto is = [](const std::string& piece, const std::string& form) {
+      auto fits = [](unsigned char c, char wanted) {
+        return wanted == '0' ? std::isdigit(c) != 0 : wanted == 'x' ? std::isxdigit(c) != 0 : c == wanted;
+      };
+      return std::equal(piece.begin(), piece.end(), form.begin(), form.end(), fits);
+    };
+    if (format == "date") return is(text, "0000-00-00");
+    if (format == "uuid") return is(text, "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx");
+    std::string rest = text.size() > 19 ? text.substr(19) : "";
+    if (rest.starts_with('.')) rest.erase(0, std::min(rest.find_first_not_of("0123456789", 1), rest.size()));
+    return is(text.substr(0, 19), "0000-00-00T00:00:00") && (rest == "Z" || is(rest, "+00:00") || is(rest, "-00:00"));
+  }
+
+  void checkType(const json& schema, const json& value, const std::string& at, std::vector<std::string>& found) {
+    auto types = schema.find("type");
+    if (types == schema.end()) return;
+    json all = types->is_array() ? *types : json::array({*types});
+    bool fits = std::any_of(all.begin(), all.end(), [&](const json& type) { return isOfType(value, type); });
+    if (!fits) found.push_back(at + " is " + value.dump().substr(0, 60) + ", not " + types->dump());
+  }
+
+  void checkMembers(const Place& place, const json& value, const std::string& at, std::vector<std::string>& found) {
+    const json& schema = *place.schema;
+    for (const json& name : schema.value("required", json::array())) {
+      if (!value.contains(name)) found.push_back(at + " has no " + name.get<std::string>());
+    }
+    static const json none = json::object();
+    auto listed = schema.find("properties");
+    const json& properties = listed == schema.end() ? none : *listed;
+    for (const auto& [name, member] : value.items()) {
+      if (auto known = properties.find(name); known != properties.end()) {
+        check({place.file, &*known}, member, at + "." + name, found);
+      } else if (auto others = schema.find("additionalProperties"); others != schema.end()) {
+        check({place.file, &*others}, member, at + "." + name, found);
+      }
+    }
+  }
+
+  void checkValue(const json& schema, const json& value, const std::string& at, std::vector<std::string>& found) {
+    if (auto same = schema.find("const"); same != schema.end() && *same != value) {
+      found.push_back(at + " isn't " + same->dump());
+    }
+    if (auto words = schema.find("enum");
+        words != schema.end() && std::find(words->begin(), words->end(), value) == words->end()) {
+      found.push_back(at + " is " + value.dump() + ", not of " + words->dump());
+    }
+    if (auto format = schema.find("format"); format != schema.end() && value.is_string() &&
+                                             !isOfFormat(value.get<std::string>(), format->get<std::string>())) {
+      found.push_back(at + " is " + value.dump() + ", no " + format->get<std::string>());
+    }
+  }
+
+  void check(const Place& place, const json& value, const std::string& at, std::vector<std::string>& found) {
+    const json& schema = *place.schema;
+    if (schema.is_boolean()) {
+      if (!schema.get<bool>()) found.push_back(at + " isn't known");
+      return;
+    }
+    if (auto reference = schema.find("$ref"); reference != schema.end()) {
+      check(referred(place, reference->get<std::string>()), value, at, found);
+    }
+    checkType(schema, value, at, found);
+    checkValue(schema, value, at, found);
+    if (value.is_object()) checkMembers(place, value, at, found);
+    if (auto items = schema.find("items"); items != schema.end() && value.is_array()) {
+      for (std::size_t i = 0; i < value.size(); ++i) {
+        check({place.file, &*items}, value[i], at + "[" + std::to_string(i) + "]", found);
+      }
+    }
+    if (auto ways = schema.find("anyOf"); ways != schema.end()) {
+      std::vector<std::string> all;
+      for (const json& way : *ways) {
+        std::vector<std::string> ofWay;
+        check({place.file, &way}, value, at, ofWay);
+        if (ofWay.empty()) return;
+        all.insert(all.end(), ofWay.begin(), ofWay.end());
+      }
+      found.push_back(at + " fits none of its forms:");
+      found.insert(found.end(), all.begin(), all.end());
+    }
+  }
+
+  std::filesystem::path folder_;
+  std::map<std::string, json> documents_;
+};
+
+} // namespace kestu::tests
