@@ -1,0 +1,159 @@
+#include "cli/command_tree.hpp"
+#include "core/console/table.hpp"
+#include "core/support/process.hpp"
+#include "core/support/text.hpp"
+#include "tests/support/command_lines.hpp"
+#include "tests/support/release_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+// Tables as other programs read them: CSV by Python's reader, Markdown by one that knows nothing but its rules.
+namespace kestu::tests {
+namespace {
+
+using Cells = std::vector<std::vector<std::string>>;
+
+const std::string start = "=1+1|\\|\"b\", c\\";
+const std::string hostile = start + "\n\r'@d\xF0\x9F\x8C\xA6\\";
+
+/// By name, the rows that Python's csv module finds in each file of the folder.
+std::map<std::string, Cells> readByPython(const std::filesystem::path& folder) {
+  const char* script = "import csv, json, os, sys\n"
+                       "rows = lambda f: list(csv.reader(open(f, newline='', encoding='utf-8'), strict=True))\n"
+                       "print(json.dumps({f: rows(f) for f in os.listdir('.')}))\n";
+  auto result = Process::run({.arguments = {"python3", "-c", script}, .folder = folder}, {});
+  EXPECT_TRUE(result.succeeded()) << result.err;
+  return nlohmann::json::parse(result.out).get<std::map<std::string, Cells>>();
+}
+
+/// A table of GitHub's Markdown: cells between bars, what follows a backslash as it stands, <br> for a line's end.
+Cells readMarkdown(const std::string& text) {
+  Cells rows;
+  for (const std::string& line : Text::split(text.substr(0, text.rfind('\n')), '\n')) {
+    EXPECT_TRUE(line.starts_with("| ")) << line;
+    std::vector<std::string> cells = {""};
+    for (std::size_t i = 1; i < line.size(); ++i) {
+      if (line[i] == '|') {
+        cells.emplace_back();
+      } else if (line.compare(i, 4, "<br>") == 0) {
+        cells.back() += '\n';
+        i += 3;
+      } else {
+        cells.back() += line[i == line.size() - 1 || line[i] != '\\' ? i : ++i];
+      }
+    }
+    EXPECT_EQ(cells.back(), "") << "ends with a bar: " << line;
+    cells.pop_back();
+    for (std::string& cell : cells) {
+      EXPECT_TRUE(cell.size() >= 2 && cell.starts_with(' ') && cell.ends_with(' ')) << line;
+      cell = cell.substr(1, cell.size() - 2);
+    }
+    rows.push_back(std::move(cells));
+  }
+  EXPECT_TRUE(rows.size() > 1 && rows[1] == std::vector<std::string>(rows[0].size(), "---")) << text;
+  if (rows.size() > 1) rows.erase(rows.begin() + 1);
+  return rows;
+}
+
+TEST(Tables, AreReadByOthersAsTheyWere) {
+  Table table{{"Name", "Note, \"all\""},
+              {{hostile, "-5"}, {" +1 ", "@a\tb"}, {"\"", "\n"}, {"", "\r"}, {"a\r\nb", "|"}}};
+  Cells rows = table.rows;
+  rows.insert(rows.begin(), table.headings);
+  TemporaryFolder folder;
+  folder.write("table.csv", Format::csv(table));
+  EXPECT_EQ(readByPython(folder.path())["table.csv"], rows);
+  for (auto& row : rows) {
+    for (std::string& cell : row) { // a line's end is one, of whatever kind
+      for (std::size_t at = cell.find("\r\n"); at != std::string::npos; at = cell.find("\r\n")) cell.erase(at, 1);
+      std::replace(cell.begin(), cell.end(), '\r', '\n');
+    }
+  }
+  EXPECT_EQ(readMarkdown(Format::markdown(table)), rows);
+}
+
+class CommandTables : public ReleaseRoadTest {
+ protected:
+  CommandTables() {
+    server.withState([](sandbox::State& state) {
+      auto& kit = state.kit;
+      state.app(1234567890)->name = hostile;
+      kit.flags[1234567890].front().notes = hostile;
+      kit.experiments[1234567890].front().name = hostile;
+      kit.prompts[1234567890].front().promptId = hostile;
+      state.testFlight.groups.front().name = hostile;
+      for (auto& event : state.events.events) event.fields["name"] = hostile;
+      state.offers.codes.push_back(
+          {1234567890, "offer-1", hostile, "com.example.daylight.tip", {"nonspender"}, {}, {{"se", 100}}});
+    });
+    repo.write("metadata/listing/en-US.json", nlohmann::json{{"supportUrl", hostile}}.dump());
+    repo.write("App/A.swift", "let on = KestuFlags.isOn(\"none\")\n");
+  }
+};
+
+TEST_F(CommandTables, AreTheSameAsCSVAndAsMarkdown) {
+  struct Row {
+    const char* line;
+    bool isHostile = false; ///< a cell has the text that was planted
+  };
+  TemporaryFolder folder;
+  std::map<std::string, Cells> tables;
+  std::map<std::string, bool> planted;
+  std::set<std::string> seen, commands;
+  const Command tree = rootCommand("*");
+  for (const Row& row : std::vector<Row>{
+           {"apps", true},
+           {"kit flags list", true},
+           {"kit experiments list", true},
+           {"kit update-prompts list", true},
+           {"kit whats-new list"},
+           {"builds list", true},
+           {"versions list"},
+           {"metadata validate", true},
+           {"assets sizes"},
+           {"assets screenshots sizes"},
+           {"assets previews sizes"},
+           {"assets header sizes"},
+           {"assets search-results sizes"},
+           {"release check 1.2", true},
+           {"events", true},
+           {"events list", true},
+           {"events view 6500000001", true},
+           {"prices tiers --country se"},
+           {"intro-offers list"},
+           {"offer-codes list", true},
+       }) {
+    SCOPED_TRACE(row.line);
+    auto words = wordsOf(row.line);
+    seen.insert(commandOf(tree, words).path);
+    words.emplace_back("-ocsv");
+    Ran csv = run(words);
+    words.back() = "-omd";
+    Ran markdown = run(words);
+    EXPECT_LE(csv.status, 1) << csv.err;
+    folder.write(row.line, csv.out);
+    tables[row.line] = readMarkdown(markdown.out);
+    planted[row.line] = row.isHostile;
+  }
+  for (const auto& [line, rows] : readByPython(folder.path())) {
+    SCOPED_TRACE(line);
+    EXPECT_EQ(rows, tables[line]);
+    EXPECT_GT(rows.size(), 1U);
+    bool isThere = false;
+    for (const auto& row : rows) {
+      EXPECT_EQ(row.size(), rows[0].size());
+      isThere = isThere || std::any_of(row.begin(), row.end(),
+                                       [](const std::string& cell) { return cell.find(start) != std::string::npos; });
+    }
+    EXPECT_EQ(isThere, planted[line]);
+  }
+  eachGiving(tree, "csv", [&](const Command& command) { commands.insert(command.path); });
+  EXPECT_EQ(seen, commands);
+}
+
+} // namespace
+} // namespace kestu::tests
