@@ -1,4 +1,5 @@
 #include "cli/events/events.hpp"
+#include "cli/unchanged.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/events/event_text.hpp"
@@ -23,8 +24,8 @@ void runSubmit(Context& context, const ReviewOptions& options) {
       "\nNext: kestu submit <version> --event " + Format::shellWord(printable(found.called())) + found.ofApp;
   const bool ready = found.event.stateKind() == EventState::readyForReview;
   if (ready && !alone) {
-    return options.emitBody(context.console, "{\"unchanged\": true}",
-                            "✓ " + found.event.quoted() + " goes with the version already: nothing sent." + next);
+    return tellUnchanged(context, options,
+                         "✓ " + found.event.quoted() + " goes with the version already: nothing sent." + next);
   }
   const std::string how = alone ? " on its own" : " with the version";
   ProposedChange change;

@@ -1,4 +1,5 @@
 #include "cli/events/events.hpp"
+#include "cli/unchanged.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/events/event_text.hpp"
@@ -64,8 +65,7 @@ void runSet(Context& context, const SetOptions& options) {
   checkDates(event, given, now, context.console);
   needNewName(found, given);
   if (edit.empty()) {
-    return options.emitBody(context.console, "{\"unchanged\": true}",
-                            "✓ " + event.quoted() + " says so already: nothing sent.");
+    return tellUnchanged(context, options, "✓ " + event.quoted() + " says so already: nothing sent.");
   }
   ProposedChange change;
   change.waits = EventRules::waits(event);
@@ -137,8 +137,7 @@ void runLocalize(Context& context, const LocalizeOptions& options) {
   EventEdit edit = EventEdit::between(language, options.texts.texts);
   const std::string in = printable(locale);
   if (edit.empty()) {
-    return options.emitBody(context.console, "{\"unchanged\": true}",
-                            "✓ " + event.quoted() + " says so in " + in + " already: nothing sent.");
+    return tellUnchanged(context, options, "✓ " + event.quoted() + " says so in " + in + " already: nothing sent.");
   }
   ProposedChange change;
   change.waits = false;

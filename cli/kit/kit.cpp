@@ -1,6 +1,7 @@
 #include "cli/kit/kit.hpp"
 
 #include "cli/families.hpp"
+#include "cli/unchanged.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/console/text_style.hpp"
@@ -72,8 +73,7 @@ void make(Context& context, const ChangeOptions& options, const Client& client, 
 }
 
 void unchanged(Context& context, const ChangeOptions& options, const std::string& what) {
-  if (options.quiet()) return context.console.out(JSONData::object({{"unchanged", true}}).pretty());
-  context.console.line("✓ " + what + " already: nothing sent.");
+  tellUnchanged(context, options, "✓ " + what + " already: nothing sent.");
 }
 
 void requireUTF8(const std::string& name, const std::string& given) {

@@ -1,4 +1,5 @@
 #include "cli/metadata/metadata.hpp"
+#include "cli/unchanged.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/app_choice.hpp"
 
@@ -41,8 +42,7 @@ void runSet(Context& context, const SetOptions& options) {
   std::string path = app.path + "/listing";
   auto now = client.get(path, {}, StoreListing::read).value.contentRights;
   if (now == options.rights) {
-    options.emit(context.console, JSONData::object({{"unchanged", true}}),
-                 "✓ Content Rights says that the app " + words(*now) + " already: nothing sent.");
+    tellUnchanged(context, options, "✓ Content Rights says that the app " + words(*now) + " already: nothing sent.");
     return;
   }
   ProposedChange change;

@@ -1,5 +1,6 @@
 #include "cli/metadata/check_options.hpp"
 #include "cli/metadata/metadata.hpp"
+#include "cli/unchanged.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/project.hpp"
@@ -54,9 +55,7 @@ void tellUnchanged(Context& context, const PushOptions& options, const MetadataT
   std::string done = !change.held.empty() ? " takes nothing else that differs: nothing sent."
                      : !notes.empty()     ? " says all the rest that the repo does: nothing sent."
                                           : " says what the repo does already: nothing sent.";
-  JSONData answer = JSONData::object({{"unchanged", true}});
-  if (options.dryRun) answer.set("changes", JSONData::array());
-  options.emit(context.console, answer, "✓ " + target.title() + done);
+  tellUnchanged(context, options, "✓ " + target.title() + done);
 }
 
 void runPush(Context& context, const PushOptions& options) {

@@ -1,6 +1,7 @@
 #include "cli/offers/offer_codes.hpp"
 
 #include "cli/families.hpp"
+#include "cli/unchanged.hpp"
 #include "core/console/fitted_table.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
@@ -66,8 +67,7 @@ void runDeactivate(Context& context, const DeactivateOptions& options) {
                                        " shows them.");
   }
   if (!(batch ? batch->active : found.offer.active)) {
-    if (options.quiet()) return context.console.out(JSONData::object({{"unchanged", true}}).pretty());
-    return context.console.line("✓ It's off already: nothing sent.");
+    return tellUnchanged(context, options, "✓ It's off already: nothing sent.");
   }
   std::string what = batch ? batch->title() + " of " + found.about() : found.about();
   ChangeRequest request;

@@ -1,4 +1,5 @@
 #include "cli/release/release.hpp"
+#include "cli/unchanged.hpp"
 #include "cli/versions/versions.hpp"
 #include "core/project/platform.hpp"
 #include "core/release/phased.hpp"

@@ -1,6 +1,7 @@
 #include "cli/families.hpp"
 #include "cli/metadata/layout_option.hpp"
 #include "cli/release/release.hpp"
+#include "cli/unchanged.hpp"
 #include "cli/versions/versions.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"

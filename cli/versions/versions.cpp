@@ -2,6 +2,7 @@
 
 #include "cli/families.hpp"
 #include "cli/metadata/metadata.hpp"
+#include "cli/unchanged.hpp"
 #include "core/builds/build_number.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
@@ -59,10 +60,6 @@ ChangeRequest VersionsFound::request(const StoreVersion& version, const std::str
 
 std::string VersionsFound::line(const std::string& command, const std::string& number) const {
   return "kestu " + command + " " + Format::shellWord(printable(number)) + tail.all();
-}
-
-void tellUnchanged(Context& context, const Output& output, const std::string& line) {
-  output.emitBody(context.console, R"({"unchanged": true})", line);
 }
 
 namespace {

@@ -43,9 +43,6 @@ struct VersionsFound {
   std::string status() const { return "kestu status" + tail.app; }
 };
 
-/// Says that there is nothing to do: the line for people, or `{"unchanged": true}`.
-void tellUnchanged(Context& context, const Output& output, const std::string& line);
-
 /// The tail of command lines about another platform than the app's first, or another app than the repository's.
 Versions::CommandTail commandTail(const AppTarget& app, const std::optional<std::string>& platform,
                                   const AppOnPlatform& on);
