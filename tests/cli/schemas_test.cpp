@@ -90,11 +90,11 @@ TEST_F(SchemasTest, EachAnswerIsAsItsSchemaSays) {
     return [=, this] { setBuild(number, [&](auto& each) { each.state = state; }); };
   };
   auto released = [this] { setState("1.2", "pendingdeveloperrelease"); };
-  struct Row {
+  struct Scene {
     Words lines; // one after the other
     std::function<void()> before = {};
   };
-  for (const Row& row : std::vector<Row>{
+  for (const Scene& row : std::vector<Scene>{
            {{"whoami", "apps", "link 'Daylight Weather'", "config", "config screenshot-folders ids",
              "config keywords characters", "status", "doctor", "update", "logout"}},
            {{"login"}, [this] { server.scriptNextSignIn({}); }},

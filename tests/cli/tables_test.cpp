@@ -96,7 +96,7 @@ class CommandTables : public ReleaseRoadTest {
 };
 
 TEST_F(CommandTables, AreTheSameAsCSVAndAsMarkdown) {
-  struct Row {
+  struct Listed {
     const char* line;
     bool isHostile = false; ///< a cell has the text that was planted
   };
@@ -105,7 +105,7 @@ TEST_F(CommandTables, AreTheSameAsCSVAndAsMarkdown) {
   std::map<std::string, bool> planted;
   std::set<std::string> seen, commands;
   const Command tree = rootCommand("*");
-  for (const Row& row : std::vector<Row>{
+  for (const Listed& row : std::vector<Listed>{
            {"apps", true},
            {"kit flags list", true},
            {"kit experiments list", true},
