@@ -143,7 +143,7 @@ _kestu() {
       while IFS= read -r line; do
         case " ${files#files} " in
           '  ' | *" ${line##*.} "*) COMPREPLY+=("$line") ;;
-          *) [ ! -d "$line" ] || COMPREPLY+=("$line") ;;
+          *) [ ! -d "${line/#\~/$HOME}" ] || COMPREPLY+=("$line") ;;
         esac
       done < <(compgen -f -- "$typed") ;;
   esac
@@ -155,14 +155,19 @@ complete -F _kestu kestu
 constexpr std::string_view zsh = R"sh(#compdef kestu
 # zsh completion for kestu
 _kestu() {
-  local -a lines described endings
+  local -a lines described bare endings
   local line files
   lines=("${(@f)$("${(Q)words[1]}" --complete zsh "${(@Q)words[2,CURRENT-1]}" "${(Q)PREFIX}" 2>/dev/null)}")
   files=${lines[1]#files:}
   for line in "${(@)lines[2,-1]}"; do
-    described+=("${${${line%%$'\t'*}//\\/\\\\}//:/\\:}:${line#*$'\t'}")
+    if [[ $line = *$'\t' ]]; then
+      bare+=("${line%$'\t'}")
+    else
+      described+=("${${${line%%$'\t'*}//\\/\\\\}//:/\\:}:${line#*$'\t'}")
+    fi
   done
   (( $#described )) && _describe -t values kestu described
+  (( $#bare )) && compadd -a bare
   case $files in
     folders) _files -/ ;;
     files) _files ;;

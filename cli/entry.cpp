@@ -67,7 +67,7 @@ void run(Context& context, std::vector<std::string> arguments) {
   bool asked = !arguments.empty() && arguments[0] == "help";
   if (asked) {
     arguments.erase(arguments.begin());
-    const Page* topic = arguments.size() == 1 ? topicCalled(arguments[0]) : nullptr;
+    const Page* topic = arguments.empty() ? nullptr : topicCalled(arguments[0]);
     if (topic) return context.console.out(laidOut(*topic, context.console.width()));
     arguments.push_back("--help");
   }

@@ -33,7 +33,7 @@ Page environmentTopic() {
                         "name. No secrets."}}},
       {"What is shown",
        {{"NO_COLOR", "When set, no colours."},
-        {"CI", "When set, no colours and no word on newer versions."},
+        {"CI", "When set, no colours, no word on newer versions, and no lists kept for completing words."},
         {"TERM", "dumb: no colours, and no line that is drawn again."},
         {"COLUMNS", "The width of what doesn't go to a terminal. 80 when left out."},
         {"TZ", "The time zone of times that are shown, and of those typed without --time-zone. The machine's when left "

@@ -118,9 +118,11 @@ std::string done(const PullReport& report, const std::string& version, const std
   if (report.nothing()) {
     return "✓ The repo shows " + version + "'s " + plural + " already: nothing to download, nothing written.";
   }
-  if (parts.empty()) parts.push_back("updated " + Text::joined(report.bookkeeping, " and "));
-  return "✓ The repo shows " + version + "'s " + plural + ": " + Text::joined(parts, ", ") +
-         ".\nNext: commit them with their pulled.json, which lets a push know them again.";
+  bool records = parts.empty();
+  if (records) parts.push_back("updated " + Text::joined(report.bookkeeping, " and "));
+  return "✓ The repo shows " + version + "'s " + plural + ": " + Text::joined(parts, ", ") + ".\nNext: commit " +
+         (records ? "what was updated, which lets a push know the files again."
+                  : "them with their pulled.json, which lets a push know them again.");
 }
 
 /// What each file and folder becomes, a line each.

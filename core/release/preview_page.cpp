@@ -197,7 +197,7 @@ class Writer {
     for (const PreviewLanguage& each : preview_.languages) {
       std::string_view dot = each.count(Level::error)     ? "error"
                              : each.count(Level::warning) ? "warning"
-                             : each.differences()         ? "differs"
+                             : each.differences()         ? "apart"
                                                           : "";
       std::string_view says = dot == "error" ? "has errors" : dot == "warning" ? "has warnings" : "differs";
       html += fmt::format(
