@@ -139,9 +139,12 @@ void runCreate(Context& context, const CreateOptions& options) {
     proposal.lines = proposal.title + (proposal.lines.empty() ? "" : "\n" + proposal.lines);
     return options.tellDryRun(context, proposal, plan.body);
   }
-  std::string word = options.name.starts_with('-') ? "<its ID>" : options.name;
-  proposal.done += "\nNext: kestu offer-codes generate" + offerWords(options.app, word) + " --count 500 --expires " +
-                   expiryExample(now);
+  // By its ID: the name may be another product's too, or one that can't be typed.
+  proposal.more = [&options, now](const JSONValue& answer) {
+    auto id = answer.find("offerId");
+    return "\nNext: kestu offer-codes generate" + offerWords(options.app, id ? printable(id->text()) : "<its ID>") +
+           " --count 500 --expires " + expiryExample(now);
+  };
   options.confirm(context, proposal);
   options.send(context, client, request, proposal);
 }

@@ -2,7 +2,7 @@
 #include "cli/prices/typed_values.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
-#include "core/support/files.hpp"
+#include "core/support/incoming_file.hpp"
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
@@ -95,17 +95,21 @@ std::string counted(std::size_t count) {
 std::size_t writeCodes(Context& context, const FoundOffer& found, const std::string& batchId,
                        const CodesTarget& target) {
   std::vector<std::string> codes = fetchCodes(context, found, batchId);
-  bool spreadsheet = target.to->ends_with(".csv");
+  bool spreadsheet = Text::lowercased(*target.to).ends_with(".csv");
   std::string text = CodeFile::text(codes, found.app.appId, spreadsheet);
-  if (target.isStandardOutput()) {
-    context.console.out(text);
-    return codes.size();
-  }
-  target.requireFree(context); // it may have come meanwhile
+  bool isFile = !target.isStandardOutput();
+  if (isFile) target.requireFree(context); // it may have come meanwhile
   try {
-    Files::writeAtomically(target.file(context), text);
+    if (!isFile) {
+      context.console.out(text);
+    } else {
+      IncomingFile file(target.file(context));
+      file.write(text);
+      file.replaceTarget(0600); // each code is worth an offer
+    }
   } catch (const std::system_error& error) {
-    throw CLIError(Kind::failed, printable(*target.to) + " couldn't be written (" + error.code().message() + ").");
+    std::string place = isFile ? printable(*target.to) : "Standard output";
+    throw CLIError(Kind::failed, place + " couldn't be written (" + error.code().message() + ").");
   }
   return codes.size();
 }

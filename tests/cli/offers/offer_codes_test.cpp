@@ -34,6 +34,11 @@ class OfferCodesTest : public CommandTest {
                      "--yes", "--", name});
     ASSERT_EQ(ran.status, 0) << ran.err;
   }
+  std::string newest() {
+    std::string id;
+    server.withState([&](sandbox::State& state) { id = state.offers.codes.back().offerId; });
+    return id;
+  }
   std::string file(const std::string& name) { return Files::read(repo.path() / name, 1 << 20).value_or("none"); }
 };
 
@@ -101,8 +106,8 @@ TEST_F(OfferCodesTest, CodesGoFromTheirOfferToAFileAndToTheirEnd) {
             "Daylight Weather (com.example.daylight), offer Tip's on us of com.example.daylight.tip: free, in 2 "
             "countries (no, se), after your approval:\nFor customers who never paid, who pay and who used to "
             "pay, with a code alone.\n● Waiting for your approval in the kestu app, until tomorrow, 12:00.\n"
-            "✓ Made the offer Tip's on us of com.example.daylight.tip: free.\nNext: kestu offer-codes generate "
-            "'Tip'\\''s on us' --count 500 --expires 2027-02-19\n")
+            "✓ Made the offer Tip's on us of com.example.daylight.tip: free.\nNext: kestu offer-codes generate " +
+                newest() + " --count 500 --expires 2027-02-19\n")
       << made.err;
   makeOffer();
   server.withState([](sandbox::State& state) { state.offers.codesAfter = 12; });
@@ -111,6 +116,7 @@ TEST_F(OfferCodesTest, CodesGoFromTheirOfferToAFileAndToTheirEnd) {
   EXPECT_TRUE(
       generated.out.ends_with("✓ Wrote 3 codes to codes.txt. Each is worth an offer: keep the file to yourself.\n"))
       << generated.out;
+  EXPECT_EQ(std::filesystem::status(repo.path() / "codes.txt").permissions(), std::filesystem::perms(0600));
   std::string text = file("codes.txt");
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3);
   EXPECT_EQ(codes({"download", "Spring", "--to", "-"}).out, text);
