@@ -103,7 +103,7 @@ void Output::say(Console& console, const std::string& line) const {
 
 void Output::emit(Console& console, const JSONData& object, const std::string& done) const {
   if (quiet()) {
-    console.out(object.pretty());
+    console.json(object.pretty());
   } else {
     console.line(done);
   }
@@ -111,7 +111,7 @@ void Output::emit(Console& console, const JSONData& object, const std::string& d
 
 void Output::emitBody(Console& console, const std::string& body, const std::string& done) const {
   if (quiet()) {
-    console.out(Format::json(body, {}));
+    console.json(Format::json(body, {}));
   } else {
     console.line(done);
   }
@@ -140,7 +140,7 @@ void TableOptions::declare(Command& command) {
 
 void TableOptions::write(Console& console, const std::string& body, const Table& table, const std::string& text) const {
   if (json || format == TableFormat::json) {
-    console.out(Format::json(body, {}));
+    console.json(Format::json(body, {}));
   } else if (format == TableFormat::csv) {
     console.out(Format::csv(table));
   } else if (format == TableFormat::md) {
@@ -186,7 +186,7 @@ void ChangeOptions::confirm(Context& context, const ProposedChange& change) cons
 void ChangeOptions::tellDryRun(Context& context, const ProposedChange& change, const std::string& body) const {
   if (!change.lines.empty()) say(context.console, change.lines);
   if (quiet()) {
-    context.console.out(withChanges(body, change.items));
+    context.console.json(withChanges(body, change.items));
   } else {
     context.console.line(change.would);
   }

@@ -241,7 +241,7 @@ void sendJob(Context& context, const JobPlace& place, const ChangeOptions& optio
                             change.undoable ? group.command("undo", *job, place.app) : "");
   JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
   whole.set("followed", JSONData::copied(JSONValue::parse(followed.body)));
-  if (options.quiet()) return context.console.out(whole.pretty());
+  if (options.quiet()) return context.console.json(whole.pretty());
   context.console.line(jobReport(group, followed.value, *job, place.app, context.clock.now()));
 }
 

@@ -106,7 +106,7 @@ void runUpload(Context& context, const UploadOptions& options) {
   if (options.dryRun) {
     client.checked(client.send("POST", path + "/testflight/uploads", {Client::dryRun}, request.compact()));
     if (options.quiet()) {
-      console.out(withChanges(request.compact(), {{build, "build", std::nullopt, file.name()}}));
+      console.json(withChanges(request.compact(), {{build, "build", std::nullopt, file.name()}}));
     } else {
       console.line("Dry run: " + about + " (" + file.name() + ", " + size + ") would upload. Nothing sent.");
     }

@@ -113,7 +113,7 @@ void runToken(Context& context, const TokenOptions& options) {
     JSONData answer =
         JSONData::object({{"appId", app.appId}, {"provider", to.provider->word}, {"secret", CISecrets::secret}});
     if (signedIn.grant) answer.set("scopes", signedIn.grant->scopes);
-    return context.console.out(answer.pretty());
+    return context.console.json(answer.pretty());
   }
   context.console.line("✓ " + provider + " keeps the token for " + name + " as " + std::string(CISecrets::secret) +
                        ", in " + std::string(to.provider->where) + ".");

@@ -103,7 +103,7 @@ void runView(Context& context, const ViewOptions& options) {
   if (options.quiet()) {
     auto each = JSONValue::parse(all.body).at("experiments").list();
     auto at = static_cast<std::size_t>(&experiment - all.value.data());
-    return context.console.out(JSONData::copied(each.at(at)).pretty());
+    return context.console.json(JSONData::copied(each.at(at)).pretty());
   }
   const Console& console = context.console;
   std::string head = console.style().bold(printable(experiment.name)) + ": " +

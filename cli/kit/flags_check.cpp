@@ -59,11 +59,11 @@ void runCheck(Context& context, const CheckOptions& options) {
         " reads no flags through KestuFlags.");
   }
   if (options.quiet()) {
-    context.console.out(JSONData::object({{"flags", known.size()},
-                                          {"reads", readsData(reads)},
-                                          {"missing", readsData(flags.missing)},
-                                          {"unread", flags.unread}})
-                            .pretty());
+    context.console.json(JSONData::object({{"flags", known.size()},
+                                           {"reads", readsData(reads)},
+                                           {"missing", readsData(flags.missing)},
+                                           {"unread", flags.unread}})
+                             .pretty());
   } else {
     context.console.line(checkText(flags, known.size(), options.app, context.console.style()));
   }

@@ -294,7 +294,7 @@ void runDoctor(Context& context, const DoctorOptions& options) {
   }
   std::vector<DoctorGroup> groups = {found.machine, found.repository, found.app};
   if (options.quiet()) {
-    context.console.out(Doctor::data(groups).pretty());
+    context.console.json(Doctor::data(groups).pretty());
   } else {
     context.console.line(Doctor::text(groups, context.console.width(), context.console.style()));
   }

@@ -64,7 +64,7 @@ void runUpdate(Context& context, const UpdateOptions& options) {
                                       {"installed", installation.described()},
                                       {"commands", installation.commands()}});
   if (options.quiet() && (options.dryRun || !newer || !installation.runnable())) {
-    return context.console.out(answer.pretty());
+    return context.console.json(answer.pretty());
   }
   std::string version(CLI::version);
   if (asked == Newest::known && !newer) {
@@ -76,7 +76,7 @@ void runUpdate(Context& context, const UpdateOptions& options) {
   auto words = installation.runnable();
   if (!words || options.dryRun || !newer) return options.say(context.console, installation.advice());
   runHere(context, *words);
-  if (options.quiet()) return context.console.out(answer.set("updated", true).pretty());
+  if (options.quiet()) return context.console.json(answer.set("updated", true).pretty());
   context.console.line("✓ Updated kestu.");
 }
 

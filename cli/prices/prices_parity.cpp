@@ -58,7 +58,7 @@ void runParity(Context& context, const ParityCommandOptions& options) {
   auto answer = context.console.during([&] { return fetchParity(client, path, ask, options.product, root); });
   answer.value.requireUsable(ask);
   if (options.quiet()) {
-    context.console.out(JSONData::copied(JSONValue::parse(answer.body)).pretty());
+    context.console.json(JSONData::copied(JSONValue::parse(answer.body)).pretty());
     if (!options.write && !options.check) return;
     return context.console.error("! --json shows the suggestion alone: nothing was " +
                                  std::string(options.write ? "written" : "checked") + ".");

@@ -116,7 +116,7 @@ std::string linesOf(const Setting& setting, const SetOptions& options, const std
   if (setting.change.price) {
     std::vector<std::string> back;
     for (const OwnPrice& own : setting.prices.ownPrices()) {
-      if (!setting.change.overrides.contains(own.storefront)) back.push_back(own.storefront);
+      if (!setting.change.overrides.contains(own.storefront)) back.push_back(printable(own.storefront));
     }
     constexpr std::size_t few = 12;
     if (console.isTerminal(Stream::out) && !options.all && back.size() > few) {

@@ -136,11 +136,11 @@ void makeAll(Context& context, const PrepareOptions& options, const Preparation&
       } catch (const CLIError& error) {
         bool isMade = step.step == ReleasePrepare::Step::version && error.kind == Kind::pending;
         step.state = isMade ? StepState::done : error.kind == Kind::denied ? StepState::denied : StepState::failed;
-        if (options.quiet()) context.console.out(answerOf(preparation, steps).pretty());
+        if (options.quiet()) context.console.json(answerOf(preparation, steps).pretty());
         throw isMade ? error : stopped(error, step, steps);
       } catch (const Stopped&) {
         if (step.isPlanned()) step.state = StepState::failed;
-        if (options.quiet()) context.console.out(answerOf(preparation, steps).pretty());
+        if (options.quiet()) context.console.json(answerOf(preparation, steps).pretty());
         context.console.error("Stopped." + howFar(steps));
         throw;
       }

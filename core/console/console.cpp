@@ -1,5 +1,6 @@
 #include "core/console/console.hpp"
 
+#include "core/console/printable.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -63,6 +64,8 @@ Console::Console(Terminal& terminal, const Environment& environment, Clock& cloc
 int Console::width() const { return terminalWidth(terminal_, givenColumns_); }
 
 void Console::out(std::string_view text) { spinner_.write(Stream::out, text); }
+
+void Console::json(std::string_view document) { out(printableJSON(document)); }
 
 std::string Console::folded(Stream stream, std::string_view text) const {
   if (!isTerminal(stream)) return std::string(text);

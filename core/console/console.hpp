@@ -41,6 +41,9 @@ class Console {
 
   void out(std::string_view text); ///< to standard output as it is
 
+  /// To standard output, a JSON document.
+  void json(std::string_view document);
+
   /// With a line feed, and at a terminal broken between words; a command line to be copied stays whole.
   void line(std::string_view text);       ///< to standard output
   void error(std::string_view message);   ///< to standard error

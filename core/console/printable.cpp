@@ -44,6 +44,22 @@ std::string harmless(std::string_view text, std::string_view lineFeed) {
 
 } // namespace
 
+std::string printableJSON(std::string_view document) {
+  std::string result;
+  result.reserve(document.size());
+  for (std::size_t position = 0; position < document.size();) {
+    UTF8::Decoded decoded = UTF8::decode(document, position);
+    std::string_view bytes = document.substr(position, decoded.length);
+    position += decoded.length;
+    if (bytes == "\n" || !isHarmful(decoded.value)) {
+      result += bytes;
+    } else {
+      result += fmt::format("\\u{:04x}", static_cast<std::uint32_t>(decoded.value));
+    }
+  }
+  return result;
+}
+
 std::string printable(std::string_view text) { return harmless(text, " "); }
 
 std::string printableText(std::string_view text) { return harmless(text, "\n"); }

@@ -13,4 +13,7 @@ std::string printable(std::string_view text);
 /// The same with its line feeds kept.
 std::string printableText(std::string_view text);
 
+/// A JSON document of the same value whose texts can't steer a terminal: what would stands there as JSON escapes it.
+std::string printableJSON(std::string_view document);
+
 } // namespace kestu

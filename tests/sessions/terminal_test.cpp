@@ -1,0 +1,236 @@
+#include "cli/command_rows.hpp"
+#include "core/console/text_style.hpp"
+#include "core/support/text.hpp"
+#include "core/support/utf8.hpp"
+#include "tests/support/command_test.hpp"
+#include "tests/support/every_command.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <ctime>
+#include <functional>
+#include <set>
+#include <utility>
+
+namespace kestu::tests {
+namespace {
+
+using nlohmann::json;
+
+/// Colours that kestu never sets, a title, C1 controls, overrides and isolates of the direction, blanks of all kinds.
+const std::string hostile = std::string("\x1B[7777m \x1B]0;no\x07 \xC2\x9B"
+                                        "5n \xE2\x80\xAE"
+                                        "desrever \xE2\x81\xA6 \r\n\t \b\x7F ") +
+                            '\0' + " \xE2\x80\xA8 end";
+const std::string hostileBytes = "raw \x9B"
+                                 "5n \x1B[7777m \xE2\x80\xAE\xFF \rend";
+
+/// The keys whose texts people write; all others are names, states and moments that a command goes by.
+bool isFreeText(const std::string& key) {
+  static const std::set<std::string> keys = {"name",
+                                             "title",
+                                             "message",
+                                             "text",
+                                             "notes",
+                                             "detail",
+                                             "subtitle",
+                                             "description",
+                                             "keywords",
+                                             "whatsNew",
+                                             "promotionalText",
+                                             "user",
+                                             "email",
+                                             "next",
+                                             "client",
+                                             "machine",
+                                             "fileName",
+                                             "copyright",
+                                             "before",
+                                             "after",
+                                             "lines",
+                                             "error",
+                                             "reason",
+                                             "label",
+                                             "metric",
+                                             "contactFirstName",
+                                             "contactLastName",
+                                             "shortDescription",
+                                             "longDescription",
+                                             "summary",
+                                             "group"};
+  return keys.contains(key);
+}
+
+void poison(json& value, const std::string& key, const std::function<bool(const std::string&)>& chosen,
+            const std::string& text) {
+  if (value.is_string() && chosen(key)) value = value.get<std::string>() + text;
+  if (value.is_array()) {
+    for (json& each : value) poison(each, key, chosen, text);
+  } else if (value.is_object()) {
+    for (auto& [name, each] : value.items()) poison(each, name, chosen, text);
+  }
+}
+
+/// What would steer a terminal; empty where there is none. `redraws` where a line may be drawn anew, as on a screen.
+std::string harm(const std::string& written, bool redraws) {
+  std::string text = written;
+  if (redraws) {
+    for (const std::string own : {"\r\x1B[2K", "\r[|]", "\r[/]", "\r[\xE2\x94\x80]", "\r[\\]"}) {
+      for (std::size_t at = 0; (at = text.find(own, at)) != std::string::npos;) text.erase(at, own.size());
+    }
+    text = TextStyle::plain(text);
+  }
+  for (std::size_t at = 0; at < text.size();) {
+    auto decoded = UTF8::decode(text, at);
+    char32_t c = decoded.value;
+    bool control = (c < 0x20 && c != '\n') || (c >= 0x7F && c < 0xA0);
+    bool turns = (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069) || c == 0x2028 || c == 0x2029;
+    if (control || turns || decoded.broken) {
+      return "U+" + std::to_string(c) + " in: " + text.substr(at - std::min<std::size_t>(at, 80), 160);
+    }
+    at += decoded.length;
+  }
+  return written.find("[7777m") != std::string::npos && written.find("\x1B[7777m") != std::string::npos ? "a style"
+                                                                                                        : "";
+}
+
+class HostileText : public CommandTest, public testing::WithParamInterface<std::string> {
+ protected:
+  int shown = 0; ///< outputs with something of the hostile text in them
+
+  HostileText()
+      : CommandTest({.approve = sandbox::Approve::all,
+                     .partSize = 1000,
+                     .now = [this] { return clock.now(); },
+                     .holdsWaits = false}) {}
+
+  void serve(const std::function<bool(const std::string&)>& chosen, const std::string& text) {
+    server.onAnswer([chosen, text](const sandbox::Request&, sandbox::Answer& answer) {
+      if (answer.contentType != "application/json" || answer.body.empty()) return;
+      json body = json::parse(answer.body);
+      poison(body, "", chosen, text);
+      answer.body = body.dump();
+    });
+  }
+
+  void lay() {
+    std::filesystem::remove_all(repo.path());
+    std::filesystem::create_directories(repo.path() / ".git");
+    layRepository(repo, hostile, "secret");
+    std::string name = hostileBytes;
+    repo.write("metadata/listing/" + name + ".json", "{\"subtitle\": \"" + hostileBytes + "\"}");
+    repo.write("metadata/screenshots/en-US/iPhone 6.9/" + name + ".jpg", jpeg(1290, 2796));
+    repo.write("metadata/screenshots/" + name + "/iPhone 6.9/01.jpg", "no picture");
+    repo.write("metadata/previews/frames.json", "{\"" + hostileBytes + "\": 1}");
+    repo.write("page/" + name + ".md", "# " + hostileBytes);
+    repo.write(name + ".swift", "import KestuKit\nlet a = KestuFlags.isOn(\"" + hostileBytes.substr(0, 14) + "\")\n");
+    server.withState(laySandbox);
+    store.items.clear();
+    signIn();
+  }
+
+  Ran runOn(FakeTerminal& screen, Words words) {
+    server.withState([&](sandbox::State& state) {
+      for (std::string& word : words) {
+        if (word == "{job}" && !state.plans.empty()) word = state.plans.back().job;
+      }
+    });
+    environment["KESTU_API_URL"] = server.origin();
+    Environment captured(environment);
+    Console console(screen, captured, clock);
+    CurlTransport transport;
+    AnnouncedVersion announced;
+    Context context{captured, here, clock, console, transport, store, announced, nullptr, stopping.get_token()};
+    int status = runEntry(context, words);
+    return {status, screen.outText(), screen.errText()};
+  }
+
+  void expectHarmless(const Ran& ran, bool redraws, const std::string& what) {
+    EXPECT_EQ(harm(ran.out, redraws), "") << what;
+    EXPECT_EQ(harm(ran.err, redraws), "") << what;
+    shown += (ran.out + ran.err).find("7777m") != std::string::npos ? 1 : 0;
+  }
+
+  void tried(const SomeCommand& command, bool everyText) {
+    auto chosen = [everyText](const std::string& key) { return everyText ? key != "token" : isFreeText(key); };
+    const Words careful = command.tries ? command.with({"--dry-run"}) : command.words;
+    for (int form = 0; form < 3; ++form) {
+      if (form == 2 && !command.tellsJSON) continue;
+      lay();
+      serve([](const std::string&) { return false; }, "");
+      Words before = command.before;
+      if (!before.empty()) {
+        FakeTerminal unseen;
+        before.emplace_back("--yes");
+        runOn(unseen, before);
+      }
+      serve(chosen, hostile);
+      // A question at a terminal, which is answered with no; a pipe; JSON.
+      FakeTerminal screen(60), pipe;
+      screen.type("n");
+      Words words = form == 0 ? command.words : careful;
+      if (form == 2) words.emplace_back("--json");
+      Ran ran = runOn(form == 0 ? screen : pipe, words);
+      expectHarmless(ran, form == 0, Text::joined(words, " ") + ", form " + std::to_string(form));
+      if (form == 2 && ran.out.starts_with('{')) EXPECT_TRUE(json::accept(ran.out)) << ran.out;
+      if (form != 0 || everyText) continue;
+      for (const std::string& line : Text::split(TextStyle::plain(ran.out), '\n')) {
+        bool copied = line.starts_with("Next: ") || line.find("kestu ") != std::string::npos;
+        EXPECT_TRUE(copied || Text::columns(line) <= 60) << Text::joined(words, " ") << ": " << line;
+      }
+    }
+  }
+};
+
+TEST_P(HostileText, DoesNoHarm) {
+  for (const SomeCommand& command : everyCommand()) {
+    if (command.path.substr(0, command.path.find(' ')) != GetParam()) continue;
+    tried(command, false);
+    tried(command, true);
+  }
+  for (const char* family : {"status", "whoami", "apps", "kit", "builds", "versions", "metadata", "assets", "release",
+                             "submit", "events", "prices", "offer-codes", "doctor"}) {
+    if (family == GetParam()) EXPECT_GT(shown, 0) << "nothing of it was shown";
+  }
+}
+
+std::vector<std::string> families() {
+  std::vector<std::string> words;
+  for (const CommandRow& row : commandRows()) words.emplace_back(row.word);
+  return words;
+}
+INSTANTIATE_TEST_SUITE_P(All, HostileText, testing::ValuesIn(families()), [](const auto& each) {
+  std::string name = each.param;
+  std::erase(name, '-');
+  return name;
+});
+
+class LongText : public HostileText {};
+
+/// One line of a megabyte, with blanks to break it at and without.
+TEST_P(LongText, TakesNoLongTime) {
+  lay();
+  for (const Words& words : {Words{"status"}, {"kit", "flags", "list"}, {"apps"}, {"builds", "list"}, {"whoami"}}) {
+    for (bool terminal : {true, false}) {
+      SCOPED_TRACE(words.back());
+      std::string text;
+      while (text.size() < 1'000'000) text += GetParam();
+      bool done = false; // one of the texts alone
+      serve(
+          [&](const std::string& key) {
+            return (key == "name" || key == "message" || key == "notes") && !std::exchange(done, true);
+          },
+          text);
+      FakeTerminal screen(60), pipe;
+      std::clock_t begun = std::clock();
+      Ran ran = runOn(terminal ? screen : pipe, words);
+      EXPECT_LT((std::clock() - begun) / CLOCKS_PER_SEC, 30);
+      EXPECT_EQ(harm(ran.out.substr(0, 100'000), terminal), "");
+    }
+  }
+}
+INSTANTIATE_TEST_SUITE_P(All, LongText, testing::Values("longer ", "x", "\x1B"));
+
+} // namespace
+} // namespace kestu::tests
