@@ -6,7 +6,9 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <map>
+#include <optional>
 #include <utility>
 
 namespace kestu::sandbox::PricePoints {
@@ -75,17 +77,16 @@ std::vector<Amount> whole(Amount scale) {
   return points;
 }
 
-// The point that is nearest to the amount, and lies where `fits` says.
+// Of ascending points the one that is nearest to the amount, the lower of two, and lies where `fits` says.
 template <class Fits>
 std::optional<Amount> nearest(const std::vector<Amount>& points, double amount, Fits fits) {
-  std::optional<Amount> best;
-  for (const Amount point : points) {
-    if (!fits(point)) continue;
-    if (!best || std::abs(static_cast<double>(point) - amount) < std::abs(static_cast<double>(*best) - amount)) {
-      best = point;
-    }
-  }
-  return best;
+  const auto middle = std::lower_bound(points.begin(), points.end(), amount,
+                                       [](Amount point, double wanted) { return static_cast<double>(point) < wanted; });
+  const auto above = std::find_if(middle, points.end(), fits);
+  const auto below = std::find_if(std::make_reverse_iterator(middle), points.rend(), fits);
+  if (above == points.end()) return below == points.rend() ? std::nullopt : std::optional(*below);
+  if (below == points.rend()) return *above;
+  return static_cast<double>(*above) - amount < amount - static_cast<double>(*below) ? *above : *below;
 }
 
 bool endsAs00(Amount price) { return price % 100 == 0; }

@@ -151,12 +151,11 @@ Ended run(World& world, const std::filesystem::path& program, const std::vector<
   std::vector<std::string> all = {program.empty() ? executablePath().value().string() : program.string()};
   if (program.empty()) all.emplace_back("--as-kestu");
   all.insert(all.end(), words.begin(), words.end());
-  std::vector<std::string> variables = {"PATH=/usr/bin:/bin",
-                                        "TZ=UTC",
-                                        "HOME=" + world.home().string(),
+  std::vector<std::string> variables = {"PATH=/usr/bin:/bin", "TZ=UTC", "HOME=" + world.home().string(),
                                         "TMPDIR=" + world.temporary().string(),
-                                        "KESTU_API_URL=" + world.server.origin(),
-                                        "KESTU_TOKEN=" + world.token};
+                                        // Apart from what has to be the same afterwards: lists for completing words.
+                                        "XDG_CACHE_HOME=" + (world.folder.path() / "cache").string(),
+                                        "KESTU_API_URL=" + world.server.origin(), "KESTU_TOKEN=" + world.token};
   variables.insert(variables.end(), world.variables.begin(), world.variables.end());
   running->begin([&] { return Start(world).process(all, variables); });
   Ended ended;
