@@ -70,8 +70,8 @@ void runCreate(Context& context, const FlagOptions& given) {
   KitApp app = KitApp::resolve(options.app, std::nullopt, context);
   for (const KitFlag& flag : fetchKitFlags(app.client, app.app.appId).value) {
     if (flag.key != options.key) continue;
-    throw CLIError(Kind::failed, "KestuKit has a flag " + printable(flag.key) + " for the app already.\n" +
-                                     next("set", options, " <option>").substr(1));
+    throw CLIError(Kind::failed, "KestuKit has a flag " + printable(flag.key) +
+                                     " for the app already.\nNext: kestu kit flags list" + appWords(options.app));
   }
   bool on = options.edit.on.value_or(false);
   KitChange change;

@@ -141,7 +141,7 @@ TEST_F(Kit, ChangesFlags) {
             0,
             "✓ Made the flag limit: number -2.50, on for 12.5%.\n",
             R"({"key":"limit","on":true,"rollout":12.5,"type":"number","value":-2.50})"},
-           {{"create", "new-radar", "--yes"}, 1, "already.\nNext: kestu kit flags set <option> new-radar\n", ""},
+           {{"create", "new-radar", "--yes"}, 1, "already.\nNext: kestu kit flags list\n", ""},
            {{"set", "welcome-text", "--value", "Hi", "--yes"},
             0,
             "✓ Changed the flag welcome-text: it's off now.\n",
