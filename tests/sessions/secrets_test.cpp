@@ -261,7 +261,8 @@ TEST_F(SecretsTest, ReachATokensNewHolderAlone) {
 
 /// Where a crash would leave a core, the program as it was built.
 TEST_F(SecretsTest, AreNotLeftBehindByACrash) {
-  variables.set("ASAN_OPTIONS", "handle_segv=0:handle_abort=0"); // a sanitizer would end it in its own way
+  // A sanitizer would end it in its own way.
+  for (const char* name : {"ASAN_OPTIONS", "TSAN_OPTIONS"}) variables.set(name, "handle_segv=0:handle_abort=0");
   for (int signal : {SIGSEGV, SIGABRT, SIGQUIT, SIGTERM, SIGKILL}) {
     for (const Words& words : {Words{"metadata", "push", "1.2", "--yes", "--no-check"}, Words{"apps"}}) {
       SCOPED_TRACE(words.front() + " " + std::to_string(signal));
