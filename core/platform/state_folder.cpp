@@ -6,8 +6,7 @@ namespace kestu {
 
 namespace {
 
-/// A folder of the XDG base directory specification, or where there is no such variable its place below the home
-/// folder.
+/// A base directory as XDG has it, or where there is no such variable its place below the home folder.
 std::optional<std::filesystem::path> folder(const Environment& environment, std::string_view variable,
                                             const std::filesystem::path& belowHome) {
   std::filesystem::path given = environment.get(variable).value_or("");
