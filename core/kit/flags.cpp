@@ -74,7 +74,9 @@ JSONData value(const std::string& type, const std::string& typed, const std::str
   try {
     JSONValue parsed = JSONValue::parse(typed);
     if (isNumber) static_cast<void>(parsed.number());
-    JSONData data = isNumber ? JSONData::decimal(Text::trimmed(typed)) : JSONData::copied(parsed);
+    std::string number = Text::trimmed(typed);
+    if (number == "-0") number = "0"; // as every reader of JSON without decimals takes it
+    JSONData data = isNumber ? JSONData::decimal(number) : JSONData::copied(parsed);
     if (data.isNull()) throw wrong(needs);
     return data;
   } catch (const JSONError&) {

@@ -71,6 +71,17 @@ std::optional<std::string> textIn(const JSONData& object, std::string_view key) 
   return ListingFile::value(*found->text());
 }
 
+/// Without the white space and byte order marks that it begins with: a file written from them would lose them, too.
+std::string_view fromFirstLetter(std::string_view text) {
+  constexpr char32_t mark = 0xFEFF;
+  while (!text.empty()) {
+    UTF8::Decoded first = UTF8::decode(text, 0);
+    if (first.value != mark && !UTF8::isWhiteSpace(first.value)) break;
+    text.remove_prefix(first.length);
+  }
+  return text;
+}
+
 JSONData textOrNull(const std::optional<std::string>& value) { return value ? JSONData(*value) : JSONData(); }
 
 } // namespace
@@ -82,8 +93,7 @@ CLIError malformed(const std::string& path, const std::string& message) {
 }
 
 std::optional<std::string> value(std::string_view text) {
-  if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
-  std::string trimmed = Text::trimmed(text);
+  std::string trimmed = Text::trimmed(fromFirstLetter(text));
   if (trimmed.empty()) return std::nullopt;
   std::string result;
   result.reserve(trimmed.size());

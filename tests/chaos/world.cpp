@@ -68,8 +68,9 @@ json dump(sandbox::State& state) {
   }
   for (const auto& build : state.testFlight.builds) {
     if (build.appId != 1234567890) continue;
-    value["builds"][build.platform + " " + build.version + " (" + build.number + ")"].push_back(
-        {{"state", build.state}, {"md5", build.md5}, {"notes", build.notes}});
+    const std::string title = build.platform + " " + build.version + " (" + build.number + ")";
+    value["builds"][title].push_back({{"state", build.state}, {"md5", build.md5}});
+    value["notes"][title] = build.notes; // sent language by language
   }
   for (const auto& product : state.prices.products) {
     value["prices"][std::to_string(product.appId) + product.productId] = {{"base", product.base}, {"own", product.own}};
