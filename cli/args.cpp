@@ -1,28 +1,63 @@
 #include "cli/args.hpp"
 
 #include "cli/words.hpp"
+#include "core/support/error.hpp"
 #include "core/support/printable_ascii.hpp"
+#include "core/support/text.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <exception>
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace kestu {
 
 namespace {
 
-void declare(const Command& command, CLI::App& app) {
+/// Values as they come, and what is wrong with them: all of it is told at once.
+class Given {
+ public:
+  void take(const std::function<void(const std::string&)>& set, const std::string& value) {
+    try {
+      set(value);
+    } catch (const UsageError& error) {
+      add(error.what());
+    } catch (const CLIError& error) {
+      if (error.kind != CLIError::Kind::usage) throw;
+      add(error.description);
+    }
+  }
+  void add(const std::string& fault) {
+    if (wrong_.empty()) first_ = std::current_exception();
+    if (std::find(wrong_.begin(), wrong_.end(), fault) == wrong_.end()) wrong_.push_back(fault);
+  }
+  void settle(const Command& command) const {
+    if (wrong_.size() == 1 && first_) std::rethrow_exception(first_);
+    if (!wrong_.empty()) misused(command, Text::joined(wrong_, "\n"));
+  }
+
+ private:
+  std::vector<std::string> wrong_;
+  std::exception_ptr first_;
+};
+
+void declare(const Command& command, CLI::App& app, Given& given) {
   app.set_help_flag();
   app.set_help_all_flag();
   for (const Option& option : command.options) {
     std::string names;
     for (const std::string& name : option.names) names += (names.empty() ? "" : ",") + name;
     if (option.value.empty()) {
-      app.add_flag_callback(names, [&option] { option.set(""); });
+      app.add_flag_callback(names, [&option, &given] { given.take(option.set, ""); });
     } else {
       app.add_option_function<std::vector<std::string>>(names,
-                                                        [&option](const std::vector<std::string>& values) {
-                                                          for (const std::string& value : values) option.set(value);
+                                                        [&option, &given](const std::vector<std::string>& values) {
+                                                          for (const std::string& value : values) {
+                                                            given.take(option.set, value);
+                                                          }
                                                         })
           ->expected(1)
           ->allow_extra_args(false)
@@ -36,17 +71,18 @@ bool asksForHelp(const std::vector<std::string>& arguments) {
   return std::any_of(arguments.begin(), end, [](const std::string& word) { return word == "--help" || word == "-h"; });
 }
 
-void takeArguments(const Command& command, const std::vector<std::string>& words) {
+void takeArguments(const Command& command, const std::vector<std::string>& words, Given& given) {
   std::size_t next = 0;
   for (const std::string& word : words) {
     if (next == command.arguments.size()) {
-      misused(command, "Nothing is expected at " + shown(word) + "." + didYouMean(word, subcommandWords(command)));
+      given.add("Nothing is expected at " + shown(word) + "." + didYouMean(word, subcommandWords(command)));
+      break;
     }
-    command.arguments[next++].set(word);
+    given.take(command.arguments[next++].set, word);
   }
   for (; next < command.arguments.size(); ++next) {
-    if (command.arguments[next].required)
-      misused(command, "Missing <" + command.arguments[next].name + ">: " + command.arguments[next].help);
+    const Argument& argument = command.arguments[next];
+    if (argument.required) given.add("Missing <" + argument.name + ">: " + argument.help);
   }
 }
 
@@ -63,10 +99,12 @@ Parsed parse(const Command& root, const std::vector<std::string>& arguments) {
   const Command& command = *words.command;
   if (command.takesAnything) return {&command, false};
   CLI::App app;
-  declare(command, app);
+  Given given;
+  declare(command, app, given);
   try {
     app.parse(std::vector<std::string>(words.options.rbegin(), words.options.rend()));
-    takeArguments(command, words.arguments);
+    takeArguments(command, words.arguments, given);
+    given.settle(command);
     if (command.validate) command.validate();
   } catch (const UsageError& error) {
     if (std::string(error.what()).find("\n\nUsage: ") != std::string::npos) throw;
