@@ -174,7 +174,7 @@ void JobWaitOptions::declare(Command& command) {
                     int minutes = -1;
                     auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), minutes);
                     if (error != std::errc() || end != value.data() + value.size() || minutes < 0 || minutes > aWeek) {
-                      throw UsageError("--timeout is a number of minutes from 0 to " + Format::number(aWeek) +
+                      return wrong.add("--timeout is a number of minutes from 0 to " + Format::number(aWeek) +
                                        ", not " + printable(value) + ".");
                     }
                     limit = std::chrono::minutes(minutes);
@@ -184,8 +184,16 @@ void JobWaitOptions::declare(Command& command) {
                   false});
 }
 
+void JobWaitOptions::check(bool noWait, Faults& faults) const {
+  faults.add(wrong.all);
+  if (limitGiven && !wait) faults.add("--timeout goes with --wait.");
+  if (wait && noWait) faults.add("--wait and --no-wait: one or the other.");
+}
+
 void JobWaitOptions::requireSensible() const {
-  if (limitGiven && !wait) throw UsageError("--timeout goes with --wait.");
+  Faults faults;
+  check(false, faults);
+  if (!faults.all.empty()) throw UsageError(Text::joined(faults.all, "\n"));
 }
 
 Response<StoreJob> followJob(Context& context, const Client& client, const std::string& appPath, const std::string& id,
@@ -219,6 +227,11 @@ Response<StoreJob> followJob(Context& context, const Client& client, const std::
 
 Response<ChangeAnswer> plannedChange(const Client& client, const ChangeRequest& request, Console& console) {
   return console.during([&] { return ChangeFlow::send(client, request, true, false, nullptr); });
+}
+
+void tellPlanned(Context& context, const ChangeOptions& options, ProposedChange change, const std::string& body) {
+  change.lines = change.title + (change.lines.empty() ? "" : "\n" + change.lines);
+  options.tellDryRun(context, change, body);
 }
 
 void sendJob(Context& context, const JobPlace& place, const ChangeOptions& options, const JobWaitOptions& waiting,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/faults.hpp"
 #include "cli/options.hpp"
 #include "core/changes/job_follow.hpp"
 #include "core/changes/store_job.hpp"
@@ -24,9 +25,12 @@ struct JobWaitOptions {
   bool wait = false;
   std::chrono::minutes limit{240};
   bool limitGiven = false;
+  Faults wrong;
 
   void declare(Command& command);
-  void requireSensible() const; ///< --timeout goes with --wait; a UsageError
+  /// What is wrong with them, also beside the --no-wait of a change.
+  void check(bool noWait, Faults& faults) const;
+  void requireSensible() const; ///< a UsageError
 };
 
 /// A change that the service applies country by country, once it is confirmed.
@@ -46,6 +50,9 @@ struct JobPlace {
 
 /// What the service would make of a change; nothing is kept there.
 Response<ChangeAnswer> plannedChange(const Client& client, const ChangeRequest& request, Console& console);
+
+/// A dry run's end, `body` being the service's answer: the title too, as a plan's lines are no use without it.
+void tellPlanned(Context& context, const ChangeOptions& options, ProposedChange change, const std::string& body);
 
 /// Sends it, waits for its decision, says how to follow and undo the job that it became, and with --wait follows it.
 void sendJob(Context& context, const JobPlace& place, const ChangeOptions& options, const JobWaitOptions& waiting,

@@ -3,14 +3,15 @@
 #include "cli/context.hpp"
 #include "cli/families.hpp"
 #include "cli/offers/offers.hpp"
+#include "cli/prices/typed_values.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
-#include "core/pricing/region_words.hpp"
-#include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
+#include <set>
 
 namespace kestu {
 
@@ -20,17 +21,14 @@ namespace {
 
 using Kind = CLIError::Kind;
 
-struct ListOptions : TableOptions {
-  AppTarget app;
-  std::optional<std::string> product;
+struct ListOptions : OfferListOptions {
   bool all = false;
 };
 
 std::string listText(const IntroOffers& offers, const ListOptions& options, Context& context) {
   if (offers.subscriptions.empty()) return "The app has no subscriptions, and introductory offers are theirs alone.";
   const Console& console = context.console;
-  std::string today = Moments::iso8601(context.clock.now()).substr(0, 10);
-  std::string text = offers.text(options.all, today, console.style(), console.width());
+  std::string text = offers.text(options.all, TypedValues::today(context), console.style(), console.width());
   const auto& all = offers.subscriptions;
   auto bare = std::find_if(all.begin(), all.end(), [](const auto& each) { return each.offers.empty(); });
   if (bare == all.end()) return text;
@@ -39,11 +37,7 @@ std::string listText(const IntroOffers& offers, const ListOptions& options, Cont
 }
 
 void runList(Context& context, const ListOptions& options) {
-  Client client = context.signedIn();
-  std::string path = AppOnPlatform::resolve(client, options.app, std::nullopt, context).path;
-  Query query;
-  if (options.product) query.emplace_back("product", *options.product);
-  auto offers = client.get(path + "/intro-offers", query, IntroOffers::read);
+  auto offers = options.fetch(context, "/intro-offers", IntroOffers::read);
   options.write(context.console, offers.body, offers.value.table(), listText(offers.value, options, context));
 }
 
@@ -53,33 +47,47 @@ struct DeleteOptions : ChangeOptions {
   JobWaitOptions waiting;
 };
 
-/// Those in the countries given, in all without any.
-std::vector<IntroOffer> chosen(const IntroSubscription& there, const std::vector<std::string>& countries) {
+/// What goes: the offers in the countries given, in all without any.
+struct Removal {
   std::vector<IntroOffer> offers;
-  for (const IntroOffer& each : there.offers) {
-    if (countries.empty() || std::find(countries.begin(), countries.end(), each.price.storefront) != countries.end()) {
-      offers.push_back(each);
-    }
-  }
-  if (!offers.empty()) return offers;
-  throw CLIError(Kind::notFound, printable(there.product) + " has no introductory offer" +
-                                     (countries.empty() ? "" : " in " + Format::someCountries(countries, true)) +
-                                     ". Nothing sent.");
-}
+  std::vector<std::string> countries; ///< theirs, each once
+  std::vector<std::string> without;   ///< those given in which there is none
 
-ProposedChange removal(const IntroSubscription& there, const std::vector<IntroOffer>& offers, const std::string& app,
-                       const std::string& today, const Console& console) {
-  IntroOffers shown{{{there.product, there.productName, there.period, offers}}};
+  Removal(const IntroSubscription& there, const std::vector<std::string>& given) {
+    std::set<std::string> codes;
+    for (const IntroOffer& each : there.offers) {
+      const std::string& code = each.price.storefront;
+      if (!given.empty() && std::find(given.begin(), given.end(), code) == given.end()) continue;
+      offers.push_back(each);
+      codes.insert(code);
+    }
+    countries.assign(codes.begin(), codes.end());
+    std::set_difference(given.begin(), given.end(), codes.begin(), codes.end(), std::back_inserter(without));
+    if (!offers.empty()) return;
+    throw CLIError(Kind::notFound, printable(there.product) + " has no introductory offer" +
+                                       (given.empty() ? "" : " in " + Format::firstCountries(given)) +
+                                       ". Nothing sent.");
+  }
+};
+
+ProposedChange proposed(const IntroSubscription& there, const Removal& removal, const std::string& app,
+                        const std::string& today, const Console& console) {
+  IntroOffers shown{{{there.product, there.productName, there.period, removal.offers}}};
   ProposedChange change;
   change.title = app + ": take off these introductory offers, after your approval. Nobody gets one there any more; "
                        "those who have it keep it to its end.";
   change.lines = shown.text(false, today, console.style(), console.width());
-  for (const IntroOffer& each : offers) {
+  if (!removal.without.empty()) {
+    change.lines +=
+        "\n" + TextStyle::wrap("! There is none to take off in " + Format::firstCountries(removal.without) + ".",
+                               console.width());
+  }
+  for (const IntroOffer& each : removal.offers) {
     std::string from = Format::introTerms(each.terms);
     if (!each.terms.isFree()) from = each.price.amount() + " " + each.price.currency + ", " + from;
     change.items.push_back({each.price.storefront, "introductory offer", from, std::nullopt});
   }
-  std::string count = Format::countries(static_cast<std::int64_t>(offers.size()));
+  std::string count = Format::countries(static_cast<std::int64_t>(removal.countries.size()));
   change.would = "Dry run: would take off the introductory offers of " + printable(there.product) + " in " + count +
                  ", after your approval.";
   change.done = "✓ Took off the introductory offers of " + printable(there.product) + " in " + count + ".";
@@ -89,9 +97,9 @@ ProposedChange removal(const IntroSubscription& there, const std::vector<IntroOf
 void runDelete(Context& context, const DeleteOptions& options) {
   Faults faults;
   needProduct(options.product, faults);
-  if (options.waiting.wait && options.noWait) faults.add("--wait and --no-wait: one or the other.");
+  options.waiting.check(options.noWait, faults);
   std::vector<std::string> countries;
-  if (options.countries) faults.collect([&] { countries = RegionWords::storefronts(*options.countries); });
+  if (options.countries) countries = countriesGiven(*options.countries, faults);
   faults.settle(context.console);
   Client client = context.signedIn();
   auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
@@ -99,12 +107,14 @@ void runDelete(Context& context, const DeleteOptions& options) {
   auto all = client.get(app.path + "/intro-offers", query, IntroOffers::read).value;
   const IntroSubscription* there = all.find(*options.product);
   if (!there) throw notUnderstood();
-  auto offers = chosen(*there, countries);
-  if (!countries.empty()) query.emplace_back("countries", Text::joined(countries, ","));
+  Removal removal(*there, countries);
+  if (!countries.empty()) query.emplace_back("countries", Text::joined(removal.countries, ","));
   ChangeRequest request{"DELETE", app.path + "/intro-offers", query, std::nullopt};
-  std::string today = Moments::iso8601(context.clock.now()).substr(0, 10);
-  ProposedChange proposal = removal(*there, offers, app.appTitle(), today, context.console);
-  if (options.dryRun) return options.send(context, client, request, proposal);
+  ProposedChange proposal = proposed(*there, removal, app.appTitle(), TypedValues::today(context), context.console);
+  if (options.dryRun) {
+    auto plan = plannedChange(client, request, context.console);
+    return tellPlanned(context, options, proposal, plan.body);
+  }
   options.confirm(context, proposal);
   JobChange change{request,
                    "● Kestu takes off the introductory offers of " + printable(*options.product) +
@@ -119,8 +129,7 @@ void addList(Command& group) {
   auto options = std::make_shared<ListOptions>();
   declareProduct(command, options->product, "One subscription alone. All of the app's when left out.");
   command.flag({"--all"}, options->all, "List every country, not only the top markets.");
-  options->app.declare(command);
-  options->TableOptions::declare(command);
+  options->OfferListOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
   command.example("", "Every subscription's offers.");
   command.example("--product pro.yearly --all", "One subscription's, country by country.");
@@ -140,7 +149,6 @@ void addDelete(Command& group) {
   options->waiting.declare(command);
   options->app.declare(command);
   options->ChangeOptions::declare(command);
-  command.validate = [options] { options->waiting.requireSensible(); };
   command.run = [options](Context& context) { runDelete(context, *options); };
   command.needs({"--product"});
   command.example("--product pro.yearly --dry-run", "What would go; nothing is sent.");

@@ -7,7 +7,6 @@
 #include "core/pricing/pricing_file.hpp"
 #include "core/pricing/storefronts.hpp"
 #include "core/project/project.hpp"
-#include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -28,35 +27,28 @@ struct CreateOptions : ChangeOptions {
   JobWaitOptions waiting;
 };
 
-std::string dayOf(Moment moment) { return Moments::iso8601(moment).substr(0, 10); }
-
-/// All that can be told without asking anybody.
-NewOffer offerOf(const CreateOptions& options, Moment now, Console& console) {
-  Faults faults;
+/// All that can be told of the options without asking anybody.
+NewOffer offerOf(const CreateOptions& options, const std::string& today, Faults& faults) {
   NewOffer offer;
   needProduct(options.product, faults);
-  if (options.waiting.wait && options.noWait) faults.add("--wait and --no-wait: one or the other.");
   offer.terms = options.terms.given(faults);
-  if (offer.terms->mode.empty()) {
-    offer.pricing.overrides = {};
-  } else {
-    offer.pricing = options.pricing.given(offer.terms->isFree(), faults);
-  }
+  bool known = !offer.terms->mode.empty();
+  offer.pricing = options.pricing.given(known ? std::optional(offer.terms->isFree()) : std::nullopt, faults);
   faults.collect([&] {
-    offer.from = TypedValues::dayFrom(options.from, now);
+    offer.from = TypedValues::dayFrom(options.from, today);
     if (offer.from == "soonest") offer.from.reset();
   });
-  faults.collect([&] { offer.until = TypedValues::dayUntil(options.until, offer.from, now); });
-  faults.settle(console);
+  faults.collect([&] { offer.until = TypedValues::lastDay(options.until, offer.from, today); });
+  options.waiting.check(options.noWait, faults);
   offer.all = options.all;
   offer.field = "introductory offer";
-  offer.subject = "the introductory offer of " + printable(*options.product);
+  offer.subject = "the introductory offer of " + printable(options.product.value_or(""));
   return offer;
 }
 
 /// Below what was typed goes what the repository's file says of the subscription's offers.
-void addFile(NewOffer& offer, const ProductPrices& file) {
-  std::size_t typed = offer.pricing.overrides.size();
+void addFile(NewOffer& offer, const ProductPrices& file, const std::string& product) {
+  PriceOverrides typed = offer.pricing.overrides;
   PriceOverrides counting = file.overrides;
   if (offer.terms->isFree()) {
     std::erase_if(counting, [](const auto& each) { return each.second.kind != PriceOverride::Kind::keep; });
@@ -64,42 +56,65 @@ void addFile(NewOffer& offer, const ProductPrices& file) {
     offer.pricing.landing = file.landing;
   }
   offer.pricing.underlay(counting);
-  std::vector<std::string> wrong = offer.pricing.faults();
-  for (std::string& fault : wrong) fault = std::string(PricingFile::path) + ": " + fault;
+  offer.fromFile = offer.pricing.overrides;
+  std::erase_if(offer.fromFile, [&](const auto& each) { return typed.contains(each.first); });
+  std::vector<std::string> wrong = PricingFile::faultsAtIntro(product, offer.pricing.faults());
   if (!wrong.empty()) throw CLIError(Kind::usage, Text::joined(wrong, "\n"));
-  if (std::size_t count = offer.pricing.overrides.size() - typed; count > 0) {
-    offer.notes.push_back(Format::countries(static_cast<std::int64_t>(count)) + " from " +
+  if (!offer.fromFile.empty()) {
+    offer.notes.push_back(Format::countries(static_cast<std::int64_t>(offer.fromFile.size())) + " from " +
                           std::string(PricingFile::path) + ".");
   }
   const auto& all = Storefronts::all();
   if (std::none_of(all.begin(), all.end(),
                    [&](const auto& each) { return offer.pricing.reaches(std::string(each.code)); })) {
-    throw CLIError(Kind::usage, "Every country that it is for is kept as it is, so there's nothing to make.");
+    throw CLIError(Kind::usage, "Every country that it is for is kept as it is" +
+                                    (offer.fromFile.empty() ? "" : ", by " + std::string(PricingFile::path) + " too") +
+                                    ", so there's nothing to make.");
   }
 }
 
-void requireRoom(const NewOffer& offer, const IntroSubscription& there, const AppTarget& app,
-                 const std::string& today) {
-  std::vector<std::string> taken;
-  for (const IntroOffer& each : there.offers) {
-    if (offer.pricing.reaches(each.price.storefront) && each.meets(offer.from.value_or(today), offer.until)) {
-      taken.push_back(each.price.storefront);
+/// The offers that a new one would meet.
+struct InTheWay {
+  std::vector<std::string> countries; ///< each once, in order
+  std::optional<std::string> lastDay; ///< of all of them, where all of them end
+
+  InTheWay(const NewOffer& offer, const IntroSubscription& there, const std::string& today) {
+    bool end = true;
+    for (const IntroOffer& each : there.offers) {
+      bool meets = each.meets(offer.from.value_or(today), offer.until);
+      if (!meets || !offer.pricing.reaches(each.price.storefront)) continue;
+      countries.push_back(each.price.storefront);
+      end = end && each.endsOn;
+      lastDay = std::max(lastDay, each.endsOn);
     }
+    if (!end) lastDay.reset();
+    std::sort(countries.begin(), countries.end());
+    countries.erase(std::unique(countries.begin(), countries.end()), countries.end());
   }
-  if (taken.empty()) return;
-  std::sort(taken.begin(), taken.end());
-  taken.erase(std::unique(taken.begin(), taken.end()), taken.end());
-  bool everywhere = taken.size() >= Storefronts::all().size();
-  std::vector<std::string> codes;
-  for (const std::string& code : taken) codes.push_back(printable(code));
-  std::string list = Text::joined(codes, ",");
-  throw CLIError(Kind::failed, printable(there.product) + " has an introductory offer in that time already in " +
-                                   Format::someCountries(taken, false) + ", and a country has one at a time. " +
-                                   (everywhere ? "Let this one start later, or take that one off"
-                                               : "Leave them out with --keep " + list + ", or take theirs off") +
-                                   " first:\nkestu intro-offers delete" + ofApp(app) + " --product " +
-                                   Format::shellWord(printable(there.product)) +
-                                   (everywhere ? "" : " --countries " + list));
+};
+
+void requireRoom(const InTheWay& taken, const std::string& product, const AppTarget& app) {
+  if (taken.countries.empty()) return;
+  constexpr std::size_t few = 12;
+  bool everywhere = taken.countries.size() >= Storefronts::all().size();
+  bool one = taken.countries.size() == 1;
+  std::vector<std::string> ways;
+  if (!everywhere) ways.push_back(std::string("leave ") + (one ? "it" : "them") + " out with --keep");
+  if (taken.lastDay) ways.push_back("let this one start after " + Format::day(printable(*taken.lastDay)));
+  ways.push_back(std::string("take ") + (everywhere || one ? "that one" : "theirs") + " off first");
+  std::string text = Text::orList(ways);
+  text.front() = text.front() == 'l' ? 'L' : 'T';
+  std::string words = ofApp(app) + " --product " + Format::shellWord(printable(product));
+  if (!everywhere && taken.countries.size() > few) {
+    text += " with kestu intro-offers delete.\nNext: kestu intro-offers list" + words + " --all";
+  } else {
+    std::vector<std::string> codes;
+    for (const std::string& code : taken.countries) codes.push_back(printable(code));
+    text += ":\nkestu intro-offers delete" + words + (everywhere ? "" : " --countries " + Text::joined(codes, ","));
+  }
+  throw CLIError(Kind::failed, printable(product) + " has an introductory offer in that time already in " +
+                                   Format::firstCountries(taken.countries) + ", and a country has one at a time. " +
+                                   text);
 }
 
 /// What only the service knows of the subscription: its kind, its period and what is there already.
@@ -118,12 +133,9 @@ StorePrices settleWith(NewOffer& offer, const Client& client, const AppOnPlatfor
   if (offer.terms->duration.empty()) offer.terms->duration = offer.period;
   std::vector<std::string> wrong;
   if (std::string fault = Offers::faultFor(*offer.terms, there->period); !fault.empty()) wrong.push_back(fault);
-  for (std::string& each :
-       prices.centsFaults(offer.pricing.price, offer.pricing.country.value_or("us"), offer.pricing.overrides)) {
-    wrong.push_back(std::move(each));
-  }
+  for (std::string& each : offer.settleCountries(prices, product)) wrong.push_back(std::move(each));
   if (!wrong.empty()) throw CLIError(Kind::usage, Text::joined(wrong, "\n"));
-  requireRoom(offer, *there, options.app, today);
+  requireRoom(InTheWay(offer, *there, today), product, options.app);
   return prices;
 }
 
@@ -138,29 +150,30 @@ JSONData bodyOf(const NewOffer& offer, const std::string& product) {
 }
 
 void runCreate(Context& context, const CreateOptions& options) {
-  Moment now = context.clock.now();
-  NewOffer offer = offerOf(options, now, context.console);
-  ProductPrices file = PricingFile::read(Project::root(context.folder)).introOffers(*options.product);
-  addFile(offer, file);
+  std::string today = TypedValues::today(context);
+  Faults faults;
+  NewOffer offer = offerOf(options, today, faults);
+  ProductPrices file;
+  faults.also(
+      [&] { file = PricingFile::read(Project::root(context.folder)).introOffers(options.product.value_or("")); });
+  faults.settle(context.console);
+  addFile(offer, file, *options.product);
   tellUnread(context.console, std::string(PricingFile::introKey) + ": " + *options.product, file);
   Client client = context.signedIn();
   auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
-  StorePrices prices = settleWith(offer, client, app, options, dayOf(now));
+  StorePrices prices = settleWith(offer, client, app, options, today);
   offer.title = app.appTitle() + ", " + printable(*options.product);
   ChangeRequest request{"POST", app.path + "/intro-offers", offer.pricing.landing.query(),
                         bodyOf(offer, *options.product).compact()};
   auto plan = plannedChange(client, request, context.console);
-  ProposedChange proposal =
-      proposed(offer, prices, PriceChangeLine::of(plan.value.details), dayOf(now), context.console);
-  if (options.dryRun) {
-    proposal.lines = proposal.title + (proposal.lines.empty() ? "" : "\n" + proposal.lines);
-    return options.tellDryRun(context, proposal, plan.body);
-  }
+  ProposedChange proposal = proposed(offer, prices, PriceChangeLine::of(plan.value.details), today, context.console);
+  if (options.dryRun) return tellPlanned(context, options, proposal, plan.body);
+  noteSameWaiting(context, client, app.path, plan.body, proposal);
   options.confirm(context, proposal);
   JobChange change{request,
                    "● Kestu makes " + offer.subject + ": " + offer.what(prices) +
                        ", country by country, as your key's hour allows.",
-                   proposal.done, offer.from && *offer.from > dayOf(now)};
+                   proposal.done, offer.from && *offer.from > today};
   sendJob(context, {client, app.path, options.app}, options, options.waiting, introJobs, change);
 }
 
@@ -182,12 +195,13 @@ void addIntroOffersCreate(Command& group) {
   options->pricing.declareKeep(command);
   declareWord(command, "--from", "date", "The day it starts, as 2026-12-01; as soon as it's made when left out.",
               options->from);
-  declareWord(command, "--until", "date", "Its last day, as 2026-12-26; without an end when left out.", options->until);
+  declareWord(command, "--until", "date",
+              "Its last day, as 2026-12-26, which may be the first one too; without an end when left out.",
+              options->until);
   command.flag({"--all"}, options->all, "List every country's price, not only the top markets'.");
   options->waiting.declare(command);
   options->app.declare(command);
   options->ChangeOptions::declare(command);
-  command.validate = [options] { options->waiting.requireSensible(); };
   command.run = [options](Context& context) { runCreate(context, *options); };
   command.needs({"--product"});
   command.needs({"--mode"});

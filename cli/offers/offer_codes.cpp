@@ -16,17 +16,8 @@ namespace {
 
 using Kind = CLIError::Kind;
 
-struct ListOptions : TableOptions {
-  AppTarget app;
-  std::optional<std::string> product;
-};
-
-void runList(Context& context, const ListOptions& options) {
-  Client client = context.signedIn();
-  std::string path = AppOnPlatform::resolve(client, options.app, std::nullopt, context).path;
-  Query query;
-  if (options.product) query.emplace_back("product", *options.product);
-  auto all = client.get(path + "/offer-codes", query, OfferCodes::read);
+void runList(Context& context, const OfferListOptions& options) {
+  auto all = options.fetch(context, "/offer-codes", OfferCodes::read);
   std::string text = "No offers with codes yet: kestu offer-codes create <name> makes one.";
   if (!all.value.offers.empty()) text = Format::tableIn(all.value.table(context.console.style()), context.console);
   options.write(context.console, all.body, all.value.table(TextStyles(false)), text);
@@ -66,7 +57,7 @@ void runDeactivate(Context& context, const DeactivateOptions& options) {
                                        ": kestu offer-codes view" + offerWords(options.target.app, found.word) +
                                        " shows them.");
   }
-  if (!(batch ? batch->active : found.offer.active)) {
+  if (!found.offer.active || (batch && !batch->active)) {
     return tellUnchanged(context, options, "✓ It's off already: nothing sent.");
   }
   std::string what = batch ? batch->title() + " of " + found.about() : found.about();
@@ -79,17 +70,16 @@ void runDeactivate(Context& context, const DeactivateOptions& options) {
                                        : "It") +
                  " can't be redeemed any more; who redeemed one keeps it.";
   change.items = {{batch ? batch->batchId : found.offer.name, "on", "yes", "no"}};
-  change.would = "Dry run: would turn off " + what + " for good, after your approval.";
+  change.would = "Dry run: would turn off " + what + " in " + found.app.appTitle() + " for good, after your approval.";
   change.done = "✓ Turned off " + what + ".";
   options.make(context, found.client, request, change);
 }
 
 void addList(Command& group) {
   Command& command = group.add("list", "The offers that are had by codes, and the codes that each has.");
-  auto options = std::make_shared<ListOptions>();
+  auto options = std::make_shared<OfferListOptions>();
   declareProduct(command, options->product, "One in-app purchase's or subscription's alone. All when left out.");
-  options->app.declare(command);
-  options->TableOptions::declare(command);
+  options->OfferListOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
   command.example("", "Every offer that codes give.");
   command.example("--product pro.yearly -o csv", "One product's, for a spreadsheet.");

@@ -1,8 +1,8 @@
 #include "cli/offers/offer_codes.hpp"
+#include "cli/prices/typed_values.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/pricing/intro_offers.hpp"
-#include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 #include "core/support/utf8.hpp"
 
@@ -63,8 +63,9 @@ Asked askedOf(const CreateOptions& options, Console& console) {
   bool freeTrial = asked.offer.terms && asked.offer.terms->isFree();
   if (options.isFree && options.terms.any())
     faults.add("--free is an in-app purchase's, a subscription has --mode free.");
-  bool unreadable = asked.offer.terms && asked.offer.terms->mode.empty();
-  if (!unreadable) asked.offer.pricing = options.pricing.given(freeTrial || options.isFree, faults);
+  bool known = !asked.offer.terms || !asked.offer.terms->mode.empty();
+  asked.offer.pricing =
+      options.pricing.given(known ? std::optional(freeTrial || options.isFree) : std::nullopt, faults);
   if (options.eligibility) asked.eligibility = eligibilityOf(*options.eligibility, faults);
   faults.settle(console);
   asked.offer.all = options.all;
@@ -103,10 +104,7 @@ StorePrices settleWith(Asked& asked, const Client& client, const AppOnPlatform& 
                     std::string(prices.isSubscription() ? "a subscription" : "an in-app purchase") + " is of " +
                     Text::joined(Eligibility::words(prices.isSubscription()), ", ") + ".");
   }
-  const OfferPricing& pricing = asked.offer.pricing;
-  for (std::string& each : prices.centsFaults(pricing.price, pricing.country.value_or("us"), pricing.overrides)) {
-    wrong.push_back(std::move(each));
-  }
+  for (std::string& each : asked.offer.settleCountries(prices, product)) wrong.push_back(std::move(each));
   if (!wrong.empty()) throw CLIError(Kind::usage, Text::joined(wrong, "\n"));
   return prices;
 }
@@ -133,12 +131,9 @@ void runCreate(Context& context, const CreateOptions& options) {
                         bodyOf(asked, options).compact()};
   auto plan = plannedChange(client, request, context.console);
   Moment now = context.clock.now();
-  ProposedChange proposal = proposed(offer, prices, PriceChangeLine::of(plan.value.details),
-                                     Moments::iso8601(now).substr(0, 10), context.console);
-  if (options.dryRun) {
-    proposal.lines = proposal.title + (proposal.lines.empty() ? "" : "\n" + proposal.lines);
-    return options.tellDryRun(context, proposal, plan.body);
-  }
+  ProposedChange proposal =
+      proposed(offer, prices, PriceChangeLine::of(plan.value.details), TypedValues::today(context), context.console);
+  if (options.dryRun) return tellPlanned(context, options, proposal, plan.body);
   // By its ID: the name may be another product's too, or one that can't be typed.
   proposal.more = [&options, now](const JSONValue& answer) {
     auto id = answer.find("offerId");

@@ -197,7 +197,7 @@ ProposedChange proposalOf(const FoundOffer& found, const Wanted& wanted, const G
   std::string place = wanted.custom.value_or("one-time codes");
   change.items = {{place, "count", std::nullopt, std::to_string(wanted.count)}};
   if (wanted.expires) change.items.push_back({place, "expires on", std::nullopt, wanted.expires});
-  change.would = "Dry run: would make " + what + ", after your approval.";
+  change.would = "Dry run: would make " + what + ", in " + found.app.appTitle() + ", after your approval.";
   change.done = "✓ Made " + what + ".";
   if (wanted.custom) {
     change.done += "\nNext: kestu offer-codes view" + offerWords(options.target.app, found.word);
@@ -228,17 +228,31 @@ void deliver(Context& context, const FoundOffer& found, const std::string& batch
     throw;
   }
   if (options.codes.isStandardOutput()) return;
-  options.emitBody(context.console, answer.body,
-                   "✓ Wrote " + counted(count) + " to " + printable(*options.codes.to) +
-                       ". Each is worth an offer: keep the file to yourself.");
+  JSONData whole = JSONData::copied(JSONValue::parse(answer.body));
+  whole.set("count", static_cast<std::int64_t>(count)).set("file", *options.codes.to);
+  options.emit(context.console, whole,
+               "✓ Wrote " + counted(count) + " to " + printable(*options.codes.to) +
+                   ". Each is worth an offer: keep the file to yourself.");
+}
+
+/// Codes are made of an offer that is on, and a custom code once.
+void requireRoom(const FoundOffer& found, const Wanted& wanted, const GenerateOptions& options,
+                 const std::string& today) {
+  std::string about = "The" + found.about().substr(3);
+  if (!found.offer.active) throw CLIError(Kind::failed, about + " is off for good. Nothing sent.");
+  for (const CodeBatch& each : found.offer.batches) {
+    if (!wanted.custom || each.code != wanted.custom || !each.active || each.expiresOn.value_or(today) < today)
+      continue;
+    throw CLIError(Kind::failed, about + " has the code " + each.title() + " already. Nothing sent.\nNext: kestu " +
+                                     "offer-codes view" + offerWords(options.target.app, found.word));
+  }
 }
 
 void runGenerate(Context& context, const GenerateOptions& options) {
   Wanted wanted = wantedOf(options, context.clock.now(), context.console);
   options.codes.requireFree(context);
   FoundOffer found = FoundOffer::of(options.target, context);
-  if (!found.offer.active)
-    throw CLIError(Kind::failed, "The" + found.about().substr(3) + " is off for good. Nothing sent.");
+  requireRoom(found, wanted, options, TypedValues::today(context));
   JSONData body = JSONData::object({{"count", wanted.count}});
   body.setGiven("code", wanted.custom).setGiven("expiresOn", wanted.expires);
   ChangeRequest request{"POST", found.path + "/batches", {}, body.compact()};
@@ -294,6 +308,8 @@ void runDownload(Context& context, const DownloadOptions& options) {
   options.codes.requireFree(context);
   FoundOffer found = FoundOffer::of(options.target, context);
   const CodeBatch& batch = batchOf(found, options);
+  if (!found.offer.isOn(batch))
+    context.console.error("! They are off for good: these codes can't be redeemed any more.");
   std::size_t count = 0;
   try {
     count = writeCodes(context, found, batch.batchId, options.codes);
@@ -321,11 +337,12 @@ void addOfferCodesGenerate(Command& group) {
   auto options = std::make_shared<GenerateOptions>();
   options->target.declare(command);
   declareWord(command, "--count", "count",
-              "How many one-time codes, up to 25,000; with --custom how many times the code may be redeemed.",
+              "How many one-time codes, or with --custom how many times the code may be redeemed: up to 25,000.",
               options->count);
-  declareWord(command, "--expires", "date",
-              "Their last day, as 2026-12-26: 6 months ahead at most. A custom code's may be left out.",
-              options->expires);
+  declareWord(
+      command, "--expires", "date",
+      "Their last day, as 2026-12-26: of one-time codes 6 months ahead at most. A custom code's may be left out.",
+      options->expires);
   declareWord(command, "--custom", "code", "A code of your own, up to 64 letters and figures: SPRING26.",
               options->custom);
   options->codes.declare(command);

@@ -6,6 +6,7 @@
 #include "core/support/text.hpp"
 
 #include <charconv>
+#include <set>
 
 namespace kestu {
 
@@ -41,6 +42,21 @@ void declareWord(Command& command, const std::string& name, const std::string& v
 
 void needProduct(const std::optional<std::string>& product, Faults& faults) {
   if (!product) faults.add("--product names the subscription: kestu intro-offers list shows the app's.");
+}
+
+void OfferListOptions::declare(Command& command) {
+  app.declare(command);
+  TableOptions::declare(command);
+}
+
+std::vector<std::string> countriesGiven(const std::string& typed, Faults& faults) {
+  std::vector<std::string> codes;
+  std::set<std::string> twice;
+  faults.collect([&] { codes = RegionWords::storefronts(typed, &twice); });
+  if (!twice.empty()) {
+    faults.notes.push_back("! --countries names " + Text::joined({twice.begin(), twice.end()}, ", ") + " twice.");
+  }
+  return codes;
 }
 
 void OfferTermsOptions::declare(Command& command) {
@@ -87,7 +103,7 @@ void OfferPricingOptions::declare(Command& command) {
               "In place of a price: so much off each country's own price, landed on one of Apple's prices.", discount);
   declareWord(command, "--country", "country",
               "The one country whose price --price is: a storefront (se) or Apple's territory (SWE). The United States "
-              "when left out.",
+              "when left out, or the base country of what isn't sold there.",
               country);
   declareWord(command, "--countries", "countries",
               "The only countries it is for, separated by commas: countries (se,no), eu, eur or Apple's regions "
@@ -112,13 +128,14 @@ void OfferPricingOptions::declareKeep(Command& command) {
                   false});
 }
 
-OfferPricing OfferPricingOptions::given(bool isFree, Faults& faults) const {
+OfferPricing OfferPricingOptions::given(std::optional<bool> isFree, Faults& faults) const {
   OfferPricing pricing;
-  if (isFree && (price || discount || country || landing.landing.any() || !overrides.empty())) {
+  if (isFree == true &&
+      (price || discount || country || landing.landing.any() || !landing.wrong.all.empty() || !overrides.empty())) {
     faults.add("A free offer has no price: --price, --discount, --country, --override and how a price lands go without "
                "it.");
   }
-  if (!isFree && price.has_value() == discount.has_value()) {
+  if (isFree == false && price.has_value() == discount.has_value()) {
     faults.add(price ? "--price or --discount: one or the other."
                      : "Say what it costs: --price 1.99, or --discount 40% off each country's own price.");
   }
@@ -131,9 +148,10 @@ OfferPricing OfferPricingOptions::given(bool isFree, Faults& faults) const {
   if (discount) pricing.discount = discountOf(*discount, faults);
   if (discount && country) faults.add("--country goes with --price: --discount is off each country's own price.");
   if (country) faults.collect([&] { pricing.country = oneCountry(*country); });
-  if (countries) faults.collect([&] { pricing.countries = RegionWords::storefronts(*countries); });
+  if (countries) pricing.countries = countriesGiven(*countries, faults);
   faults.collect([&] { pricing.overrides = PriceOverriding::given(overrides, keeps); });
   pricing.landing = landing.landing;
+  faults.add(landing.wrong.all);
   faults.add(pricing.faults());
   return pricing;
 }

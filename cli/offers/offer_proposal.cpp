@@ -4,9 +4,11 @@
 #include "core/console/printable.hpp"
 #include "core/pricing/intro_offers.hpp"
 #include "core/pricing/offer_prices.hpp"
+#include "core/pricing/pricing_file.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace kestu {
 
@@ -22,8 +24,7 @@ std::string whereText(const NewOffer& offer, const std::vector<PriceChangeLine>&
   std::vector<std::string> codes;
   for (const PriceChangeLine& line : preview) codes.push_back(line.storefront);
   if (codes.empty()) return "";
-  std::string base = offer.pricing.country.value_or("us");
-  bool isThere = std::find(codes.begin(), codes.end(), base) != codes.end();
+  bool isThere = std::find(codes.begin(), codes.end(), offer.base()) != codes.end();
   if (!offer.pricing.price || !isThere) return ", in " + Format::someCountries(codes, offer.all);
   if (codes.size() == 1) return "";
   std::string all = Format::someCountries(codes, false);
@@ -81,10 +82,27 @@ std::string NewOffer::what(const StorePrices& prices) const {
            (terms ? ", " + Format::introTerms(*terms) : "");
   }
   if (!pricing.price) return terms ? Format::introTerms(*terms) : "free";
-  std::string code = pricing.country.value_or("us");
-  std::string currency = currencyIn(prices, code);
-  return (terms ? Format::introTerms(*terms, pricing.price, currency) : Format::money(*pricing.price, currency)) +
-         " in " + Format::country(code);
+  std::string currency = currencyIn(prices, base());
+  std::string price =
+      terms ? Format::introTerms(*terms, pricing.price, currency) : Format::money(*pricing.price, currency);
+  return (pricing.reaches(base()) ? "" : "Apple's match of ") + price + " in " + Format::country(base());
+}
+
+std::vector<std::string> NewOffer::settleCountries(const StorePrices& prices, const std::string& product) {
+  if (pricing.price && !pricing.country) {
+    if (std::string meant = prices.meantCountry(); meant != "us") pricing.country = meant;
+    if (!pricing.reaches(base())) {
+      notes.push_back("! --price is the price in " + Format::country(base()) +
+                      ", where the offer isn't: --country says it is another country's.");
+    }
+  }
+  PriceOverrides typed = pricing.overrides;
+  for (const auto& [code, ignored] : fromFile) typed.erase(code);
+  std::vector<std::string> wrong = prices.centsFaults(pricing.price, base(), typed);
+  for (std::string& each : PricingFile::faultsAtIntro(product, prices.centsFaults(fromFile))) {
+    wrong.push_back(std::move(each));
+  }
+  return wrong;
 }
 
 ProposedChange proposed(const NewOffer& offer, const StorePrices& prices, const std::vector<PriceChangeLine>& preview,

@@ -9,6 +9,7 @@
 #include "core/support/text.hpp"
 
 #include <functional>
+#include <utility>
 
 namespace kestu {
 
@@ -17,6 +18,11 @@ const JobGroup priceJobs = {"prices", "a subscription's price change", "the new 
 namespace {
 
 using Set = std::function<void(const std::string&)>;
+
+/// Keeps what it throws, to be told with all else that is wrong.
+Set noting(Faults& wrong, Set set) {
+  return [&wrong, set = std::move(set)](const std::string& value) { wrong.collect([&] { set(value); }); };
+}
 
 void declareValue(Command& command, const std::string& name, const std::string& value, const std::string& help,
                   const Set& set, std::vector<std::string> choices = {}) {
@@ -30,7 +36,8 @@ void LandingOptions::declare(Command& command) {
       command, "--round", "at-least|at-most|closest",
       "How a percentage lands on Apple's prices: at-least (to start with: a cut at or past the percentage, a raise "
       "too), at-most or closest.",
-      [this](const std::string& value) { landing.setRound("--round", value); }, {"at-least", "at-most", "closest"});
+      noting(wrong, [this](const std::string& value) { landing.setRound("--round", value); }),
+      {"at-least", "at-most", "closest"});
   command.option({{"--nice"},
                   "",
                   "Each percentage's or steps' price the nearest nice one of Apple's within 5%, as a customer reads "
@@ -42,44 +49,44 @@ void LandingOptions::declare(Command& command) {
                   false});
   declareValue(command, "--nice-within", "percentage",
                "How far a nice price may be from where the percentage or steps put it: 1% to 15%. With it, --nice.",
-               [this](const std::string& value) { landing.setNice("--nice-within", value); });
+               noting(wrong, [this](const std::string& value) { landing.setNice("--nice-within", value); }));
   declareValue(
       command, "--nice-ending", "99|00",
       "Between two nice prices that read the same ($4.99 and $5.00), which to prefer: 99 (to start with) or 00. A "
       "preference, never a rule.",
-      [this](const std::string& value) { landing.setEnding("--nice-ending", value); }, {"99", "00"});
+      noting(wrong, [this](const std::string& value) { landing.setEnding("--nice-ending", value); }), {"99", "00"});
 }
 
 void ParityOptions::declare(Command& command) {
   std::vector<std::string> indexes;
   for (const auto& [raw, name] : parityIndexes) indexes.emplace_back(raw);
-  declareValue(
-      command, "--index", "index",
-      Text::orList(indexes) + ". The Kestu Global Price Index to start with, the median of the others there.",
-      [this, indexes](const std::string& value) {
-        requireOneOf("--index", value, indexes);
-        ask.index = value;
-      },
-      indexes);
+  declareValue(command, "--index", "index",
+               Text::orList(indexes) + ". The Kestu Global Price Index to start with, the median of the others there.",
+               noting(wrong,
+                      [this, indexes](const std::string& value) {
+                        requireOneOf("--index", value, indexes);
+                        ask.index = value;
+                      }),
+               indexes);
   declareValue(command, "--strength", "percentage", "How much of the index to follow, a percentage: 60% to start with.",
-               [this](const std::string& value) { ask.setStrength(value); });
+               noting(wrong, [this](const std::string& value) { ask.setStrength(value); }));
   declareValue(command, "--floor", "percentage",
                "The lowest share of Apple's match a price goes to: 50% to start with.",
-               [this](const std::string& value) { ask.setFloor(value); });
+               noting(wrong, [this](const std::string& value) { ask.setFloor(value); }));
   declareValue(command, "--cap", "percentage",
                "The highest share of Apple's match a price goes to: 125% to start with.",
-               [this](const std::string& value) { ask.setCap(value); });
+               noting(wrong, [this](const std::string& value) { ask.setCap(value); }));
   declareValue(command, "--tolerance", "percentage",
                "How near Apple's match counts as at it, either way: 15% to start with. --check allows as much off a "
                "target.",
-               [this](const std::string& value) { ask.setTolerance(value); });
+               noting(wrong, [this](const std::string& value) { ask.setTolerance(value); }));
   command.flag({"--exact"}, ask.exact,
                "Each storefront's own share of Apple's match, rather than the nearest of the five zones.");
   declareValue(command, "--only", "lower|raise", "Only lower prices, or only raise them: lower or raise.",
-               [this](const std::string& value) { ask.setOnly(value); }, {"lower", "raise"});
+               noting(wrong, [this](const std::string& value) { ask.setOnly(value); }), {"lower", "raise"});
   declareValue(command, "--countries", "regions",
                "Only these regions, separated by commas: countries (my,in), eu, eur or Apple's regions (asiapacific).",
-               [this](const std::string& value) { ask.setCountries(value); });
+               noting(wrong, [this](const std::string& value) { ask.setCountries(value); }));
 }
 
 void declareProduct(Command& command, std::optional<std::string>& product, const std::string& help) {

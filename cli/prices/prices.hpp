@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/faults.hpp"
 #include "cli/options.hpp"
 #include "cli/store_jobs.hpp"
 #include "core/pricing/parity.hpp"
@@ -12,15 +13,17 @@
 
 namespace kestu {
 
-/// How a percentage lands on Apple's prices.
+/// How a percentage lands on Apple's prices, and what is wrong with what was typed of it.
 struct LandingOptions {
   PriceLanding landing;
+  Faults wrong;
   void declare(Command& command);
 };
 
-/// What is asked of Parity, without its landing.
+/// What is asked of Parity, without its landing, and what is wrong with what was typed of it.
 struct ParityOptions {
   ParityAsk ask;
+  Faults wrong;
   void declare(Command& command);
 };
 
@@ -36,6 +39,11 @@ std::string ofApp(const AppTarget& app);
 
 /// The country that --country names, by its code; a CLIError of kind usage for a region or anything else.
 std::string oneCountry(const std::string& value);
+
+/// Puts below a change's lines that one which would do the same waits for its approval already, as after a wait that
+/// broke off. `planned` is the service's answer to its dry run.
+void noteSameWaiting(const Context& context, const Client& client, const std::string& appPath,
+                     const std::string& planned, ProposedChange& change);
 
 /// Keys under a product of the pricing file that nothing reads are said on standard error.
 void tellUnread(Console& console, const std::string& product, const ProductPrices& file);

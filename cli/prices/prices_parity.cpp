@@ -47,6 +47,10 @@ void checkPrices(Context& context, const ParityCommandOptions& options, const Pa
 }
 
 void runParity(Context& context, const ParityCommandOptions& options) {
+  Faults faults;
+  faults.add(options.parity.wrong.all);
+  faults.add(options.landing.wrong.all);
+  faults.settle(context.console);
   auto root = Project::root(context.folder);
   PricingFile file =
       PricingFile::read(root, options.write ? "so Parity's prices weren't written to it" : std::string());

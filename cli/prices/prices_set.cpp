@@ -1,6 +1,7 @@
 #include "cli/app_platform.hpp"
 #include "cli/context.hpp"
 #include "cli/prices/set_options.hpp"
+#include "cli/prices/typed_values.hpp"
 #include "core/console/format.hpp"
 #include "core/console/format_money.hpp"
 #include "core/console/printable.hpp"
@@ -27,7 +28,7 @@ struct Setting {
   AppOnPlatform app;
   StorePrices prices;
   PriceChange change;
-  std::size_t fromFile = 0; ///< countries of the pricing file that count
+  PriceOverrides fromFile{}; ///< the pricing file's entries that count
   std::size_t fromParity = 0;
 };
 
@@ -57,10 +58,14 @@ std::string titleOf(const Setting& setting) {
 }
 
 /// Amounts that the currency of a country can't hold are refused before anything is sent.
-void requireCents(const Setting& setting) {
+void requireCents(const Setting& setting, const std::string& key) {
   const PriceChange& change = setting.change;
-  auto wrong = setting.prices.centsFaults(change.price, change.country.value_or("us"), change.overrides);
-  if (!wrong.empty()) throw CLIError(Kind::usage, Text::joined(wrong, "\n"));
+  PriceOverrides typed = change.overrides;
+  for (const auto& [code, ignored] : setting.fromFile) typed.erase(code);
+  Faults faults;
+  faults.add(setting.prices.centsFaults(change.price, change.country.value_or("us"), typed));
+  faults.add(PricingFile::faultsAt(key, setting.prices.centsFaults(setting.fromFile)));
+  if (!faults.all.empty()) throw CLIError(Kind::usage, Text::joined(faults.all, "\n"));
 }
 
 /// Later entries win: the file's, Parity's, the command line's.
@@ -68,11 +73,9 @@ void merge(Setting& setting, const ProductPrices& file, const std::optional<Pari
   PriceOverrides given = std::move(setting.change.overrides);
   PriceOverrides merged = parity ? file.leavingOutParityIn(parity->covered()) : file.overrides;
   PriceOverrides suggested = parity ? parity->overrides(setting.change.price.has_value()) : PriceOverrides();
-  std::size_t kept = merged.size();
-  for (const auto& [code, override] : merged) {
-    if (given.contains(code) || suggested.contains(code)) --kept;
-  }
-  setting.fromFile = kept;
+  setting.fromFile = merged;
+  std::erase_if(setting.fromFile,
+                [&](const auto& each) { return given.contains(each.first) || suggested.contains(each.first); });
   setting.fromParity = static_cast<std::size_t>(
       std::count_if(suggested.begin(), suggested.end(), [&](const auto& each) { return !given.contains(each.first); }));
   for (const auto* layer : {&suggested, &given}) {
@@ -110,7 +113,7 @@ std::string linesOf(const Setting& setting, const SetOptions& options, const std
     if (!text.empty()) parts.push_back(TextStyle::wrap(text, console.width()));
   };
   auto count = [](std::size_t number) { return Format::countries(static_cast<std::int64_t>(number)); };
-  if (setting.fromFile > 0) fold(count(setting.fromFile) + " from " + std::string(PricingFile::path) + ".");
+  if (!setting.fromFile.empty()) fold(count(setting.fromFile.size()) + " from " + std::string(PricingFile::path) + ".");
   if (setting.fromParity > 0) fold(count(setting.fromParity) + " from Parity's suggestion.");
   fold(PriceChangeText::keeps(setting.change.overrides));
   if (setting.change.price) {
@@ -153,10 +156,13 @@ JobChange jobChange(const Setting& setting, const ChangeRequest& request, const 
 }
 
 void runSet(Context& context, const SetOptions& options) {
-  PriceChange change = options.change(context.clock.now());
+  Faults faults;
+  PriceChange change = options.change(TypedValues::today(context), faults);
   auto root = Project::root(context.folder);
   std::string key = options.product.value_or(std::string(PricingFile::appKey));
-  ProductPrices file = PricingFile::read(root).product(key);
+  ProductPrices file;
+  faults.also([&] { file = PricingFile::read(root).product(key); });
+  faults.settle(context.console);
   if (!change.landing.any()) change.landing = file.landing;
   if (!options.parity && !change.changesSomething() && file.overrides.empty()) {
     throw CLIError(Kind::usage, "Give the new price, or countries to override: --override, --keep or " +
@@ -178,15 +184,13 @@ void runSet(Context& context, const SetOptions& options) {
   }
   merge(setting, file, parity);
   requireChange(setting, options);
-  requireCents(setting);
+  requireCents(setting, key);
   ChangeRequest request{"POST", setting.app.path + "/prices", setting.change.landing.query(),
                         setting.change.body().compact()};
   auto plan = plannedChange(setting.client, request, context.console);
   ProposedChange proposal = proposed(setting, options, plan.value.details, context.console);
-  if (options.dryRun) {
-    proposal.lines = proposal.title + (proposal.lines.empty() ? "" : "\n" + proposal.lines);
-    return options.tellDryRun(context, proposal, plan.body);
-  }
+  if (options.dryRun) return tellPlanned(context, options, proposal, plan.body);
+  noteSameWaiting(context, client, setting.app.path, plan.body, proposal);
   options.confirm(context, proposal);
   sendJob(context, {client, setting.app.path, options.app}, options, options.waiting, priceJobs,
           jobChange(setting, request, proposal));
@@ -206,7 +210,6 @@ void addPricesSet(Command& group) {
       "latinamerica, uscanada, africamiddleeast).";
   auto options = std::make_shared<SetOptions>();
   options->declare(command);
-  command.validate = [options] { options->waiting.requireSensible(); };
   command.run = [options](Context& context) { runSet(context, *options); };
   command.example("4.99 --dry-run", "The app's own price in every country; nothing is sent.");
   command.example("29.99 --product pro.yearly --from 2026-12-01 --override se=299 --wait",

@@ -15,64 +15,66 @@ constexpr int mostTimes = 1000; // --multiplier
 
 [[noreturn]] void refuse(const std::string& message) { throw CLIError(CLIError::Kind::usage, message); }
 
-void requireDerivable(const SetOptions& options) {
+void checkDerived(const SetOptions& options, Faults& faults) {
   if (options.derivedFrom.has_value() != options.multiplier.has_value()) {
-    refuse("--derived-from and --multiplier go together.");
+    faults.add("--derived-from and --multiplier go together.");
   }
   if (!options.derivedFrom) return;
-  if (!options.product) refuse("--derived-from is a subscription's: name the one it sets with --product.");
+  if (!options.product) faults.add("--derived-from is a subscription's: name the one it sets with --product.");
   if (options.country || options.until || options.parity) {
-    refuse("--derived-from goes without --country, --until and --parity.");
+    faults.add("--derived-from goes without --country, --until and --parity.");
   }
-  if (options.price) refuse("--derived-from takes the place of a price: leave the price out.");
-  if (options.derivedFrom == options.product) refuse("A subscription's prices can't be derived from its own.");
+  if (options.price) faults.add("--derived-from takes the place of a price: leave the price out.");
+  if (options.derivedFrom == options.product) faults.add("A subscription's prices can't be derived from its own.");
 }
 
-std::optional<Decimal> multiplierOf(const std::optional<std::string>& typed) {
+std::optional<Decimal> multiplierOf(const std::optional<std::string>& typed, Faults& faults) {
   if (!typed) return std::nullopt;
   auto number = TypedValues::plainNumber(*typed, 20);
   if (!number || number->isZero() || *number > Decimal::of(mostTimes)) {
-    refuse("--multiplier is a number above 0 and " + Format::number(mostTimes) +
-           " at most, with a point for a part: 7.5.");
+    faults.add("--multiplier is a number above 0 and " + Format::number(mostTimes) +
+               " at most, with a point for a part: 7.5.");
   }
   return number;
 }
 
-void requireParityFits(const SetOptions& options) {
+void checkParity(const SetOptions& options, const std::optional<std::string>& country, Faults& faults) {
+  faults.add(options.parityOptions.wrong.all);
   if (!options.parity) {
     if (options.parityOptions.ask.any()) {
-      refuse("--index, --strength, --floor, --cap, --tolerance, --exact, --only and --countries go with --parity.");
+      faults.add("--index, --strength, --floor, --cap, --tolerance, --exact, --only and --countries go with --parity.");
     }
     return;
   }
-  if (!options.product) refuse("--parity is a subscription's: name it with --product.");
-  if (options.country && options.country != "us") {
-    refuse("Parity's shares are of Apple's match of the US price, so --parity goes without --country, or with "
-           "--country us.");
+  if (!options.product) faults.add("--parity is a subscription's: name it with --product.");
+  if (country && country != "us") {
+    faults.add("Parity's shares are of Apple's match of the US price, so --parity goes without --country, or with "
+               "--country us.");
   }
 }
 
 } // namespace
 
-PriceChange SetOptions::change(Moment now) const {
-  if (waiting.wait && noWait) refuse("--wait and --no-wait: one or the other.");
+PriceChange SetOptions::change(const std::string& today, Faults& faults) const {
   PriceChange change;
   if (price) {
     change.price = TypedValues::plainNumber(*price, 2);
-    if (!change.price) refuse("The price is a number with a point for its cents: 4.99, or 0.");
+    if (!change.price) faults.add("The price is a number with a point for its cents: 4.99, or 0.");
   }
-  requireDerivable(*this);
-  requireParityFits(*this);
+  if (country) faults.collect([&] { change.country = oneCountry(*country); });
+  checkDerived(*this, faults);
+  change.multiplier = multiplierOf(multiplier, faults);
+  checkParity(*this, change.country, faults);
   if ((existingToo || waiting.wait) && !product) {
-    refuse("--existing-too and --wait are a subscription's: name it with --product.");
+    faults.add("--existing-too and --wait are a subscription's: name it with --product.");
   }
+  waiting.check(noWait, faults);
+  faults.collect([&] { change.from = TypedValues::dayFrom(from, today); });
+  faults.collect([&] { change.until = TypedValues::dayUntil(until, change.from, today); });
+  faults.collect([&] { change.overrides = PriceOverriding::given(overrides, keeps); });
+  faults.add(landing.wrong.all);
   change.product = product;
-  change.country = country;
-  change.from = TypedValues::dayFrom(from, now);
-  change.until = TypedValues::dayUntil(until, from, now);
   change.derivedFrom = derivedFrom;
-  change.multiplier = multiplierOf(multiplier);
-  change.overrides = PriceOverriding::given(overrides, keeps);
   change.existingToo = existingToo;
   change.landing = landing.landing;
   return change;
@@ -105,7 +107,7 @@ void SetOptions::declare(Command& command) {
   value("--country", "country",
         "The one country where customers pay it, never several: a storefront (se) or Apple's territory (SWE). Defaults "
         "to the United States when not provided.",
-        [this](Text text) { country = oneCountry(text); });
+        [this](Text text) { country = text; });
   value("--from", "date", "When it starts: a date, as 2026-12-01, or soonest.", [this](Text text) { from = text; });
   value("--until", "date",
         "A temporary price's end, as 2026-12-26: from then each country is back to what it had, its own price or "

@@ -2,7 +2,6 @@
 
 #include "cli/prices/prices.hpp"
 #include "core/pricing/price_change.hpp"
-#include "core/support/clock.hpp"
 
 #include <optional>
 #include <string>
@@ -25,8 +24,8 @@ struct SetOptions : ChangeOptions {
   void declare(Command& command);
 
   /// All that can be told without asking anybody: what the options ask for, but for the overrides of the file and of
-  /// Parity. CLIErrors of kind usage say what is wrong.
-  PriceChange change(Moment now) const;
+  /// Parity.
+  PriceChange change(const std::string& today, Faults& faults) const;
 
   /// What only the product's kind tells.
   void requireKind(const StorePrices& prices) const;

@@ -1,7 +1,9 @@
 #include "cli/prices/typed_values.hpp"
 
+#include "cli/context.hpp"
 #include "core/support/error.hpp"
 #include "core/support/moments.hpp"
+#include "core/support/time_zone.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -15,6 +17,10 @@ namespace {
 
 bool isFigures(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::string startOf(const std::optional<std::string>& from, const std::string& today) {
+  return from && *from != "soonest" ? *from : today;
 }
 
 } // namespace
@@ -36,23 +42,32 @@ bool isDay(const std::string& text) {
   return Moments::parse(text + "T00:00:00Z").has_value();
 }
 
-std::optional<std::string> dayFrom(const std::optional<std::string>& from, Moment now) {
+std::string today(const Context& context) {
+  auto zone = TimeZone::ofMachine(context.environment.get("TZ"));
+  std::chrono::local_seconds local = zone.value_or(*TimeZone::named("UTC")).local(context.clock.now());
+  return Moments::iso8601(Moment(local.time_since_epoch())).substr(0, 10);
+}
+
+std::optional<std::string> dayFrom(const std::optional<std::string>& from, const std::string& today) {
   if (!from) return std::nullopt;
   if (*from != "soonest" && !isDay(*from)) refuse("--from is a date, as 2026-12-26, or soonest.");
-  // A day that has begun somewhere hasn't passed everywhere.
-  std::string yesterday = Moments::iso8601(now - std::chrono::hours(24)).substr(0, 10);
-  if (*from < yesterday) {
-    refuse("--from is a date that's still to come, as " + Moments::iso8601(now + std::chrono::hours(24)).substr(0, 10) +
-           ", or soonest.");
-  }
+  if (*from < today) refuse("--from is today or a date to come, as " + today + ", or soonest.");
   return from;
 }
 
 std::optional<std::string> dayUntil(const std::optional<std::string>& until, const std::optional<std::string>& from,
-                                    Moment now) {
-  if (!until) return std::nullopt;
-  std::string start = from && *from != "soonest" ? *from : Moments::iso8601(now).substr(0, 10);
-  if (!isDay(*until) || *until <= start) refuse("--until is a date after --from, as 2026-12-26.");
+                                    const std::string& today) {
+  if (until && (!isDay(*until) || *until <= startOf(from, today))) {
+    refuse("--until is a date after --from, as 2026-12-26.");
+  }
+  return until;
+}
+
+std::optional<std::string> lastDay(const std::optional<std::string>& until, const std::optional<std::string>& from,
+                                   const std::string& today) {
+  if (until && (!isDay(*until) || *until < startOf(from, today))) {
+    refuse("--until is the last day, a date not before --from: 2026-12-26.");
+  }
   return until;
 }
 

@@ -13,6 +13,8 @@ namespace kestu {
 
 namespace {
 
+constexpr std::size_t few = 12; // countries that are named one by one
+
 /// Offers of one kind, in several countries.
 struct Group {
   const IntroOffer* first;
@@ -120,8 +122,16 @@ std::string IntroOffers::text(bool all, const std::string& today, const TextStyl
   return Text::joined(blocks, "\n\n");
 }
 
+std::string Format::firstCountries(const std::vector<std::string>& codes) {
+  constexpr std::size_t first = 3;
+  if (codes.size() <= few || codes.size() >= Storefronts::all().size()) return someCountries(codes, false);
+  std::vector<std::string> shown;
+  for (std::size_t i = 0; i < first; ++i) shown.push_back(printable(codes[i]));
+  return countries(static_cast<std::int64_t>(codes.size())) + " (" + Text::joined(shown, ", ") + " and " +
+         number(static_cast<std::int64_t>(codes.size() - first)) + " more)";
+}
+
 std::string Format::someCountries(const std::vector<std::string>& codes, bool all) {
-  constexpr std::size_t few = 12;
   if (codes.size() >= Storefronts::all().size()) return "every country";
   std::vector<std::string> shown;
   for (const std::string& code : codes) shown.push_back(printable(code));
@@ -132,6 +142,7 @@ std::string Format::someCountries(const std::vector<std::string>& codes, bool al
 
 std::string Format::days(const std::optional<std::string>& from, const std::optional<std::string>& until,
                          const std::string& today) {
+  if (from && from == until) return ", on " + day(printable(*from));
   std::string text;
   if (from) text = (*from <= today ? ", since " : ", from ") + day(printable(*from));
   if (until) text += (text.empty() ? ", until " : " until ") + day(printable(*until));

@@ -50,7 +50,10 @@ namespace Format {
 /// "se, no and fi", "12 countries", "every country".
 std::string someCountries(const std::vector<std::string>& codes, bool all);
 
-/// ", from 1 Dec 2026 until 31 Dec 2026"; empty for neither. One that began is "since".
+/// The same with the first few of many: "50 countries (al, am, at and 47 more)".
+std::string firstCountries(const std::vector<std::string>& codes);
+
+/// ", from 1 Dec 2026 until 31 Dec 2026", ", on 1 Dec 2026"; empty for neither. One that began is "since".
 std::string days(const std::optional<std::string>& from, const std::optional<std::string>& until,
                  const std::string& today);
 

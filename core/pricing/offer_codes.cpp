@@ -33,16 +33,16 @@ std::string andList(const std::vector<std::string>& parts) {
   return Text::joined({parts.begin(), parts.end() - 1}, ", ") + " and " + parts.back();
 }
 
-std::string batchesText(const std::vector<CodeBatch>& batches) {
+std::string batchesText(const OfferCode& offer) {
   std::vector<std::string> all;
-  for (const CodeBatch& each : batches) all.push_back(each.title() + (each.active ? "" : " (off)"));
+  for (const CodeBatch& each : offer.batches) all.push_back(each.title() + (offer.isOn(each) ? "" : " (off)"));
   return Text::joined(all, "; ");
 }
 
-std::string batchLine(const CodeBatch& batch, Moment now) {
+std::string batchLine(const CodeBatch& batch, bool isOn, Moment now) {
   std::string line = batch.title() + ", made " + Format::ago(batch.createdAt, now);
   if (batch.expiresOn) line += ", until " + Format::day(printable(*batch.expiresOn));
-  return line + (batch.active ? "" : ", off");
+  return line + (isOn ? "" : ", off");
 }
 
 } // namespace
@@ -80,7 +80,8 @@ const CodeBatch* OfferCode::batch(const std::string& idOrCode) const {
 const CodeBatch* OfferCode::newestOneTime() const {
   const CodeBatch* newest = nullptr;
   for (const CodeBatch& each : batches) {
-    if (each.isOneTime() && (!newest || each.createdAt >= newest->createdAt)) newest = &each;
+    if (!each.isOneTime() || (newest && newest->active && !each.active)) continue;
+    if (!newest || (each.active && !newest->active) || each.createdAt >= newest->createdAt) newest = &each;
   }
   return newest;
 }
@@ -104,7 +105,7 @@ std::string OfferCode::text(bool all, const TextStyles& style, int width, Moment
   if (!isFree) lines.push_back(OfferPrices::text(prices, all, style, width));
   lines.emplace_back(batches.empty() ? "No codes yet." : "Codes:");
   for (const CodeBatch& each : batches) {
-    lines.push_back(TextStyle::wrap("  " + batchLine(each, now), width, 4));
+    lines.push_back(TextStyle::wrap("  " + batchLine(each, isOn(each), now), width, 4));
     lines.push_back("    " + style.dim(printable(each.batchId)));
   }
   return Text::joined(lines, "\n");
@@ -133,7 +134,7 @@ Table OfferCodes::table(const TextStyles& style) const {
   table.headings = {"Offer", "Product", "What", "For", "Codes", "On", "ID"};
   for (const OfferCode& each : offers) {
     table.rows.push_back({printable(each.name), printable(each.product), each.what(),
-                          Format::eligibility(each.eligibility), batchesText(each.batches),
+                          Format::eligibility(each.eligibility), batchesText(each),
                           each.active ? style.green("on") : "off", printable(each.offerId)});
   }
   return table;

@@ -42,7 +42,9 @@ struct OfferCode {
 
   /// By its ID, or a custom code's word; none when it has no such codes.
   const CodeBatch* batch(const std::string& idOrCode) const;
-  const CodeBatch* newestOneTime() const;
+  const CodeBatch* newestOneTime() const; ///< of those that can be redeemed, if there are any
+  /// Whether codes can be redeemed, as far as nobody turned them off.
+  bool isOn(const CodeBatch& codes) const { return active && codes.active; }
   std::string what() const; ///< "$1.99 a month for 3 months": in the United States, or else the first country
   std::string text(bool all, const TextStyles& style, int width, Moment now) const;
 };

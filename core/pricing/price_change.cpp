@@ -42,6 +42,8 @@ std::vector<OwnPrice> StorePrices::ownPrices() const {
   return own;
 }
 
+std::string StorePrices::meantCountry() const { return base && !find("us") ? base->storefront : "us"; }
+
 std::vector<std::string> StorePrices::centsFaults(const std::optional<Decimal>& amount, const std::string& country,
                                                   const PriceOverrides& overrides) const {
   std::vector<std::string> wrong;

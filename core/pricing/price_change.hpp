@@ -42,9 +42,15 @@ struct StorePrices {
   const Storefront* find(std::string_view code) const;
   /// Where the price isn't Apple's match today.
   std::vector<OwnPrice> ownPrices() const;
+  /// The country whose price is meant where none is named: the United States, the base country of what isn't sold
+  /// there.
+  std::string meantCountry() const;
   /// What is wrong with a price in a country, or with those of overrides: cents where the currency has none.
   std::vector<std::string> centsFaults(const std::optional<Decimal>& amount, const std::string& country,
                                        const PriceOverrides& overrides) const;
+  std::vector<std::string> centsFaults(const PriceOverrides& overrides) const {
+    return centsFaults(std::nullopt, "", overrides);
+  }
 };
 
 /// One storefront of a price change, as its preview has it.

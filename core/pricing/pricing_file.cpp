@@ -9,6 +9,7 @@
 #include <functional>
 #include <initializer_list>
 #include <system_error>
+#include <utility>
 
 namespace kestu {
 
@@ -209,6 +210,15 @@ PricingFile PricingFile::read(const fs::path& root, const std::string& consequen
     throw failure(inFile("can't be read (" + error.code().message() + ")."));
   }
   return file;
+}
+
+std::vector<std::string> PricingFile::faultsAt(const std::string& product, std::vector<std::string> faults) {
+  for (std::string& fault : faults) fault = inFile(printable(product) + ": " + fault);
+  return faults;
+}
+
+std::vector<std::string> PricingFile::faultsAtIntro(const std::string& product, std::vector<std::string> faults) {
+  return faultsAt(std::string(introKey) + ": " + product, std::move(faults));
 }
 
 bool PricingFile::has(std::string_view product) const { return document_.find(product) != nullptr; }

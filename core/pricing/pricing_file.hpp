@@ -45,6 +45,11 @@ class PricingFile {
   static constexpr std::string_view appKey = "app"; ///< the app's own price
   static constexpr std::string_view introKey = "intro-offers";
 
+  /// What is wrong with a product's entries, found after they were read, with their place: "metadata/pricing.json:
+  /// com.example.pro: jp pays in JPY, …".
+  static std::vector<std::string> faultsAt(const std::string& product, std::vector<std::string> faults);
+  static std::vector<std::string> faultsAtIntro(const std::string& product, std::vector<std::string> faults);
+
   /// A file that isn't there is an empty one; one that can't be read, or isn't an object, a CLIError of kind failed
   /// whose message ends with what follows from it.
   static PricingFile read(const std::filesystem::path& root, const std::string& consequence = "");

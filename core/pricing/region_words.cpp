@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <functional>
 #include <set>
+#include <utility>
 
 namespace kestu {
 
@@ -46,19 +47,28 @@ RegionWord RegionWord::read(std::string_view text) {
   return {std::move(word), true, std::move(codes)};
 }
 
-std::vector<std::string> RegionWords::storefronts(std::string_view list) {
+std::vector<std::string> RegionWords::storefronts(std::string_view list, std::set<std::string>* twice) {
   std::set<std::string> codes;
+  std::set<std::string> words;
+  std::set<std::string> repeated;
   std::vector<std::string> unknown;
   for (const std::string& word : Text::split(list, ',')) {
     if (Text::trimmed(word).empty()) continue;
     try {
-      for (std::string_view code : RegionWord::read(word).storefronts) codes.emplace(code);
+      RegionWord named = RegionWord::read(word);
+      if (!words.insert(named.word).second) repeated.insert(named.word);
+      for (std::string_view code : named.storefronts) {
+        if (!codes.emplace(code).second && (!named.isRegion || words.contains(std::string(code)))) {
+          repeated.emplace(code);
+        }
+      }
     } catch (const CLIError& error) {
       unknown.push_back(error.description);
     }
   }
   if (codes.empty() && unknown.empty()) unknown.push_back("\"\"" + isNone());
   if (!unknown.empty()) throw CLIError(CLIError::Kind::usage, Text::joined(unknown, "\n"));
+  if (twice) *twice = std::move(repeated);
   return {codes.begin(), codes.end()};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,8 +23,9 @@ struct RegionWord {
 namespace RegionWords {
 
 /// The storefronts of words between commas ("my,in,eu"), each once, in order of their codes. Words that name nothing
-/// are a CLIError of kind usage, and so is a text without any.
-std::vector<std::string> storefronts(std::string_view list);
+/// are a CLIError of kind usage, and so is a text without any. `twice` takes the words that stand there more than once,
+/// and the countries that stand beside their region.
+std::vector<std::string> storefronts(std::string_view list, std::set<std::string>* twice = nullptr);
 
 /// What follows a word that names nothing: " isn't a country (se, …)".
 std::string isNone();

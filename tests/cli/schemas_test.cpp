@@ -174,7 +174,7 @@ TEST_F(SchemasTest, EachAnswerIsAsItsSchemaSays) {
              "intro-offers undo <job>"}},
            {{"intro-offers delete --product com.example.daylight.pro.yearly --wait"}},
            {{"offer-codes list", "offer-codes create Spring --mode pay-as-you-go --periods 3 --price 1.99" + pro,
-             "offer-codes generate Spring --count 3 --expires 2027-01-01",
+             "offer-codes generate Spring --count 3 --expires 2027-01-01 --to new.txt",
              "offer-codes generate Spring --custom SUN26 --count 1000", "offer-codes view Spring", "offer-codes list",
              "offer-codes download Spring --to codes.txt", "offer-codes deactivate Spring",
              "offer-codes deactivate Spring"}},

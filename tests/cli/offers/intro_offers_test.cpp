@@ -52,6 +52,9 @@ TEST_F(IntroOffersTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
            {{"create", "--product", pro, "--mode", "gratis", "--duration", "3w", "--periods", "0"},
             {"--mode is free, pay-as-you-go or pay-up-front, not gratis.", "--duration is 3d, 1w,",
              "--periods is a whole"}},
+           {{"create", "--mode", "gratis", "--round", "up", "--nice-within", "99", "--country", "eu", "--timeout", "x"},
+            {"--product names", "not gratis.", "--round is at-least,", "--nice-within is a percentage",
+             "--country is one country, whose", "--timeout is a number of minutes"}},
            {{"create", "--product", pro, "--mode", "free", "--duration", "1w", "--price", "1.99"},
             {"A free offer has no price:"}},
            {{"create", "--product", pro, "--mode", "pay-up-front", "--duration", "2w"},
@@ -66,7 +69,7 @@ TEST_F(IntroOffersTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
            {{"create", "--product", pro, "--mode", "pay-as-you-go", "--periods", "3", "--discount", "40", "--override",
              "se=+2,no=+5%", "--country", "se", "--from", "2026-11-01", "--until", "2026-10-01"},
             {"se's steps count from", "no's percentage beside a discount", "--country goes with --price",
-             "--from is a date that's still to come", "--until is a date after --from"}},
+             "--from is today or a date to come, as", "--until is the last day, a date not before --from"}},
            {{"create", "--product", pro, "--mode", "free", "--duration", "1w", "--countries", "se", "--keep", "se"},
             {"Every country that it is for is kept as it is, so there's nothing to make."}},
            {{"create", "--product", pro, "--mode", "free", "--duration", "1w", "--wait", "--no-wait"},
@@ -82,7 +85,10 @@ TEST_F(IntroOffersTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
   repo.write("metadata/pricing.json",
              R"({"intro-offers":{"com.example.daylight.pro.monthly":{"countries":{"se":"+2"}}}})");
   Ran file = intro({"create", "--product", pro, "--mode", "pay-up-front", "--duration", "1m", "--discount", "40"});
-  EXPECT_TRUE(file.err.starts_with("metadata/pricing.json: se's steps count from Apple's match")) << file.err;
+  EXPECT_TRUE(file.err.starts_with("metadata/pricing.json: intro-offers: " + pro + ": se's steps count from Apple's"))
+      << file.err;
+  repo.write("metadata/pricing.json", R"({"intro-offers":{"com.example.daylight.pro.monthly":1}})");
+  EXPECT_NE(intro({"create", "--product", pro}).err.find("\nmetadata/pricing.json: intro-offers: "), std::string::npos);
   EXPECT_TRUE(server.requests().empty());
 }
 
@@ -101,9 +107,21 @@ TEST_F(IntroOffersTest, WhatDoesntFitTheSubscriptionIsRefusedBeforeAnythingIsSen
             1,
             yearly +
                 " has an introductory offer in that time already in 2 countries (no, se), and a country has one at "
-                "a time. Leave them out with --keep no,se, or take theirs off first:\nkestu intro-offers delete "
-                "--product " +
+                "a time. Leave them out with --keep or take theirs off first:\nkestu intro-offers delete --product " +
                 yearly + " --countries no,se\n"},
+           {{"create", "--product", yearly, "--mode", "free", "--duration", "1w", "--countries", "europe"},
+            1,
+            yearly +
+                " has an introductory offer in that time already in 50 countries (al, am, at and 47 more), and a "
+                "country has one at a time. Leave them out with --keep or take theirs off first with kestu "
+                "intro-offers delete.\nNext: kestu intro-offers list --product " +
+                yearly + " --all\n"},
+           {{"create", "--product", yearly, "--mode", "free", "--duration", "1w"},
+            1,
+            yearly +
+                " has an introductory offer in that time already in every country, and a country has one at a time. "
+                "Take that one off first:\nkestu intro-offers delete --product " +
+                yearly + "\n"},
            {{"delete", "--product", pro}, 7, pro + " has no introductory offer. Nothing sent.\n"},
        }) {
     SCOPED_TRACE(message);
@@ -115,19 +133,24 @@ TEST_F(IntroOffersTest, WhatDoesntFitTheSubscriptionIsRefusedBeforeAnythingIsSen
 }
 
 TEST_F(IntroOffersTest, AnOfferIsMadeFollowedShownAndTakenBack) {
-  Ran made = create({"--mode", "free", "--duration", "1w", "--from", "2026-12-01", "--keep", "ru", "--wait"});
+  Ran made = create({"--mode", "free", "--duration", "1w", "--from", "2026-12-01", "--until", "2026-12-01", "--keep",
+                     "ru", "--wait"});
   EXPECT_EQ(made.status, 0) << made.err;
   std::string job = jobIn(made.out);
   EXPECT_NE(made.out.find("\nUndo: kestu intro-offers undo " + job + "\n"), std::string::npos) << made.out;
   EXPECT_NE(made.out.find("✓ Done, all 174 countries.\n  Daylight Pro, monthly (" + pro +
-                          "): 1 week free, from 1 Dec 2026\n"),
+                          "): 1 week free, from 1 Dec 2026, until 1 Dec 2026\n"),
             std::string::npos)
       << made.out;
   EXPECT_EQ(lastBody().dump(), R"({"duration":"oneweek","from":"2026-12-01","mode":"freetrial","overrides":)"
                                R"([{"keep":true,"storefront":"ru"}],"periods":1,"product":")" +
-                                   pro + R"("})");
+                                   pro + R"(","until":"2026-12-01"})");
   EXPECT_EQ(intro({"list", "--product", pro}).out,
-            "Daylight Pro, monthly (" + pro + "), renewed every month\n1 week free, from 1 Dec 2026: 174 countries\n");
+            "Daylight Pro, monthly (" + pro + "), renewed every month\n1 week free, on 1 Dec 2026: 174 countries\n");
+  EXPECT_NE(
+      create({"--mode", "free", "--duration", "1w", "--countries", "se"})
+          .err.find("Leave it out with --keep, let this one start after 1 Dec 2026 or take that one off first:\n"),
+      std::string::npos);
   Ran undone = intro({"undo", job, "--yes", "--wait"});
   EXPECT_NE(undone.out.find("✓ Undoing it: Kestu deletes the new offers over the next few minutes.\n"),
             std::string::npos)
@@ -136,11 +159,16 @@ TEST_F(IntroOffersTest, AnOfferIsMadeFollowedShownAndTakenBack) {
             std::string::npos);
 
   server.scriptNextPlan({});
-  Ran gone = intro({"delete", "--product", yearly, "--countries", "uscanada", "--yes", "--wait"});
+  Ran gone = intro({"delete", "--product", yearly, "--countries", "uscanada,ca", "--yes", "--wait"});
   EXPECT_EQ(gone.status, 0) << gone.err;
+  EXPECT_TRUE(gone.err.starts_with("! --countries names ca twice.\n")) << gone.err;
   EXPECT_EQ(gone.out.find("Undo: "), std::string::npos) << gone.out;
   EXPECT_NE(intro({"list", "--product", yearly}).out.find("1 week free, since 1 Sep 2026: 173 countries\n"),
             std::string::npos);
+  EXPECT_NE(
+      intro({"delete", "--product", yearly, "--countries", "se,ca,us", "--dry-run"})
+          .out.find("1 week free, since 1 Sep 2026: Sweden\n! There is none to take off in 2 countries (ca, us).\n"),
+      std::string::npos);
 }
 
 TEST_F(IntroOffersTest, PricesComeFromTheFileAndTheCommandLineAndAreShownFirst) {
@@ -171,6 +199,38 @@ TEST_F(IntroOffersTest, PricesComeFromTheFileAndTheCommandLineAndAreShownFirst) 
   EXPECT_EQ(create(paid).status, 0);
   EXPECT_EQ(lastBody()["overrides"].size(), 23U) << "the euro's, se and no";
   EXPECT_EQ(intro({"create", "--product", pro, "--mode", "free", "--duration", "1w"}).status, 6);
+}
+
+TEST_F(IntroOffersTest, APriceNamesTheCountryThatItIsOf) {
+  const std::string soldInSweden = R"({"kind":"subscription","base":{"storefront":"se","currency":"SEK","amount":60},
+      "storefronts":[{"storefront":"se","currency":"SEK","price":60},{"storefront":"no","currency":"NOK"}]})";
+  struct Row {
+    Words arguments;
+    bool inSweden;
+    std::string says, country;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"--price", "1.99", "--countries", "us,se"},
+            false,
+            ": $1.99 a month for 3 months in United States, its",
+            ""},
+           {{"--price", "1.99", "--countries", "se,no"},
+            false,
+            ": Apple's match of $1.99 a month for 3 months in ",
+            ""},
+           {{"--price", "29", "--countries", "se,no"}, true, ": SEK 29.00 a month for 3 months in Sweden, its", "se"},
+           {{"--price", "29", "--country", "no"}, true, ": NOK 29.00 a month for 3 months in Norway, its", "no"},
+       }) {
+    SCOPED_TRACE(row.says);
+    if (row.inSweden) {
+      server.onNext({.path = "/v1/apps/1234567890/prices", .method = "GET", .status = 200, .body = soldInSweden});
+    }
+    Words all = {"create", "--product", pro, "--mode", "pay-as-you-go", "--periods", "3", "--dry-run"};
+    all.insert(all.end(), row.arguments.begin(), row.arguments.end());
+    Ran ran = intro(all);
+    EXPECT_NE(ran.out.find(row.says), std::string::npos) << ran.out << ran.err;
+    EXPECT_EQ(lastBody().value("country", ""), row.country);
+  }
 }
 
 } // namespace

@@ -54,6 +54,7 @@ TEST_F(OfferCodesTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
              "--eligibility is of new, existing, expired, or an in-app purchase's non-spender", "Say what it costs:"}},
            {{"create", "a", "--product", pro, "--free", "--mode", "free"},
             {"Free trial says how long", "--free is an in-app purchase's, a subscription has --mode free."}},
+           {{"generate", " ", "--app", "a\nb"}, {"The offer is empty.", "--app is an app's App Store ID"}},
            {{"generate", "a"}, {"--count says how many one-time codes", "--expires is the last day of one-time codes"}},
            {{"generate", "a", "--count", "25001", "--expires", "2027-05-22"},
             {"--count is a whole number from 1 to 25,000, not 25001.",
@@ -135,10 +136,18 @@ TEST_F(OfferCodesTest, CodesGoFromTheirOfferToAFileAndToTheirEnd) {
                             "view Spring\n"),
             std::string::npos)
       << custom.out << custom.err;
+  EXPECT_EQ(codes({"generate", "Spring", "--custom", "SPRING26", "--count", "5", "--yes"}).err,
+            "The offer Spring of " + pro +
+                " has the code SPRING26 (1,000 times) already. Nothing sent.\nNext: kestu offer-codes view Spring\n");
   EXPECT_EQ(codes({"download", "Spring", "--codes", "SPRING26", "--to", "-"}).status, 2);
   EXPECT_EQ(approved({"deactivate", "Spring", "--codes", "SPRING26"}).status, 0);
   EXPECT_NE(codes({"list"}).out.find("3 one-time codes; SPRING26 (1,000 times) (off)"), std::string::npos);
+  Ran more = approved({"generate", "Spring", "--count", "2", "--expires", "2027-05-21", "--to", "more.txt", "--json"});
+  auto written = nlohmann::json::parse(more.out);
+  EXPECT_EQ(written["file"].dump() + written["count"].dump(), "\"more.txt\"2");
   EXPECT_EQ(approved({"deactivate", "Spring"}).status, 0);
+  EXPECT_NE(codes({"view", "Spring"}).out.find("3 one-time codes, made just now, until 21 May 2027, off\n"),
+            std::string::npos);
   EXPECT_EQ(codes({"deactivate", "Spring"}).out, "✓ It's off already: nothing sent.\n");
   EXPECT_EQ(approved({"generate", "Spring", "--count", "3", "--expires", "2027-01-01"}).err,
             "The offer Spring of " + pro + " is off for good. Nothing sent.\n");

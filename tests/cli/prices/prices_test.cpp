@@ -62,7 +62,10 @@ TEST_F(PricesTest, WhatIsTypedWronglyIsRefusedBeforeAnyRequest) {
            {{"set", "5", "--country", "se,no"}, oneCountry},
            {{"set", "5", "--country", "xx"}, "xx isn't a country"},
            {{"set", "5", "--from", "2026-02-30"}, "--from is a date, as 2026-12-26, or soonest."},
-           {{"set", "5", "--from", "2026-10-01"}, "--from is a date that's still to come, as "},
+           {{"set", "5", "--from", "2026-11-20"}, "--from is today or a date to come, as 2026-11-2"},
+           {{"set", "4,99", "--from", "x", "--keep", "zz", "--timeout", "1", "--only", "up"},
+            "The price is a number with a point for its cents: 4.99, or 0.\n--only is lower or raise.\n--timeout goes "
+            "with --wait.\n--from is a date, as 2026-12-26, or soonest.\nzz isn't a country"},
            {{"set", "5", "--until", "2026-11-21"}, "--until is a date after --from, as 2026-12-26."},
            {{"set", "5", "--from", "2026-12-26", "--until", "2026-12-26"}, "--until is a date after --from"},
            {{"set", "--derived-from", "a"}, "--derived-from and --multiplier go together."},
@@ -119,6 +122,10 @@ TEST_F(PricesTest, WhatDoesntFitTheProductIsRefusedBeforeAnythingIsSent) {
     EXPECT_EQ(ran.err, message);
   }
   EXPECT_EQ(calls("POST"), 0U);
+  repo.write("metadata/pricing.json", R"({"app":{"countries":{"jp":4.5,"kr":"4.5"}}})");
+  EXPECT_EQ(prices({"set", "5", "--override", "jp=1.5"}).err,
+            "jp pays in JPY, without cents: 2, not 1.5.\nmetadata/pricing.json: app: kr pays in KRW, without cents: 5, "
+            "not 4.5.\n");
 }
 
 TEST_F(PricesTest, ACampaignGoesFromTheSuggestionToItsUndoing) {
@@ -222,7 +229,10 @@ TEST_F(PricesTest, AChangeIsShownBeforeItIsSent) {
                          [](const auto& each) { return each["place"] == "us"; });
   ASSERT_NE(us, json["changes"].end());
   EXPECT_EQ(us->dump(), R"({"field":"price","from":"0.00 USD","place":"us","to":"4.99 USD"})");
+  ASSERT_EQ(prices({"set", "4.99", "--yes", "--no-wait"}).status, 0);
+  EXPECT_EQ(prices({"set", "5.99"}).err.find("! The same change waits"), std::string::npos);
   Ran unasked = prices({"set", "4.99"});
+  EXPECT_NE(unasked.err.find("\n! The same change waits for your approval already, until "), std::string::npos);
   EXPECT_EQ(unasked.status, 6);
   EXPECT_NE(unasked.err.find("$4.99 in United States, after your approval:\n"), std::string::npos) << unasked.err;
 }
