@@ -3,6 +3,7 @@
 #include "sandbox/builds/testflight.hpp"
 #include "sandbox/overview/overview.hpp"
 #include "sandbox/plans.hpp"
+#include "sandbox/prices/prices.hpp"
 #include "sandbox/release/releases.hpp"
 
 #include <fmt/format.h>
@@ -55,8 +56,10 @@ Answer status(State& state, const Call& call) {
   Releases::advance(state);
   TestFlights::advance(state);
   Plans::lapse(state);
-  json answer{
-      {"app", Apps::appJson(app)}, {"ranks", json::array()}, {"waiting", json::array()}, {"jobs", json::array()}};
+  json answer{{"app", Apps::appJson(app)},
+              {"ranks", json::array()},
+              {"waiting", json::array()},
+              {"jobs", Prices::running(state, app)}};
   for (const auto& platform : app.platforms) answer["platforms"].push_back(platformJson(state, app, platform));
   if (const auto found = state.glances.find(app.appId); found != state.glances.end()) answer.update(found->second);
   for (const auto& plan : state.plans) {

@@ -1,6 +1,7 @@
 #include "sandbox/page/page.hpp"
 
 #include "core/console/format.hpp"
+#include "core/listing/listing_field.hpp"
 #include "sandbox/assets/catalog.hpp"
 #include "sandbox/page/difference.hpp"
 #include "sandbox/page/script.hpp"
@@ -71,12 +72,25 @@ std::string strip(const State& state, const std::vector<Placement>& placements) 
   return html.empty() ? "<p class=\"soft\">nothing</p>" : "<div class=\"strip\">" + html + "</div>";
 }
 
+// A field's key as people read it: "What's New", "Marketing URL", "Contact First Name".
+std::string fieldTitle(const std::string& key) {
+  const auto field = listingFieldOfKey(key);
+  std::string title;
+  for (const char each : field ? std::string(facts(*field).label) : key) {
+    const bool isFirst = title.empty() || title.back() == ' ';
+    const bool isLower = each >= 'a' && each <= 'z';
+    if (!field && !isFirst && each >= 'A' && each <= 'Z') title += ' ';
+    title += isFirst && isLower ? static_cast<char>(each - 'a' + 'A') : each;
+  }
+  return title;
+}
+
 // What a plan would change: texts with their differences, pictures before and after, or its lines.
 std::string changes(const State& state, const Plan& plan) {
   std::string html;
   for (const auto& text : plan.details.texts) {
     html += fmt::format(R"(<h4>{} · {}</h4><p class="text" dir="auto">{}</p>)", htmlEscaped(text.place),
-                        htmlEscaped(text.field), wordDifference(text.before, text.after));
+                        htmlEscaped(fieldTitle(text.field)), wordDifference(text.before, text.after));
   }
   for (const auto& pictures : plan.details.pictures) {
     html += fmt::format(R"(<h4>{}</h4><div class="sides"><div><p class="soft">now</p>{}</div>)"
@@ -103,7 +117,11 @@ std::string waitingPlans(const State& state) {
 std::string historyRow(const std::string& what, const std::string& at, const std::string& outcome, bool good) {
   return fmt::format(
       R"(<div class="row"><span>{} <span class="soft">{}</span></span><span class="badge{}">{}</span></div>)",
-      htmlEscaped(what), at, good ? " good" : "", htmlEscaped(outcome));
+      htmlEscaped(what), at,
+      good                   ? " good"
+      : outcome == "expired" ? ""
+                             : " bad",
+      htmlEscaped(outcome));
 }
 
 std::string history(const State& state) {

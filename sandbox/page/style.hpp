@@ -41,8 +41,9 @@ button:focus-visible { outline: 3px solid var(--accent); outline-offset: 2px; }
 .row:first-child { border-top: 0; }
 .row > :first-child { overflow-wrap: anywhere; min-width: 0; }
 .badge { border-radius: 1rem; padding: .1rem .6rem; font-size: .8rem; font-weight: 600; white-space: nowrap;
-  background: var(--no-soft); color: var(--no); }
+  background: var(--line); color: var(--ink); }
 .badge.good { background: var(--yes-soft); color: var(--yes); }
+.badge.bad { background: var(--no-soft); color: var(--no); }
 .strip { display: flex; gap: .6rem; overflow-x: auto; padding-bottom: .3rem; }
 figure { margin: 0; flex: 0 0 auto; max-width: 11rem; }
 figure img, figure video { display: block; height: 9rem; max-width: 11rem; object-fit: contain; border-radius: .4rem;

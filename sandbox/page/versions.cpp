@@ -18,6 +18,15 @@ std::string button(const Version& version, const std::string& title, bool approv
                      version.versionId, approves ? "approve" : "deny", approves, label, htmlEscaped(title), label);
 }
 
+// Red is for what is wrong alone.
+std::string look(const std::string& versionState) {
+  if (versionState == "readyfordistribution") return " good";
+  for (const char* const each : {"rejected", "metadatarejected", "invalidbinary"}) {
+    if (versionState == each) return " bad";
+  }
+  return "";
+}
+
 std::string stateText(const Version& version) {
   StoreVersion shown;
   shown.state = version.state;
@@ -51,7 +60,7 @@ std::string versionStates(const State& state) {
       if (version.appId != app.appId) continue;
       rows += fmt::format(R"(<div class="row"><span>{} for {}</span><span class="badge{}">{}</span></div>)",
                           htmlEscaped(version.version), htmlEscaped(platformName(version.platform)),
-                          version.state == "readyfordistribution" ? " good" : "", htmlEscaped(stateText(version)));
+                          look(version.state), htmlEscaped(stateText(version)));
     }
     html += fmt::format(R"(<section class="card"><h3>{}</h3>{}</section>)", htmlEscaped(app.name), rows);
   }

@@ -112,6 +112,16 @@ Answer job(State& state, const Call& call) {
   return Answer::json(jobJson(state, named(state, app, call)));
 }
 
+json running(State& state, const App& app) {
+  advance(state);
+  auto list = json::array();
+  for (const auto& each : state.prices.jobs) {
+    if (each.appId != app.appId || (each.state != "running" && each.state != "undoing")) continue;
+    list.push_back({{"id", each.id}, {"group", each.move ? "intro-offers" : "prices"}, {"job", jobJson(state, each)}});
+  }
+  return list;
+}
+
 Answer undo(State& state, const Call& call) {
   const auto& app = Accounts::grantedApp(state, call, call.segments[2]);
   const auto& there = named(state, app, call);

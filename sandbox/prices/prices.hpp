@@ -17,6 +17,8 @@ Answer change(State& state, const Call& call);
 Answer parity(State& state, const Call& call);
 Answer job(State& state, const Call& call);
 Answer undo(State& state, const Call& call);
+// The app's jobs that are on their way, as its status lists them.
+nlohmann::json running(State& state, const App& app);
 
 // What is shared by these.
 
