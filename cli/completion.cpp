@@ -88,6 +88,9 @@ void addOptions(Completions& found, const Command& command) {
     for (const std::string& name : option.names) found.candidates.push_back({name, firstSentence(option.help)});
   }
   found.candidates.push_back({"--help", "Show this help."});
+  if (command.path != "kestu") return;
+  found.candidates.push_back({"--version", "Print the version."});
+  found.candidates.push_back({std::string(scriptOption), "Print a shell's completion script."});
 }
 
 void addWords(Completions& found, const Place& place, bool helpAsked, const CompletionValues& values) {
@@ -192,8 +195,12 @@ function __kestu_complete
         case files:files
             __fish_complete_path "$word"
         case 'files:files *'
+            __fish_complete_directories "$word" ''
+            set -l path (string replace -r '^~(?=/)' -- "$HOME" "$word")
             for ending in (string split ' ' -- (string replace 'files:files ' '' -- $lines[1]))
-                __fish_complete_suffix .$ending
+                for file in $path*.$ending
+                    test -d $file; or printf '%s\n' $word(string sub -s (math 1 + (string length -- $path)) -- $file)
+                end
             end
     end
     printf '%s\n' $lines[2..-1]
@@ -207,6 +214,16 @@ Completions completions(const Command& root, std::vector<std::string> words, con
   Completions found;
   std::string word = words.empty() ? "" : words.back();
   if (!words.empty()) words.pop_back();
+  if (!words.empty() && words.front() == scriptOption) {
+    for (const std::string& shell : completionShells()) found.candidates.push_back({shell, ""});
+    if (words.size() > 1) found.candidates.clear();
+    return found;
+  }
+  if (words.empty() && word.starts_with(std::string(scriptOption) + "=")) {
+    for (const std::string& shell : completionShells())
+      found.candidates.push_back({std::string(scriptOption) + "=" + shell, ""});
+    return found;
+  }
   bool helpAsked = !words.empty() && words.front() == "help";
   if (helpAsked) words.erase(words.begin());
   Place place{&root};
@@ -237,6 +254,8 @@ std::string completionLines(const Completions& found, std::string_view word) {
   }
   return lines;
 }
+
+std::vector<std::string> completionShells() { return {"bash", "zsh", "fish"}; }
 
 std::optional<std::string> completionScript(const std::string& shell) {
   if (shell == "bash") return std::string(bash);

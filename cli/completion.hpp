@@ -10,6 +10,9 @@
 
 namespace kestu {
 
+/// Prints a shell's script.
+inline constexpr std::string_view scriptOption = "--generate-completion-script";
+
 /// What a word may become, and what that means.
 struct Candidate {
   std::string value;
@@ -35,5 +38,6 @@ std::string completionLines(const Completions& found, std::string_view word);
 
 /// A completion script for "bash", "zsh" or "fish", which asks the program itself; none for another shell.
 std::optional<std::string> completionScript(const std::string& shell);
+std::vector<std::string> completionShells();
 
 } // namespace kestu

@@ -29,7 +29,8 @@ class Values {
  public:
   Values(Context& context, const std::vector<std::string>& typed)
       : memory_(cacheFolder(context.environment), context.base().origin()), now_(context.clock.now()),
-        root_(Project::root(context.folder)), app_(appGiven(typed)) {}
+        root_(Project::root(context.folder)), app_(appGiven(typed)),
+        begun_(!typed.empty() && !typed.back().empty() && !typed.back().ends_with('=')) {}
 
   std::vector<Candidate> named(std::string_view name) const {
     if (name == "version") return versions();
@@ -116,7 +117,10 @@ class Values {
 
   std::vector<Candidate> apps() const {
     std::vector<Candidate> found;
-    for (const App& app : allApps()) found.push_back({app.bundleId, app.name});
+    std::vector<App> all = allApps();
+    for (const App& app : all) found.push_back({app.bundleId, app.name});
+    if (!begun_) return found; // each once; a name is offered to who begins one
+    for (const App& app : all) found.push_back({app.name, app.bundleId});
     return found;
   }
 
@@ -183,6 +187,7 @@ class Values {
   Moment now_;
   fs::path root_;
   std::optional<std::string> app_;
+  bool begun_; ///< something of the word is typed
 };
 
 } // namespace

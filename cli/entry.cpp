@@ -12,6 +12,8 @@
 #include "core/console/printable.hpp"
 #include "core/overview/update_notice.hpp"
 #include "core/platform/state_folder.hpp"
+#include "core/support/printable_ascii.hpp"
+#include "core/support/text.hpp"
 
 #include <algorithm>
 #include <iterator>
@@ -38,10 +40,15 @@ std::string commandWord(const std::vector<std::string>& arguments) {
   return first;
 }
 
-void generateCompletion(Context& context, const std::vector<std::string>& arguments) {
-  std::string shell = arguments.size() > 1 ? arguments[1] : "";
-  auto script = completionScript(shell);
-  if (!script) throw UsageError("--generate-completion-script takes bash, zsh or fish.");
+void generateCompletion(Context& context, std::vector<std::string> words) {
+  if (std::size_t equals = words[0].find('='); equals != std::string::npos) {
+    words.insert(words.begin() + 1, words[0].substr(equals + 1));
+  }
+  auto script = completionScript(words.size() > 1 ? words[1] : "");
+  if (!script) {
+    throw UsageError("--generate-completion-script takes one of " + Text::joined(completionShells(), ", ") + ".");
+  }
+  if (words.size() > 2) throw UsageError("Nothing is expected at " + shown(words[2]) + ".");
   context.console.out(*script);
 }
 
@@ -61,7 +68,7 @@ void complete(Context& context, std::vector<std::string> words) {
 
 void run(Context& context, std::vector<std::string> arguments) {
   if (!arguments.empty() && arguments[0] == "--complete") return complete(context, std::move(arguments));
-  if (!arguments.empty() && arguments[0] == "--generate-completion-script")
+  if (!arguments.empty() && (arguments[0] == scriptOption || arguments[0].starts_with(std::string(scriptOption) + "=")))
     return generateCompletion(context, arguments);
   if (!arguments.empty() && arguments[0] == "--version") return context.console.line(std::string(CLI::version));
   bool asked = !arguments.empty() && arguments[0] == "help";

@@ -1,7 +1,9 @@
 #include "cli/words.hpp"
 
+#include "cli/completion.hpp"
 #include "cli/help.hpp"
 #include "cli/topics.hpp"
+#include "core/console/format.hpp"
 #include "core/support/printable_ascii.hpp"
 
 #include <algorithm>
@@ -35,9 +37,10 @@ bool isBlank(const std::string& text) { return text.find_first_not_of(" \t\r\n")
 std::vector<std::string> optionNames(const Command& command) {
   std::vector<std::string> names;
   for (const Option& option : command.options) {
-    if (!option.hidden) names.insert(names.end(), option.names.begin(), option.names.end());
+    names.insert(names.end(), option.names.begin(), option.names.end());
   }
   names.push_back("--help");
+  if (command.path == "kestu") names.insert(names.end(), {"--version", std::string(scriptOption)});
   return names;
 }
 
@@ -79,7 +82,7 @@ std::string nearOption(const Command& command, const std::string& word) {
 /// One walk over the words.
 class Walk {
  public:
-  Walk(const Command& root, const std::vector<std::string>& typed) : typed_(typed), words_{&root} {}
+  Walk(const Command& root, const std::vector<std::string>& typed) : root_(root), typed_(typed), words_{&root} {}
 
   Words taken() {
     for (; next_ < typed_.size(); ++next_) {
@@ -93,7 +96,7 @@ class Walk {
       if (isOption(word)) {
         takeOption();
       } else if (const Command* sub = words_.arguments.empty() ? subcommand(command, word) : nullptr) {
-        if (!words_.options.empty()) misplaced(lastOption_, next_);
+        if (!words_.options.empty()) misplaced(lastOption_);
         words_.command = sub;
       } else if (command.run) {
         words_.arguments.push_back(word);
@@ -144,7 +147,7 @@ class Walk {
 
   const Option& found(const std::string& name, const std::string& word) {
     if (const Option* option = optionCalled(*words_.command, name)) return *option;
-    if (!words_.command->run) misplaced(word, next_ + 1);
+    if (!words_.command->run) misplaced(word);
     misused(*words_.command, "There's no option " + shown(word) + " here." + nearOption(*words_.command, word));
   }
 
@@ -166,24 +169,55 @@ class Walk {
     if (!joined) ++next_;
   }
 
-  /// For an option before the command that it is of; the words from `from` on are looked through for that one.
-  [[noreturn]] void misplaced(const std::string& word, std::size_t from) {
-    const Command* command = words_.command;
-    std::string first;
-    for (std::size_t at = from; at < typed_.size() && typed_[at] != "--"; ++at) {
+  /// For an option before the command that it is of, which is looked for among all the words.
+  [[noreturn]] void misplaced(const std::string& word) {
+    const Command* command = &root_;
+    std::vector<bool> leads(typed_.size()); // to the command
+    std::size_t end = 0;                    // behind the last of those
+    std::string first;                      // that leads nowhere
+    for (std::size_t at = 0; at < typed_.size() && typed_[at] != "--"; ++at) {
       if (isOption(typed_[at])) continue;
-      if (first.empty()) first = typed_[at];
-      if (const Command* sub = subcommand(*command, typed_[at])) command = sub;
+      if (const Command* sub = subcommand(*command, typed_[at])) {
+        command = sub;
+        leads[at] = true;
+        end = at + 1;
+      } else if (first.empty() && at > next_) {
+        first = typed_[at];
+      }
     }
-    const std::string name = nameOf(word);
     bool group = command == words_.command;
     if (group && !first.empty() && !didYouMean(first, subcommandWords(*command)).empty()) noCommand(*command, first);
-    if (!group && optionCalled(*command, name)) {
-      misused(*command, shown(name) + " goes after the command: " + command->path + " … " + shown(word) + ".");
+    if (!group && optionCalled(*command, nameOf(word))) {
+      misused(*command, shown(nameOf(word)) + " goes after the command: " + rearranged(*command, leads, end));
     }
     misused(*command, "There's no option " + shown(word) + " here." + nearOption(*command, word));
   }
 
+  /// The words as they would be taken: what stood before the end of the command behind its arguments.
+  std::string rearranged(const Command& command, const std::vector<bool>& leads, std::size_t end) const {
+    std::string before, after, last;
+    for (std::size_t at = 0; at < typed_.size(); ++at) {
+      const std::string& word = typed_[at];
+      if (word == "--" || !last.empty()) {
+        last += " " + asTyped(word);
+      } else if (!leads[at]) {
+        (at < end ? before : after) += " " + asTyped(word);
+        const Option* option = isOption(word) && nameOf(word) == word ? optionCalled(command, word) : nullptr;
+        bool lacks = option && !option->value.empty() && at + 1 < end && leads[at + 1];
+        if (lacks) before += " <" + option->value + ">";
+      }
+    }
+    return command.path + after + before + last;
+  }
+
+  /// As a shell takes it.
+  static std::string asTyped(const std::string& word) {
+    std::size_t equals = word.starts_with("--") ? word.find('=') : std::string::npos;
+    if (word == "--" || equals == std::string::npos) return Format::shellWord(shown(word));
+    return word.substr(0, equals + 1) + Format::shellWord(shown(word.substr(equals + 1)));
+  }
+
+  const Command& root_;
   const std::vector<std::string>& typed_;
   Words words_;
   std::size_t next_ = 0;
