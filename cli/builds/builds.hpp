@@ -47,8 +47,8 @@ std::string appPath(const Client& client, const AppTarget& app, const Context& c
 /// Waits with the lines that a person reads meanwhile; none when the time ran out. A build that Apple couldn't process
 /// is a CLIError, and so is, for testers, one that has expired. `target` is for the command lines that they name.
 std::optional<BuildWait::Reached> waitFor(Context& context, const Output& output, const Client& client,
-                                          const std::string& path, const BuildWait::Goal& goal, WaitTime time,
-                                          const BuildTarget& target);
+                                          const std::string& path, const BuildWait::Goal& goal,
+                                          std::chrono::nanoseconds time, const BuildTarget& target);
 
 /// "✓ 1.2 (45) for iOS: ready for internal testers.", and what to do next where something is.
 std::string reachedText(const ManagedBuild& build, const BuildTarget& target);

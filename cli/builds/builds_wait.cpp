@@ -1,7 +1,10 @@
 #include "cli/builds/builds.hpp"
 #include "cli/context.hpp"
+#include "core/service/patient_transport.hpp"
 #include "core/support/text.hpp"
 
+#include <algorithm>
+#include <chrono>
 #include <memory>
 
 namespace kestu {
@@ -40,12 +43,24 @@ BuildWait::Goal goalOf(const WaitOptions& options, const std::vector<ManagedBuil
   return {BuildReference::of(*build), build->platform, options.testable, true};
 }
 
+/// For a wait that goes on.
+void tellTrouble(Context& context, const std::string& reason) {
+  context.console.error(reason + (reason.ends_with('.') ? "" : ".") + " Still waiting.");
+}
+
 void runWait(Context& context, const WaitOptions& options) {
   Client client = context.signedIn();
-  std::string path = appPath(client, options.target.app, context);
-  auto listed = Builds::fetch(client, path, options.target.platform.platform);
+  auto begun = context.clock.continuous();
+  auto limit = std::chrono::nanoseconds(options.time.limit);
+  PatientTransport patient(context.transport, context.clock,
+                           std::min<std::chrono::nanoseconds>(limit, PatientTransport::longestOutage),
+                           [&](const std::string& reason) { tellTrouble(context, reason); });
+  Client looking = client.through(patient);
+  std::string path = appPath(looking, options.target.app, context);
+  auto listed = Builds::fetch(looking, path, options.target.platform.platform);
   BuildWait::Goal goal = goalOf(options, listed.value.builds);
-  auto reached = waitFor(context, options, client, path, goal, options.time, options.target);
+  auto left = std::max(limit - (context.clock.continuous() - begun), std::chrono::nanoseconds(0));
+  auto reached = waitFor(context, options, client, path, goal, left, options.target);
   if (!reached) {
     throw CLIError(Kind::pending, "The time ran out with it still on its way. Run it again to keep waiting.");
   }
@@ -55,8 +70,8 @@ void runWait(Context& context, const WaitOptions& options) {
 } // namespace
 
 std::optional<BuildWait::Reached> waitFor(Context& context, const Output& output, const Client& client,
-                                          const std::string& path, const BuildWait::Goal& goal, WaitTime time,
-                                          const BuildTarget& target) {
+                                          const std::string& path, const BuildWait::Goal& goal,
+                                          std::chrono::nanoseconds time, const BuildTarget& target) {
   BuildWait::Listener listener;
   listener.notListed = [&] { output.say(context.console, "● Waiting for Apple to list " + goal.build.text() + "."); };
   listener.moved = [&](const ManagedBuild& build) {
@@ -65,10 +80,8 @@ std::optional<BuildWait::Reached> waitFor(Context& context, const Output& output
     std::string answer = asks ? ": " + target.next("compliance", build) : ".";
     output.say(context.console, "● " + build.described() + ": " + build.stateText() + answer);
   };
-  listener.trouble = [&](const std::string& reason) {
-    context.console.error(reason + (reason.ends_with('.') ? "" : ".") + " Still waiting.");
-  };
-  auto reached = BuildWait::until(goal, time.limit, client, path, listener);
+  listener.trouble = [&](const std::string& reason) { tellTrouble(context, reason); };
+  auto reached = BuildWait::until(goal, time, client, path, listener);
   if (!reached) return reached;
   const ManagedBuild& build = reached->build;
   BuildState state = build.stateKind();

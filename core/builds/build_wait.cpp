@@ -1,5 +1,7 @@
 #include "core/builds/build_wait.hpp"
 
+#include "core/service/patient_transport.hpp"
+
 #include <algorithm>
 #include <utility>
 
@@ -11,25 +13,13 @@ namespace {
 
 constexpr std::chrono::seconds longestCall = 25s;
 constexpr std::chrono::seconds pause = 5s;
-constexpr std::chrono::minutes longestOutage = 5min;
-
-/// Too many calls for the moment, unlike those of some hours or days, whose end no wait outlasts.
-bool crowded(int status, const Refusal& refusal) {
-  return status == 429 && (refusal.error != "agent_quota" || refusal.limit == "minute");
-}
-
-/// What went wrong, without the advice to try again: the wait does that itself.
-std::string troubleOf(int status) {
-  if (status == 429) return "Too many requests.";
-  if (status >= 500) return "kestu couldn't answer (" + std::to_string(status) + ").";
-  return "kestu's answer couldn't be read.";
-}
+constexpr std::chrono::minutes longestOutage = PatientTransport::longestOutage;
 
 /// One wait, from its first call to its end.
 class Waiting {
  public:
-  Waiting(const BuildWait::Goal& goal, std::chrono::minutes timeout, const Client& client, const std::string& appPath,
-          const BuildWait::Listener& listener)
+  Waiting(const BuildWait::Goal& goal, std::chrono::nanoseconds timeout, const Client& client,
+          const std::string& appPath, const BuildWait::Listener& listener)
       : goal_(goal), client_(client), path_(appPath + "/testflight/builds/wait"), listener_(listener),
         clock_(client.context().clock), deadline_(clock_.continuous() + timeout) {}
 
@@ -84,15 +74,14 @@ class Waiting {
       unread_ = false;
       return wait;
     } catch (const CLIError& error) {
-      if (error.kind != CLIError::Kind::unavailable && !crowded(status, refusal)) throw;
+      if (error.kind != CLIError::Kind::unavailable && !refusal.isRush(status)) throw;
       bool answers = status >= 200 && status < 300;
       // One may have been cut short; a second is what the service says now.
       if (answers && std::exchange(unread_, true)) throw;
       if (!answers) unread_ = false;
       if (!lost_) lostSince_ = clock_.continuous();
       if (clock_.continuous() - lostSince_ >= longestOutage) throw;
-      bool said = status == 0 || (status >= 300 && refusal.message);
-      if (!lost_ && listener_.trouble) listener_.trouble(said ? error.description : troubleOf(status));
+      if (!lost_ && listener_.trouble) listener_.trouble(status == 0 ? error.description : refusal.trouble(status));
       lost_ = error;
       return std::nullopt;
     }
@@ -159,8 +148,9 @@ bool BuildWait::over(const ManagedBuild& build, bool testable) {
   return never || (testable ? build.testable() : build.processed());
 }
 
-std::optional<BuildWait::Reached> BuildWait::until(const Goal& goal, std::chrono::minutes timeout, const Client& client,
-                                                   const std::string& appPath, const Listener& listener) {
+std::optional<BuildWait::Reached> BuildWait::until(const Goal& goal, std::chrono::nanoseconds timeout,
+                                                   const Client& client, const std::string& appPath,
+                                                   const Listener& listener) {
   return Waiting(goal, timeout, client, appPath, listener).run();
 }
 

@@ -49,7 +49,7 @@ bool over(const ManagedBuild& build, bool testable);
 /// Asks the service again and again, through dropped connections, its restarts and a rush of calls, until the wait is
 /// over; none when the time ran out first. Five minutes without an answer, two answers in a row that can't be read, a
 /// service that never answered, and any other refusal are a CLIError.
-std::optional<Reached> until(const Goal& goal, std::chrono::minutes timeout, const Client& client,
+std::optional<Reached> until(const Goal& goal, std::chrono::nanoseconds timeout, const Client& client,
                              const std::string& appPath, const Listener& listener);
 
 } // namespace BuildWait

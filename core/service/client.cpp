@@ -24,6 +24,10 @@ Client Client::unstopped() const {
   return {std::move(context), base_, token_};
 }
 
+Client Client::through(Transport& transport) const {
+  return {{transport, context_.clock, context_.console, context_.announced, context_.stop}, base_, token_};
+}
+
 HTTPAnswer Client::perform(HTTPRequest request) const {
   std::string agent(CLI::client);
   std::replace(agent.begin(), agent.end(), ' ', '/');

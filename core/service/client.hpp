@@ -80,6 +80,9 @@ class Client {
   /// The same for a last call after a stop, which ends at its time limit alone.
   Client unstopped() const;
 
+  /// The same over another transport, which outlives it.
+  Client through(Transport& transport) const;
+
   const ServiceContext& context() const { return context_; }
   const APIURL& base() const { return base_; }
 

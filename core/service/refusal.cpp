@@ -70,6 +70,15 @@ Refusal Refusal::read(std::string_view body) {
   }
 }
 
+bool Refusal::isRush(int status) const { return status == 429 && (error != "agent_quota" || limit == "minute"); }
+
+std::string Refusal::trouble(int status) const {
+  if (status >= 300 && message) return printableText(*message);
+  if (status == 429) return "Too many requests.";
+  if (status >= 500) return "kestu couldn't answer (" + std::to_string(status) + ").";
+  return "kestu's answer couldn't be read.";
+}
+
 CLIError Refusal::asError(int status, const std::optional<std::string>& latest, Moment now) const {
   if (status == 401) {
     return {Kind::signedOut, "kestu no longer takes this sign-in: it was revoked, went unused for 90 days, or was "

@@ -20,6 +20,12 @@ struct Refusal {
   /// A body that does not decode is an empty refusal.
   static Refusal read(std::string_view body);
 
+  /// Too many calls for the moment, unlike those of some hours or days, whose end no wait outlasts.
+  bool isRush(int status) const;
+
+  /// What went wrong for a moment, for one who waits on: without the advice to try again.
+  std::string trouble(int status) const;
+
   /// What the refusal means to the user; `latest` is the newer version of the program, when one is known.
   CLIError asError(int status, const std::optional<std::string>& latest, Moment now) const;
 };

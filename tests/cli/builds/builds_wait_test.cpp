@@ -187,6 +187,32 @@ TEST_F(WaitTest, OutlivesDroppedConnectionsAndRestarts) {
     EXPECT_EQ(asked().size(), row.calls);
     server.faults().clear();
   }
+  // Already where the wait looks what it is for.
+  struct First {
+    sandbox::Fault fault;
+    const char* timeout;
+    int status, seconds;
+    std::string err;
+  };
+  const std::string list = base + "builds";
+  for (const First& row : std::vector<First>{
+           {{.path = list, .times = 40, .status = 503}, "10", 10, 600, "kestu couldn't answer (503). Still waiting."},
+           {{.path = list, .cut = true}, "1", 10, 60, "Couldn't reach kestu: "},
+           {{.path = list, .times = -1, .status = 502}, "60", 9, 300, "kestu couldn't answer (502). Still waiting."},
+           {{.path = list, .times = -1, .status = 502}, "1", 9, 60, "kestu couldn't answer (502). Still waiting."},
+           {{.path = list, .status = 401}, "60", 3, 0, "kestu no longer takes this sign-in"},
+           {{.path = list, .status = 404}, "60", 7, 0, "Not found."},
+       }) {
+    SCOPED_TRACE(row.err + row.timeout);
+    processingFor(std::chrono::hours(9));
+    server.onNext(row.fault);
+    auto begun = clock.continuous();
+    ran = builds({"wait", "44", "--timeout", row.timeout});
+    EXPECT_EQ(ran.status, row.status) << ran.err;
+    EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
+    EXPECT_EQ(std::chrono::round<std::chrono::seconds>(clock.continuous() - begun).count(), row.seconds);
+    server.faults().clear();
+  }
   // An outage, a shorter one, and one that a readable answer divides.
   for (auto [skip, times, status, minutes] : {std::tuple(0, -1, 9, 5), {0, 50, 10, 60}, {1, -1, 9, 5}}) {
     SCOPED_TRACE(times);
