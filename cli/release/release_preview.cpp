@@ -7,10 +7,12 @@
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/platform/state_folder.hpp"
+#include "core/project/apple_locales.hpp"
 #include "core/project/platform.hpp"
 #include "core/project/project.hpp"
 #include "core/release/preview_assets.hpp"
 #include "core/release/preview_file.hpp"
+#include "core/release/preview_page.hpp"
 #include "core/release/release_check.hpp"
 #include "core/support/process.hpp"
 
@@ -35,6 +37,8 @@ struct PreviewOptions : GlobalOptions {
   std::vector<std::string> locales;
   std::optional<std::string> out;
   bool open = false;
+
+  bool isStandardOutput() const { return out == "-"; }
 };
 
 /// All that the page is made of.
@@ -134,8 +138,13 @@ Gathered gather(Context& context, const PreviewOptions& options) {
   scan.stop = context.stop;
   scan.locales = options.locales;
   AssetSelection selection{{allAssetKinds.begin(), allAssetKinds.end()}, options.locales, {}};
-  gathered.sets =
-      gathered.catalog ? AssetPush::scan(selection, root, *gathered.catalog, scan).sets : assetsByFolder(root, scan);
+  if (gathered.catalog) {
+    gathered.sets = AssetPush::scan(selection, root, *gathered.catalog, scan).sets;
+  } else {
+    FolderAssets found = assetsByFolder(root, scan);
+    gathered.sets = std::move(found.sets);
+    append(gathered.findings, std::move(found.findings));
+  }
   return gathered;
 }
 
@@ -182,6 +191,15 @@ void requireLanguages(const Context& context, const ReleasePreview& preview, con
                                        printable(locale) + ", so nothing was written.");
   }
   if (preview.languages.empty()) throw ListingPush::noListing(Project::root(context.folder));
+}
+
+/// A push sends a language that Apple isn't known to have too, so the page has it.
+void tellLanguages(const Context& context, const ReleasePreview& preview) {
+  for (const PreviewLanguage& each : preview.languages) {
+    if (AppleLocales::standing(each.locale) != AppleLocales::Standing::unknown) continue;
+    context.console.error(printable(each.locale) + AppleLocales::doubt(each.locale) +
+                          ", so Apple may not take it: it's shown since a push sends it.");
+  }
 }
 
 /// The file named, or one of its own in the user's cache folder, which nobody else reads.
@@ -256,6 +274,12 @@ void runPreview(Context& context, const PreviewOptions& options) {
   Gathered gathered = gather(context, options);
   ReleasePreview preview = previewOf(context, gathered, options);
   requireLanguages(context, preview, options);
+  tellLanguages(context, preview);
+  if (options.isStandardOutput()) {
+    for (const std::string& left : preview.leftOut) context.console.error(printable(left));
+    return PreviewPage::write(
+        preview, [&](std::string_view piece) { context.console.out(piece); }, context.stop);
+  }
   PreviewFile file = placeOf(context, options, gathered);
   std::uint64_t bytes = context.console.during([&] { return file.write(preview, context.stop); });
   for (const std::string& left : preview.leftOut) context.console.error(printable(left));
@@ -290,8 +314,8 @@ void addReleasePreview(Command& group) {
   command.flag({"--open"}, options->open, "Open the page once it's written.");
   command.option({{"--out"},
                   "file",
-                  "Where the page goes. In the cache folder when left out. Only a page that kestu wrote is written "
-                  "over.",
+                  "Where the page goes: a file, or - for standard output. In the cache folder when left out. Only a "
+                  "page that kestu wrote is written over.",
                   [options](const std::string& value) { options->out = value; },
                   {},
                   false});
@@ -302,6 +326,11 @@ void addReleasePreview(Command& group) {
   options->GlobalOptions::declare(command);
   command.example("1.2 --open", "Writes the page of 1.2, and opens it.");
   command.example("1.2 --out preview.html --locale en-US,de-DE", "Two languages, in a file to hand on.");
+  command.validate = [options] {
+    if (!options->isStandardOutput()) return;
+    if (options->quiet()) throw UsageError("--out - writes the page alone, so --output has no place.");
+    if (options->open) throw UsageError("--open opens a file, which --out - doesn't write.");
+  };
   command.run = [options](Context& context) { runPreview(context, *options); };
 }
 

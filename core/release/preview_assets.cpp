@@ -4,6 +4,7 @@
 #include "core/assets/asset_measure.hpp"
 #include "core/assets/asset_walk.hpp"
 #include "core/assets/frames.hpp"
+#include "core/release/release_check.hpp"
 #include "core/support/error.hpp"
 
 #include <cstddef>
@@ -154,16 +155,20 @@ void addFrames(std::vector<AssetSet>& sets, std::size_t first, AssetKind kind, c
 
 } // namespace
 
-std::vector<AssetSet> assetsByFolder(const std::filesystem::path& root, const ScanOptions& options) {
-  std::vector<AssetSet> sets;
+FolderAssets assetsByFolder(const std::filesystem::path& root, const ScanOptions& options) {
+  FolderAssets found;
   for (AssetKind kind : Assets::kinds(root)) {
     DisplayChoice displays(displaysByFolder(kind, root, options.platform), options);
     const AssetWalk walk = AssetWalk::of(kind, root, displays, options.locales);
-    const std::size_t first = sets.size();
-    for (const AssetPlace& place : walk.places) addPlace(sets, kind, place, options);
-    addFrames(sets, first, kind, root, walk.kindFolder);
+    const std::size_t first = found.sets.size();
+    for (const AssetPlace& place : walk.places) addPlace(found.sets, kind, place, options);
+    addFrames(found.sets, first, kind, root, walk.kindFolder);
+    for (const auto& [level, texts] : {std::pair(Level::error, walk.problems), {Level::note, walk.notes}}) {
+      Findings more = ReleaseCheck::assetFindings(kind, root, level, texts);
+      found.findings.insert(found.findings.end(), more.begin(), more.end());
+    }
   }
-  return sets;
+  return found;
 }
 
 } // namespace kestu

@@ -16,7 +16,11 @@ PreviewAsset shownAlone(AssetKind kind, const ShownAsset& asset, Standing standi
 std::vector<PreviewAsset> comparedAssets(const AssetSet& set, const std::vector<ShownAsset>& shown);
 
 /// A repository's assets without Apple's displays to match them against: by the names of their folders, and those in no
-/// folder of a display by their size. Nothing is checked. Throws Stopped.
-std::vector<AssetSet> assetsByFolder(const std::filesystem::path& root, const ScanOptions& options);
+/// folder of a display by their size; and what is wrong with the folders. Throws Stopped.
+struct FolderAssets {
+  std::vector<AssetSet> sets;
+  Findings findings;
+};
+FolderAssets assetsByFolder(const std::filesystem::path& root, const ScanOptions& options);
 
 } // namespace kestu

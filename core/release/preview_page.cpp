@@ -239,11 +239,12 @@ class Writer {
     const PreviewText* under = language.text(subtitle);
     std::string html = fmt::format("<div class=\"head\"><div class=\"icon\"{}>App icon</div><div>\n<h3{}>{}{}</h3>\n",
                                    english, title && !look(title->standing).empty() ? " class=\"differs\"" : "",
-                                   title ? content(*title) : inEnglish("No name", "soft"),
+                                   title && !title->shown.empty() ? content(*title) : inEnglish("No name", "soft"),
                                    title ? " " + standingBadge(title->standing) : "");
     if (title) html += heldBack(*title) + list(title->findings);
     if (under) {
-      html += fmt::format("<p class=\"subtitle{}\">{} {}</p>\n{}{}", look(under->standing), content(*under),
+      html += fmt::format("<p class=\"subtitle{}\">{} {}</p>\n{}{}", look(under->standing),
+                          under->shown.empty() ? inEnglish("No subtitle", "soft") : content(*under),
                           standingBadge(under->standing), heldBack(*under), list(under->findings));
     }
     return html + "</div></div>\n";

@@ -74,6 +74,10 @@ Findings reviewNotes(const ReviewInfo& review);
 /// The repository's assets against Apple's specs. `options` say the platform, the probe and when to stop.
 Findings assets(const std::filesystem::path& root, const AssetCatalog& catalog, const ScanOptions& options);
 
+/// A scan's problems or notes, which begin with a repository path.
+Findings assetFindings(AssetKind kind, const std::filesystem::path& root, Level level,
+                       const std::vector<std::string>& texts);
+
 /// That they weren't checked, when there are any, and why the catalog can't be had.
 Findings assets(const std::filesystem::path& root, const CLIError& noCatalog, Level level);
 

@@ -37,18 +37,27 @@ std::optional<std::string> fileOf(const std::filesystem::path& root, const std::
 Findings assets(const std::filesystem::path& root, const AssetCatalog& catalog, const ScanOptions& options) {
   Findings findings;
   for (AssetKind kind : Assets::kinds(root)) {
-    std::string rule(facts(kind).key);
-    std::string folder = Assets::repositoryFolder(kind, root).value_or("");
     AssetScan scan = Assets::sets(kind, root, catalog, options);
-    auto add = [&](Level level, const std::vector<std::string>& texts) {
-      for (const std::string& text : texts) {
-        bool ended = text.ends_with('.') || text.ends_with('?');
-        findings.push_back(
-            {level, rule, assetLocale(text, folder), text + (ended ? "" : "."), {}, fileOf(root, text, folder)});
-      }
-    };
-    add(Level::error, scan.problems);
-    add(Level::note, scan.notes);
+    for (const auto& [level, texts] : {std::pair(Level::error, scan.problems), {Level::note, scan.notes}}) {
+      Findings more = assetFindings(kind, root, level, texts);
+      findings.insert(findings.end(), more.begin(), more.end());
+    }
+  }
+  return findings;
+}
+
+Findings assetFindings(AssetKind kind, const std::filesystem::path& root, Level level,
+                       const std::vector<std::string>& texts) {
+  Findings findings;
+  std::string folder = Assets::repositoryFolder(kind, root).value_or("");
+  for (const std::string& text : texts) {
+    bool ended = text.ends_with('.') || text.ends_with('?');
+    findings.push_back({level,
+                        std::string(facts(kind).key),
+                        assetLocale(text, folder),
+                        text + (ended ? "" : "."),
+                        {},
+                        fileOf(root, text, folder)});
   }
   return findings;
 }

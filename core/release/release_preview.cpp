@@ -218,16 +218,25 @@ class Gathering {
       return;
     }
     if (finding.fields.empty()) return language->findings.push_back(std::move(finding));
-    // Once beside the first of its fields; a list of what is missing is no use beside each.
-    auto& texts = language->texts;
-    ListingField field = finding.fields.front();
+    if (finding.fields.size() == 1) {
+      return textOf(*language, finding.fields.front()).findings.push_back(std::move(finding));
+    }
+    // A list of what is missing is no use beside each, whose places are shown empty.
+    if (finding.rule == "required" || finding.rule == "missing") {
+      for (ListingField field : finding.fields) textOf(*language, field);
+    }
+    language->findings.push_back(std::move(finding));
+  }
+
+  /// The language's text, made empty where there is none.
+  static PreviewText& textOf(PreviewLanguage& language, ListingField field) {
+    auto& texts = language.texts;
     auto text = std::lower_bound(texts.begin(), texts.end(), field,
                                  [](const PreviewText& each, ListingField value) { return each.field < value; });
-    if (finding.fields.size() > 1) return language->findings.push_back(std::move(finding));
     if (text == texts.end() || text->field != field) {
       text = texts.insert(text, PreviewText{field, "", Standing::unknown, {}, {}});
     }
-    text->findings.push_back(std::move(finding));
+    return *text;
   }
 
   PreviewFacts facts_;

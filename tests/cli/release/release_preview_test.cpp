@@ -123,6 +123,17 @@ TEST_F(PreviewTest, OnlyAPageOfItsOwnIsWrittenOver) {
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "stopped.html"));
 }
 
+TEST_F(PreviewTest, OnStandardOutputThereIsThePageAlone) {
+  signIn();
+  repo.write("metadata/listing/xx-YY.json", R"({"name": "Nowhere"})");
+  Ran ran = preview({"--out", "-"});
+  EXPECT_TRUE(ran.status == 0 && ran.out.starts_with("<!doctype html>") && ran.out.ends_with("</html>\n")) << ran.out;
+  EXPECT_EQ(ran.err, "xx-YY isn't one of Apple's languages, so Apple may not take it: it's shown since a push sends "
+                     "it.\n");
+  EXPECT_FALSE(std::filesystem::exists(repo.path() / "-"));
+  for (const char* more : {"--open", "--json"}) EXPECT_EQ(preview({"--out", "-", more}).status, 2) << more;
+}
+
 TEST_F(PreviewTest, OpenTakesTheSystemsOpener) {
 #ifdef __APPLE__
   const std::string opener = "open";

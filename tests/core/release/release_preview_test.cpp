@@ -187,6 +187,9 @@ TEST(ReleasePreview, FindingsStandBesideWhatTheyAreAbout) {
       }
     }
     EXPECT_EQ(Text::joined(places, ", "), row.place);
+    for (ListingField field : row.finding.fields) {
+      if (!row.place.empty()) EXPECT_NE(language.text(field), nullptr) << "what is missing has its place";
+    }
     EXPECT_EQ(preview.count(row.finding.level), row.place.empty() ? 0 : 1);
   }
 }
@@ -272,7 +275,10 @@ TEST(ReleasePreview, WithoutDisplaysAssetsStandByTheirFolders) {
   }
   root.write("metadata/screenshots/ja/phone/no.png", "no picture");
   Lines found;
-  for (const AssetSet& each : assetsByFolder(root.path(), {})) {
+  FolderAssets assets = assetsByFolder(root.path(), {});
+  ASSERT_EQ(assets.findings.size(), 1U);
+  EXPECT_EQ(assets.findings[0].message, "metadata/screenshots/german can't be a language: it's written de-DE.");
+  for (const AssetSet& each : assets.sets) {
     for (const AssetFile& one : each.files) found.push_back(each.locale + " " + each.display.name + " " + one.name);
   }
   EXPECT_EQ(found, (Lines{"de-DE Phone 1.png", "de-DE Phone 2.png", "de-DE Phone 10.png", "de-DE 20 × 10 loose.png",
