@@ -98,12 +98,13 @@ void runLogin(Context& context, const GlobalOptions& options) {
       options.say(context.console, "Signed in as " + nameOf(*who) + " so far: a new sign-in takes its place.");
     }
   }
+  // Before anybody approves what won't be used.
+  if (credentials.isFromEnvironment()) context.console.error(environmentWins);
   Client client = context.client(std::nullopt);
   DeviceStart start = DeviceFlow::start({std::string(CLI::client), machineName(), {}, std::nullopt}, client);
   showStart(context, options, start);
   SignedIn signedIn = DeviceFlow::wait(start, client);
   credentials.save(signedIn.token);
-  if (credentials.isFromEnvironment()) context.console.error(environmentWins);
   JSONData answer = JSONData::object({{"signedIn", true}});
   std::string done = "✓ Signed in";
   if (signedIn.grant) {

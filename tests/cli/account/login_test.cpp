@@ -142,6 +142,11 @@ TEST_F(LoginTest, TheEnvironmentWins) {
   Ran login = run({"logout"});
   EXPECT_EQ(login.err, "KESTU_TOKEN is set, so commands keep using it.\n");
   EXPECT_TRUE(store.items.empty());
+  server.scriptNextSignIn({});
+  run({"login"});
+  std::string seen = terminal.allText();
+  std::size_t wins = seen.find("commands keep using it rather than this sign-in.\n");
+  EXPECT_LT(wins, seen.find("Approve in kestu: ")) << "before anybody approves it";
   environment["KESTU_TOKEN"] = "a b";
   EXPECT_EQ(run({"whoami"}).status, 2);
 }
