@@ -1,6 +1,7 @@
 #include "cli/options.hpp"
 
 #include "cli/context.hpp"
+#include "cli/waiting.hpp"
 #include "core/console/format.hpp"
 #include "core/project/apple_locales.hpp"
 #include "core/support/printable_ascii.hpp"
@@ -171,6 +172,10 @@ void ChangeOptions::declare(Command& command) {
   declareAnswerFormat(command, *this);
 }
 
+std::string ProposedChange::identity() const {
+  return sameAs.empty() ? title + "\n" + changesData(items).compact() : sameAs;
+}
+
 void ChangeOptions::make(Context& context, const Client& client, const ChangeRequest& request,
                          const ProposedChange& change) const {
   if (!dryRun) confirm(context, change);
@@ -179,7 +184,14 @@ void ChangeOptions::make(Context& context, const Client& client, const ChangeReq
 
 void ChangeOptions::confirm(Context& context, const ProposedChange& change) const {
   std::string text = change.title + (change.lines.empty() ? "" : "\n" + change.lines);
-  if (yes) return say(context.console, text);
+  std::string already;
+  if (!change.lookedForSame) already = context.console.during([&] { return waitsAlready(context, change.identity()); });
+  if (yes) {
+    say(context.console, text);
+    if (!already.empty()) context.console.error(already);
+    return;
+  }
+  if (!already.empty()) text += "\n" + already;
   ChangeFlow::confirm({yes, change.waits}, text, context.console, context.stop);
 }
 
@@ -192,13 +204,21 @@ void ChangeOptions::tellDryRun(Context& context, const ProposedChange& change, c
   }
 }
 
+Response<ChangeAnswer> ChangeOptions::sent(Context& context, const Client& client, const ChangeRequest& request,
+                                           const ProposedChange& change) const {
+  auto answer = ChangeFlow::send(client, request, false, !noWait, [&](const Plan& plan) {
+    rememberWaiting(context, change.identity(), plan);
+    tellWaiting(context, *this, plan);
+  });
+  const auto& plan = answer.value.plan;
+  if (plan && plan->waits()) rememberWaiting(context, change.identity(), *plan);
+  return answer;
+}
+
 void ChangeOptions::send(Context& context, const Client& client, const ChangeRequest& request,
                          const ProposedChange& change) const {
-  auto answer = ChangeFlow::send(client, request, dryRun, !dryRun && !noWait, [&](const Plan& plan) {
-    say(context.console, "● Waiting for your approval in the kestu app, until " +
-                             Format::moment(plan.expiresAt, context.clock.now()) + ".");
-  });
-  if (dryRun) return tellDryRun(context, change, answer.body);
+  if (dryRun) return tellDryRun(context, change, ChangeFlow::send(client, request, true, false, nullptr).body);
+  auto answer = sent(context, client, request, change);
   bool waiting = answer.value.plan && answer.value.plan->waits();
   std::string more = change.more && !waiting && !quiet() ? change.more(JSONValue::parse(answer.body)) : "";
   emitBody(context.console, answer.body,

@@ -69,6 +69,10 @@ struct ProposedChange {
 
   /// What follows `done` and needs the service's answer.
   std::function<std::string(const JSONValue& answer)> more{};
+
+  std::string sameAs{}; ///< what tells it from other changes, where the title and the items don't
+  std::string identity() const;
+  bool lookedForSame = false; ///< the service was asked already whether the same waits
 };
 
 /// The options of a command that changes something. A command makes its ProposedChange and calls `make`; one that has
@@ -89,6 +93,10 @@ struct ChangeOptions : Output {
   /// Sends a confirmed change, waits for its decision unless --no-wait, and writes the answer or the `done` line; or
   /// sends the dry run and tells it.
   void send(Context& context, const Client& client, const ChangeRequest& request, const ProposedChange& change) const;
+
+  /// `send` of what is no dry run, without its line at the end.
+  Response<ChangeAnswer> sent(Context& context, const Client& client, const ChangeRequest& request,
+                              const ProposedChange& change) const;
 
   /// What a dry run writes, `body` being the service's answer: the lines and `would`, or the answer with `changes`.
   void tellDryRun(Context& context, const ProposedChange& change, const std::string& body) const;

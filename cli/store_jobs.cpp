@@ -122,11 +122,29 @@ struct UndoOptions : ChangeOptions {
   JobWaitOptions wait;
 };
 
+/// Before anybody is asked: what is on its way, taken back or begun can't be undone.
+void requireUndoable(const StoreJob& job, const std::string& follow, Moment now) {
+  if (job.canUndo) return;
+  std::string why;
+  if (job.state == "undone") {
+    why = "It's undone already.";
+  } else if (job.state == "undoing") {
+    why = "It's being undone already.\nNext: " + follow;
+  } else if (job.state == "running") {
+    why = "It's still on its way: it can be undone once it's done or stopped, until it starts.\nNext: " + follow;
+  } else {
+    why = "It has started, so it can't be undone any more." +
+          (job.undoUntil ? " It could be until " + Format::moment(*job.undoUntil, now) + "." : "");
+  }
+  throw CLIError(Kind::failed, why);
+}
+
 void runUndo(Context& context, const JobGroup& group, const UndoOptions& options) {
   if (options.wait.wait && options.noWait) throw CLIError(Kind::usage, "--wait and --no-wait: one or the other.");
   Client client = context.signedIn();
   auto app = AppOnPlatform::resolve(client, options.app, std::nullopt, context);
   auto job = client.get(jobPath(app.path, options.id), {}, StoreJob::read);
+  requireUndoable(job.value, group.command("status", options.id, options.app) + " --wait", context.clock.now());
   ProposedChange change;
   change.title = app.appTitle() + ": take back " + group.job + ", " + Format::job(job.value) + ".";
   if (job.value.details) change.lines = "  " + Text::joined(detailLines(*job.value.details), "\n  ");
@@ -139,10 +157,7 @@ void runUndo(Context& context, const JobGroup& group, const UndoOptions& options
   ChangeRequest request{"POST", jobPath(app.path, options.id) + "/undo", {}, std::nullopt};
   if (!options.wait.wait || options.dryRun) return options.make(context, client, request, change);
   options.confirm(context, change);
-  auto answer = ChangeFlow::send(client, request, false, true, [&](const Plan& plan) {
-    options.say(context.console, "● Waiting for your approval in the kestu app, until " +
-                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
-  });
+  options.sent(context, client, request, change);
   options.say(context.console, change.done.substr(0, change.done.find('\n')));
   auto followed = followJob(context, client, app.path, options.id, options.wait.limit, "");
   options.emitBody(context.console, followed.body,
@@ -236,16 +251,13 @@ void tellPlanned(Context& context, const ChangeOptions& options, ProposedChange 
 
 void sendJob(Context& context, const JobPlace& place, const ChangeOptions& options, const JobWaitOptions& waiting,
              const JobGroup& group, const JobChange& change) {
-  auto answer = ChangeFlow::send(place.client, change.request, false, !options.noWait, [&](const Plan& plan) {
-    options.say(context.console, "● Waiting for your approval in the kestu app, until " +
-                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
-  });
+  auto answer = options.sent(context, place.client, change.request, change.proposal);
   const auto& plan = answer.value.plan;
   if (plan && plan->waits()) {
     return options.emitBody(context.console, answer.body, "● Waiting for your approval in the kestu app.");
   }
   auto job = plan && plan->job ? plan->job : answer.value.job;
-  if (!job) return options.emitBody(context.console, answer.body, change.done);
+  if (!job) return options.emitBody(context.console, answer.body, change.proposal.done);
   std::string started = change.started + "\nNext: " + group.command("status", *job, place.app);
   if (change.undoable) started += "\nUndo: " + group.command("undo", *job, place.app);
   if (!waiting.wait) return options.emitBody(context.console, answer.body, started);

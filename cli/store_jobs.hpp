@@ -36,8 +36,8 @@ struct JobWaitOptions {
 /// A change that the service applies country by country, once it is confirmed.
 struct JobChange {
   ChangeRequest request;
-  std::string started; ///< "● Kestu sets …, country by country, as your key's hour allows."
-  std::string done;    ///< what success ends with where there was no need for a job
+  std::string started;     ///< "● Kestu sets …, country by country, as your key's hour allows."
+  ProposedChange proposal; ///< as it was confirmed; its `done` where there was no need for a job
   bool undoable = true;
 };
 

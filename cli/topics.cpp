@@ -41,7 +41,9 @@ Page environmentTopic() {
         {"KESTU_NO_UPDATE_NOTIFIER", "When set, no word on newer versions."}}},
       {"Folders",
        {{"HOME", "The folder that the next two stand in when they aren't set."},
-        {"XDG_STATE_HOME", "Where kestu notes that it told of a newer version. ~/.local/state when left out."},
+        {"XDG_STATE_HOME",
+         "Where kestu notes that it told of a newer version, and which changes were sent that wait. ~/.local/state "
+         "when left out."},
         {"XDG_CACHE_HOME", "Where the pages of kestu release preview go, and the last lists are kept for completing "
                            "words. ~/.cache when left out."}}},
   };

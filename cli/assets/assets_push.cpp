@@ -1,4 +1,5 @@
 #include "cli/assets/assets.hpp"
+#include "cli/before_sending.hpp"
 #include "core/assets/asset_sending.hpp"
 #include "core/assets/shown_assets.hpp"
 #include "core/console/format.hpp"
@@ -36,6 +37,7 @@ ProposedChange proposed(const AssetSending& sending, const AppOnPlatform& target
   AssetTotals totals = sending.totals();
   std::string title = target.title(options.version);
   ProposedChange change;
+  change.sameAs = title + "\n" + AssetPush::planned(sending.sets()).compact(); // whatever is uploaded by now
   change.title = title + ", " + totals.toUpload() + ", after your approval:";
   change.lines = sending.lines(style);
   change.would = "Dry run: " + title + " would show these, " + totals.toUpload() + ", after your approval.";
@@ -46,18 +48,24 @@ ProposedChange proposed(const AssetSending& sending, const AppOnPlatform& target
   return change;
 }
 
-void runPush(Context& context, const PushOptions& options) {
+AssetSending planned(Context& context, const Client& client, const AppOnPlatform& target,
+                     const AssetSelection& selection, const PushOptions& options) {
   Console& console = context.console;
-  Client client = context.signedIn();
-  AppOnPlatform target = AppOnPlatform::resolve(client, options.app, options.platform.platform, context);
-  AssetSelection selection{options.choice.kinds(), options.limits.locales, options.limits.displays};
   AssetCatalog catalog = AssetPush::catalogs(client, target.path, target.platforms);
   AssetScan found = scan(context, selection, catalog, target.platform);
   for (const std::string& note : found.notes) console.error(printable(note));
   AssetPush::requireSendable(found, selection, console.isTerminal(Stream::err) ? console.width() : 0);
+  return AssetSending::plan(client, {target.path, target.platform, options.version}, std::move(found.sets),
+                            selection.plural(), options.dryRun);
+}
 
-  AssetDestination destination{target.path, target.platform, options.version};
-  auto sending = AssetSending::plan(client, destination, std::move(found.sets), selection.plural(), options.dryRun);
+void runPush(Context& context, const PushOptions& options) {
+  Console& console = context.console;
+  Client client = context.signedIn();
+  AppOnPlatform target = beforeSending(
+      console, [&] { return AppOnPlatform::resolve(client, options.app, options.platform.platform, context); });
+  AssetSelection selection{options.choice.kinds(), options.limits.locales, options.limits.displays};
+  auto sending = beforeSending(console, [&] { return planned(context, client, target, selection, options); });
   std::string version = printable(options.version) + " for " + platformLabel(target.platform);
   ProposedChange change = proposed(sending, target, options, version, console.style());
   if (sending.unchanged()) {
@@ -68,7 +76,8 @@ void runPush(Context& context, const PushOptions& options) {
   }
   if (options.dryRun) {
     if (options.quiet()) {
-      change.items = sending.changes(client.get(target.path + "/assets", destination.query(), ShownAssets::read).value);
+      Query of = AssetDestination{target.path, target.platform, options.version}.query();
+      change.items = sending.changes(client.get(target.path + "/assets", of, ShownAssets::read).value);
     }
     return options.tellDryRun(context, change, sending.answer().compact());
   }

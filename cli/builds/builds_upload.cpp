@@ -1,4 +1,5 @@
 #include "cli/app_platform.hpp"
+#include "cli/before_sending.hpp"
 #include "cli/builds/builds.hpp"
 #include "cli/context.hpp"
 #include "core/builds/build_file.hpp"
@@ -94,10 +95,12 @@ void runUpload(Context& context, const UploadOptions& options) {
   Console& console = context.console;
   BuildFile::Given given = options.given;
   given.platform = options.platform.platform;
-  BuildFile file = BuildFile::read(context.folder, options.file, given, context.stop);
+  BuildFile file =
+      beforeSending(console, [&] { return BuildFile::read(context.folder, options.file, given, context.stop); });
   if (!file.problem.empty()) console.error(file.name() + " goes as it is. " + file.problem);
   Client client = context.signedIn();
-  auto app = AppOnPlatform::resolve(client, options.app, file.platform, context);
+  auto app =
+      beforeSending(console, [&] { return AppOnPlatform::resolve(client, options.app, file.platform, context); });
   const std::string& path = app.path;
   std::string build = file.text() + " for " + platformLabel(file.platform);
   std::string about = app.appTitle() + " " + build;
@@ -113,7 +116,8 @@ void runUpload(Context& context, const UploadOptions& options) {
     return;
   }
   options.say(console, file.name() + ": " + about + ", " + size + ", straight to Apple…");
-  std::vector<std::string> past = options.wait ? sameName(client, path, file) : std::vector<std::string>();
+  std::vector<std::string> past;
+  if (options.wait) past = beforeSending(console, [&] { return sameName(client, path, file); });
   std::string uploadId = upload(context, client, path, file, options);
   std::string done = "✓ Uploaded " + build + ". Apple is processing it, usually 5 to 30 minutes.";
   JSONData answer = request;
@@ -122,7 +126,7 @@ void runUpload(Context& context, const UploadOptions& options) {
   options.say(console, done);
   BuildTarget target{std::nullopt, options.platform, options.app};
   BuildWait::Goal goal{referenceTo(file), file.platform, false, false, past};
-  auto reached = waitFor(context, options, client, path, goal, options.time, target);
+  auto reached = waitFor(context, options, client, path, goal, options.time.limit, target);
   if (!reached) {
     // Running the same again would send the file a second time.
     throw CLIError(Kind::pending, "The time ran out with it still on its way. To keep waiting: " +
@@ -161,6 +165,7 @@ void runRemove(Context& context, const RemoveOptions& options) {
       "the unfinished upload of " + app.appTitle() + " " + build + ", begun " + Format::ago(upload.createdAt, now);
   ProposedChange change;
   change.title = "Remove " + details + ". Can't be undone.";
+  change.sameAs = request.method + " " + request.path;
   change.items = {{build, "unfinished upload", upload.uploadId, std::nullopt}};
   change.would = "Dry run: would remove " + details + ", after your approval.";
   change.done = "✓ Removed the unfinished upload of " + upload.text() + ".";

@@ -1,3 +1,4 @@
+#include "cli/before_sending.hpp"
 #include "cli/events/events.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
@@ -49,8 +50,10 @@ ProposedChange proposal(const FoundEvent& found, const EventMediaFile& file, con
 }
 
 void runMedia(Context& context, const MediaOptions& options) {
-  EventMediaFile file =
-      EventMediaFile::read(context.folder, options.file, *options.slot, options.frame, context.probe, context.stop);
+  EventMediaFile file = beforeSending(context.console, [&] {
+    return EventMediaFile::read(context.folder, options.file, *options.slot, options.frame, context.probe,
+                                context.stop);
+  });
   Faults faults;
   checkLanguage("--language", options.language, faults);
   faults.add(file.problem);

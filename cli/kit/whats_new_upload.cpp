@@ -1,4 +1,6 @@
+#include "cli/before_sending.hpp"
 #include "cli/kit/kit.hpp"
+#include "cli/waiting.hpp"
 #include "core/changes/accompanied_change.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
@@ -102,8 +104,10 @@ std::string withoutAddresses(const std::string& body) {
 void runUpload(Context& context, const UploadOptions& options) {
   std::string shown = printable(options.folder);
   while (shown.size() > 1 && shown.ends_with('/')) shown.pop_back();
-  WhatsNewFolder folder = context.console.during(
-      [&] { return WhatsNewFolder::read(pathOf(options.folder, context), shown, context.stop); });
+  WhatsNewFolder folder = beforeSending(context.console, [&] {
+    Console::Busy busy(context.console);
+    return WhatsNewFolder::read(pathOf(options.folder, context), shown, context.stop);
+  });
   for (const std::string& note : folder.notes) context.console.error(note);
   KitApp app = KitApp::resolve(options.app, options.platform, context);
   auto pages = fetchWhatsNewPages(app.client, app.app.appId).value;
@@ -125,14 +129,15 @@ void runUpload(Context& context, const UploadOptions& options) {
   if (options.dryRun) return options.send(context, app.client, change.request, proposal);
   options.confirm(context, proposal);
   auto waiting = [&](const Plan& plan) {
-    options.say(context.console, "● Waiting for your approval in the kestu app, until " +
-                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
+    rememberWaiting(context, proposal.identity(), plan);
+    tellWaiting(context, options, plan);
   };
   auto answer =
       ChangeFlow::sendAccompanied(app.client, change.request, !options.noWait, waiting, [&](const std::string& body) {
         sendImages(context, app.client, folder, change.request.path, change.request.query, body);
       });
   bool stillWaits = answer.value.plan && answer.value.plan->waits();
+  if (stillWaits) rememberWaiting(context, proposal.identity(), *answer.value.plan);
   options.emitBody(context.console, withoutAddresses(answer.body),
                    stillWaits ? "● Waiting for your approval in the kestu app." : proposal.done);
 }

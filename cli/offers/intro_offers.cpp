@@ -119,7 +119,7 @@ void runDelete(Context& context, const DeleteOptions& options) {
   JobChange change{request,
                    "● Kestu takes off the introductory offers of " + printable(*options.product) +
                        ", country by country, as your key's hour allows.",
-                   proposal.done, false};
+                   proposal, false};
   sendJob(context, {client, app.path, options.app}, options, options.waiting, introJobs, change);
 }
 

@@ -173,7 +173,7 @@ void runCreate(Context& context, const CreateOptions& options) {
   JobChange change{request,
                    "● Kestu makes " + offer.subject + ": " + offer.what(prices) +
                        ", country by country, as your key's hour allows.",
-                   proposal.done, offer.from && *offer.from > today};
+                   proposal, offer.from && *offer.from > today};
   sendJob(context, {client, app.path, options.app}, options, options.waiting, introJobs, change);
 }
 

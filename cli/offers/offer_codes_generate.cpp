@@ -261,16 +261,19 @@ void runGenerate(Context& context, const GenerateOptions& options) {
   GenerateOptions telling = options;
   telling.json = options.quiet() || options.codes.isStandardOutput(); // standard output is the codes' alone
   telling.confirm(context, change);
-  auto answer = ChangeFlow::send(found.client, request, false, !options.noWait, [&](const Plan& plan) {
-    telling.say(context.console, "● Waiting for your approval in the kestu app, until " +
-                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
-  });
+  auto answer = telling.sent(context, found.client, request, change);
   std::string batchId = batchIdIn(answer.body);
-  std::string next = wanted.custom ? "" : "\nNext: " + downloadCommand(found, options.target.app, batchId, "codes.txt");
+  std::string download = wanted.custom ? "" : downloadCommand(found, options.target.app, batchId, "codes.txt");
   if (answer.value.plan && answer.value.plan->waits()) {
-    return options.emitBody(context.console, answer.body, "● Waiting for your approval in the kestu app." + next);
+    std::string then = download.empty() ? "" : "\nOnce it's approved: " + download;
+    return options.emitBody(context.console, answer.body,
+                            "● Waiting for your approval in the kestu app." + then + "\nNext: kestu status" +
+                                ofApp(options.target.app));
   }
-  if (!options.codes.to) return options.emitBody(context.console, answer.body, change.done + next);
+  if (!options.codes.to) {
+    return options.emitBody(context.console, answer.body,
+                            change.done + (download.empty() ? "" : "\nNext: " + download));
+  }
   telling.say(context.console, change.done);
   deliver(context, found, batchId, options, answer);
 }

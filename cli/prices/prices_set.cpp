@@ -152,7 +152,7 @@ JobChange jobChange(const Setting& setting, const ChangeRequest& request, const 
   return {request,
           "● Kestu sets " + subject(setting) + ": " + baseText(setting) +
               ", country by country, as your key's hour allows.",
-          change.done};
+          change};
 }
 
 void runSet(Context& context, const SetOptions& options) {

@@ -31,6 +31,7 @@ void noteSameWaiting(const Context& context, const Client& client, const std::st
       return client.get(appPath + "/status", {},
                         [](const JSONValue& status) { return status.listAt("waiting", readWaiting); });
     });
+    change.lookedForSame = true;
     for (const auto& [plan, details] : waiting.value) {
       if (!plan.waits() || details != wanted) continue;
       std::string note = "! The same change waits for your approval already, until " +

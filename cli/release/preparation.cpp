@@ -187,6 +187,16 @@ void Preparation::awaitListed() {
                                                      "again in a minute.");
 }
 
+/// An earlier run may have made it whose answer was lost, and Apple listed it since.
+bool Preparation::isListedByNow() {
+  try {
+    awaitListed();
+    return true;
+  } catch (const CLIError&) {
+    return false;
+  }
+}
+
 PreparedStep Preparation::versionStep() {
   if (!version_.makes() && !version_.renames) return unchanged(Step::version, "App Store Connect");
   PreparedStep step{Step::version, StepState::planned};
@@ -198,6 +208,7 @@ PreparedStep Preparation::versionStep() {
     step.done = number + " made";
     step.items = {{title(), "version", std::nullopt, number_}};
     body.set("platform", app_.platform);
+    step.isMadeAlready = [this] { return isListedByNow(); };
   } else {
     std::string old = version_.stored->number();
     step.text = "rename " + old + ", the version being prepared, to " + number;

@@ -34,7 +34,8 @@ struct PreparedStep {
 
   /// Its changes, asked for when its turn has come: may fetch, and upload. None when it turns out to be done.
   std::function<std::vector<ChangeRequest>()> requests{};
-  std::function<void()> after{}; ///< once they are made
+  std::function<void()> after{};         ///< once they are made
+  std::function<bool()> isMadeAlready{}; ///< asked where it is refused: whether what it makes is there all the same
 
   bool isPlanned() const { return state == ReleasePrepare::StepState::planned; }
 };
@@ -62,6 +63,7 @@ class Preparation {
   void findListing();
   void findAssets(const AssetCatalog& catalog);
   void awaitListed();
+  bool isListedByNow();
 
   PreparedStep unchanged(ReleasePrepare::Step step, const std::string& subject) const;
   PreparedStep left(ReleasePrepare::Step step, const std::string& why) const;

@@ -1,5 +1,7 @@
+#include "cli/before_sending.hpp"
 #include "cli/release/preparation.hpp"
 #include "cli/release/release.hpp"
+#include "cli/waiting.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
 #include "core/support/moments.hpp"
@@ -105,8 +107,41 @@ CLIError stopped(const CLIError& error, const PreparedStep& at, const std::vecto
   return {error.kind, message + howFar(steps)};
 }
 
+/// What a step's change is known again by, also once the steps before it are made.
+std::string identityOf(const PreparedStep& step, const Preparation& preparation) {
+  return "prepare " + preparation.app().title(preparation.number()) + "\n" + changesData(step.items).compact();
+}
+
+/// A line for each step that waits for the approval already.
+std::string waitsAlready(Context& context, const std::vector<PreparedStep>& steps, const Preparation& preparation) {
+  std::vector<std::string> lines;
+  Console::Busy busy(context.console);
+  for (const PreparedStep& step : steps) {
+    if (!step.isPlanned()) continue;
+    std::string already = waitsAlready(context, identityOf(step, preparation));
+    if (!already.empty()) lines.push_back("  " + labelled(step) + already);
+  }
+  return Text::joined(lines, "\n");
+}
+
+/// Sends one of a step's changes; whether it waits for the approval now.
+bool send(Context& context, const PrepareOptions& options, const Preparation& preparation, PreparedStep& step,
+          const ChangeRequest& request) {
+  auto answer = ChangeFlow::send(preparation.client(), request, false, !options.noWait, [&](const Plan& plan) {
+    step.state = StepState::waiting;
+    rememberWaiting(context, identityOf(step, preparation), plan);
+    options.say(context.console, "● " + labelled(step) + "waits for your approval in the kestu app, until " +
+                                     Format::moment(plan.expiresAt, context.clock.now()) + ".");
+  });
+  step.answers.push_back(JSONData::copied(JSONValue::parse(answer.body)));
+  const auto& plan = answer.value.plan;
+  if (!plan || !plan->waits()) return false;
+  rememberWaiting(context, identityOf(step, preparation), *plan);
+  return true;
+}
+
 /// Sends a step's changes one after the other.
-void make(Context& context, const PrepareOptions& options, const Client& client, PreparedStep& step) {
+void make(Context& context, const PrepareOptions& options, const Preparation& preparation, PreparedStep& step) {
   bool waiting = false;
   const std::vector<ChangeRequest> requests = step.requests();
   if (requests.empty()) {
@@ -115,13 +150,12 @@ void make(Context& context, const PrepareOptions& options, const Client& client,
     return;
   }
   for (const ChangeRequest& request : requests) {
-    auto answer = ChangeFlow::send(client, request, false, !options.noWait, [&](const Plan& plan) {
-      step.state = StepState::waiting;
-      options.say(context.console, "● " + labelled(step) + "waits for your approval in the kestu app, until " +
-                                       Format::moment(plan.expiresAt, context.clock.now()) + ".");
-    });
-    step.answers.push_back(JSONData::copied(JSONValue::parse(answer.body)));
-    waiting = waiting || (answer.value.plan && answer.value.plan->waits());
+    try {
+      waiting = send(context, options, preparation, step, request) || waiting;
+    } catch (const CLIError& error) {
+      if (error.kind != Kind::failed || !step.isMadeAlready || !step.isMadeAlready()) throw;
+      step.done += " already";
+    }
   }
   if (step.after) step.after();
   step.state = waiting ? StepState::waiting : StepState::done;
@@ -132,7 +166,7 @@ void makeAll(Context& context, const PrepareOptions& options, const Preparation&
   for (PreparedStep& step : steps) {
     if (step.isPlanned()) {
       try {
-        make(context, options, preparation.client(), step);
+        make(context, options, preparation, step);
       } catch (const CLIError& error) {
         bool isMade = step.step == ReleasePrepare::Step::version && error.kind == Kind::pending;
         step.state = isMade ? StepState::done : error.kind == Kind::denied ? StepState::denied : StepState::failed;
@@ -150,7 +184,7 @@ void makeAll(Context& context, const PrepareOptions& options, const Preparation&
 }
 
 void runPrepare(Context& context, const PrepareOptions& options) {
-  Preparation preparation(context, options);
+  Preparation preparation = beforeSending(context.console, [&] { return Preparation(context, options); });
   std::vector<PreparedStep> steps = preparation.steps();
   std::string what = preparation.app().title(preparation.number());
   bool any = std::any_of(steps.begin(), steps.end(), [](const PreparedStep& step) { return step.isPlanned(); });
@@ -164,6 +198,7 @@ void runPrepare(Context& context, const PrepareOptions& options) {
   change.would = any ? "Dry run: would prepare " + what + "; nothing was sent."
                      : "Dry run: " + what + " already has what the repo says.";
   if (options.dryRun) return options.tellDryRun(context, change, answerOf(preparation, steps).compact());
+  if (std::string already = waitsAlready(context, steps, preparation); !already.empty()) change.lines += "\n" + already;
   if (any) options.confirm(context, change);
   makeAll(context, options, preparation, steps);
   bool waiting = std::any_of(steps.begin(), steps.end(),

@@ -21,9 +21,15 @@ void confirm(const Confirmation& confirmation, const std::string& lines, Console
                                           (confirmation.waits ? "send it for approval in the kestu app" : "make it") +
                                           ".");
   }
-  if (!console.ask(confirmation.waits ? "Send this for approval in the kestu app?" : "Make this change now?", stop)) {
-    throw CLIError(Kind::denied, "Nothing sent.");
+  bool agreed = false;
+  try {
+    agreed =
+        console.ask(confirmation.waits ? "Send this for approval in the kestu app?" : "Make this change now?", stop);
+  } catch (const Stopped&) {
+    console.error("Nothing sent.");
+    throw;
   }
+  if (!agreed) throw CLIError(Kind::denied, "Nothing sent.");
 }
 
 CLIError outcome(const Plan& plan) {

@@ -2,6 +2,7 @@
 #include "core/console/text_style.hpp"
 #include "core/support/md5.hpp"
 #include "core/support/text.hpp"
+#include "sandbox/plans.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>
@@ -257,6 +258,65 @@ TEST_F(PushTest, AnInterruptionTellsWhatArrived) {
                                     " of 8 files had arrived, and nothing changed. Run it again to send the rest.\n"),
             std::string::npos)
       << terminal.errText();
+}
+
+TEST_F(PushTest, AnInterruptionBeforeAnythingIsSentSaysSo) {
+  picture(folder + "1.png", 1);
+  const std::string app = "/v1/apps/1234567890/";
+  for (const std::string& call : {app + "assets/catalog", app + "assets?"}) {
+    SCOPED_TRACE(call);
+    stopping = {};
+    server.onNext({.path = call.substr(0, call.find('?')),
+                   .delay = std::chrono::seconds(2),
+                   .exact = true,
+                   .met = [&](const std::string&) { stopping.request_stop(); }});
+    EXPECT_THROW(run({"assets", "push", "1.2", "--yes"}), Stopped);
+    EXPECT_TRUE(terminal.errText().ends_with("Stopped: nothing was sent.\n")) << terminal.errText();
+  }
+}
+
+TEST_F(PushTest, WhatWaitsAlreadyIsToldBeforeItIsSentAgain) {
+  TemporaryFolder state;
+  environment["XDG_STATE_HOME"] = state.path().string();
+  const std::string already = "! A change like this waits for your approval already, until ";
+  picture(folder + "1.png", 1);
+  clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
+  EXPECT_THROW(run({"assets", "push", "1.2", "--yes"}), Stopped); // its files have arrived
+  stopping = {};
+  clock.onSleep = nullptr;
+  auto decide = [&](bool approve) {
+    server.withState([&](sandbox::State& all) { sandbox::Plans::decide(all, all.plans.back(), approve); });
+  };
+  struct Row {
+    const char* what;
+    std::function<void()> before;
+    std::vector<std::string> arguments;
+    bool told;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"asked", {}, {}, true},
+           {"another version's", {}, {"--platform", "macos"}, false},
+           {"other files", [&] { picture(folder + "1.png", 2); }, {}, false},
+           {"the first ones, not asked", [&] { picture(folder + "1.png", 1); }, {"--yes", "--no-wait"}, true},
+           {"sent by that", {}, {}, true},
+           {"decided", [&] { decide(false); }, {}, false},
+           {"not known", [&] { server.onNext({.path = "/v1/plans/", .status = 404}); }, {}, false},
+           {"a file of another's", [&] { state.write("kestu/waiting-changes.json", "{\"changes\": 1}"); }, {}, false},
+           {"kept anew",
+            [&] {
+              run({"assets", "push", "1.2", "--yes", "--no-wait"});
+            },
+            {},
+            true},
+           {"lapsed", [&] { clock.advance(std::chrono::hours(72)); }, {}, false},
+       }) {
+    SCOPED_TRACE(row.what);
+    if (row.before) row.before();
+    std::vector<std::string> arguments = {"assets", "push", "1.2"};
+    arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+    Ran ran = run(arguments);
+    EXPECT_EQ(ran.err.find(already) != std::string::npos, row.told) << ran.err;
+  }
 }
 
 TEST(PartUploader, SendsEveryPartFromItsOwnOffset) {

@@ -155,6 +155,9 @@ TEST_F(IntroOffersTest, AnOfferIsMadeFollowedShownAndTakenBack) {
   EXPECT_NE(undone.out.find("✓ Undoing it: Kestu deletes the new offers over the next few minutes.\n"),
             std::string::npos)
       << undone.out << undone.err;
+  server.forgetRequests();
+  EXPECT_EQ(intro({"undo", job}).err, "It's undone already.\n") << "nobody is asked";
+  EXPECT_EQ(calls("POST"), 0U);
   EXPECT_NE(intro({"list", "--product", pro}).out.find("\nNo introductory offers.\n\nNext: kestu intro-offers create "),
             std::string::npos);
 

@@ -211,7 +211,7 @@ TEST_F(PricesTest, AJobIsFollowedToItsEndAndNeverPastItsTime) {
   EXPECT_EQ(prices({"status", jobIn(stopped.out), "--wait"}).status, 9);
   EXPECT_EQ(prices({"undo", job}).status, 6);
   clock.advance(std::chrono::hours(72));
-  EXPECT_NE(prices({"undo", job, "--yes"}).err.find("can't be undone any more"), std::string::npos);
+  EXPECT_NE(prices({"undo", job}).err.find("can't be undone any more"), std::string::npos);
 }
 
 TEST_F(PricesTest, AChangeIsShownBeforeItIsSent) {

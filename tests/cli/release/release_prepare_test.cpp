@@ -176,6 +176,22 @@ TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
   ran = prepare({"--yes", "--json"}, "1.4");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(states(ran.out), "unchanged left unchanged done done left");
+
+  // Made by a run that never heard of it, and not listed before it is asked for again.
+  const std::string versions = "/v1/apps/1234567890/versions";
+  for (auto [unlisted, status, made] : {std::tuple(1, 0, "done"), {9, 1, "failed"}}) {
+    SCOPED_TRACE(unlisted);
+    const std::string number = unlisted == 1 ? "1.5" : "1.6";
+    setState(unlisted == 1 ? "1.4" : "1.5", "readyfordistribution");
+    server.withState([hidden = unlisted](sandbox::State& state) { state.review.unlisted = hidden; });
+    server.onNext({.path = versions, .method = "POST", .cut = true, .exact = true, .made = true});
+    EXPECT_EQ(prepare({"--yes", "--json"}, number).status, 9);
+    ran = prepare({"--yes", "--json"}, number);
+    EXPECT_EQ(ran.status, status) << ran.err;
+    EXPECT_TRUE(states(ran.out).starts_with(made)) << ran.out;
+    EXPECT_EQ(ran.err.find("has a version " + number + " for iOS already") != std::string::npos, status == 1)
+        << ran.err;
+  }
 }
 
 TEST_F(PrepareTest, WhatIsTooLateIsRefused) {
