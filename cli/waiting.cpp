@@ -24,13 +24,13 @@ void rememberWaiting(Context& context, const std::string& identity, const Plan& 
   waitingChanges(context).keep(identity, plan, context.clock.now());
 }
 
-std::string waitsAlready(Context& context, const std::string& identity) {
+std::string waitsAlready(Context& context, const std::string& identity, const std::string& what) {
   auto id = waitingChanges(context).find(identity, context.clock.now());
   if (!id) return "";
   try {
     Plan plan = context.signedIn().get("/v1/plans/" + *id, {}, Plan::read).value;
     if (!plan.waits()) return "";
-    return "! A change like this waits for your approval already, until " +
+    return "! " + what + " waits for your approval already, until " +
            Format::moment(plan.expiresAt, context.clock.now()) +
            ": this would be a second one. Approve or deny that one in the kestu app.";
   } catch (const CLIError&) {

@@ -13,6 +13,6 @@ void tellWaiting(Context& context, const Output& output, const Plan& plan);
 void rememberWaiting(Context& context, const std::string& identity, const Plan& plan);
 
 /// A line that says so where the same change, sent from here before, waits already: it would wait twice. Else empty.
-std::string waitsAlready(Context& context, const std::string& identity);
+std::string waitsAlready(Context& context, const std::string& identity, const std::string& what = "A change like this");
 
 } // namespace kestu

@@ -118,8 +118,9 @@ std::string waitsAlready(Context& context, const std::vector<PreparedStep>& step
   Console::Busy busy(context.console);
   for (const PreparedStep& step : steps) {
     if (!step.isPlanned()) continue;
-    std::string already = waitsAlready(context, identityOf(step, preparation));
-    if (!already.empty()) lines.push_back("  " + labelled(step) + already);
+    std::string label(ReleasePrepare::label(step.step));
+    std::string already = waitsAlready(context, identityOf(step, preparation), label + ":");
+    if (!already.empty()) lines.push_back(already);
   }
   return Text::joined(lines, "\n");
 }
