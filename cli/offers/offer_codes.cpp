@@ -1,6 +1,7 @@
 #include "cli/offers/offer_codes.hpp"
 
 #include "cli/families.hpp"
+#include "cli/outcome.hpp"
 #include "cli/unchanged.hpp"
 #include "core/console/fitted_table.hpp"
 #include "core/console/format.hpp"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <variant>
 
 namespace kestu {
 
@@ -18,7 +20,9 @@ using Kind = CLIError::Kind;
 
 void runList(Context& context, const OfferListOptions& options) {
   auto all = options.fetch(context, "/offer-codes", OfferCodes::read);
-  std::string text = "No offers with codes yet: kestu offer-codes create <name> makes one.";
+  std::string product = options.product ? " --product " + Format::shellWord(printable(*options.product)) : "";
+  std::string text = "No offers with codes" + (options.product ? " of " + printable(*options.product) : "") +
+                     " yet: kestu offer-codes create <name>" + ofApp(options.app) + product + " makes one.";
   if (!all.value.offers.empty()) text = Format::tableIn(all.value.table(context.console.style()), context.console);
   options.write(context.console, all.body, all.value.table(TextStyles(false)), text);
 }
@@ -39,8 +43,14 @@ void runView(Context& context, const ViewOptions& options) {
   FoundOffer found = FoundOffer::of(options.target, context);
   Moment now = context.clock.now();
   const Console& console = context.console;
+  std::string period;
+  if (found.offer.isUpFront() && !options.quiet()) {
+    // Without it the prices are shown with nothing beside them.
+    auto asked = outcome([&] { return periodOf(found.client, found.app.path, found.offer.product); });
+    if (auto* known = std::get_if<std::string>(&asked)) period = *known;
+  }
   options.emitBody(context.console, found.json,
-                   found.offer.text(options.all, console.style(), console.width(), now) +
+                   found.offer.text(options.all, period, console.style(), console.width(), now) +
                        nextOf(found, options.target.app, now));
 }
 

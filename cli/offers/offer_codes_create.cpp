@@ -2,7 +2,6 @@
 #include "cli/prices/typed_values.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
-#include "core/pricing/intro_offers.hpp"
 #include "core/support/text.hpp"
 #include "core/support/utf8.hpp"
 
@@ -87,12 +86,9 @@ StorePrices settleWith(Asked& asked, const Client& client, const AppOnPlatform& 
     wrong.push_back(printable(product) + " isn't a subscription: --mode, --duration and --periods are a "
                                          "subscription's. One that costs nothing is --free.");
   } else if (terms && !terms->isFree()) {
-    auto offers = client.get(app.path + "/intro-offers", {{"product", product}}, IntroOffers::read).value;
-    const IntroSubscription* there = offers.find(product);
-    if (!there) throw notUnderstood();
-    asked.offer.period = there->period;
-    if (terms->duration.empty()) terms->duration = there->period;
-    if (std::string fault = Offers::faultFor(*terms, there->period); !fault.empty()) wrong.push_back(fault);
+    asked.offer.period = periodOf(client, app.path, product);
+    if (terms->duration.empty()) terms->duration = asked.offer.period;
+    if (std::string fault = Offers::faultFor(*terms, asked.offer.period); !fault.empty()) wrong.push_back(fault);
   }
   if (asked.eligibility.empty()) {
     for (const std::string& word : Eligibility::words(prices.isSubscription())) {

@@ -312,7 +312,7 @@ void runDownload(Context& context, const DownloadOptions& options) {
   FoundOffer found = FoundOffer::of(options.target, context);
   const CodeBatch& batch = batchOf(found, options);
   if (!found.offer.isOn(batch))
-    context.console.error("! They are off for good: these codes can't be redeemed any more.");
+    context.console.error("! These codes are off for good: nobody can redeem them any more.");
   std::size_t count = 0;
   try {
     count = writeCodes(context, found, batch.batchId, options.codes);

@@ -2,6 +2,7 @@
 #include "cli/prices/typed_values.hpp"
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
+#include "core/pricing/intro_offers.hpp"
 #include "core/pricing/region_words.hpp"
 #include "core/support/text.hpp"
 
@@ -42,6 +43,13 @@ void declareWord(Command& command, const std::string& name, const std::string& v
 
 void needProduct(const std::optional<std::string>& product, Faults& faults) {
   if (!product) faults.add("--product names the subscription: kestu intro-offers list shows the app's.");
+}
+
+std::string periodOf(const Client& client, const std::string& appPath, const std::string& product) {
+  auto offers = client.get(appPath + "/intro-offers", {{"product", product}}, IntroOffers::read).value;
+  const IntroSubscription* there = offers.find(product);
+  if (!there) throw notUnderstood();
+  return there->period;
 }
 
 void OfferListOptions::declare(Command& command) {

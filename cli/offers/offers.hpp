@@ -86,6 +86,9 @@ struct OfferListOptions : TableOptions {
   }
 };
 
+/// The period of a subscription.
+std::string periodOf(const Client& client, const std::string& appPath, const std::string& product);
+
 /// Options of one value each, and an option that names the product, which is then there.
 void declareWord(Command& command, const std::string& name, const std::string& value, const std::string& help,
                  std::optional<std::string>& target, std::vector<std::string> choices = {});

@@ -5,6 +5,7 @@
 #include "core/console/printable.hpp"
 #include "core/pricing/intro_offers.hpp"
 #include "core/support/error.hpp"
+#include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 
 #include <algorithm>
@@ -41,7 +42,10 @@ std::string batchesText(const OfferCode& offer) {
 
 std::string batchLine(const CodeBatch& batch, bool isOn, Moment now) {
   std::string line = batch.title() + ", made " + Format::ago(batch.createdAt, now);
-  if (batch.expiresOn) line += ", until " + Format::day(printable(*batch.expiresOn));
+  if (batch.expiresOn) {
+    bool over = *batch.expiresOn < Moments::iso8601(now).substr(0, 10);
+    line += (over ? ", expired after " : ", until ") + Format::day(printable(*batch.expiresOn));
+  }
   return line + (isOn ? "" : ", off");
 }
 
@@ -94,15 +98,19 @@ std::string OfferCode::what() const {
                : Format::money(shown->price, shown->currency);
 }
 
-std::string OfferCode::text(bool all, const TextStyles& style, int width, Moment now) const {
+std::string OfferCode::text(bool all, const std::string& period, const TextStyles& style, int width, Moment now) const {
   std::vector<std::string> codes;
-  for (const OfferPrice& each : prices) codes.push_back(each.storefront);
+  std::vector<OfferPrice> compared = prices;
+  for (OfferPrice& each : compared) {
+    codes.push_back(each.storefront);
+    if (terms) each.regular = Offers::regular(each.regular, *terms, period);
+  }
   std::vector<std::string> lines = {
       style.bold(printable(name)) + " (" + printable(product) + "), " + (active ? style.green("on") : "off for good"),
       what() + ", for " + Format::eligibility(eligibility) + ", in " + Format::someCountries(codes, false)};
   for (std::string& line : lines) line = TextStyle::wrap(line, width);
   bool isFree = std::all_of(prices.begin(), prices.end(), [](const auto& each) { return each.price.isZero(); });
-  if (!isFree) lines.push_back(OfferPrices::text(prices, all, style, width));
+  if (!isFree) lines.push_back(OfferPrices::text(compared, all, style, width));
   lines.emplace_back(batches.empty() ? "No codes yet." : "Codes:");
   for (const CodeBatch& each : batches) {
     lines.push_back(TextStyle::wrap("  " + batchLine(each, isOn(each), now), width, 4));

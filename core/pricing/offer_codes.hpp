@@ -46,7 +46,10 @@ struct OfferCode {
   /// Whether codes can be redeemed, as far as nobody turned them off.
   bool isOn(const CodeBatch& codes) const { return active && codes.active; }
   std::string what() const; ///< "$1.99 a month for 3 months": in the United States, or else the first country
-  std::string text(bool all, const TextStyles& style, int width, Moment now) const;
+  /// Whether its prices are for another time than the product's own, so that they compare by its period alone.
+  bool isUpFront() const { return terms && !terms->isFree() && !terms->isPayAsYouGo(); }
+  /// `period`: the subscription's; empty where it isn't known.
+  std::string text(bool all, const std::string& period, const TextStyles& style, int width, Moment now) const;
 };
 
 struct OfferCodes {

@@ -174,6 +174,9 @@ TEST_F(OfferCodesTest, CodesThatAreMadeAreNeverLost) {
   EXPECT_EQ(codes({"download", "Spring", "--to", "codes.txt"}).status, 0);
   server.withState([](sandbox::State& state) { state.offers.codes.back().name = "Spr\x1bing"; });
   EXPECT_EQ(codes({"view", "Spr\x1bing"}).out.find("download 'Spr"), std::string::npos);
+  approved({"create", "Quarter", "--product", pro, "--mode", "pay-up-front", "--duration", "3m", "--price", "9.99"});
+  EXPECT_NE(codes({"view", "Quarter"}).out.find("United States    14.97 →   9.99 USD  -33%\n"), std::string::npos)
+      << codes({"view", "Quarter"}).out;
   makeOffer("-f");
   EXPECT_EQ(codes({"view", "--", "-f"}).out.find("generate -f"), std::string::npos);
 }
