@@ -10,6 +10,7 @@
 #include <utility>
 
 extern "C" {
+#include <libavcodec/version.h>
 #include <libavformat/avformat.h>
 }
 
@@ -79,16 +80,31 @@ double frameRate(const AVStream& track) {
   return 0;
 }
 
+/// The track's matrix, nine numbers; null where it has none.
+const std::int32_t* displayMatrix(const AVStream& track) {
+  std::size_t size = 0;
+  const void* data = nullptr;
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 31, 102)
+  const AVPacketSideData* found = av_packet_side_data_get(
+      track.codecpar->coded_side_data, track.codecpar->nb_coded_side_data, AV_PKT_DATA_DISPLAYMATRIX);
+  if (found) {
+    data = found->data;
+    size = found->size;
+  }
+#else
+  data = av_stream_get_side_data(&track, AV_PKT_DATA_DISPLAYMATRIX, &size);
+#endif
+  return size < 9 * sizeof(std::int32_t) ? nullptr : static_cast<const std::int32_t*>(data);
+}
+
 /// The picture's size under the track's matrix, whose sides a turn exchanges and a mirroring makes negative.
 std::pair<double, double> displayedSize(const AVStream& track) {
   double width = track.codecpar->width;
   double height = track.codecpar->height;
   AVRational aspect = track.sample_aspect_ratio;
   double stretch = aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1;
-  std::size_t size = 0;
-  const void* data = av_stream_get_side_data(&track, AV_PKT_DATA_DISPLAYMATRIX, &size);
-  if (!data || size < 9 * sizeof(std::int32_t)) return {width * stretch, height};
-  const auto* matrix = static_cast<const std::int32_t*>(data);
+  const std::int32_t* matrix = displayMatrix(track);
+  if (!matrix) return {width * stretch, height};
   auto element = [&](int at) { return matrix[at] / 65536.0; };
   // A matrix that stretches one side is told as an aspect ratio too, and must not count twice.
   bool stretches = std::abs(std::hypot(element(0), element(3)) - std::hypot(element(1), element(4))) > 0.01;

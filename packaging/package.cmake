@@ -1,6 +1,7 @@
 # What is installed, and the packages made of it: kestu, kestu-media (what measures videos, and brings FFmpeg's
 # libraries) and kestu-sandbox. scripts/package makes them.
 
+set(KESTU_BASH_COMPLETIONS share/bash-completion/completions CACHE STRING "Where bash looks for completions, below the prefix")
 set(KESTU_ZSH_COMPLETIONS share/zsh/site-functions CACHE STRING "Where zsh looks for completions, below the prefix")
 
 install(TARGETS kestu RUNTIME DESTINATION bin COMPONENT program)
@@ -22,7 +23,7 @@ function(install_completion shell folder name)
     file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${folder}\" TYPE FILE FILES \"\${file}\")" COMPONENT program)
 endfunction()
 if(NOT CMAKE_CROSSCOMPILING)
-  install_completion(bash share/bash-completion/completions kestu)
+  install_completion(bash ${KESTU_BASH_COMPLETIONS} kestu)
   install_completion(zsh ${KESTU_ZSH_COMPLETIONS} _kestu)
   install_completion(fish share/fish/vendor_completions.d kestu.fish)
 endif()

@@ -32,7 +32,9 @@ std::string platformOf(plist_t platforms) {
 std::optional<InfoPlist> InfoPlist::read(std::string_view bytes) {
   if (!hasPlainShape(bytes)) return std::nullopt;
   plist_t parsed = nullptr;
-  plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &parsed);
+  // Not plist_from_memory, which takes more arguments in newer versions of the library.
+  auto parse = bytes.starts_with("bplist") ? &plist_from_bin : &plist_from_xml;
+  parse(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &parsed);
   Node root(parsed, plist_free);
   if (!root || plist_get_node_type(root.get()) != PLIST_DICT) return std::nullopt;
   auto item = [&](const char* key) { return plist_dict_get_item(root.get(), key); };

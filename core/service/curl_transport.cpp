@@ -26,7 +26,12 @@ namespace {
 
 /// libcurl's functions. It brings some thirty libraries with it, so it is loaded with the first exchange.
 struct Curl {
-  LoadedLibrary library{"libcurl.so.4", "libcurl.4.dylib", "/usr/lib/libcurl.4.dylib"};
+  // macOS looks for a bare name in the current folder too, which is somebody's repository.
+#ifdef __APPLE__
+  LoadedLibrary library{"/usr/lib/libcurl.4.dylib"};
+#else
+  LoadedLibrary library{"libcurl.so.4"};
+#endif
 
   decltype(&curl_slist_free_all) freeList = library.function<decltype(&curl_slist_free_all)>("curl_slist_free_all");
   decltype(&curl_slist_append) appendToList = library.function<decltype(&curl_slist_append)>("curl_slist_append");
