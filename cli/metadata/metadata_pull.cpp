@@ -8,6 +8,7 @@
 #include "core/support/files.hpp"
 #include "core/support/text.hpp"
 
+#include <algorithm>
 #include <iterator>
 #include <set>
 #include <system_error>
@@ -73,7 +74,11 @@ Writing compared(const ListingFiles& files, const fs::path& root) {
   Writing writing;
   for (const auto& [path, contents] : files) {
     if (auto other = ListingFile::inTheWay(root, path)) {
-      throw CLIError(Kind::failed, printable(*other) + " is in the way: a Mac takes it for " + printable(path) +
+      auto depth = std::count(other->begin(), other->end(), '/');
+      std::size_t end = path.find('/');
+      while (end != std::string::npos && depth-- > 0) end = path.find('/', end + 1);
+      throw CLIError(Kind::failed, printable(*other) + " is in the way: a Mac takes it for " +
+                                       printable(path.substr(0, end)) +
                                        ". Rename it, then pull again. Nothing was written.");
     }
     try {

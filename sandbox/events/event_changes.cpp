@@ -6,6 +6,7 @@
 #include "core/support/text.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <array>

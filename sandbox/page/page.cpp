@@ -11,6 +11,7 @@
 #include "sandbox/release/releases.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
@@ -181,9 +182,9 @@ std::string shownListings(const State& state) {
     if (found == state.listings.apps.end()) continue;
     std::string rows;
     for (const auto& [locale, fields] : found->second.texts) {
-      const auto text = [&fields = fields](const char* key) {
-        const auto field = fields.find(key);
-        return field == fields.end() ? std::string() : htmlEscaped(field->second);
+      const auto text = [&said = fields](const char* key) {
+        const auto field = said.find(key);
+        return field == said.end() ? std::string() : htmlEscaped(field->second);
       };
       rows += fmt::format(
           R"(<div class="row"><span dir="auto">{} <span class="soft">{}</span></span><span>{}</span></div>)",

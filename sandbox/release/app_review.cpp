@@ -5,6 +5,7 @@
 #include "sandbox/release/releases.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 

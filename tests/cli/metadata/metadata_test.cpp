@@ -91,7 +91,7 @@ TEST_F(MetadataTest, APullNeverWritesBesideANameThatIsTheSameOnAMac) {
   for (const Row& row : std::vector<Row>{
            {"kestu", "metadata/listing/EN-US.json", "metadata/listing/en-US.json"},
            {"kestu", "metadata/App.json", "metadata/app.json"},
-           {"json", "metadata/Version/1.2/ja.json", "metadata/version/1.2/de-DE.json"},
+           {"json", "metadata/Version/1.2/ja.json", "metadata/version"},
            {"fastlane", "fastlane/metadata/ja/Description.txt", "fastlane/metadata/ja/description.txt"},
        }) {
     SCOPED_TRACE(row.there);
