@@ -53,6 +53,8 @@ void sendFile(const Answer& answer, httplib::Response& response) {
     response.status = 404;
     return;
   }
+  // The library asserts that what it is to ask for isn't empty.
+  if (answer.fileSize == 0) return response.set_content("", answer.contentType);
   response.set_content_provider(answer.fileSize, answer.contentType,
                                 [file](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
                                   std::string block(std::min(length, fileBlock), '\0');
@@ -63,6 +65,7 @@ void sendFile(const Answer& answer, httplib::Response& response) {
 }
 
 void sendHalf(const Answer& answer, httplib::Response& response) {
+  if (answer.body.empty()) return response.set_content("", answer.contentType);
   response.set_content_provider(answer.body.size(), answer.contentType,
                                 [body = answer.body](std::size_t, std::size_t, httplib::DataSink& sink) {
                                   sink.write(body.data(), body.size() / 2);

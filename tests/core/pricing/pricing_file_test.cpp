@@ -231,7 +231,7 @@ TEST_F(PricingFileTest, ParityReplacesItsOwnAndKeepsTheUsers) {
   edited.replace(edited.find("\"in\": \"-50%\""), 12, "\"in\": \"-55%\"");
   file = read(edited);
   EXPECT_EQ(file.product("pro").leavingOutParityIn({"se", "in"}).size(), 29U) << "eu's 27, se among them, in and no";
-  auto second = file.setParity("pro", {{"br", -30}}, {"se", "in", "br"}, record(), {.round = "closest"});
+  auto second = file.setParity("pro", {{"br", -30}}, {"se", "in", "br"}, record(), {"closest", {}, {}});
   EXPECT_TRUE(second.wroteOver.empty());
   EXPECT_EQ(second.noLonger, std::vector<std::string>{"se"});
   file.write();

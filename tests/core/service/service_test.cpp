@@ -283,7 +283,10 @@ TEST(LoggedTransport, TellsWhatHappenedAndNothingSecret) {
     Environment environment;
     Console console(terminal, environment, clock);
     scripted.answer = row.answer;
-    HTTPRequest request{.method = row.method, .url = row.url, .headers = {{"X-Secret", "secret"}}};
+    HTTPRequest request;
+    request.method = row.method;
+    request.url = row.url;
+    request.headers = {{"X-Secret", "secret"}};
     request.token = Token("secret");
     if (!row.body.empty()) request.body = bodyOf(row.body);
     std::string sunk;
