@@ -85,14 +85,42 @@ Response<Plan> decidedOrTold(const Client& client, const Plan& plan) {
   }
 }
 
+/// The answer to a change. Where none comes that can be read, the change may have been made or wait all the same, which
+/// running the command again would not find.
+Response<ChangeAnswer> answeredOrTold(const Client& client, const ChangeRequest& request) {
+  auto tell = [&] {
+    client.context().console.error("The change may have been sent. See whether it was made, or waits in the kestu app, "
+                                   "before you run this again.");
+  };
+  int status = 0;
+  try {
+    HTTPAnswer answer = client.send(request.method, request.path, request.query, request.body);
+    status = answer.status;
+    return client.decoded(std::move(answer), ChangeAnswer::read);
+  } catch (const Stopped&) {
+    tell();
+    throw;
+  } catch (const AnswerLost&) {
+    tell();
+    throw;
+  } catch (const CLIError&) {
+    bool refused = status >= 300 && status < 500;
+    if (status != 0 && !refused) tell();
+    throw;
+  }
+}
+
 Response<ChangeAnswer> sendOpenly(const Client& client, const ChangeRequest& request, bool dryRun, bool wait,
                                   const std::function<void(const Plan&)>& waiting,
                                   const std::function<void(const std::string&)>& answered = nullptr) {
-  Query query = request.query;
-  if (dryRun) query.push_back(Client::dryRun);
-  auto answer = client.decoded(client.send(request.method, request.path, query, request.body), ChangeAnswer::read);
+  if (dryRun) {
+    Query query = request.query;
+    query.push_back(Client::dryRun);
+    return client.decoded(client.send(request.method, request.path, query, request.body), ChangeAnswer::read);
+  }
+  auto answer = answeredOrTold(client, request);
   if (answered) answered(answer.body);
-  if (dryRun || !answer.value.plan) return answer;
+  if (!answer.value.plan) return answer;
   if (!answer.value.plan->waits()) {
     if (answer.value.plan->state != "applied") throw outcome(*answer.value.plan);
     return answer;

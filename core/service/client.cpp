@@ -44,7 +44,9 @@ HTTPAnswer Client::perform(HTTPRequest request) const {
     }
     return answer;
   } catch (const TransportError& failure) {
-    throw CLIError(CLIError::Kind::unavailable, "Couldn't reach kestu: " + printable(failure.what()));
+    std::string message = "Couldn't reach kestu: " + printable(failure.what());
+    if (failure.sent) throw AnswerLost(CLIError::Kind::unavailable, message);
+    throw CLIError(CLIError::Kind::unavailable, message);
   }
 }
 

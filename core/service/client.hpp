@@ -23,6 +23,12 @@ struct Response {
   std::string body;
 };
 
+/// No answer came to a call that was sent: what it did isn't known.
+class AnswerLost : public CLIError {
+ public:
+  using CLIError::CLIError;
+};
+
 /// What every call needs; outlives the clients made from it.
 struct ServiceContext {
   Transport& transport;
@@ -55,7 +61,8 @@ class Client {
   /// POST without a body; the answer only has to be successful.
   void post(std::string_view path) const;
 
-  /// Any method, the answer not judged. No answer throws a CLIError of kind unavailable.
+  /// Any method, the answer not judged. No answer throws a CLIError of kind unavailable: AnswerLost when the call may
+  /// have arrived.
   HTTPAnswer send(std::string_view method, std::string_view path, const Query& query,
                   const std::optional<std::string>& json) const;
   HTTPAnswer send(std::string_view method, std::string_view path, const Query& query, const std::string& raw,

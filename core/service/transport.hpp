@@ -47,7 +47,9 @@ struct HTTPAnswer {
 /// No answer came: no network, a time-out, a certificate that is not trusted, an answer too large.
 class TransportError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit TransportError(const std::string& reason, bool wasSent = true) : std::runtime_error(reason), sent(wasSent) {}
+
+  bool sent; ///< whether the request may have arrived
 };
 
 /// Carries requests out. Safe to call from several threads. Redirects are answers, never followed.

@@ -145,6 +145,16 @@ TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
   std::string lost = run({"assets", "push", "1.2", "--yes"}).err;
   EXPECT_TRUE(lost.starts_with("The change was sent, and may still wait for your approval in the kestu app, until "));
   EXPECT_TRUE(lost.ends_with(".\nkestu couldn't answer (503). Try again in a moment.\n")) << lost;
+  const std::string path = "/v1/apps/1234567890/assets/commit", said = "See whether it was made";
+  for (const auto& [fault, told] : std::vector<std::pair<sandbox::Fault, bool>>{
+           {{.path = path, .cut = true}, true},
+           {{.path = path, .status = 503}, true},
+           {{.path = path, .status = 200, .body = "{"}, true},
+           {{.path = path, .status = 403, .body = R"({"error": "forbidden"})"}, false},
+       }) {
+    server.onNext(fault);
+    EXPECT_EQ(run({"assets", "push", "1.2", "--yes"}).err.find(said) != std::string::npos, told) << fault.status;
+  }
   Ran ran = run({"assets", "push", "1.2", "--yes", "--no-wait"});
   EXPECT_EQ(ran.status, 0);
   EXPECT_TRUE(ran.out.ends_with("1 added\n● Waiting for your approval in the kestu app.\n")) << ran.out;
