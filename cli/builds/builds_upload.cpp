@@ -66,7 +66,7 @@ std::vector<std::string> sameName(const Client& client, const std::string& path,
 
 void sendParts(Context& context, const BuildFile& file, const std::vector<UploadPart>& parts) {
   Progress progress(context.console, context.clock, "Sending", file.size, static_cast<int>(parts.size()));
-  PartUploader uploader(context.transport, context.clock, "Run it again to send it anew.");
+  PartUploader uploader(context.transport, context.clock, {"Run it again to send it anew.", ""});
   BuildUpload::send(
       file, parts, uploader, context.stop, [&](int, int) { progress.advance(0, 1); },
       [&](std::int64_t bytes) { progress.advance(bytes, 0); });
@@ -78,11 +78,13 @@ std::string upload(Context& context, const Client& client, const std::string& pa
                    const UploadOptions& options) {
   const std::string uploads = path + "/testflight/uploads";
   const std::string look = "kestu builds list" + BuildTarget{{}, {}, options.app}.ofApp();
-  const std::string removal = commandAbout("remove", file, options);
-  const std::string stays = "The unfinished upload stays at Apple until it's removed: " + removal;
+  const std::string ofBuild = commandAbout("remove", file, options);
   UploadReservation reserved =
-      orSay(context, "", "An unfinished upload may be at Apple now. " + look + " shows it; to remove it: " + removal,
+      orSay(context, "", "An unfinished upload may be at Apple now. " + look + " shows it; to remove it: " + ofBuild,
             [&] { return client.post(uploads, {}, BuildUpload::request(file), UploadReservation::read).value; });
+  // Earlier runs may have left more of the same build.
+  const std::string removal = ofBuild + " --upload " + Format::shellWord(printable(reserved.uploadId));
+  const std::string stays = "The unfinished upload stays at Apple until it's removed: " + removal;
   orSay(context, stays, stays, [&] { sendParts(context, file, reserved.parts); });
   orSay(context, stays,
         "Whether Apple has the whole file now isn't known. " + look +

@@ -116,7 +116,7 @@ std::string uploadEventMedia(Context& context, const Client& client, const std::
                         .value;
     Progress progress(context.console, context.clock, "Sending " + file.name(), static_cast<std::uint64_t>(file.size()),
                       static_cast<int>(reserved.parts.size()));
-    PartUploader uploader(context.transport, context.clock, "");
+    PartUploader uploader(context.transport, context.clock, {});
     file.send(
         reserved.parts, uploader, context.stop, [&](int, int) { progress.advance(0, 1); },
         [&](std::int64_t bytes) { progress.advance(bytes, 0); });
@@ -125,9 +125,7 @@ std::string uploadEventMedia(Context& context, const Client& client, const std::
     client.post(languagePath + "/media/" + percentEncoded(reserved.assetId) + "/commit");
     return reserved.assetId;
   } catch (const CLIError& error) {
-    std::string text = error.description;
-    while (text.ends_with(' ')) text.pop_back();
-    throw CLIError(error.kind, text + "\n" + leaves(error.kind != Kind::unavailable));
+    throw CLIError(error.kind, error.description + "\n" + leaves(error.kind != Kind::unavailable));
   } catch (const Stopped&) {
     context.console.error(leaves(false));
     throw;

@@ -8,7 +8,6 @@
 #include "core/kit/whats_new.hpp"
 #include "core/kit/whats_new_folder.hpp"
 #include "core/project/project.hpp"
-#include "core/support/text.hpp"
 
 #include <system_error>
 
@@ -78,12 +77,12 @@ void sendImages(Context& context, const Client& client, const WhatsNewFolder& fo
   try {
     if (!uploads.empty()) {
       Progress progress(context.console, context.clock, "Sending", folder.imageBytes(), 0);
-      PartUploader uploader(context.transport, context.clock, "");
+      PartUploader uploader(context.transport, context.clock, {});
       WhatsNew::send(folder, uploads, uploader, context.stop, [&](std::int64_t bytes) { progress.advance(bytes, 0); });
     }
     client.checked(client.send("POST", path + "/commit", query, std::nullopt));
   } catch (const CLIError& error) {
-    throw CLIError(error.kind, Text::trimmed(error.description) + "\n" + left);
+    throw CLIError(error.kind, error.description + "\n" + left);
   } catch (const Stopped&) {
     context.console.error(left);
     throw;

@@ -1,4 +1,5 @@
 #include "core/console/printable.hpp"
+#include "core/console/readable.hpp"
 #include "core/release/finding_table.hpp"
 #include "core/release/release_check.hpp"
 #include "core/support/text.hpp"
@@ -108,8 +109,8 @@ std::string withWholeCommands(std::string text, std::size_t columns) {
 
 std::string lineOf(const Fault& fault, const std::string& message, const TextStyles& style, int width) {
   const int columns = std::max(width - static_cast<int>(indent), narrowest);
-  std::string folded =
-      TextStyle::wrap(withWholeCommands(printable(message) + alike(fault), static_cast<std::size_t>(columns)), columns);
+  std::string folded = TextStyle::wrap(
+      withWholeCommands(printable(readableStart(message)) + alike(fault), static_cast<std::size_t>(columns)), columns);
   for (std::size_t at = folded.find(together); at != std::string::npos; at = folded.find(together, at)) {
     folded.replace(at, together.size(), " ");
   }

@@ -1,6 +1,7 @@
 #include "core/release/finding_report.hpp"
 
 #include "core/console/printable.hpp"
+#include "core/console/readable.hpp"
 #include "core/support/text.hpp"
 #include "core/support/utf8.hpp"
 
@@ -92,7 +93,7 @@ std::string attribute(std::string_view name, std::string_view text) {
 std::string linesOf(const Case& each) {
   std::vector<std::string> lines;
   for (const Finding* finding : each.found) {
-    lines.push_back(fmt::format("{}: {}", rawValue(finding->level), printable(finding->message)));
+    lines.push_back(fmt::format("{}: {}", rawValue(finding->level), printable(readableStart(finding->message))));
   }
   return xml(Text::joined(lines, "\n"));
 }
@@ -113,9 +114,10 @@ std::string element(const Case& each, const std::string& className, const Report
   }
   if (each.found.empty()) return head + "/>\n";
   const Finding* failure = failureOf(each, reporting.strict);
-  std::string body = failure ? fmt::format("<failure{}{}>{}</failure>", attribute("message", failure->message),
-                                           attribute("type", rawValue(failure->level)), linesOf(each))
-                             : "<system-out>" + linesOf(each) + "</system-out>";
+  std::string body =
+      failure ? fmt::format("<failure{}{}>{}</failure>", attribute("message", readableStart(failure->message)),
+                            attribute("type", rawValue(failure->level)), linesOf(each))
+              : "<system-out>" + linesOf(each) + "</system-out>";
   return head + ">\n      " + body + "\n    </testcase>\n";
 }
 

@@ -1,6 +1,7 @@
 #include "core/release/finding_table.hpp"
 
 #include "core/console/printable.hpp"
+#include "core/console/readable.hpp"
 
 #include <algorithm>
 
@@ -39,7 +40,7 @@ std::string table(const Findings& findings, const TextStyles& style) {
     std::vector<std::string>& line = lines.emplace_back();
     line.push_back(styled(finding.level, style));
     if (anyLanguage) line.push_back(printable(finding.locale.value_or(""))); // none anywhere needs no column
-    line.push_back(printable(finding.message));
+    line.push_back(printable(readableStart(finding.message)));
   }
   return Format::table(lines);
 }

@@ -1,6 +1,7 @@
 #include "core/release/listing_refusals.hpp"
 
 #include "core/console/printable.hpp"
+#include "core/console/readable.hpp"
 #include "core/project/apple_locales.hpp"
 #include "core/support/text.hpp"
 
@@ -102,7 +103,7 @@ std::vector<std::string> doubts(const ListingChange& change, KeywordCount count)
 
 CLIError notSent(const Findings& refusals) {
   std::string message = "Apple wouldn't take these, so nothing was sent:";
-  for (const Finding& finding : refusals) message += "\n" + printable(finding.message);
+  for (const Finding& finding : refusals) message += "\n" + printable(readableStart(finding.message));
   return {CLIError::Kind::failed, message};
 }
 

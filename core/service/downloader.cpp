@@ -30,8 +30,9 @@ void Downloader::fetch(const Download& download, const std::filesystem::path& ta
   std::string name = printable(download.name);
   std::unique_ptr<Attempt> attempt;
   std::string md5;
-  auto message = [&](const std::string& reason) {
-    return "Couldn't download " + name + " (" + reason + "). What came whole is kept; run it again to go on.";
+  auto message = [&](const std::string& reason, bool again) {
+    return "Couldn't download " + name + " (" + reason + "). What came whole is kept" +
+           (again ? "; run it again to go on." : ".");
   };
   retried(
       clock_, stop,
@@ -55,11 +56,12 @@ void Downloader::fetch(const Download& download, const std::filesystem::path& ta
         if (download.md5 && md5 != *download.md5) throw TransportError("it came with another checksum");
         return answer;
       },
-      [&](int status) {
-        return CLIError(status >= 500 ? CLIError::Kind::unavailable : CLIError::Kind::failed,
-                        message(refusalReason(status)));
+      [&](const TransferRefusal& refusal) {
+        return CLIError(refusal.kind(), message(refusal.reason(), !refusal.isOfTheFile()));
       },
-      [&](const std::string& reason) { return CLIError(CLIError::Kind::unavailable, message(printable(reason))); });
+      [&](const std::string& reason) {
+        return CLIError(CLIError::Kind::unavailable, message(printable(reason), true));
+      });
   ready(md5);
   if (replacing) {
     attempt->file.replaceTarget();

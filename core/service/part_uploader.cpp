@@ -116,9 +116,9 @@ void PartUploader::send(const std::filesystem::path& file, const std::vector<Upl
 void PartUploader::sendPart(const std::filesystem::path& file, const UploadPart& part, const std::atomic<int>& done,
                             const Moved& moved, const std::stop_token& stop) const {
   std::string name = printable(file.filename().string());
-  auto message = [&](const std::string& reason) {
-    return (done == 0 ? "Apple took no part of " + name : "Apple didn't take all of " + name) + " (" + reason + "). " +
-           advice_;
+  auto message = [&](const std::string& reason, const std::string& advice) {
+    return (done == 0 ? "Apple took no part of " + name : "Apple didn't take all of " + name) + " (" + reason + ")." +
+           (advice.empty() ? "" : " " + advice);
   };
   std::int64_t read = 0;
   retried(
@@ -135,8 +135,13 @@ void PartUploader::sendPart(const std::filesystem::path& file, const UploadPart&
         request.idle = true;
         return transport_.send(request, stop);
       },
-      [&](int status) { return CLIError(CLIError::Kind::failed, message(refusalReason(status))); },
-      [&](const std::string& reason) { return CLIError(CLIError::Kind::unavailable, message(printable(reason))); });
+      [&](const TransferRefusal& refusal) {
+        return CLIError(refusal.kind(),
+                        message(refusal.reason(), refusal.isOfTheFile() ? advice_.ofTheFile : advice_.again));
+      },
+      [&](const std::string& reason) {
+        return CLIError(CLIError::Kind::unavailable, message(printable(reason), advice_.again));
+      });
 }
 
 } // namespace kestu

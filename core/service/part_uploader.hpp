@@ -39,8 +39,14 @@ class PartUploader {
   /// thread.
   using Moved = std::function<void(std::int64_t bytes)>;
 
-  /// `advice` is the sentence that ends the message when a part isn't taken.
-  PartUploader(Transport& transport, Clock& clock, std::string advice = "Nothing was changed; run it again.")
+  /// The sentence that ends the message when a part isn't taken.
+  struct Advice {
+    std::string again;     ///< where another run may do
+    std::string ofTheFile; ///< where Apple refuses the file
+  };
+
+  PartUploader(Transport& transport, Clock& clock,
+               Advice advice = {"Nothing was changed; run it again.", "Nothing was changed."})
       : transport_(transport), clock_(clock), advice_(std::move(advice)) {}
 
   /// At most `atOnce` parts at a time, and none unless they cover the file once and whole. `progress` is called after
@@ -55,7 +61,7 @@ class PartUploader {
 
   Transport& transport_;
   Clock& clock_;
-  std::string advice_;
+  Advice advice_;
 };
 
 } // namespace kestu

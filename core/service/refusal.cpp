@@ -2,6 +2,7 @@
 
 #include "core/console/format.hpp"
 #include "core/console/printable.hpp"
+#include "core/console/readable.hpp"
 #include "core/service/announced_version.hpp"
 #include "core/support/json.hpp"
 
@@ -73,7 +74,7 @@ Refusal Refusal::read(std::string_view body) {
 bool Refusal::isRush(int status) const { return status == 429 && (error != "agent_quota" || limit == "minute"); }
 
 std::string Refusal::trouble(int status) const {
-  if (status >= 300 && message) return printableText(*message);
+  if (status >= 300 && message) return printableText(readableStart(*message));
   if (status == 429) return "Too many requests.";
   if (status >= 500) return "kestu couldn't answer (" + std::to_string(status) + ").";
   return "kestu's answer couldn't be read.";
@@ -97,14 +98,15 @@ CLIError Refusal::asError(int status, const std::optional<std::string>& latest, 
     return {Kind::quota,
             "Over " + quotaName(limit) + (resetsAt ? " until " + Format::moment(*resetsAt, now) : "") + "."};
   }
-  if (message) return {kindOfMessage(status), printableText(*message)};
+  if (message) return {kindOfMessage(status), printableText(readableStart(*message))};
   if (status == 429) return {Kind::quota, "Too many requests. Try again in a minute."};
   if (status == 404) return {Kind::notFound, "Not found."};
   std::string number = std::to_string(status);
   if (status >= 500 || status == 0) {
     return {Kind::unavailable, "kestu couldn't answer (" + number + "). Try again in a moment."};
   }
-  return {Kind::failed, "kestu refused that (" + number + (error ? ", " + printable(*error) : "") + ")."};
+  return {Kind::failed,
+          "kestu refused that (" + number + (error ? ", " + printable(readableStart(*error)) : "") + ")."};
 }
 
 CLIError notUnderstood() {

@@ -1,5 +1,6 @@
 #include "core/service/retry.hpp"
 
+#include "core/console/format.hpp"
 #include "core/support/moments.hpp"
 
 #include <algorithm>
@@ -48,7 +49,7 @@ std::optional<seconds> askedWait(const HTTPAnswer& answer, Moment now) {
 } // namespace
 
 HTTPAnswer retried(Clock& clock, const std::stop_token& stop, const std::function<HTTPAnswer()>& operation,
-                   const std::function<CLIError(int status)>& refused,
+                   const std::function<CLIError(const TransferRefusal&)>& refused,
                    const std::function<CLIError(const std::string& description)>& failed) {
   for (int attempt = 1;; ++attempt) {
     std::optional<CLIError> error;
@@ -57,8 +58,8 @@ HTTPAnswer retried(Clock& clock, const std::stop_token& stop, const std::functio
     try {
       HTTPAnswer answer = operation();
       if (answer.status >= 200 && answer.status <= 299) return answer;
-      error = refused(answer.status);
       asked = askedWait(answer, clock.now());
+      error = refused({answer.status, asked > longestWait ? asked : std::nullopt});
       isLast = isLast || isForGood(answer.status);
     } catch (const TransportError& failure) {
       error = failed(failure.what());
@@ -68,9 +69,18 @@ HTTPAnswer retried(Clock& clock, const std::stop_token& stop, const std::functio
   }
 }
 
-std::string refusalReason(int status) {
-  bool mayBeExpired = status == 401 || status == 403 || status == 404 || status == 410;
-  return std::to_string(status) + (mayBeExpired ? ": its address may have expired, and a new run gets a new one" : "");
+bool TransferRefusal::isOfTheFile() const { return status == 400 || status == 413; }
+
+CLIError::Kind TransferRefusal::kind() const {
+  bool mayPass = status == 408 || status == 429 || status >= 500;
+  return mayPass ? CLIError::Kind::unavailable : CLIError::Kind::failed;
+}
+
+std::string TransferRefusal::reason() const {
+  std::string number = std::to_string(status);
+  if (isOfTheFile()) return number + ": Apple refuses it as it is";
+  if (isForGood(status)) return number + ": its address may have expired, and a new run gets a new one";
+  return wait ? number + ": Apple asks to wait " + Format::seconds(wait->count()) : number;
 }
 
 } // namespace kestu

@@ -398,9 +398,15 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
   struct Row {
     sandbox::Fault fault;
     std::string reason;
+    int status = 9;
   };
   for (const Row& row : std::vector<Row>{
-           {{.path = "/files/", .skip = 2, .times = 1, .status = 404}, "(404: its address may have expired"},
+           {{.path = "/files/", .skip = 2, .times = 1, .status = 404}, "(404: its address may have expired", 1},
+           {{.path = "/files/", .skip = 2, .times = 1, .status = 400},
+            "(400: Apple refuses it as it is). What came whole is kept.\n",
+            1},
+           {{.path = "/files/", .skip = 2, .times = -1, .status = 429},
+            "(429). What came whole is kept; run it again to go on.\n"},
            {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = "short"}, "(only a part of it came)"},
            {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = std::string(shot(1).size(), 'x')},
             "(it came with another checksum)"},
@@ -408,14 +414,14 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
             "(more came than it has)"},
            {{.path = "/files/", .skip = 2, .times = -1, .cut = true}, "Couldn't download "},
            {{.path = "/files/", .skip = 2, .times = -1, .half = true}, "Couldn't download "},
-           {{.path = "/files/", .skip = 2, .times = 2, .half = true}, ""},
+           {{.path = "/files/", .skip = 2, .times = 2, .half = true}, "", 0},
        }) {
     SCOPED_TRACE(row.reason);
     put({});
     server.onNext(row.fault);
     Ran ran = pull();
     EXPECT_NE(ran.err.find(row.reason), std::string::npos) << ran.err;
-    EXPECT_EQ(ran.status == 0, row.reason.empty());
+    EXPECT_EQ(ran.status, row.status);
     server.faults().clear();
     if (row.reason.empty()) continue;
     Tree left = tree(false);

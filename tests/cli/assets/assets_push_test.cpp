@@ -200,6 +200,7 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
     std::vector<sandbox::Fault> faults;
     std::string err;
     std::size_t parts;
+    int status = 1;
   };
   for (const Row& row : std::vector<Row>{
            {{{.path = "/upload/", .times = 1, .status = 403}},
@@ -208,15 +209,24 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
             1},
            {{{.path = "/upload/", .times = 3, .status = 503}},
             "Apple took no part of 01.png (503). Nothing was changed; run it again.\n",
-            3},
-           {{{.path = "/upload/", .times = 2, .status = 500}}, "", 3},
+            3,
+            9},
+           {{{.path = "/upload/", .times = 3, .status = 429, .headers = {{"Retry-After", "3600"}}}},
+            "Apple took no part of 01.png (429: Apple asks to wait 1 hour). Nothing was changed; run it again.\n",
+            3,
+            9},
+           {{{.path = "/upload/", .status = 413}},
+            "Apple took no part of 01.png (413: Apple refuses it as it is). Nothing was changed.\n",
+            1},
+           {{{.path = "/upload/", .times = 2, .status = 500}}, "", 3, 0},
            {{{.path = "/v1/apps/1234567890/assets/uploaded", .status = 409, .body = R"({"message":"Torn."})"}},
             "Torn.\n",
             1},
            {{{.path = "/v1/apps/1234567890/assets", .method = "POST", .status = 200, .body = R"({"languages":[]})"}},
             "kestu's answer for the assets wasn't what this version of the CLI expects. Update the CLI, or try "
             "again.\n",
-            0},
+            0,
+            9},
        }) {
     SCOPED_TRACE(row.err);
     picture(file, ++shade);
@@ -224,7 +234,7 @@ TEST_F(PushTest, ABrokenUploadCommitsNothing) {
     for (const auto& fault : row.faults) server.onNext(fault);
     server.scriptNextPlan({});
     Ran ran = run({"assets", "push", "1.2", "--yes"});
-    EXPECT_EQ(ran.status == 0, row.err.empty());
+    EXPECT_EQ(ran.status, row.status);
     EXPECT_TRUE(ran.err.ends_with(row.err)) << ran.err;
     EXPECT_EQ(parts(), row.parts);
     EXPECT_EQ(calls(commit), row.err.empty() ? 1U : 0U);

@@ -125,11 +125,17 @@ TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {
 }
 
 TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
+  auto namedUpload = [&] {
+    std::string id;
+    server.withState([&](sandbox::State& state) { id = state.testFlight.uploads.back().uploadId; });
+    return " --upload " + id;
+  };
   struct Row {
     const char* name;
     sandbox::Fault fault;
     std::string reason;
     std::size_t sent;
+    int status = 1;
   };
   const std::string commit = base + "uploads/";
   int number = 60;
@@ -141,6 +147,11 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
            {"a part refused late",
             {.path = "/upload/", .skip = 5, .times = -1, .status = 500},
             "A.ipa (500). Run it again to send it anew.\nThe unfinished",
+            0,
+            9},
+           {"refused as it is",
+            {.path = "/upload/", .times = -1, .status = 413},
+            "Apple took no part of A.ipa (413: Apple refuses it as it is).\nThe unfinished",
             0},
            {"a commit refused",
             {.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"},
@@ -152,10 +163,10 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
     server.forgetRequests();
     server.onNext(row.fault);
     Ran ran = builds({"upload", "A.ipa", "--app", "1234567890"});
-    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.status, row.status);
     EXPECT_NE(ran.err.find(row.reason), std::string::npos) << ran.err;
     EXPECT_NE(ran.err.find("The unfinished upload stays at Apple until it's removed: kestu builds remove \"1.3 (" +
-                           std::to_string(number) + ")\" --platform ios --app 1234567890\n"),
+                           std::to_string(number) + ")\" --platform ios --app 1234567890" + namedUpload() + "\n"),
               std::string::npos)
         << ran.err;
     EXPECT_EQ(calls("POST " + commit), row.sent > 0 ? 1U : 0U);
@@ -165,13 +176,16 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   struct Unsure {
     sandbox::Fault fault;
     std::string note;
+    bool isNamed;
   };
   for (const Unsure& row : std::vector<Unsure>{
            {{.path = base + "uploads", .method = "POST", .half = true, .exact = true},
-            "An unfinished upload may be at Apple now. kestu builds list --app 1234567890 shows it; to remove it: "},
+            "An unfinished upload may be at Apple now. kestu builds list --app 1234567890 shows it; to remove it: ",
+            false},
            {{.path = commit, .method = "POST", .cut = true},
             "Whether Apple has the whole file now isn't known. kestu builds list --app 1234567890 shows where it is; "
-            "if it's still uploading, remove it: "},
+            "if it's still uploading, remove it: ",
+            true},
        }) {
     SCOPED_TRACE(row.note);
     make(std::to_string(++number), "A.ipa");
@@ -180,7 +194,7 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
     Ran ran = builds({"upload", "A.ipa", "--app", "1234567890"});
     EXPECT_EQ(ran.status, 9);
     EXPECT_TRUE(ran.err.ends_with("\n" + row.note + "kestu builds remove \"1.3 (" + std::to_string(number) +
-                                  ")\" --platform ios --app 1234567890\n"))
+                                  ")\" --platform ios --app 1234567890" + (row.isNamed ? namedUpload() : "") + "\n"))
         << ran.err;
     EXPECT_EQ(ran.err.find("stays"), std::string::npos);
     server.withState([&](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 1U); });
@@ -190,7 +204,8 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   server.onNext({.path = "/upload/", .times = -1, .status = 500});
   EXPECT_THROW(builds({"upload", "Daylight.ipa"}), Stopped);
-  EXPECT_TRUE(terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\" --platform ios\n"))
+  EXPECT_TRUE(
+      terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\" --platform ios" + namedUpload() + "\n"))
       << terminal.errText();
   repo.write("Mac.pkg", "xar!");
   stopping = {};

@@ -61,6 +61,11 @@ TEST(Refusal, MapsEveryRuleFirstMatchFirst) {
            {409, R"({"message":"No."})", {}, Kind::failed, "No."},
            {500, R"({"message":"No."})", {}, Kind::unavailable, "No."},
            {409, "{\"message\":\"a\\u001b[2Jb\"}", {}, Kind::failed, "a\\u{1b}[2Jb"},
+           {500,
+            R"({"message":")" + std::string(9'999, 'x') + "ü" + std::string(3 << 20, 'x') + "\"}",
+            {},
+            Kind::unavailable,
+            std::string(9'999, 'x') + "… (3 MB in all)"},
            {429, "<html>", {}, Kind::quota, "Too many requests. Try again in a minute."},
            {503, "<html>", {}, Kind::unavailable, "kestu couldn't answer (503). Try again in a moment."},
            {0, "", {}, Kind::unavailable, "kestu couldn't answer (0). Try again in a moment."},
@@ -136,25 +141,28 @@ TEST(Retried, TriesThreeTimesWithItsWaitsWhereThatCanHelp) {
   };
   using std::chrono::milliseconds;
   const milliseconds three(3000), four(4000), six(6000);
+  const std::string expired = ": its address may have expired, and a new run gets a new one";
   for (const Row& row : std::vector<Row>{
            {{200}, "200", {}},
            {{503, 299}, "299", {three}},
            {{0, 409, 204}, "204", {three, six}},
            {{500, 0, 418, 200}, "refused 418", {three, six}},
            {{500, 500, 0, 200}, "failed broken", {three, six}},
-           {{400, 200}, "refused 400", {}},
-           {{401, 200}, "refused 401", {}},
-           {{403, 200}, "refused 403", {}},
-           {{404, 200}, "refused 404", {}},
-           {{0, 410, 200}, "refused 410", {three}},
-           {{503, 413, 200}, "refused 413", {three}},
+           {{400, 200}, "refused 400: Apple refuses it as it is", {}},
+           {{401, 200}, "refused 401" + expired, {}},
+           {{403, 200}, "refused 403" + expired, {}},
+           {{404, 200}, "refused 404" + expired, {}},
+           {{0, 410, 200}, "refused 410" + expired, {three}},
+           {{503, 413, 200}, "refused 413: Apple refuses it as it is", {three}},
            {{503, 503, 200}, "200", {four, three}, {"4", "0"}},
            {{429, 503, 200}, "200", {six, six}, {"7", "99999999999999999999"}},
            {{503, 503, 200}, "200", {four, three}, {"Sat, 21 Nov 2026 12:00:04 GMT", "Sat, 21 Nov 2026 11:00:00 GMT"}},
            {{503, 503, 200}, "200", {six, six}, {"Sun, 22 Nov 2026 00:00:00 GMT", ""}},
            {{503, 503, 200}, "200", {three, six}, {"soon", "-4"}},
            {{503, 503, 200}, "200", {three, six}, {"Sat, 31 Feb 2026 12:00:04 GMT", "Sat, 21 Mon 2026 12:00:04 GMT"}},
-           {{403, 200}, "refused 403", {}, {"4"}},
+           {{403, 200}, "refused 403" + expired, {}, {"4"}},
+           {{503, 503, 503}, "refused 503", {six, six}, {"3600", "3600", "6"}},
+           {{503, 503, 503}, "refused 503: Apple asks to wait 7 seconds", {six, six}, {"3600", "6", "7"}},
        }) {
     FakeClock clock;
     std::size_t attempt = 0;
@@ -169,7 +177,7 @@ TEST(Retried, TriesThreeTimesWithItsWaitsWhereThatCanHelp) {
             if (attempt <= row.waits.size()) answer.headers["retry-after"] = row.waits[attempt - 1];
             return answer;
           },
-          [](int status) { return CLIError(Kind::failed, "refused " + std::to_string(status)); },
+          [](const TransferRefusal& refusal) { return CLIError(Kind::failed, "refused " + refusal.reason()); },
           [](const std::string& reason) { return CLIError(Kind::failed, "failed " + reason); });
       outcome = std::to_string(answer.status);
     } catch (const CLIError& error) {
