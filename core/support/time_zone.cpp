@@ -120,8 +120,10 @@ std::optional<TimeZone> TimeZone::identified(const std::string& id) {
   if (!rules) return std::nullopt;
   icu::UnicodeString own;
   zone->getID(own);
+  std::string name = utf8(own);
+  if (name == UCAL_UNKNOWN_ZONE_ID) return std::nullopt; // known by the name of another alone, as Africa:Timbuktu is
   zone.release();
-  return TimeZone(utf8(own), std::make_shared<const Rules>(Rules{std::unique_ptr<icu::BasicTimeZone>(rules)}));
+  return TimeZone(std::move(name), std::make_shared<const Rules>(Rules{std::unique_ptr<icu::BasicTimeZone>(rules)}));
 }
 
 std::optional<TimeZone> TimeZone::named(std::string_view text) {
