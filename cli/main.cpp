@@ -52,9 +52,9 @@ int main(int count, char** words) {
   if (auto answer = quickAnswer(std::vector<std::string>(words + 1, words + count))) return write(*answer);
   KestuProgram program = nullptr;
   try {
-    program = LoadedLibrary::part("libkestu-program").function<KestuProgram>("kestuProgram");
+    program = LoadedLibrary::part("libkestu-program", kestuBuild()).function<KestuProgram>("kestuProgram");
   } catch (const NotLoaded& error) {
-    std::fprintf(stderr, "kestu isn't whole here: its library couldn't be loaded (%s). Install it again.\n",
+    std::fprintf(stderr, "kestu isn't whole here: its library couldn't be loaded: %s. Install kestu again.\n",
                  error.what());
     return 1;
   }

@@ -4,6 +4,10 @@
 /// --version and --help without the libraries that only commands need.
 extern "C" __attribute__((visibility("default"))) int kestuProgram(int count, char** words);
 
+/// The version and what tells this build of it from any other; written as kestu is built, into the front and the
+/// library, which work together only when it is the same.
+extern "C" __attribute__((visibility("default"))) const char* kestuBuild();
+
 namespace kestu {
 
 class Clock;

@@ -25,13 +25,15 @@ LoadedLibrary::LoadedLibrary(std::initializer_list<const char*> names) {
   throw notLoaded();
 }
 
-LoadedLibrary LoadedLibrary::part(const std::string& name) {
+LoadedLibrary LoadedLibrary::part(const std::string& name, std::string_view build) {
   std::string reason;
   for (const auto& file : partFiles(name)) {
     std::error_code ignored;
     if (!std::filesystem::exists(file, ignored)) continue;
     try {
-      return LoadedLibrary({file.c_str()});
+      LoadedLibrary library({file.c_str()});
+      library.requireBuild(build, file);
+      return library;
     } catch (const NotLoaded& error) {
       if (reason.empty()) reason = error.what();
     }
@@ -39,11 +41,21 @@ LoadedLibrary LoadedLibrary::part(const std::string& name) {
   throw NotLoaded(reason.empty() ? name + " isn't there" : reason);
 }
 
+void LoadedLibrary::requireBuild(std::string_view build, const std::filesystem::path& file) const {
+  using BuildFunction = const char* (*)();
+  void* found = dlsym(handle_, "kestuBuild"); // none before there were such names
+  std::string own = found ? reinterpret_cast<BuildFunction>(found)() : "";
+  if (own == build) return;
+  std::string which = own.empty() ? "an older build" : "another build, " + own + ",";
+  throw NotLoaded(file.string() + " is of " + which + " than this kestu, " + std::string(build));
+}
+
 std::vector<std::filesystem::path> LoadedLibrary::partFiles(const std::filesystem::path& executableFolder,
                                                             const std::string& name) {
   std::filesystem::path lib = executableFolder.parent_path() / "lib";
   std::vector<std::filesystem::path> files;
-  for (const auto& folder : {lib, lib / "kestu", executableFolder}) {
+  // Where it is installed, then where it is built: an older kestu was installed there too, and may have left it behind.
+  for (const auto& folder : {lib / "kestu", lib, executableFolder}) {
 #ifdef __APPLE__
     files.push_back(folder / (name + ".dylib"));
 #endif

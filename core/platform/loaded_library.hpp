@@ -4,11 +4,12 @@
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kestu {
 
-/// The library is not on this machine, or lacks a function; the text is the system's reason.
+/// The library is not on this machine, lacks a function or is of another build; the text is the system's reason.
 class NotLoaded : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -21,9 +22,9 @@ class LoadedLibrary {
   /// The first of the names that the system finds. Throws NotLoaded.
   explicit LoadedLibrary(std::initializer_list<const char*> names);
 
-  /// A part of the program, as "libkestu-media": the first of `partFiles` that can be loaded. Throws NotLoaded, with
-  /// the reason of the first that is there.
-  static LoadedLibrary part(const std::string& name);
+  /// A part of the program, as "libkestu-program": the first of `partFiles` that can be loaded and whose function
+  /// `kestuBuild` names the build. Throws NotLoaded, with the reason of the first that is there.
+  static LoadedLibrary part(const std::string& name, std::string_view build);
 
   /// Where the part may be for a program in the folder, first come first served.
   static std::vector<std::filesystem::path> partFiles(const std::filesystem::path& executableFolder,
@@ -40,6 +41,7 @@ class LoadedLibrary {
 
  private:
   void* address(const char* name) const;
+  void requireBuild(std::string_view build, const std::filesystem::path& file) const;
 
   void* handle_ = nullptr;
 };

@@ -15,9 +15,10 @@ namespace {
 /// The built program in a process of its own, its output in files.
 class Program {
  public:
-  Program(const TemporaryFolder& folder, std::vector<std::string> words, const std::vector<std::string>& variables)
+  Program(const TemporaryFolder& folder, std::vector<std::string> words, const std::vector<std::string>& variables,
+          const std::string& file = KESTU_PROGRAM)
       : out_(folder.path() / "session.out"), err_(folder.path() / "session.err") {
-    words.insert(words.begin(), KESTU_PROGRAM);
+    words.insert(words.begin(), file);
     std::vector<char*> arguments, environment;
     for (std::string& word : words) arguments.push_back(word.data());
     std::vector<std::string> settings = variables;
@@ -30,7 +31,7 @@ class Program {
     dup2(open("/dev/null", O_RDONLY), 0);
     dup2(open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
     dup2(open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
-    execve(KESTU_PROGRAM, arguments.data(), environment.data());
+    execve(file.c_str(), arguments.data(), environment.data());
     _exit(127);
   }
 
@@ -71,6 +72,35 @@ TEST_F(Session, TheFrontAndTheProgramSayTheSame) {
     EXPECT_EQ(status, same.status);
     EXPECT_EQ(program.out(), same.out);
     EXPECT_EQ(program.err(), same.err);
+  }
+}
+
+TEST_F(Session, TheFrontTakesTheProgramOfItsBuildAlone) {
+  const std::filesystem::path built = std::filesystem::path(KESTU_PROGRAM).parent_path().parent_path() / "lib";
+  const std::string own = "libkestu-program.so", other = "libkestu-media.so"; // any library that isn't its own
+  const std::filesystem::path bin = repo.path() / "bin", lib = repo.path() / "lib", kestu = lib / "kestu";
+  std::filesystem::create_directories(bin);
+  std::filesystem::create_directories(kestu);
+  std::filesystem::copy_file(KESTU_PROGRAM, bin / "kestu");
+  struct Row {
+    std::string installed, left; // what lib/kestu and lib have
+    int status;
+    std::string message;
+  };
+  const std::string older = " is of an older build than this kestu, 1.1.2+";
+  for (const Row& row : std::vector<Row>{{own, other, 2, "has no command asets"},
+                                         {other, own, 2, "has no command asets"},
+                                         {other, "", 1, (kestu / own).string() + older},
+                                         {"", other, 1, (lib / own).string() + older},
+                                         {"", "", 1, "libkestu-program isn't there. Install kestu again."}}) {
+    SCOPED_TRACE(row.installed + ", " + row.left);
+    for (const auto& [folder, target] : {std::pair(kestu, row.installed), std::pair(lib, row.left)}) {
+      std::filesystem::remove(folder / own);
+      if (!target.empty()) std::filesystem::create_symlink(built / target, folder / own);
+    }
+    Program program(repo, {"asets"}, variables, bin / "kestu");
+    EXPECT_EQ(WEXITSTATUS(program.wait()), row.status);
+    EXPECT_NE(program.err().find(row.message), std::string::npos) << program.err();
   }
 }
 

@@ -26,22 +26,5 @@ TEST(LoadedLibrary, SaysWhatIsMissing) {
   }
 }
 
-TEST(LoadedLibrary, LooksForPartsWhereTheyAreInstalled) {
-  auto files = LoadedLibrary::partFiles("/opt/my apps/bin", "libkestu-part");
-  std::vector<std::filesystem::path> folders;
-  for (const auto& file : files) {
-    EXPECT_EQ(file.stem(), "libkestu-part");
-    if (folders.empty() || folders.back() != file.parent_path()) folders.push_back(file.parent_path());
-  }
-  EXPECT_EQ(folders,
-            (std::vector<std::filesystem::path>{"/opt/my apps/lib", "/opt/my apps/lib/kestu", "/opt/my apps/bin"}));
-  try {
-    LoadedLibrary::part("libkestu-none");
-    FAIL();
-  } catch (const NotLoaded& error) {
-    EXPECT_STREQ(error.what(), "libkestu-none isn't there");
-  }
-}
-
 } // namespace
 } // namespace kestu::tests
