@@ -10,6 +10,7 @@
 #include "core/service/answer_memory.hpp"
 #include "core/service/curl_transport.hpp"
 #include "core/service/logged_transport.hpp"
+#include "core/service/proxy.hpp"
 #include "core/support/clock.hpp"
 
 #include <filesystem>
@@ -45,8 +46,9 @@ int runProgram(int count, char** words, Clock& clock) {
     Environment environment = Environment::captured();
     Console console(terminal, environment, clock);
     CurlTransport curl(Certificates::from(environment));
-    LoggedTransport logged(curl, console, clock);
-    Transport& told = LoggedTransport::isAsked(environment) ? static_cast<Transport&>(logged) : curl;
+    ProxiedTransport proxied(curl, ProxyChoice(environment));
+    LoggedTransport logged(proxied, console, clock);
+    Transport& told = LoggedTransport::isAsked(environment) ? static_cast<Transport&>(logged) : proxied;
     std::optional<RememberingTransport> remembering = rememberedFor(environment, told);
     Transport& transport = remembering ? static_cast<Transport&>(*remembering) : told;
     auto store = systemTokenStore();

@@ -4,11 +4,13 @@
 #include "cli/families.hpp"
 #include "cli/options.hpp"
 #include "core/assets/asset_kind.hpp"
+#include "core/assets/asset_measure.hpp"
 #include "core/console/printable.hpp"
 #include "core/listing/metadata.hpp"
 #include "core/project/app_choice.hpp"
 #include "core/project/project.hpp"
 #include "core/service/device_flow.hpp"
+#include "core/service/proxy.hpp"
 #include "core/support/process.hpp"
 #include "core/support/text.hpp"
 #include "core/support/version.hpp"
@@ -114,6 +116,16 @@ std::string scopesText(const Grant& grant) {
   return labels.empty() ? "nothing" : Text::joined(labels, ", ");
 }
 
+/// What to do where the service can't be reached.
+std::string adviceFor(const Environment& environment, const std::string& service) {
+  std::vector<std::string> settings;
+  if (environment.has("KESTU_API_URL")) settings.emplace_back("KESTU_API_URL");
+  if (std::string proxy = ProxyChoice(environment).variableFor(service); !proxy.empty()) settings.push_back(proxy);
+  if (settings.empty()) return "See whether this machine's network lets it through, or try again in a moment.";
+  return "See that " + Text::joined(settings, " and ") + (settings.size() == 1 ? " is" : " are") +
+         " right, and this machine's network.";
+}
+
 /// Whether the service can be reached, and what it says of the sign-in.
 void lookAtService(Context& context, Findings& found) {
   if (!found.base) return;
@@ -136,9 +148,7 @@ void lookAtService(Context& context, Findings& found) {
     bool refused = error.kind == Kind::signedOut || error.kind == Kind::notAllowed;
     DoctorItem item{"service", title, State::problem, where + ": " + error.description};
     if (error.kind == Kind::unavailable) {
-      item.next = context.environment.has("KESTU_API_URL")
-                      ? "See that KESTU_API_URL is right, and this machine's network."
-                      : "See whether this machine's network and proxy let it through, or try again in a moment.";
+      item.next = adviceFor(context.environment, where);
     }
     if (refused) {
       item = {"signin", "Sign-in", State::problem, error.description, found.given ? tokenAdvice : "kestu login"};

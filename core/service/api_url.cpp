@@ -1,6 +1,7 @@
 #include "core/service/api_url.hpp"
 
 #include "core/console/printable.hpp"
+#include "core/support/blotting.hpp"
 #include "core/support/error.hpp"
 
 #include <fmt/format.h>
@@ -87,7 +88,8 @@ APIURL APIURL::from(const Environment& environment) {
   auto parts = partsOf(text);
   if (!allowed(parts) || parts->rest.find_first_of("?#") != std::string::npos) {
     throw CLIError(CLIError::Kind::usage,
-                   "KESTU_API_URL is https://…, or http:// on this machine (127.0.0.1): " + printable(text));
+                   "KESTU_API_URL is https://…, or http:// on this machine (127.0.0.1), without a name and password: " +
+                       printable(withoutUserinfo(text)));
   }
   bool usual = (parts->scheme == "https" && parts->port == "443") || (parts->scheme == "http" && parts->port == "80");
   APIURL url;

@@ -376,7 +376,9 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   if (exchange.tooLarge) throw TransportError("the answer was larger than 64 MiB");
   if (result == CURLE_ABORTED_BY_CALLBACK) throw TransportError("the connection broke before an answer came");
   if (result != CURLE_OK) {
-    throw TransportError(description[0] != '\0' ? description.data() : curl().errorText(result), exchange.sendings > 0);
+    // A proxy's address that isn't understood is told with the password in it.
+    throw TransportError(withoutUserinfo(description[0] != '\0' ? description.data() : curl().errorText(result)),
+                         exchange.sendings > 0);
   }
   exchange.answer.status = static_cast<int>(status);
   if (request.token) forget(exchange.answer, *request.token);

@@ -21,13 +21,15 @@ bool isKey(std::string_view document, std::size_t end) {
   return next != std::string_view::npos && document[next] == ':';
 }
 
+constexpr std::string_view blot = "••••";
+
 std::string without(std::string_view text, std::string_view secret) {
   std::string result;
   std::size_t at = 0;
   while (!secret.empty()) {
     std::size_t found = text.find(secret, at);
     if (found == std::string_view::npos) break;
-    result.append(text.substr(at, found - at)).append("••••");
+    result.append(text.substr(at, found - at)).append(blot);
     at = found + secret.size();
   }
   return result.append(text.substr(at));
@@ -56,6 +58,22 @@ std::string blottedJSON(std::string_view document, std::string_view secret) {
     result.append(shown != text ? JSONData(shown).compact() : literal);
   }
   return result;
+}
+
+std::string withoutUserinfo(std::string_view text) {
+  std::size_t end = text.rfind('@');
+  if (end == std::string_view::npos) return std::string(text);
+  std::size_t begin = 0; // of the address, which is all of the text, or quoted in it, or stands behind a colon
+  if (std::size_t quotation = text.find(" '"); quotation < end) {
+    begin = quotation + 2;
+  } else if (std::size_t colon = text.rfind(": ", text.find('@')); colon != std::string_view::npos) {
+    begin = colon + 2;
+  }
+  std::size_t scheme = text.find("://", begin);
+  if (scheme < end && text.substr(begin, scheme - begin).find_first_of("@: ") == std::string_view::npos) {
+    begin = scheme + 3;
+  }
+  return std::string(text.substr(0, begin)).append(blot).append(text.substr(end));
 }
 
 } // namespace kestu

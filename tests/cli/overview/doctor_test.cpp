@@ -44,6 +44,9 @@ TEST_F(DoctorTest, WorksWithoutSignInAndNetwork) {
   EXPECT_EQ(found["service"], "problem");
   EXPECT_EQ(found["version"], "unknown") << "nothing told whether there is a newer one";
   EXPECT_NE(run({"doctor"}).out.find("→ See that KESTU_API_URL is right"), std::string::npos);
+  environment["KESTU_API_URL"] = "https://127.0.0.1:1";
+  environment["ALL_PROXY"] = "http://127.0.0.1:1";
+  EXPECT_NE(run({"doctor"}).out.find("→ See that KESTU_API_URL and ALL_PROXY are right"), std::string::npos);
   EXPECT_EQ(found["signin"], "ok");
   EXPECT_EQ(found["link"], "problem");
   EXPECT_EQ(found["listing"], "ok");

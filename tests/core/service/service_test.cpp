@@ -2,6 +2,7 @@
 
 #include "core/service/logged_transport.hpp"
 #include "core/service/part_uploader.hpp"
+#include "core/service/proxy.hpp"
 #include "core/service/retry.hpp"
 #include "core/support/tasks.hpp"
 
@@ -125,11 +126,41 @@ TEST(APIURL, TakesHTTPSAnywhereAndHTTPHere) {
     } catch (const CLIError& error) {
       EXPECT_EQ(origin, "");
       EXPECT_EQ(error.kind, Kind::usage);
+      EXPECT_EQ(error.description.find("user"), std::string::npos) << "what may be a name isn't told";
     }
   }
   APIURL url = APIURL::from(Environment({{"KESTU_API_URL", "https://a.example/base/"}}));
   EXPECT_EQ(url.url("/v1/apps", {{"version", "1.2 ü&"}, {"x", ""}}),
             "https://a.example/base/v1/apps?version=1.2%20%C3%BC%26&x=");
+}
+
+TEST(ProxiedTransport, NamesWhoseProxyAFailureWentThrough) {
+  class Broken final : public Transport {
+    HTTPAnswer send(const HTTPRequest&, const std::stop_token&) override { throw TransportError("broken", false); }
+  } broken;
+  struct Row {
+    std::map<std::string, std::string, std::less<>> environment;
+    std::string url, variable;
+  };
+  for (const Row& row : std::vector<Row>{
+           {{}, "https://api.x", ""},
+           {{{"https_proxy", ""}, {"HTTPS_PROXY", "p"}, {"ALL_PROXY", "p"}}, "https://api.x", "HTTPS_PROXY"},
+           {{{"https_proxy", "p"}, {"HTTPS_PROXY", "p"}}, "https://api.x", "https_proxy"},
+           {{{"HTTPS_PROXY", "p"}}, "http://127.0.0.1", ""},
+           {{{"ALL_PROXY", "p"}, {"NO_PROXY", "y, .X"}}, "https://API.x:443/a", ""},
+           {{{"ALL_PROXY", "p"}, {"NO_PROXY", "pi.x"}}, "https://api.x/a", "ALL_PROXY"},
+           {{{"ALL_PROXY", "p"}, {"no_proxy", "*"}}, "https://[::1]:9", ""},
+       }) {
+    SCOPED_TRACE(testing::PrintToString(row.environment));
+    HTTPRequest request;
+    request.url = row.url;
+    try {
+      ProxiedTransport(broken, ProxyChoice(Environment(row.environment))).send(request, {});
+    } catch (const TransportError& error) {
+      EXPECT_EQ(error.what(), "broken" + (row.variable.empty() ? "" : " (through the proxy of " + row.variable + ")"));
+      EXPECT_FALSE(error.sent);
+    }
+  }
 }
 
 TEST(Retried, TriesThreeTimesWithItsWaitsWhereThatCanHelp) {
