@@ -95,7 +95,7 @@ Findings check(Context& context, const RepoListing& listing, const Git::Changes&
   if (primary.empty()) primary = likelyPrimary(listing.texts);
   Findings findings = ReleaseCheck::languages(listing);
   append(findings, ReleaseCheck::texts(listing.resolved({}), primary, Purpose::repository, platform,
-                                       keywordCount(context), listing.files));
+                                       keywordCount(context), listing));
   append(findings, ReleaseCheck::translations(listing.files, askedAgain(context, listing, changes, primary), primary));
   if (listing.review) append(findings, ReleaseCheck::reviewNotes(*listing.review));
   if (unknown) findings.push_back(comparison(primary, remote));

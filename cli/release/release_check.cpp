@@ -149,7 +149,7 @@ Findings check(Context& context, const Facts& facts, const std::string& number) 
   add(ReleaseCheck::languages(repository));
   if (store.version) {
     add(ReleaseCheck::texts(merged(store, repository), store.primaryLocale, purpose(*store.version, facts.versions),
-                            facts.app.platform, keywordCount(context), repository.files));
+                            facts.app.platform, keywordCount(context), repository));
   }
   add(ReleaseCheck::translations(repository.files, askedAgain(context, repository, facts.changes, store.primaryLocale),
                                  store.primaryLocale));

@@ -67,6 +67,9 @@ RepoListing read(const ListingPlace& place) {
     place.look([&] { value = ListingFile::text(place.root, path); });
     return value;
   };
+  for (const ListingFieldFacts& field : listingFields()) {
+    listing.places[field.field] = {folder + "/", "/" + std::string(field.fastlaneFile)};
+  }
   Unread unread(folder);
   for (const ListingEntry& entry : ListingFile::languages(place.root, folder, ListingFile::Entries::folders)) {
     noteLanguage(unread, place.root, entry);

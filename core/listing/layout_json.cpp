@@ -29,7 +29,11 @@ RepoListing read(const ListingPlace& place) {
   LocaleFiles::read(listing, place, appInfoFolder, LocaleFiles::Fields::ofApp);
   auto folder = ListingFile::versionFolder(place, versionFolder);
   if (!folder) folder = ListingFile::versionFolder(place, versionsFolder);
-  if (folder) LocaleFiles::read(listing, place, *folder, LocaleFiles::Fields::ofVersion);
+  if (folder) {
+    LocaleFiles::read(listing, place, *folder, LocaleFiles::Fields::ofVersion);
+  } else if (place.version) {
+    LocaleFiles::keepPlaces(listing, folderToWrite(place.root, *place.version), LocaleFiles::Fields::ofVersion);
+  }
   return listing;
 }
 

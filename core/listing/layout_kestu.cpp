@@ -64,7 +64,11 @@ RepoListing read(const ListingPlace& place) {
   place.look([&] { readApp(listing, place); });
   LocaleFiles::read(listing, place, listingFolder, LocaleFiles::Fields::listed);
   place.look([&] { ReviewFile::read(listing, place.root, reviewPath); });
-  if (auto folder = ListingFile::versionFolder(place, releasesFolder)) readRelease(listing, place, *folder);
+  if (auto folder = ListingFile::versionFolder(place, releasesFolder)) {
+    readRelease(listing, place, *folder);
+  } else if (place.version) {
+    LocaleFiles::keepPlaces(listing, std::string(releasesFolder) + "/" + *place.version, LocaleFiles::Fields::released);
+  }
   return listing;
 }
 

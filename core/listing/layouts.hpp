@@ -45,6 +45,9 @@ bool holds(Fields fields, ListingField field);
 /// Adds the values of each language's file in the folder, "default" into the defaults.
 void read(RepoListing& listing, const ListingPlace& place, const std::string& folder, Fields fields);
 
+/// Notes that the fields' values belong in the folder.
+void keepPlaces(RepoListing& listing, const std::string& folder, Fields fields);
+
 /// The folder's file of each language that has something to say there.
 void files(ListingFiles& result, const std::filesystem::path& root, const std::string& folder, Fields fields,
            const ListingToWrite& listing, const PlatformsWritten& written);

@@ -78,6 +78,7 @@ void take(RepoListing& listing, const ListingEntry& entry, ListingField field, s
 }
 
 void read(RepoListing& listing, const ListingPlace& place, const std::string& folder, Fields fields) {
+  keepPlaces(listing, folder, fields);
   std::optional<std::string> defaultNotes;
   Unread unread(folder);
   auto entries = ListingFile::languages(place.root, folder, ListingFile::Entries::jsonFiles);
@@ -100,6 +101,12 @@ void read(RepoListing& listing, const ListingPlace& place, const std::string& fo
   unread.tell(listing);
   if (!defaultNotes) return;
   for (const auto& [locale, text] : listing.texts) listing.testNotes.try_emplace(locale, *defaultNotes);
+}
+
+void keepPlaces(RepoListing& listing, const std::string& folder, Fields fields) {
+  for (const ListingFieldFacts& field : listingFields()) {
+    if (holds(fields, field.field)) listing.places[field.field] = {folder + "/", ".json"};
+  }
 }
 
 void files(ListingFiles& result, const std::filesystem::path& root, const std::string& folder, Fields fields,

@@ -71,6 +71,13 @@ struct MisnamedLanguage {
   std::string path; ///< repository path of its file or folder
 };
 
+/// Where the value of a language belongs, be there such a file or not.
+struct LanguagePath {
+  std::string before, after; ///< of the language's code
+
+  std::string of(const std::string& locale) const { return before + locale + after; }
+};
+
 /// The listing as a repository has it.
 struct RepoListing {
   MetadataLayout layout = MetadataLayout::kestu;
@@ -85,8 +92,9 @@ struct RepoListing {
   std::map<std::string, std::string> testNotes{}; ///< What to Test by locale
   std::optional<std::string> whatsNewPage{};      ///< repository path of the release's folder of that name
   std::map<std::string, std::map<ListingField, std::string>> files{}; ///< repository path that each value came from
-  std::vector<std::string> notes{};         ///< what lies among its files and isn't read, whole sentences
-  std::vector<MisnamedLanguage> misnamed{}; ///< files and folders meant as languages, and not read
+  std::map<ListingField, LanguagePath> places{}; ///< repository path of each; none where no version tells it
+  std::vector<std::string> notes{};              ///< what lies among its files and isn't read, whole sentences
+  std::vector<MisnamedLanguage> misnamed{};      ///< files and folders meant as languages, and not read
 
   bool isEmpty() const;
 

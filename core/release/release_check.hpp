@@ -36,9 +36,10 @@ enum class KeywordCount { bytes, characters };
 /// By locale, the repository path that each value came from.
 using FieldFiles = std::map<std::string, std::map<ListingField, std::string>>;
 
-/// Each language's resolved texts. `primary` may be empty where it isn't known: then nothing is compared with it.
+/// Each language's resolved texts. `primary` may be empty where it isn't known: then nothing is compared with it. The
+/// repository tells where each can be mended.
 Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform,
-               KeywordCount count = KeywordCount::bytes, const FieldFiles& files = {});
+               KeywordCount count = KeywordCount::bytes, const RepoListing& repository = {});
 
 /// The names of the repository's languages: those that can't be one, and those that aren't among Apple's.
 Findings languages(const RepoListing& listing);

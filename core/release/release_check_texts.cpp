@@ -112,9 +112,11 @@ void checkGaps(Findings& findings, const std::string& locale, const LocaleText& 
   }
 }
 
-/// The file that one of the fields is read from, or where there is none of them, one of the language's.
-std::optional<std::string> fileOf(const FieldFiles& files, const std::string& locale,
+/// The file that one of the fields is read from, or where none of them is there, that in which the first belongs. None
+/// for a language that the repository hasn't.
+std::optional<std::string> fileOf(const RepoListing& repository, const std::string& locale,
                                   const std::vector<ListingField>& fields) {
+  const FieldFiles& files = repository.files;
   for (const std::string& each : {locale, std::string("default")}) {
     auto language = files.find(each);
     if (language == files.end()) continue;
@@ -123,13 +125,15 @@ std::optional<std::string> fileOf(const FieldFiles& files, const std::string& lo
     }
   }
   auto own = files.find(locale);
-  return own == files.end() || own->second.empty() ? std::nullopt : std::optional(own->second.begin()->second);
+  if (own == files.end() || own->second.empty()) return std::nullopt;
+  auto place = fields.empty() ? repository.places.end() : repository.places.find(fields.front());
+  return place == repository.places.end() ? own->second.begin()->second : place->second.of(locale);
 }
 
 } // namespace
 
 Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose purpose, std::string_view platform,
-               KeywordCount count, const FieldFiles& files) {
+               KeywordCount count, const RepoListing& repository) {
   Findings findings;
   auto primaryText = texts.find(primary);
   for (const auto& [locale, text] : texts) {
@@ -143,7 +147,7 @@ Findings texts(const LocaleTexts& texts, const std::string& primary, Purpose pur
     Findings ofKeywords = ReleaseCheck::keywords(text, locale);
     findings.insert(findings.end(), ofKeywords.begin(), ofKeywords.end());
   }
-  for (Finding& finding : findings) finding.file = fileOf(files, *finding.locale, finding.fields);
+  for (Finding& finding : findings) finding.file = fileOf(repository, *finding.locale, finding.fields);
   return findings;
 }
 

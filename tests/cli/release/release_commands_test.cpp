@@ -280,6 +280,7 @@ TEST_F(ReleaseTest, ReportsNameFilesFromTheRepositorysTop) {
   repo.write("apps/sun/metadata/listing/de-DE.json", R"({"supportUrl": "none", "keywords": "a, b"})");
   repo.write("apps/sun/metadata/listing/default.json", R"({"description": "Lorem ipsum."})");
   repo.write("apps/sun/metadata/listing/german.json", "{}");
+  repo.write("apps/sun/metadata/releases/1.2/en-US.json", R"({"whatsNew": "New."})");
   repo.write("apps/sun/metadata/screenshots/de-DE/iPhone 6.9/a b.png", "?");
   repo.write("apps/sun/App/A.swift", "\n\nlet on = KestuFlags.isOn(\"none\")\n");
   struct Row {
@@ -295,6 +296,7 @@ TEST_F(ReleaseTest, ReportsNameFilesFromTheRepositorysTop) {
              "::error " + listing + "de-DE.json,title=kestu%3A url de-DE::de-DE: support URL isn't",
              "::error file=apps/sun/metadata/screenshots/de-DE/iPhone 6.9/a b.png,title=kestu%3A screenshots de-DE::",
              "::warning " + listing + "default.json,title=kestu%3A placeholder de-DE::",
+             "::warning file=apps/sun/metadata/releases/1.2/de-DE.json,title=kestu%3A missing de-DE::de-DE: no what's",
              "::warning " + listing + "de-DE.json,title=kestu%3A keywords de-DE::"}},
            {{"release", "check", "1.2", "--report", "github"},
             1,
