@@ -4,6 +4,8 @@
 #include "core/support/text.hpp"
 
 #include <algorithm>
+#include <cctype>
+#include <string_view>
 #include <utility>
 
 namespace kestu::Format {
@@ -25,6 +27,24 @@ std::string csvCell(const std::string& cell) {
   return '"' + Text::joined(Text::split(text, '"'), "\"\"") + '"';
 }
 
+/// Whether the character would be taken for markup where it stands: emphasis, a link, code, a tag or an entity.
+bool isMarkup(const std::string& text, std::size_t at) {
+  auto isPlain = [&](std::size_t i) {
+    return i < text.size() && (std::isalnum(static_cast<unsigned char>(text[i])) != 0 || (text[i] & 0x80) != 0);
+  };
+  switch (text[at]) {
+  case '_': // my_flag is a word
+    return at == 0 || !isPlain(at - 1) || !isPlain(at + 1);
+  case '&': { // R&D is no entity
+    std::size_t end = at + 1;
+    while (isPlain(end) || (end < text.size() && text[end] == '#')) ++end;
+    return end > at + 1 && end < text.size() && text[end] == ';';
+  }
+  default:
+    return std::string_view("|\\*`[]<~").find(text[at]) != std::string_view::npos;
+  }
+}
+
 std::string markdownCell(const std::string& cell) {
   std::string text = TextStyle::plain(cell);
   std::string result;
@@ -34,7 +54,7 @@ std::string markdownCell(const std::string& cell) {
       result += "<br>";
       continue;
     }
-    if (text[i] == '|' || text[i] == '\\') result += '\\';
+    if (isMarkup(text, i)) result += '\\';
     result += text[i];
   }
   return result;

@@ -17,7 +17,7 @@ namespace {
 
 using Cells = std::vector<std::vector<std::string>>;
 
-const std::string start = "=1+1|\\|\"b\", c\\";
+const std::string start = "=1+1|\\|\"b\", c\\<b>*x*_y_[l](u)`&lt;~~";
 const std::string hostile = start + "\n\r'@d\xF0\x9F\x8C\xA6\\";
 
 /// By name, the rows that Python's csv module finds in each file of the folder.
@@ -43,6 +43,7 @@ Cells readMarkdown(const std::string& text) {
         cells.back() += '\n';
         i += 3;
       } else {
+        EXPECT_EQ(std::string_view("<*[`~").find(line[i]), std::string_view::npos) << "markup: " << line;
         cells.back() += line[i == line.size() - 1 || line[i] != '\\' ? i : ++i];
       }
     }
