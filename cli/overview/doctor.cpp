@@ -195,7 +195,7 @@ void lookAtTools(Context& context, Findings& found) {
     found.add(found.machine, "video", "Videos", State::ok, "are measured before they're sent");
   } else {
     found.add(found.machine, "video", "Videos", State::todo, "are sent unmeasured: libkestu-media isn't there",
-              "Install kestu with FFmpeg's libraries.");
+              std::string(videoModuleRemedy));
   }
   const Console& console = context.console;
   std::string terminal = console.isTerminal(Stream::out) ? std::to_string(console.width()) + " columns, " +

@@ -9,9 +9,14 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string_view>
 #include <system_error>
 
 namespace kestu {
+
+/// What brings the video module where it is missing.
+inline constexpr std::string_view videoModuleRemedy =
+    "Install the package kestu-media, or kestu built with FFmpeg's libraries.";
 
 /// Opens files for their size, measurements and checksum, from several threads.
 class AssetMeasurer {

@@ -82,7 +82,7 @@ class Scanner {
     };
     MD5Several::hashOnAllCores(candidates_.size(), next, options_.stop);
     if (measurer.unmeasuredVideos()) {
-      scan_.notes.emplace_back("Videos weren't measured: this kestu has no video module.");
+      scan_.notes.push_back("Videos weren't measured: libkestu-media isn't there. " + std::string(videoModuleRemedy));
     }
   }
 

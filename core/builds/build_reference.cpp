@@ -24,6 +24,14 @@ bool isNumber(const std::string& word) {
   return word.find_first_not_of(digitsAndDots) == std::string::npos && word.find_first_not_of('.') != std::string::npos;
 }
 
+/// What is left to name where one of both was named; empty where none was, as the message names both.
+std::string toldApartBy(const ManagedBuild& one, const std::optional<std::string>& version,
+                        const std::optional<std::string>& platform) {
+  if (version && !platform) return "\nHere the platform tells them apart: --platform " + one.platform;
+  if (platform && !version) return "\nHere the version tells them apart: " + BuildReference::of(one).word();
+  return "";
+}
+
 } // namespace
 
 BuildReference BuildReference::read(std::string_view text) {
@@ -70,7 +78,7 @@ const ManagedBuild* BuildReference::among(const std::vector<ManagedBuild>& build
   if (all.size() > 1) {
     throw CLIError(CLIError::Kind::usage, "Several builds are " + text() +
                                               ": name its version too (\"1.2 (45)\"), or --platform." +
-                                              Text::joined(all, ""));
+                                              Text::joined(all, "") + toldApartBy(*found, version, platform));
   }
   return found;
 }

@@ -94,7 +94,10 @@ EventMediaFile EventMediaFile::read(const fs::path& folder, const std::string& f
   bool unmeasured = false;
   media.problem = measure(measured, slot, shown, {.hashing = true, .probe = probe, .stop = stop}, unmeasured);
   media.md5 = measured.md5.value_or("");
-  if (unmeasured) media.note = shown + " goes unmeasured: this kestu has no video module. Apple checks its size.";
+  if (unmeasured) {
+    media.note = shown + " goes unmeasured, and Apple checks its size: libkestu-media isn't there. " +
+                 std::string(videoModuleRemedy);
+  }
   return media;
 }
 

@@ -408,7 +408,9 @@ TEST(VideoProbe, leavesVideosUnmeasuredWithoutAModule) {
   auto missing = [](const auto&) -> std::optional<VideoFacts> { throw NoVideoModule(); };
   for (const VideoProbeFunction& probe : {VideoProbeFunction(), VideoProbeFunction(missing)}) {
     AssetScan found = scan(repo, AssetKind::previews, {.probe = probe});
-    EXPECT_EQ(found.notes, Texts{"Videos weren't measured: this kestu has no video module."});
+    EXPECT_EQ(found.notes,
+              Texts{"Videos weren't measured: libkestu-media isn't there. Install the package kestu-media, or "
+                    "kestu built with FFmpeg's libraries."});
     EXPECT_EQ(found.problems, Texts{problem});
     EXPECT_EQ(shown(found), Texts{"en-US V69 metadata/previews/en-US/V69: 1.mov"});
   }

@@ -132,11 +132,11 @@ TEST(BuildReference, FindsTheBuildThatIsMeant) {
             "(44) for macOS\n  1.0 (44) for iOS"},
            {"44", "ios",
             "Several builds are 44: name its version too (\"1.2 (45)\"), or --platform.\n  1.1 (44) for iOS\n  1.0 "
-            "(44) for iOS"},
+            "(44) for iOS\nHere the version tells them apart: \"1.1 (44)\""},
            {"1.1 (44)",
             {},
             "Several builds are 1.1 (44): name its version too (\"1.2 (45)\"), or --platform.\n  1.1 (44) for iOS\n  "
-            "1.1 (44) for macOS"},
+            "1.1 (44) for macOS\nHere the platform tells them apart: --platform ios"},
        }) {
     SCOPED_TRACE(row.text);
     std::string outcome;
