@@ -104,4 +104,13 @@ std::vector<WordRun> wordDifference(std::string_view before, std::string_view af
   return runs;
 }
 
+bool wouldGlue(const WordRun& run, const WordRun& next) {
+  using enum WordRun::Kind;
+  if (run.kind == same || next.kind == same) return false;
+  auto isNarrow = [](std::string_view word) {
+    return !Text::trimmed(word).empty() && !isWide(word.substr(0, UTF8::decode(word, 0).length));
+  };
+  return isNarrow(wordsOf(run.text).back()) && isNarrow(wordsOf(next.text).front());
+}
+
 } // namespace kestu

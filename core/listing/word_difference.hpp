@@ -18,4 +18,7 @@ struct WordRun {
 /// blanks between its words; the fewest changes (a longest common subsequence). Texts too long for that part once.
 std::vector<WordRun> wordDifference(std::string_view before, std::string_view after);
 
+/// Whether what goes or comes next would read as one word with what comes or goes before it.
+bool wouldGlue(const WordRun& run, const WordRun& next);
+
 } // namespace kestu

@@ -45,6 +45,7 @@ std::string body(const ListingDifference& difference, const TextStyles& style) {
   std::string text;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     bool same = runs[i].kind == WordRun::Kind::same;
+    if (style.on() && i > 0 && wouldGlue(runs[i - 1], runs[i])) text += ' '; // colours alone part them
     text += same ? stays(runs[i].text, i == 0, i + 1 == runs.size()) : marked(runs[i], style);
   }
   return text;

@@ -66,8 +66,12 @@ std::string list(const Findings& findings) {
 
 std::string difference(std::string_view before, std::string_view after) {
   std::string html;
-  for (const WordRun& run : wordDifference(before, after)) {
+  const WordRun* last = nullptr;
+  const auto runs = wordDifference(before, after);
+  for (const WordRun& run : runs) {
     const std::string text = escaped(run.text);
+    if (last && wouldGlue(*last, run)) html += ' ';
+    last = &run;
     html += run.kind == WordRun::Kind::same   ? text
             : run.kind == WordRun::Kind::goes ? "<del>" + text + "</del>"
                                               : "<ins>" + text + "</ins>";

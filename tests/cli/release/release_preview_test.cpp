@@ -41,7 +41,7 @@ TEST_F(PreviewTest, WithTheServiceWhatDiffersIsMarked) {
       << ran.out;
   EXPECT_TRUE(ran.out.ends_with("Next: kestu release prepare 1.2\n")) << ran.out;
   std::string html = textOf(usual);
-  for (const char* has : {"<del>", "<article lang=\"he\" dir=\"rtl\">", "reads as placeholder text",
+  for (const char* has : {"</del> <ins>", "<article lang=\"he\" dir=\"rtl\">", "reads as placeholder text",
                           "data:image/png;base64,", "デイライト天気", "new language"}) {
     EXPECT_NE(html.find(has), std::string::npos) << has;
   }

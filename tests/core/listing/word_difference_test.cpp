@@ -47,7 +47,7 @@ TEST(WordDifference, LeavesOutWhatStaysFarFromAChangeAndHidesWhatIsPersonal) {
       {{"en-US", "description", words + "a", words + "b"}, {"App Review", "contact's phone", "1", "2", true}}, 60,
       TextStyles(true));
   EXPECT_EQ(text.find("word0 "), std::string::npos) << text;
-  EXPECT_NE(text.find("word59 \x1b[31ma\x1b[39m\x1b[32mb\x1b[39m"), std::string::npos) << text;
+  EXPECT_NE(text.find("word59 \x1b[31ma\x1b[39m \x1b[32mb\x1b[39m"), std::string::npos) << text;
   EXPECT_TRUE(text.ends_with("contact's phone\n    changes, not shown")) << text;
 }
 
