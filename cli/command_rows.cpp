@@ -65,6 +65,9 @@ Command bareRoot() {
                     CLIError::help();
   root.options.push_back({{"--version"}, "", "Show the version.", [](const std::string&) {}, {}, false});
   for (const CommandRow& row : commandRows()) root.add(std::string(row.word), std::string(row.abstract));
+  root.example("login", "Once on a machine; elsewhere KESTU_TOKEN signs in.");
+  root.example("link", "Once in an app's repo.");
+  root.example("status", "How the app is doing.");
   return root;
 }
 

@@ -2,8 +2,10 @@
 
 #include "cli/topics.hpp"
 #include "core/console/printable.hpp"
+#include "core/support/text.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace kestu {
@@ -39,18 +41,30 @@ struct Place {
   bool onlyArguments = false; ///< after "--"
 };
 
-/// The option that the next word is the value of: "--app" of "--app", "-o" of "-yo", none of "-ojson".
-const Option* waiting(const Command& command, const std::string& word) {
+/// An option that takes a value, and where in the word the value begins, should it stand there.
+struct Valued {
   const Option* option = nullptr;
+  std::size_t value = 0;
+};
+
+/// "--locale" of "--locale=en", "-o" of "-ycsv"… and of "-yo"; none of a flag.
+Valued valuedIn(const Command& command, const std::string& word) {
+  Valued found;
   if (word.starts_with("--")) {
-    option = optionCalled(command, word);
+    std::size_t equals = word.find('=');
+    found = {optionCalled(command, word.substr(0, equals)), equals == std::string::npos ? word.size() : equals + 1};
   } else {
     std::size_t at = 1;
-    do option = optionCalled(command, std::string{'-', word[at]});
-    while (++at < word.size() && option && option->value.empty());
-    if (at < word.size()) return nullptr;
+    do found = {optionCalled(command, std::string{'-', word[at]}), at + 1};
+    while (++at < word.size() && found.option && found.option->value.empty());
   }
-  return option && !option->value.empty() ? option : nullptr;
+  return found.option && !found.option->value.empty() ? found : Valued{};
+}
+
+/// The option that the next word is the value of: "--app" of "--app", "-o" of "-yo", none of "-ojson".
+const Option* waiting(const Command& command, const std::string& word) {
+  Valued found = valuedIn(command, word);
+  return found.value == word.size() && !word.ends_with('=') ? found.option : nullptr;
 }
 
 void take(Place& place, const std::string& word) {
@@ -68,12 +82,33 @@ void take(Place& place, const std::string& word) {
   }
 }
 
+/// Values that are given as several between commas, by what they call themselves.
+bool isList(std::string_view name) {
+  constexpr std::string_view lists[] = {"locale", "display", "countries", "regions", "whom"};
+  return std::find(std::begin(lists), std::end(lists), name) != std::end(lists);
+}
+
 void addValues(Completions& found, const Command& command, std::string_view name,
                const std::vector<std::string>& choices, const CompletionValues& values) {
   for (const std::string& choice : choices) found.candidates.push_back({choice, ""});
   if (!choices.empty()) return;
   found.files = filesOf(command, name);
   for (Candidate& each : values(name)) found.candidates.push_back(std::move(each));
+}
+
+/// What the option's value may become, `head` standing before it in the word ("--locale=", "-o").
+void addOptionValues(Completions& found, const Command& command, const Option& option, std::string head,
+                     const std::string& typed, const CompletionValues& values) {
+  addValues(found, command, option.value, option.choices, values);
+  std::size_t comma = isList(option.value) ? typed.rfind(',') : std::string::npos;
+  if (comma != std::string::npos) {
+    auto given = Text::split(typed.substr(0, comma), ',');
+    std::erase_if(found.candidates, [&](const Candidate& each) {
+      return std::find(given.begin(), given.end(), each.value) != given.end();
+    });
+    head += typed.substr(0, comma + 1);
+  }
+  for (Candidate& each : found.candidates) each.value.insert(0, head);
 }
 
 /// "Only these languages, …" without what follows it: a menu has a line for each.
@@ -138,6 +173,7 @@ _kestu() {
     line=${line%%$'\t'*}
     line=${line:$((${#word} - ${#typed}))}
     [ -n "$quote" ] || printf -v line %q "$line"
+    line=${line//\\,/,}
     COMPREPLY+=("$line")
   done
   case $files in
@@ -230,15 +266,15 @@ Completions completions(const Command& root, std::vector<std::string> words, con
   for (const std::string& each : words) take(place, each);
   const Command& command = *place.command;
   if (place.pending) {
-    addValues(found, command, place.pending->value, place.pending->choices, values);
-  } else if (std::size_t equals = word.find('='); word.starts_with("--") && equals != std::string::npos) {
-    const std::string name = word.substr(0, equals);
-    const Option* option = place.onlyArguments ? nullptr : optionCalled(command, name);
-    if (!option || option->value.empty()) return found;
-    addValues(found, command, option->value, option->choices, values);
-    for (Candidate& each : found.candidates) each.value.insert(0, name + "=");
+    addOptionValues(found, command, *place.pending, "", word, values);
   } else if (word.starts_with('-') && !place.onlyArguments) {
-    if (!helpAsked) addOptions(found, command);
+    Valued valued = word.size() > 1 ? valuedIn(command, word) : Valued{};
+    bool isJoined = valued.option && (word.starts_with("--") ? word[valued.value - 1] == '=' : word.size() > 2);
+    if (isJoined) {
+      addOptionValues(found, command, *valued.option, word.substr(0, valued.value), word.substr(valued.value), values);
+    } else if (!helpAsked) {
+      addOptions(found, command);
+    }
   } else {
     addWords(found, place, helpAsked, values);
   }

@@ -5,6 +5,7 @@
 #include "core/builds/managed_build.hpp"
 #include "core/console/format_money.hpp"
 #include "core/platform/state_folder.hpp"
+#include "core/pricing/offer_codes.hpp"
 #include "core/pricing/storefronts.hpp"
 #include "core/project/app_choice.hpp"
 #include "core/project/apple_locales.hpp"
@@ -29,8 +30,10 @@ class Values {
  public:
   Values(Context& context, const std::vector<std::string>& typed)
       : memory_(cacheFolder(context.environment), context.base().origin()), now_(context.clock.now()),
-        root_(Project::root(context.folder)), app_(appGiven(typed)),
-        begun_(!typed.empty() && !typed.back().empty() && !typed.back().ends_with('=')) {}
+        root_(Project::root(context.folder)), app_(given(typed, {"--app", "-a"})),
+        begun_(!typed.empty() && !typed.back().empty() && !typed.back().ends_with('=')),
+        platform_(given(typed, {"--platform"})),
+        command_(typed.begin(), typed.begin() + std::min<std::ptrdiff_t>(2, std::ssize(typed))) {}
 
   std::vector<Candidate> named(std::string_view name) const {
     if (name == "version") return versions();
@@ -39,17 +42,31 @@ class Values {
     if (name == "app") return apps();
     if (name == "build") return builds();
     if (name == "group") return groups();
-    if (name == "country" || name == "countries") return countries();
+    if (name == "country" || name == "countries" || name == "regions") return countries();
+    if (name == "whom") return buyers();
     return {};
   }
 
  private:
-  static std::optional<std::string> appGiven(const std::vector<std::string>& typed) {
+  static std::optional<std::string> given(const std::vector<std::string>& typed,
+                                          const std::vector<std::string>& names) {
     for (std::size_t at = 0; at < typed.size(); ++at) {
-      if ((typed[at] == "--app" || typed[at] == "-a") && at + 1 < typed.size()) return typed[at + 1];
-      if (typed[at].starts_with("--app=")) return typed[at].substr(6);
+      for (const std::string& name : names) {
+        if (typed[at] == name && at + 1 < typed.size()) return typed[at + 1];
+        if (typed[at].starts_with(name + "=")) return typed[at].substr(name.size() + 1);
+      }
     }
     return std::nullopt;
+  }
+
+  bool isOf(const std::vector<std::string>& command) const { return command_ == command; }
+
+  /// The kinds of assets that the command is about.
+  std::vector<AssetKind> kinds() const {
+    if (command_.size() == 2 && command_[0] == "assets") {
+      if (auto kind = assetKindOfWord(command_[1])) return {*kind};
+    }
+    return {allAssetKinds.begin(), allAssetKinds.end()};
   }
 
   /// The entries of a folder of the repository without the hidden ones.
@@ -91,7 +108,7 @@ class Values {
 
   std::vector<Candidate> displays() const {
     std::map<std::string, std::string> found;
-    for (AssetKind kind : allAssetKinds) {
+    for (AssetKind kind : kinds()) {
       for (std::string_view folder : facts(kind).folders) {
         for (const std::string& locale : entries(std::string(folder))) {
           for (const std::string& name : entries(std::string(folder) + "/" + locale)) {
@@ -102,7 +119,7 @@ class Values {
     }
     remembered("/assets/catalog", [&](const JSONValue& answer) {
       AssetCatalog catalog = AssetCatalog::read(answer);
-      for (AssetKind kind : allAssetKinds) {
+      for (AssetKind kind : kinds()) {
         for (const AssetDisplay& display : catalog[kind].displays) {
           std::string name = display.name;
           if (std::size_t mark = name.find("″"); mark != std::string::npos) name.erase(mark, std::string("″").size());
@@ -132,11 +149,34 @@ class Values {
 
   std::vector<Candidate> builds() const {
     std::vector<Candidate> found;
+    if (isOf({"release", "prepare"})) found.push_back({"latest", "The newest that Apple has processed."});
     remembered("/testflight/builds", [&](const JSONValue& answer) {
-      for (const ManagedBuild& build : TestFlightBuilds::read(answer).builds) {
-        found.push_back({build.number, build.described() + ", " + build.stateText()});
+      std::vector<ManagedBuild> all = TestFlightBuilds::read(answer).builds;
+      if (platform_) std::erase_if(all, [&](const ManagedBuild& build) { return build.platform != *platform_; });
+      std::map<std::string, int> numbers, texts;
+      std::set<std::string> told;
+      for (const ManagedBuild& build : all) {
+        ++numbers[build.number];
+        ++texts[build.text()];
+      }
+      for (const ManagedBuild& build : all) {
+        std::string what = build.described() + ", " + build.stateText();
+        if (texts[build.text()] > 1) what = "On several platforms: --platform says which.";
+        if (numbers[build.number] == 1) found.push_back({build.number, what});
+        if (numbers[build.number] == 1 && !begun_) continue;
+        if (told.insert(build.text()).second) found.push_back({build.text(), what});
       }
     });
+    return found;
+  }
+
+  static std::vector<Candidate> buyers() {
+    std::vector<Candidate> found;
+    for (bool ofSubscription : {true, false}) {
+      for (const std::string& word : Eligibility::words(ofSubscription)) {
+        found.push_back({word, ofSubscription ? "of a subscription" : "of an in-app purchase"});
+      }
+    }
     return found;
   }
 
@@ -188,6 +228,8 @@ class Values {
   fs::path root_;
   std::optional<std::string> app_;
   bool begun_; ///< something of the word is typed
+  std::optional<std::string> platform_;
+  std::vector<std::string> command_; ///< the first two words
 };
 
 } // namespace

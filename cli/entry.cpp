@@ -55,6 +55,12 @@ void generateCompletion(Context& context, std::vector<std::string> words) {
 /// What the last word may become, for the shells' functions. Whatever goes wrong, nothing is said: a person is typing.
 void complete(Context& context, std::vector<std::string> words) {
   words.erase(words.begin(), words.begin() + std::min<std::ptrdiff_t>(2, std::ssize(words)));
+  if (!words.empty()) { // the last one isn't whole yet
+    std::string last = std::move(words.back());
+    words.pop_back();
+    words = rewritten(std::move(words)).arguments;
+    words.push_back(std::move(last));
+  }
   try {
     auto values = completionValues(context, words);
     std::string word = words.empty() ? "" : words.back();

@@ -88,7 +88,7 @@ std::string filled(std::string_view text, std::size_t indent, std::size_t width)
 std::string lines(const Page::Section& section, std::size_t width) {
   std::string text;
   for (const Page::Entry& entry : section.entries)
-    text += "  " + brokenLine(entry.head, 2, 8, width, " \\") + "\n" + filled(entry.text, 4, width) + "\n";
+    text += "  " + brokenLine(entry.head, 2, 6, width, " \\") + "\n" + filled(entry.text, 4, width) + "\n";
   return text;
 }
 

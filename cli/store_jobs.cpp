@@ -277,8 +277,8 @@ void addJobStatus(Command& group, const JobGroup& jobs) {
   options->wait.declare(command);
   options->app.declare(command);
   options->GlobalOptions::declare(command);
-  command.example("0b9a3a8e-5d4c-4f6e-8a37-2d1f6c9e7b10", "Where it is now.");
-  command.example("0b9a3a8e-5d4c-4f6e-8a37-2d1f6c9e7b10 --wait", "Follows it to its end.");
+  command.example(jobs.example, "Where it is now.");
+  command.example(jobs.example + " --wait", "Follows it to its end.");
   command.validate = [options] { options->wait.requireSensible(); };
   command.run = [options, jobs](Context& context) { runStatus(context, jobs, *options); };
 }
@@ -293,7 +293,7 @@ void addJobUndo(Command& group, const JobGroup& jobs) {
   options->wait.declare(command);
   options->app.declare(command);
   options->ChangeOptions::declare(command);
-  command.example("0b9a3a8e-5d4c-4f6e-8a37-2d1f6c9e7b10 --wait", "Takes it back, and follows that to its end.");
+  command.example(jobs.example + " --wait", "Takes it back, and follows that to its end.");
   command.validate = [options] { options->wait.requireSensible(); };
   command.run = [options, jobs](Context& context) { runUndo(context, jobs, *options); };
 }

@@ -12,9 +12,10 @@ namespace kestu {
 
 /// A group of commands that start store jobs, and its words for them.
 struct JobGroup {
-  std::string word; ///< "prices"
-  std::string job;  ///< "a subscription's price change"
-  std::string made; ///< what an undo deletes: "the new prices"
+  std::string word;    ///< "prices"
+  std::string job;     ///< "a subscription's price change"
+  std::string made;    ///< what an undo deletes: "the new prices"
+  std::string example; ///< an ID for the examples
 
   /// The command line of its `status` or `undo`, for a "Next:".
   std::string command(const std::string& word, const std::string& id, const AppTarget& app) const;

@@ -46,6 +46,10 @@ Page environmentTopic() {
          "when left out."},
         {"XDG_CACHE_HOME", "Where the pages of kestu release preview go, and the last lists are kept for completing "
                            "words. ~/.cache when left out."}}},
+      {"Examples",
+       {{"KESTU_DEBUG=1 kestu apps", "Each call that it makes, and how long it took."},
+        {"COLUMNS=120 kestu builds list >builds.txt", "Wider lines in a file."}},
+       true},
   };
   return page;
 }
@@ -75,6 +79,11 @@ Page exitCodesTopic() {
     page.sections[0].entries.push_back({std::to_string(static_cast<int>(kind)), text});
   page.sections[0].entries.push_back({"130", "Interrupted with Ctrl-C. Another signal ends kestu as itself."});
   page.sections[0].entries.push_back({"141", "What it wrote to ended first, as head does."});
+  page.sections.push_back(
+      {"Examples",
+       {{"kestu release check 1.2 || echo \"1.2 isn't ready.\"", "Goes on where a check found something."},
+        {"kestu builds wait --timeout 30; echo $?", "10 where Apple still processes the build after 30 minutes."}},
+       true});
   return page;
 }
 
@@ -114,6 +123,9 @@ Page filesTopic() {
         {"~/.local/state/kestu", "When it was told of a newer version. On macOS ~/Library/Application Support/kestu."},
         {"~/.cache/kestu", "The pages of kestu release preview, and the last lists of apps, builds and the like for "
                            "completing words. On macOS ~/Library/Caches/kestu. It can be deleted at any time."}}},
+      {"Examples",
+       {{"kestu metadata pull", "Writes the listing's files."}, {"kestu assets pull 1.2", "Writes what 1.2 shows."}},
+       true},
   };
   return page;
 }

@@ -13,6 +13,9 @@ if(TARGET kestu-sandbox)
   install(TARGETS kestu-sandbox RUNTIME DESTINATION bin COMPONENT sandbox)
 endif()
 
+# The pages to read, the schemas of the answers, and the workflows for a CI.
+install(DIRECTORY docs/ DESTINATION share/doc/kestu COMPONENT program)
+
 # The program itself knows what completes.
 function(install_completion shell folder name)
   install(CODE "

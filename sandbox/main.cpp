@@ -64,6 +64,7 @@ Arguments parsed(int count, char** words) {
   Arguments arguments;
   auto& options = arguments.options;
   options.interval = 2;
+  options.examples = true;
   for (int index = 1; index < count; ++index) {
     const std::string_view option = words[index];
     const auto value = [&]() -> std::string_view {

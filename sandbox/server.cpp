@@ -109,7 +109,8 @@ struct Server::Listener {
 };
 
 Server::Listener::Listener(Options options)
-    : state({options.approve, options.partSize, options.interval, options.holdsWaits}, std::move(options.now)),
+    : state({options.approve, options.partSize, options.interval, options.holdsWaits, options.examples},
+            std::move(options.now)),
       router(state, faults) {
   if (options.tls) {
     certificate = std::make_unique<Certificate>();

@@ -21,6 +21,7 @@ struct Options {
   int interval = 5; // seconds between polls of a sign-in
   std::function<Moment()> now = std::chrono::system_clock::now;
   bool holdsWaits = true; // a wait for a build is held until there is news, else answered at once
+  bool examples = false;  // holds what the examples of the help name, too
 };
 
 // The service's stand-in, listening on 127.0.0.1 from its construction to its destruction. Every function may be called

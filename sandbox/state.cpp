@@ -2,6 +2,7 @@
 
 #include "sandbox/builds/testflight.hpp"
 #include "sandbox/events/events.hpp"
+#include "sandbox/examples.hpp"
 #include "sandbox/kit/kit.hpp"
 #include "sandbox/metadata/listing.hpp"
 #include "sandbox/offers/offers.hpp"
@@ -73,6 +74,7 @@ void State::reset() {
   Overview::makeDemo(*this);
   Listing::addDemo(*this);
   Events::makeDemo(*this);
+  if (settings.examples) addExamples(*this);
 }
 
 Version& State::addVersion(std::int64_t appId, std::string platform, std::string version, std::string versionState) {

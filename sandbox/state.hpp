@@ -157,6 +157,7 @@ struct State {
     std::uint64_t partSize = 16u << 20;
     int interval = 5;       // seconds between polls of a sign-in
     bool holdsWaits = true; // a wait for a build is held until there is news, else answered at once
+    bool examples = false;  // reset brings what the examples of the help name, too
   };
 
   State(Settings settings, std::function<Moment()> clock);

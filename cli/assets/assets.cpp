@@ -195,6 +195,8 @@ void addAll(Command& group, const KindChoice& choice) {
   addAssetPush(group, choice);
   addAssetPull(group, choice);
   addSizes(group, choice);
+  group.example("sizes", "The displays, and the sizes each takes.");
+  group.example("push 1.2 --dry-run", "What each display would show, and nothing is sent.");
 }
 
 } // namespace

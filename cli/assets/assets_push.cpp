@@ -104,7 +104,12 @@ void addAssetPush(Command& group, const KindChoice& choice) {
   command.run = [options](Context& context) { runPush(context, *options); };
   command.example("1.2 --dry-run", "What each display would show, and nothing is sent.");
   command.example("1.2", "Shows what changes, asks, and sends it for your approval.");
-  command.example("1.2 --locale en-US,de-DE --display \"iPhone 6.9\"", "One display in two languages.");
+  const bool hasDevices = !choice.only || *choice.only == AssetKind::screenshots || *choice.only == AssetKind::previews;
+  if (hasDevices) {
+    command.example("1.2 --locale en-US,de-DE --display \"iPhone 6.9\"", "One display in two languages.");
+  } else {
+    command.example("1.2 --locale en-US,de-DE", "Two languages alone.");
+  }
 }
 
 } // namespace kestu

@@ -219,6 +219,8 @@ std::shared_ptr<NewestOptions> addNewest(Command& command, void (*run)(Context&,
 } // namespace
 
 void addBuilds(Command& command) {
+  command.example("upload Daylight.ipa --wait", "Sends a build to Apple, and waits until it's processed.");
+  command.example("list", "The newest builds, and where each is.");
   command.discussion = "A build is named by its number (45), its version and number (\"1.2 (45)\"), or Apple's ID. "
                        "Expiring one, or removing an unfinished upload, can't be undone, so it waits for your approval "
                        "in the kestu app; the rest apply at once.";

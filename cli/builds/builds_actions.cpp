@@ -222,8 +222,8 @@ void addBuildsExpire(Command& group) {
   Command& command = group.add("expire", "Expire a build: testers can't install it any more, nor open it. Can't be "
                                          "undone, so it waits for your approval.");
   addAction<ActionOptions>(command, runExpire);
-  command.example("45", "Takes build 45 from its testers.");
-  command.example("\"1.2 (45)\" --dry-run", "What would happen; nothing is sent.");
+  command.example("43", "Takes build 43 from its testers.");
+  command.example("\"1.2 (43)\" --dry-run", "What would happen; nothing is sent.");
 }
 
 void addBuildsCompliance(Command& group) {
@@ -231,14 +231,14 @@ void addBuildsCompliance(Command& group) {
                                              "documents, so testers can have it.");
   command.discussion = "An app that does use such encryption answers in App Store Connect, with its documents.";
   addAction<ActionOptions>(command, runCompliance);
-  command.example("45 --yes", "In CI, once the build is processed.");
+  command.example("44 --yes", "In CI, once the build is processed.");
 }
 
 void addBuildsSubmit(Command& group) {
   Command& command = group.add("submit", "Submit a build to Beta App Review, for external groups. A version's first "
                                          "build needs it; Apple approves later ones itself.");
   addAction<ActionOptions>(command, runSubmit);
-  command.example("45", "Sends build 45 to Beta App Review.");
+  command.example("43", "Sends build 43 to Beta App Review.");
 }
 
 void addBuildsDistribute(Command& group) {
@@ -253,8 +253,8 @@ void addBuildsDistribute(Command& group) {
     if (options->add.empty() && options->remove.empty()) throw UsageError("Name a group with --add or --remove.");
   };
   command.needs({"--add", "--remove"});
-  command.example("45 --add Team --add \"Beta testers\"", "Puts build 45 in two groups.");
-  command.example("45 --remove Team --yes", "Takes it out of one, without a question.");
+  command.example("42 --add \"Beta testers\"", "Puts build 42 in one more group.");
+  command.example("43 --remove Team --yes", "Takes it out of one, without a question.");
 }
 
 void addBuildsTestNotes(Command& group) {
@@ -266,7 +266,7 @@ void addBuildsTestNotes(Command& group) {
                       [&own](const std::string& text) { own.text = text; }, false});
     declareWord(command, "--file", "file", "A file with what to test.",
                 [&own](const std::string& file) { own.file = file; });
-    declareWord(command, "--locale", "locale",
+    declareWord(command, "--locale", "language",
                 "Apple's code for its language (en-US). The app's primary language when left out.",
                 [&own](const std::string& locale) { own.locale = localeGiven(locale); });
   });
@@ -275,8 +275,8 @@ void addBuildsTestNotes(Command& group) {
     if (!options->text && !options->file) throw UsageError("Give the text, or --file.");
   };
   command.needs({"<text>", "--file"});
-  command.example("45 \"The radar has colours now.\"", "In the app's primary language.");
-  command.example("45 --file notes.txt --locale de-DE", "From a file, in German.");
+  command.example("43 \"The radar has colours now.\"", "In the app's primary language.");
+  command.example("43 --file notes.txt --locale de-DE", "From a file, in German.");
 }
 
 } // namespace kestu

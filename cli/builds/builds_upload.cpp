@@ -219,7 +219,7 @@ void addBuildsRemove(Command& group) {
   options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runRemove(context, *options); };
-  command.example("45", "Removes the unfinished upload of build 45, after your approval.");
+  command.example("40", "Removes the unfinished upload of build 40, after your approval.");
 }
 
 } // namespace kestu

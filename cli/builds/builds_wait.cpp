@@ -116,7 +116,7 @@ void addBuildsWait(Command& group) {
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runWait(context, *options); };
   command.example("", "Until Apple has processed the newest build.");
-  command.example("45 --testable --timeout 30", "Until testers can install build 45, for 30 minutes at most.");
+  command.example("43 --testable --timeout 30", "Until testers can install build 43, for 30 minutes at most.");
 }
 
 } // namespace kestu

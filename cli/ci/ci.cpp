@@ -171,8 +171,11 @@ void addToken(Command& group) {
 } // namespace
 
 void addCI(Command& command) {
-  command.discussion = "docs/ci has ready workflows for GitHub Actions, GitLab CI, Xcode Cloud and Bitrise.";
+  command.discussion = "Ready workflows for GitHub Actions, GitLab CI, Xcode Cloud and Bitrise are in "
+                       "share/doc/kestu/ci, below the folder "
+                       "that kestu is installed in (/usr for a package), and in docs/ci of the sources.";
   addToken(command);
+  command.example("token", "In the app's repo: the CI may do what this app needs, and nothing of others.");
 }
 
 } // namespace kestu

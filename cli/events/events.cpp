@@ -86,7 +86,7 @@ void addView(Command& group) {
   options->target.app.declare(command);
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runView(context, *options); };
-  command.example("\"Aurora Week\"", "All of an event, and what App Review still needs.");
+  command.example("\"Winter Lights\"", "All of an event, and what App Review still needs.");
 }
 
 } // namespace

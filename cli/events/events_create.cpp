@@ -181,8 +181,8 @@ void addEventsCreate(Command& group) {
   command.run = [options](Context& context) { runCreate(context, *options); };
   command.needs({"--starts"});
   command.needs({"--ends"});
-  command.example("\"Aurora Week\" --starts \"2026-12-01 4pm\" --ends 2026-12-05", "A draft, with its dates alone.");
-  command.example("\"Aurora Week\" --starts \"2026-12-01 16:00\" --ends 2026-12-05 --badge liveevent --display-name "
+  command.example("\"Aurora Week\" --starts \"2027-02-01 4pm\" --ends 2027-02-05", "A draft, with its dates alone.");
+  command.example("\"Aurora Week\" --starts \"2027-02-01 16:00\" --ends 2027-02-05 --badge liveevent --display-name "
                   "\"Aurora Week\" --card card.png",
                   "With its first language and card.");
 }

@@ -92,9 +92,9 @@ void addMedia(Command& group, const EventSlot& slot, const std::string& abstract
                    "A video's poster frame, HH:MM:SS:FF: 00:00:05:00. Apple's own to start "
                    "with.",
                    options->frame);
-  command.example("\"Aurora Week\" card.png", "An image, in the event's primary language.");
-  command.example("\"Aurora Week\" card.mov --language sv --frame 00:00:05:00",
-                  "A video in Swedish, with its poster frame.");
+  const std::string name = slot.key == "card" ? "\"Winter Lights\" card" : "\"Winter Lights\" page";
+  command.example(name + ".png", "An image, in the event's primary language.");
+  command.example(name + ".mov --language sv --frame 00:00:05:00", "A video in Swedish, with its poster frame.");
   options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runMedia(context, *options); };

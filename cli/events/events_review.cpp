@@ -87,16 +87,16 @@ void addEventsReview(Command& group) {
       runSubmit, [](Command& command, ReviewOptions& options) {
         command.flag({"--with-version"}, options.withVersion,
                      "Let it go with the version that's submitted next, rather than on its own.");
-        command.example("\"Aurora Week\"", "On its own, after your approval.");
-        command.example("\"Aurora Week\" --with-version", "With the version that is submitted next.");
+        command.example("\"Winter Lights\"", "On its own, after your approval.");
+        command.example("\"Winter Lights\" --with-version", "With the version that is submitted next.");
       });
   add(group, "cancel", "Take an in-app event back from App Review, to change it and submit it again.", runCancel)
-      .example("\"Aurora Week\"", "Takes it back.");
+      .example("\"Harvest Moon\"", "Takes it back.");
   add(group, "delete",
       "Delete an in-app event: a draft, an approved one or an archived one, as Apple allows. Can't be undone, so it "
       "waits for your approval.",
       runDelete)
-      .example("\"Aurora Week\" --dry-run", "What would go; nothing is sent.");
+      .example("\"Winter Lights\" --dry-run", "What would go; nothing is sent.");
 }
 
 } // namespace kestu

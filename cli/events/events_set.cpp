@@ -179,8 +179,8 @@ void addEventsSet(Command& group) {
     throw UsageError("Give what changes: --starts, --ends, --badge, --deep-link and so on (kestu events set --help).");
   };
   command.run = [options](Context& context) { runSet(context, *options); };
-  command.example("\"Aurora Week\" --ends 2026-12-06", "A later end.");
-  command.example("\"Aurora Week\" --countries se,no,fi --priority high", "Where it shows, and before other events.");
+  command.example("\"Winter Lights\" --ends 2027-02-06", "A later end.");
+  command.example("\"Winter Lights\" --countries se,no,fi --priority high", "Where it shows, and before other events.");
 }
 
 void addEventsLocalize(Command& group) {
@@ -202,8 +202,8 @@ void addEventsLocalize(Command& group) {
     }
   };
   command.run = [options](Context& context) { runLocalize(context, *options); };
-  command.example("\"Aurora Week\" --language sv --display-name Norrskensveckan", "Its name in Swedish.");
-  command.example("\"Aurora Week\" --language sv --remove", "Swedish goes.");
+  command.example("\"Winter Lights\" --language sv --display-name Norrskensveckan", "Its name in Swedish.");
+  command.example("\"Winter Lights\" --language sv --remove", "Swedish goes.");
 }
 
 } // namespace kestu

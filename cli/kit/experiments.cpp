@@ -297,6 +297,8 @@ void addCreate(Command& group) {
 
 void addExperiments(Command& kit) {
   Command& group = kit.add("experiments", "The app's experiments: which value of a flag does best.");
+  group.example("list", "Every experiment, and where it stands.");
+  group.example("view \"Radar first\"", "How one's variants do.");
   Command& list = group.add("list", "The experiments that KestuKit has for the app.");
   auto listed = std::make_shared<ListOptions>();
   listed->app.declare(list);
@@ -324,10 +326,10 @@ void addExperiments(Command& kit) {
   addChange<OneOptions>(remove, runDelete, [&](OneOptions& own) { declareExperiment(remove, own.experiment); });
   list.example("", "Every experiment, and where it stands.");
   list.example("-o json", "The same for a script.");
-  view.example("Radar", "How Radar's variants do.");
-  start.example("Radar", "Starts it after your approval.");
-  stop.example("Radar --keep new", "Ends it, and everybody gets the variant \"new\".");
-  remove.example("Radar --dry-run", "What would go; nothing is sent.");
+  view.example("\"Radar first\"", "How its variants do.");
+  start.example("\"Longer forecast\"", "Starts it after your approval.");
+  stop.example("\"Radar first\" --keep radar", "Ends it, and everybody gets the variant \"radar\".");
+  remove.example("\"Longer forecast\" --dry-run", "What would go; nothing is sent.");
 }
 
 } // namespace kestu

@@ -222,7 +222,7 @@ void addCreate(Command& flags) {
     if (isBool && options->value) throw UsageError(noValue + " --type is for text, a number or JSON.");
     if (!isBool && !options->value) throw UsageError("A " + *options->type + " flag needs a --value.");
   };
-  command.example("new-radar", "A flag for yes or no, off to start with.");
+  command.example("night-mode", "A flag for yes or no, off to start with.");
   command.example("greeting --type text --value \"Good morning\"", "A flag with a text.");
 }
 
@@ -242,13 +242,15 @@ void addSet(Command& flags) {
     }
   };
   command.example("new-radar --on --rollout 25%", "On for a quarter of the users, after your approval.");
-  command.example("greeting --value \"Good evening\"", "Another value.");
+  command.example("welcome-text --value \"Good evening\"", "Another value.");
 }
 
 } // namespace
 
 void addFlags(Command& kit) {
   Command& flags = kit.add("flags", "The app's feature flags: those that the code reads, and KestuKit's own.");
+  flags.example("list", "KestuKit's flags, and where this repo's code reads them.");
+  flags.example("create night-mode", "A flag for yes or no, off to start with.");
   addFlagsList(flags);
   addFlagsCheck(flags);
   addCreate(flags);

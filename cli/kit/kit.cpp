@@ -123,6 +123,8 @@ void addKit(Command& command) {
   addExperiments(command);
   addUpdatePrompts(command);
   addWhatsNew(command);
+  command.example("flags list", "The app's flags, and where the code reads each.");
+  command.example("flags set new-radar --off", "Turns one off.");
 }
 
 } // namespace kestu

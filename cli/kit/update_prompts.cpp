@@ -262,13 +262,15 @@ void addSet(Command& group) {
         "Say what to change: --on, --off, --below, --required, --optional, --message or --remove-message.");
   };
   command.example("ios --on", "Turns on the prompt for iOS, after your approval.");
-  command.example("ios --below 1.3 --remove-message de-DE", "For versions below 1.3, without its German text.");
+  command.example("ios --below 1.3 --message de-DE=\"Das Radar ist neu.\"", "For versions below 1.3, in German too.");
 }
 
 } // namespace
 
 void addUpdatePrompts(Command& kit) {
   Command& group = kit.add("update-prompts", "What asks users of old versions to update.");
+  group.example("list", "The prompts, and how many users updated.");
+  group.example("set ios --off", "Asks nobody on iOS any more.");
   Command& list = group.add("list", "The update prompts that KestuKit has, and how many users updated.");
   auto listed = std::make_shared<ListOptions>();
   listed->app.declare(list);

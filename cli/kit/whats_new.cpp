@@ -136,6 +136,8 @@ Command& addOfPage(Command& group, const std::string& word, const std::string& a
 
 void addWhatsNew(Command& kit) {
   Command& pages = kit.add("whats-new", "The app's What's New pages, a version each: what users see once they update.");
+  pages.example("list", "Every page, and whether users see it.");
+  pages.example("publish 1.2", "Shows the page to those who update to 1.2.");
   Command& list = pages.add("list", "The pages that KestuKit has, and whether users see each.");
   auto options = std::make_shared<ListOptions>();
   options->app.declare(list);
@@ -147,9 +149,9 @@ void addWhatsNew(Command& kit) {
             runPublish)
       .example("1.2", "Shows the page to those who update to 1.2.");
   addOfPage(pages, "unpublish", "Make a published page a draft again, after your approval.", runUnpublish)
-      .example("1.2", "Nobody sees the page of 1.2 any more.");
+      .example("1.1", "Nobody sees the page of 1.1 any more.");
   addOfPage(pages, "delete", "Delete a page. A published one waits for your approval.", runDelete)
-      .example("1.2 --platform macos", "Deletes the Mac's own page.");
+      .example("1.2 --dry-run", "What would go; nothing is sent.");
 }
 
 } // namespace kestu

@@ -93,6 +93,8 @@ void addMetadata(Command& command) {
   command.addNotBuilt("categories", "The app's App Store categories.");
   command.addNotBuilt("age-rating", "The app's age rating, and the answers it rests on.");
   addContentRights(command);
+  command.example("pull", "The listing of the version that can be edited, as files.");
+  command.example("push --dry-run", "After an edit: what would change; nothing is sent.");
 }
 
 } // namespace kestu

@@ -116,7 +116,7 @@ void addMetadataPush(Command& group) {
   command.run = [options](Context& context) { runPush(context, *options); };
   command.example("--dry-run --diff", "What would change, word by word; nothing is sent.");
   command.example("1.2", "Shows what changes, asks, and sends it.");
-  command.example("1.2 --locale de-DE,fr-FR --yes", "Two languages, without a question.");
+  command.example("1.2 --locale de-DE,ja --yes", "Two languages, without a question.");
 }
 
 } // namespace kestu

@@ -15,7 +15,8 @@
 
 namespace kestu {
 
-const JobGroup introJobs = {"intro-offers", "a subscription's introductory offer", "the new offers"};
+const JobGroup introJobs = {"intro-offers", "a subscription's introductory offer", "the new offers",
+                            "6c1e4f0a-92d7-4b35-a0c8-5e7d3f218b94"};
 
 namespace {
 
@@ -132,7 +133,7 @@ void addList(Command& group) {
   options->OfferListOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
   command.example("", "Every subscription's offers.");
-  command.example("--product pro.yearly --all", "One subscription's, country by country.");
+  command.example("--product com.example.daylight.pro.yearly --all", "One subscription's, country by country.");
 }
 
 void addDelete(Command& group) {
@@ -151,8 +152,9 @@ void addDelete(Command& group) {
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runDelete(context, *options); };
   command.needs({"--product"});
-  command.example("--product pro.yearly --dry-run", "What would go; nothing is sent.");
-  command.example("--product pro.yearly --countries se,no --wait", "In two countries, followed to the end.");
+  command.example("--product com.example.daylight.pro.yearly --dry-run", "What would go; nothing is sent.");
+  command.example("--product com.example.daylight.pro.yearly --countries se,no --wait",
+                  "In two countries, followed to the end.");
 }
 
 } // namespace
@@ -166,6 +168,9 @@ void addIntroOffers(Command& command) {
   addDelete(command);
   addJobStatus(command, introJobs);
   addJobUndo(command, introJobs);
+  command.example("list", "Every subscription's offers.");
+  command.example("create --product com.example.daylight.pro.monthly --mode free --duration 1w --dry-run",
+                  "What a free week would look like in every country; nothing is sent.");
 }
 
 } // namespace kestu

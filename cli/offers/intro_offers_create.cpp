@@ -205,10 +205,13 @@ void addIntroOffersCreate(Command& group) {
   command.run = [options](Context& context) { runCreate(context, *options); };
   command.needs({"--product"});
   command.needs({"--mode"});
-  command.example("--product pro.yearly --mode free --duration 1w", "A free week, in every country.");
-  command.example("--product pro.monthly --mode pay-as-you-go --periods 3 --discount 40%", "Three months at 40% off.");
-  command.example("--product pro.yearly --mode pay-up-front --duration 1y --price 19.99 --override se=199",
-                  "A year at a price of its own in Sweden.");
+  command.example("--product com.example.daylight.pro.monthly --mode free --duration 1w",
+                  "A free week, in every country.");
+  command.example("--product com.example.daylight.pro.monthly --mode pay-as-you-go --periods 3 --discount 40%",
+                  "Three months at 40% off.");
+  command.example(
+      "--product com.example.daylight.pro.monthly --mode pay-up-front --duration 1y --price 19.99 --override se=199",
+      "A year at a price of its own in Sweden.");
 }
 
 } // namespace kestu

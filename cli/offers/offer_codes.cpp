@@ -92,7 +92,7 @@ void addList(Command& group) {
   options->OfferListOptions::declare(command);
   command.run = [options](Context& context) { runList(context, *options); };
   command.example("", "Every offer that codes give.");
-  command.example("--product pro.yearly -o csv", "One product's, for a spreadsheet.");
+  command.example("--product com.example.daylight.pro.yearly -o csv", "One product's, for a spreadsheet.");
 }
 
 void addView(Command& group) {
@@ -103,7 +103,7 @@ void addView(Command& group) {
   options->target.app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runView(context, *options); };
-  command.example("Spring", "An offer in full, and its codes' IDs.");
+  command.example("Winter", "An offer in full, and its codes' IDs.");
 }
 
 void addDeactivate(Command& group) {
@@ -118,8 +118,8 @@ void addDeactivate(Command& group) {
   options->target.app.declare(command);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runDeactivate(context, *options); };
-  command.example("Spring --codes SPRING26", "Turns off one custom code.");
-  command.example("Spring --dry-run", "What turning all of it off would do; nothing is sent.");
+  command.example("Winter --codes WINTER26", "Turns off one custom code.");
+  command.example("Winter --dry-run", "What turning all of it off would do; nothing is sent.");
 }
 
 /// Whether a name can stand on a command line as it is shown.
@@ -167,6 +167,8 @@ void addOfferCodes(Command& command) {
   addOfferCodesCreate(command);
   addOfferCodesGenerate(command);
   addDeactivate(command);
+  command.example("list", "Every offer that codes give.");
+  command.example("download Winter --to codes.csv", "The newest codes of one, with their links.");
 }
 
 } // namespace kestu

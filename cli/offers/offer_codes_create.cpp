@@ -169,9 +169,10 @@ void addOfferCodesCreate(Command& group) {
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runCreate(context, *options); };
   command.needs({"--product"});
-  command.example("Spring --product pro.yearly --mode free --duration 1m --eligibility new,expired",
-                  "A free month of a subscription, for those who don't have it.");
-  command.example("Thanks --product themes --free", "An in-app purchase for nothing.");
+  command.example(
+      "Spring --product com.example.daylight.pro.yearly --mode free --duration 1m --eligibility new,expired",
+      "A free month of a subscription, for those who don't have it.");
+  command.example("Thanks --product com.example.daylight.tip --free", "An in-app purchase for nothing.");
 }
 
 } // namespace kestu

@@ -353,9 +353,9 @@ void addOfferCodesGenerate(Command& group) {
   options->ChangeOptions::declare(command);
   command.needs({"--count"});
   command.needs({"--expires", "--custom"});
-  command.example("Spring --count 500 --expires 2026-12-26 --to codes.txt",
+  command.example("Winter --count 500 --expires 2027-03-31 --to codes.txt",
                   "One-time codes, written to a file once they're made.");
-  command.example("Spring --custom SPRING26 --count 1000", "One word that a thousand may redeem.");
+  command.example("Winter --custom FROST27 --count 1000", "One word that a thousand may redeem.");
   command.run = [options](Context& context) { runGenerate(context, *options); };
 
   Command& download = group.add("download", "Write an offer's one-time codes to a file, or to standard output.");
@@ -368,8 +368,8 @@ void addOfferCodesGenerate(Command& group) {
   downloading->target.app.declare(download);
   downloading->GlobalOptions::declare(download);
   download.needs({"--to"});
-  download.example("Spring --to codes.csv", "The newest codes, with their links.");
-  download.example("Spring --to -", "On standard output.");
+  download.example("Winter --to codes.csv", "The newest codes, with their links.");
+  download.example("Winter --to -", "On standard output.");
   download.run = [downloading](Context& context) { runDownload(context, *downloading); };
 }
 

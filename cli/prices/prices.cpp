@@ -13,7 +13,8 @@
 
 namespace kestu {
 
-const JobGroup priceJobs = {"prices", "a subscription's price change", "the new prices"};
+const JobGroup priceJobs = {"prices", "a subscription's price change", "the new prices",
+                            "0b9a3a8e-5d4c-4f6e-8a37-2d1f6c9e7b10"};
 
 namespace {
 
@@ -139,6 +140,10 @@ void addPrices(Command& command) {
   addPricesParity(command);
   addJobStatus(command, priceJobs);
   addJobUndo(command, priceJobs);
+  command.example("tiers --product com.example.daylight.pro.yearly",
+                  "The prices that Apple has near a subscription's.");
+  command.example("set 44.99 --product com.example.daylight.pro.yearly --dry-run",
+                  "What a new price would change; nothing is sent.");
 }
 
 } // namespace kestu

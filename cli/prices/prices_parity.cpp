@@ -110,10 +110,11 @@ void addPricesParity(Command& group) {
   options->app.declare(command);
   options->GlobalOptions::declare(command);
   command.run = [options](Context& context) { runParity(context, *options); };
-  command.example("--product pro.yearly", "What would move, and where to.");
-  command.example("--product pro.yearly --strength 80% --nice --write",
+  command.example("--product com.example.daylight.pro.yearly", "What would move, and where to.");
+  command.example("--product com.example.daylight.pro.yearly --strength 80% --nice --write",
                   "Kept in metadata/pricing.json, on nice prices.");
-  command.example("--product pro.yearly --check", "In CI: status 1 while a price is off its target.");
+  command.example("--product com.example.daylight.pro.yearly --check",
+                  "In CI: status 1 while a price is off its target.");
 }
 
 } // namespace kestu

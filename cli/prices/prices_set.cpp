@@ -212,9 +212,9 @@ void addPricesSet(Command& group) {
   options->declare(command);
   command.run = [options](Context& context) { runSet(context, *options); };
   command.example("4.99 --dry-run", "The app's own price in every country; nothing is sent.");
-  command.example("29.99 --product pro.yearly --from 2026-12-01 --override se=299 --wait",
+  command.example("29.99 --product com.example.daylight.pro.yearly --from 2027-02-01 --override se=299 --wait",
                   "A subscription's, with a price of its own in Sweden.");
-  command.example("--product pro.yearly", "Only the countries that metadata/pricing.json names.");
+  command.example("--product com.example.daylight.pro.yearly", "Only the countries that metadata/pricing.json names.");
 }
 
 } // namespace kestu

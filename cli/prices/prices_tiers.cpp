@@ -76,7 +76,8 @@ void addPricesTiers(Command& group) {
   options->TableOptions::declare(command);
   command.run = [options](Context& context) { runTiers(context, *options); };
   command.example("--country se", "Near the app's price in Sweden.");
-  command.example("--product pro.yearly --from 20 --to 40", "A subscription's prices in the US, from 20 to 40.");
+  command.example("--product com.example.daylight.pro.yearly --from 20 --to 40",
+                  "A subscription's prices in the US, from 20 to 40.");
 }
 
 } // namespace kestu

@@ -15,6 +15,8 @@ void addRelease(Command& command) {
   addReleasePreview(command);
   addReleaseNow(command);
   addReleasePhased(command);
+  command.example("check 1.2", "What App Review would trip on.");
+  command.example("prepare 1.2 --dry-run", "Everything that getting 1.2 ready would do; nothing is sent.");
 }
 
 } // namespace kestu

@@ -100,8 +100,8 @@ void addReleaseNow(Command& group) {
   options->target.declare(command, "The version, as 1.2. The one that waits for you when left out.", false);
   options->ChangeOptions::declare(command);
   command.run = [options](Context& context) { runNow(context, *options); };
-  command.example("", "Releases the version that waits for you, after your approval.");
-  command.example("1.2 --yes", "In a script.");
+  command.example("--platform macos", "Releases the Mac's version that waits for you, after your approval.");
+  command.example("1.2 --platform macos --yes", "In a script.");
 }
 
 void addReleasePhased(Command& group) {
@@ -118,8 +118,13 @@ void addReleasePhased(Command& group) {
     auto options = std::make_shared<NowOptions>();
     options->target.declarePlace(command);
     options->ChangeOptions::declare(command);
-    command.example("", "On the app's only platform, or iOS.");
-    command.example("--platform macos --dry-run", "On the Mac: what it would do, and nothing is sent.");
+    if (facts.action == Phased::Action::resume) {
+      command.example("--platform macos", "On the Mac, after your approval.");
+      command.example("--platform macos --dry-run", "What it would do; nothing is sent.");
+    } else {
+      command.example("", "On the app's only platform, or iOS.");
+      command.example("--dry-run", "What it would do; nothing is sent.");
+    }
     command.run = [options, action = facts.action](Context& context) { runPhased(context, *options, action); };
   }
 }

@@ -294,7 +294,7 @@ void addReleasePrepare(Command& group) {
   command.run = [options](Context& context) { runPrepare(context, *options); };
   command.example("1.2 --dry-run", "Everything it would do, and nothing is sent.");
   command.example("1.2 --build latest", "With the newest build of 1.2 that Apple has processed.");
-  command.example("1.2 --release-type scheduled --earliest 2026-12-01T09:00:00Z",
+  command.example("1.2 --release-type scheduled --earliest 2027-02-01T09:00:00Z",
                   "Released on a day once it's approved.");
 }
 

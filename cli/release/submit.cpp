@@ -173,7 +173,7 @@ void addSubmit(Command& command) {
   };
   command.run = [options](Context& context) { runSubmit(context, *options); };
   command.example("1.2", "Checks 1.2, shows what App Review gets, and sends it after your approval.");
-  command.example("1.2 --event \"Aurora Week\"", "With an in-app event.");
+  command.example("1.2 --event \"Winter Lights\"", "With an in-app event.");
   command.example("1.2 --withdraw", "Takes it back.");
 }
 

@@ -222,6 +222,8 @@ void addChange(Command& command, const std::string& help, void (*run)(Context&, 
 
 void addVersions(Command& command) {
   command.discussion = "kestu release prepare 1.2 makes a version too, and gets it ready for App Review from the repo.";
+  command.example("list", "The app's versions, and where each is.");
+  command.example("delete 1.2 --platform ios --dry-run", "What deleting one would do; nothing is sent.");
   Command& list = command.add("list", "The app's versions on every platform, and where each is.");
   auto options = std::make_shared<ListOptions>();
   std::vector<std::string> words(platforms.begin(), platforms.end());
@@ -240,12 +242,12 @@ void addVersions(Command& command) {
   Command& create =
       command.add("create", "Make the next version on a platform. Apple allows one being prepared at a time.");
   addChange(create, "The version, as 1.2.", runCreate);
-  create.example("1.3", "Makes 1.3 once you answer yes.");
-  create.example("1.3 --platform macos --yes", "The same for the Mac, without a question.");
+  create.example("1.2 --app Ledger", "Makes 1.2 of another app than the repo's, once you answer yes.");
+  create.example("1.2 --app Ledger --platform macos --yes", "The same for one platform, without a question.");
   Command& remove = command.add("delete", "Delete a version never sent to App Review. Can't be undone, so it waits for "
                                           "your approval.");
   addChange(remove, "The version, as 1.2.", runDelete);
-  remove.example("1.3 --dry-run", "What would go; nothing is sent.");
+  remove.example("1.2 --platform ios --dry-run", "What would go; nothing is sent.");
   list.example("--platform ios", "The versions for iOS, newest first.");
   list.example("-o csv", "All of them for a spreadsheet.");
 }

@@ -42,12 +42,23 @@ TEST_F(CompletionTest, OffersWhatTheWordMayBecome) {
   repo.write("metadata/releases/1.10/en-US.json", "{}");
   repo.write("metadata/listing/en-US.json", "{}");
   repo.write("metadata/screenshots/de-DE/iPhone 6.9/01.png", "");
+  repo.write("metadata/header/de-DE/Header/header.png", "");
   remember("/v1/apps", R"({"apps": [{"appId": 7, "bundleId": "com.x.tide", "name": "Tide", "platforms": [],
       "primaryLocale": "en-US"}]})");
   remember("/v1/apps/1234567890/testflight/groups", R"({"groups": [{"groupId": "1", "name": "Team A", "internal": true,
       "kestu": false}, {"groupId": "2", "name": "a\u001b[2Jb", "internal": false, "kestu": false}]})");
   remember("/v1/apps/7/testflight/groups",
            R"({"groups": [{"groupId": "3", "name": "Tide's", "internal": true, "kestu": false}]})");
+  auto build = [](const std::string& platform, const std::string& version, const std::string& number) {
+    return R"({"buildId": "b", "uploadedAt": "2026-11-01T00:00:00Z", "expiresAt": "2027-01-30T00:00:00Z",
+        "state": "readyforinternal", "upload": false, "stuck": false, "canSubmit": false, "canDeclareExempt": false,
+        "groupIds": [], "platform": ")" +
+           platform + R"(", "version": ")" + version + R"(", "number": ")" + number + "\"}";
+  };
+  remember("/v1/apps/1234567890/testflight/builds",
+           R"({"groups": [], "primaryLocale": "en-US", "builds": [)" + build("ios", "1.3", "45") + "," +
+               build("macos", "1.2", "45") + "," + build("ios", "1.2", "44") + "," + build("ios", "1.1", "9") + "," +
+               build("macos", "1.1", "9") + "]}");
   struct Row {
     std::vector<std::string> words;
     std::string offered;
@@ -58,7 +69,7 @@ TEST_F(CompletionTest, OffersWhatTheWordMayBecome) {
            {{"assets", "push", "1"}, "files: | 1.2 | 1.10"},
            {{"assets", "push", "1.2", ""}, "files:"},
            {{"assets", "push", "1.2", "--dr"}, "files: | --dry-run"},
-           {{"assets", "push", "--display", ""}, "files: | iPhone 6.9"},
+           {{"assets", "push", "--display", ""}, "files: | Header | iPhone 6.9"},
            {{"assets", "push", "--locale", "", ""}, "files: | 1.2 | 1.10"},
            {{"assets", "push", "--locale", "1.2", "--locale="}, "files: | --locale=de-DE | --locale=en-US"},
            {{"assets", "push", "--yes=", ""}, "files: | 1.2 | 1.10"},
@@ -66,6 +77,19 @@ TEST_F(CompletionTest, OffersWhatTheWordMayBecome) {
            {{"builds", "expire", "45", "-yo", ""}, "files: | json"},
            {{"builds", "expire", "45", "-ojson", "--dr"}, "files: | --dry-run"},
            {{"builds", "list", "-o", ""}, "files: | json | csv | md"},
+           {{"apps", "-oc"}, "files: | -ocsv"},
+           {{"builds", "expire", "45", "-yoj"}, "files: | -yojson"},
+           {{"assets", "push", "1.2", "--locale", "en-US,d"}, "files: | en-US,de-DE"},
+           {{"assets", "push", "1.2", "--locale=de-DE,"}, "files: | --locale=de-DE,en-US"},
+           {{"events", "localize", "x", "--language", "en-US,d"}, "files:"},
+           {{"prices", "ppp", "--stren"}, "files: | --strength"},
+           {{"prices", "parity", "--countries", "se,d"}, "files: | se,de | se,dk | se,dm | se,do | se,dz"},
+           {{"offer-codes", "create", "--eligibility", "new,ex"}, "files: | new,existing | new,expired"},
+           {{"release", "prepare", "1.2", "--build", "l"}, "files: | latest"},
+           {{"builds", "expire", ""}, "files: | 1.3 (45) | 1.2 (45) | 44 | 1.1 (9)"},
+           {{"builds", "expire", "--platform", "ios", ""}, "files: | 45 | 44 | 9"},
+           {{"builds", "expire", "1.2 (4"}, "files: | 1.2 (45) | 1.2 (44)"},
+           {{"assets", "header", "push", "--display", ""}, "files: | Header"},
            {{"logout", "-"}, "files: | -o | --output | --help"},
            {{"builds", "list", "--platform=t"}, "files: | --platform=tvos"},
            {{"builds", "upload", ""}, "files:files ipa pkg"},

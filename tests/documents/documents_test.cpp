@@ -1,14 +1,21 @@
+#include "cli/command_tree.hpp"
+#include "cli/help.hpp"
+#include "cli/topics.hpp"
 #include "core/support/files.hpp"
 #include "core/support/text.hpp"
+#include "tests/support/build_files.hpp"
 #include "tests/support/release_test.hpp"
 
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
-// The command lines that the documents show have to work as they stand, one after the other.
+// The command lines that the documents and the help show have to work as they stand: a document's one after the other,
+// the help's each on its own.
 namespace kestu::tests {
 namespace {
 
@@ -80,6 +87,14 @@ class Documents : public ReleaseRoadTest, public ::testing::WithParamInterface<P
 
   void perform(const Shown& step) {
     meanwhile(step.line);
+    if (step.words.size() == 3 && step.words[0] == "mkdir" && step.words[1] == "-p") {
+      EXPECT_TRUE(std::filesystem::create_directories(here / step.words[2]));
+      return;
+    }
+    if (step.words.size() == 3 && step.words[0] == "cp") {
+      EXPECT_TRUE(std::filesystem::copy_file(here / step.words[1], here / step.words[2]));
+      return;
+    }
     if (step.words.size() > 2 && step.words[0] == "rm" && step.words[1] == "-r") {
       for (std::size_t i = 2; i < step.words.size(); ++i) {
         EXPECT_GT(std::filesystem::remove_all(here / step.words[i]), 0) << step.words[i];
@@ -110,9 +125,7 @@ const std::string contact = R"({"contactPhone": "+43 1 234 5678"})";
 
 INSTANTIATE_TEST_SUITE_P(
     Pages, Documents,
-    ::testing::Values(Page{"README.md",
-                           {{"metadata/screenshots/en-US/iPhone 6.9/01.png", png(1290, 2796)},
-                            {"metadata/screenshots/de-DE/iPhone 6.9/01.png", png(1290, 2796, PNGColours::palette, 7)}}},
+    ::testing::Values(Page{"README.md", {{"today.png", png(1290, 2796)}}},
                       Page{"docs/fastlane.md",
                            {{"fastlane/metadata/en-US/subtitle.txt", "Light, hour by hour\n"},
                             {"fastlane/metadata/en-US/release_notes.txt", "Storms, minutes ahead.\n"},
@@ -131,6 +144,131 @@ INSTANTIATE_TEST_SUITE_P(
       std::erase_if(name, [](unsigned char c) { return std::isalnum(c) == 0; });
       return name;
     });
+
+/// The examples of the help, each in the repository that they are about and against the sandbox as it starts.
+class HelpExamples : public CommandTest {
+ protected:
+  using Words = std::vector<std::string>;
+  TemporaryFolder files;
+  const std::string pathBefore = std::getenv("PATH");
+
+  HelpExamples()
+      : CommandTest({.approve = sandbox::Approve::all,
+                     .partSize = 1000,
+                     .now = [this] { return clock.now(); },
+                     .holdsWaits = false,
+                     .examples = true}) {
+    environment["XDG_CACHE_HOME"] = (repo.path() / ".cache").string();
+    ::setenv("PATH", ((files.path() / "tools").string() + ":" + pathBefore).c_str(), 1);
+    files.write("kestu.json", R"({"appId": 1234567890, "bundleId": "com.example.daylight"})");
+    files.write("App/Daylight.xcodeproj/project.pbxproj", "PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight;\n");
+    files.write("Sources/Radar.swift", "import KestuKit\nlet radar = KestuFlags.isOn(\"new-radar\")\n");
+    files.write("notes.txt", "Bitte das Radar ansehen.\n");
+    layAssets();
+    layListing();
+    for (Words words :
+         {Words{"init", "-q"}, Words{"remote", "add", "origin", "https://github.com/example/daylight.git"}}) {
+      words.insert(words.begin(), "git");
+      EXPECT_TRUE(Process::run({.arguments = words, .folder = files.path()}, {}).succeeded());
+    }
+    files.write("Daylight.pkg", "xar!" + std::string(3000, 'k'));
+    ipa(files.path() / "Daylight.ipa", {{"Payload/Daylight.app/Info.plist", plist("1.2", "45", "iPhoneOS")}});
+    for (const char* name : {"gh", "xdg-open", "open"}) {
+      std::filesystem::permissions(files.write(std::string("tools/") + name, "#!/bin/sh\nexit 0\n"),
+                                   std::filesystem::perms::owner_all);
+    }
+  }
+  ~HelpExamples() override { ::setenv("PATH", pathBefore.c_str(), 1); }
+
+  void layAssets() {
+    for (const char* locale : {"en-US", "de-DE"}) {
+      auto lay = [&](const std::string& kind, const std::string& name, const std::string& bytes) {
+        files.write("metadata/" + kind + "/" + locale + "/" + name, bytes);
+      };
+      lay("screenshots", "iPhone 6.9/01.png", png(1290, 2796));
+      lay("previews", "iPhone 6.9/01.mov", "a video");
+      lay("header", "HEADER_IPHONE/header.png", png(4320, 1620));
+      lay("search-results", "Search Results/results.png", png(3840, 2160));
+    }
+    files.write("card.png", png(1920, 1080));
+    files.write("page.png", png(1080, 1920));
+    for (const char* name : {"card.mov", "page.mov"}) files.write(name, "a video");
+  }
+  void layListing() {
+    for (const char* locale : {"en-US", "de-DE", "ja"})
+      files.write("metadata/releases/1.2/" + std::string(locale) + ".json",
+                  R"({"whatsNew": "Storms, minutes ahead."})");
+    files.write("metadata/listing/en-US.json", R"({"subtitle": "Light, hour by hour"})");
+    files.write("metadata/review.json", R"({"contactPhone": "+43 1 234 5678"})");
+    files.write("metadata/releases/1.2/whatsnew/en-US.md", "# The radar\n\nIt has colours.\n");
+    files.write("metadata/pricing.json", R"({"com.example.daylight.pro.yearly": {"countries": {"se": "-10%"}}})");
+  }
+
+  /// What has to be done before a line, which its page says.
+  void prepare(const std::string& line) {
+    std::vector<Words> before;
+    if (line.starts_with("kestu metadata pull")) std::filesystem::remove_all(repo.path() / "metadata");
+    if (line.starts_with("kestu submit")) {
+      before = {{"release", "prepare", "1.2", "--build", "43", "--yes"},
+                {"metadata", "content-rights", "set", "--third-party-content", "no", "--yes"}};
+    }
+    if (line.ends_with("--withdraw")) before.push_back({"submit", "1.2", "--yes"});
+    for (const Words& words : before) {
+      Ran ran = run(words);
+      EXPECT_EQ(ran.status, 0) << Text::joined(words, " ") << "\n" << ran.out << ran.err;
+    }
+  }
+
+  Ran perform(const std::string& line) {
+    auto before = environment;
+    server.withState([](sandbox::State& state) { state.reset(); });
+    signIn();
+    std::filesystem::remove_all(repo.path());
+    std::filesystem::copy(files.path(), repo.path(), std::filesystem::copy_options::recursive);
+    prepare(line);
+    Words words;
+    for (const std::string& word : shown(line).words) {
+      if (word == "||" || word.starts_with('>')) break;
+      std::size_t equals = word.find('=');
+      if (words.empty() && equals != std::string::npos) {
+        environment[word.substr(0, equals)] = word.substr(equals + 1);
+      } else {
+        words.push_back(word.ends_with(';') ? word.substr(0, word.size() - 1) : word);
+        if (word.ends_with(';')) break;
+      }
+    }
+    terminal.inIsTerminal = true;
+    terminal.type("y");
+    EXPECT_EQ(words.at(0), "kestu");
+    Ran ran = run({words.begin() + 1, words.end()});
+    environment = before;
+    return ran;
+  }
+};
+
+TEST_F(HelpExamples, EachRunsOnItsOwn) {
+  // A check that finds something, as it does in the demo's listing, has done its work.
+  const std::set<std::string> finds = {"kestu release check 1.2", "kestu release check 1.2 --strict -o json",
+                                       "kestu metadata validate 1.2 --strict",
+                                       "kestu prices parity --product com.example.daylight.pro.yearly --check",
+                                       "kestu release check 1.2 || echo \"1.2 isn't ready.\""};
+  auto pages = allPages(rootCommand("*"));
+  pages.insert(pages.end(), topics().begin(), topics().end());
+  std::set<std::string> lines;
+  for (const ::kestu::Page& page : pages) {
+    for (const auto& section : page.sections) {
+      for (const auto& entry : section.entries) {
+        if (section.examples) lines.insert(entry.head);
+      }
+    }
+  }
+  EXPECT_GT(lines.size(), 150U);
+  for (const std::string& line : lines) {
+    SCOPED_TRACE(line);
+    Ran ran = perform(line);
+    EXPECT_EQ(ran.status, finds.count(line)) << ran.out << ran.err;
+  }
+}
 
 } // namespace
 } // namespace kestu::tests

@@ -53,6 +53,7 @@ const std::vector<Keys> common = {
     {"kestu assets push 1.2 --disp\t", "--display "},
     {"kestu assets push 1.2 --display \t", "iPhone\\ 6.9 "},
     {"kestu assets push 1.2 --locale=en-\t", "--locale=en-US "},
+    {"kestu assets push 1.2 --locale de-DE,en-\t", "--locale de-DE,en-US "},
     {"kestu builds list --output=js\t", "--output=json"},
     {"kestu builds upload Day\t", "Daylight.ipa "},
     {"kestu kit whats-new upload No\t", "Notes/"},
