@@ -36,7 +36,7 @@ std::optional<RememberingTransport> rememberedFor(const Environment& environment
 
 } // namespace
 
-int runProgram(int count, char** words, Clock& clock) {
+int runProgram(int count, char** words, Clock& clock, std::chrono::milliseconds longestRequest) {
   leaveNoCoreDump();
   std::stop_source stopping;
   StopSignals signals(stopping);
@@ -45,7 +45,7 @@ int runProgram(int count, char** words, Clock& clock) {
   {
     Environment environment = Environment::captured();
     Console console(terminal, environment, clock);
-    CurlTransport curl(Certificates::from(environment));
+    CurlTransport curl(Certificates::from(environment), CurlTransport::largestAnswer, longestRequest);
     ProxiedTransport proxied(curl, ProxyChoice(environment));
     LoggedTransport logged(proxied, console, clock);
     Transport& told = LoggedTransport::isAsked(environment) ? static_cast<Transport&>(logged) : proxied;

@@ -12,6 +12,8 @@ void Faults::add(Fault fault) {
 void Faults::clear() {
   const std::lock_guard held(mutex_);
   faults_.clear();
+  ++cleared_;
+  stopping_.notify_all();
 }
 
 std::size_t Faults::count() const {
@@ -38,7 +40,7 @@ std::optional<Fault> Faults::take(const std::string& method, const std::string& 
 
 void Faults::wait(std::chrono::milliseconds delay) {
   std::unique_lock held(mutex_);
-  stopping_.wait_for(held, delay, [&] { return stopped_; });
+  stopping_.wait_for(held, delay, [&, before = cleared_] { return stopped_ || cleared_ != before; });
 }
 
 void Faults::stop() {

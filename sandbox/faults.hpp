@@ -32,12 +32,12 @@ struct Fault {
 class Faults {
  public:
   void add(Fault fault);
-  void clear();
+  void clear(); // calls that wait go on too
   // The first fault that this call meets, counted as used.
   std::optional<Fault> take(const std::string& method, const std::string& path);
   std::size_t count() const;
 
-  // Waits, but no longer than until `stop`.
+  // Waits, but no longer than until `clear` or `stop`.
   void wait(std::chrono::milliseconds delay);
   void stop();
 
@@ -45,6 +45,7 @@ class Faults {
   mutable std::mutex mutex_;
   std::condition_variable stopping_;
   bool stopped_ = false;
+  int cleared_ = 0;
   std::vector<Fault> faults_;
 };
 

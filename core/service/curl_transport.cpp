@@ -230,15 +230,15 @@ void setBody(CURL* easy, Exchange& exchange) {
   curl().setOption(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
 }
 
-void setTimes(CURL* easy, const HTTPRequest& request) {
+void setTimes(CURL* easy, std::chrono::milliseconds timeout, bool idle) {
   curl().setOption(easy, CURLOPT_NOSIGNAL, 1L);
-  curl().setOption(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeout.count()));
-  if (request.idle) {
-    auto seconds = std::chrono::ceil<std::chrono::seconds>(request.timeout).count();
+  curl().setOption(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(timeout.count()));
+  if (idle) {
+    auto seconds = std::chrono::ceil<std::chrono::seconds>(timeout).count();
     curl().setOption(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl().setOption(easy, CURLOPT_LOW_SPEED_TIME, static_cast<long>(seconds));
   } else {
-    curl().setOption(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
+    curl().setOption(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(timeout.count()));
   }
 }
 
@@ -330,8 +330,9 @@ Certificates Certificates::from(const Environment& environment) {
   return {value("SSL_CERT_FILE"), value("SSL_CERT_DIR")};
 }
 
-CurlTransport::CurlTransport(Certificates certificates, std::size_t answerLimit)
-    : pool_(std::make_unique<Pool>()), certificates_(std::move(certificates)), answerLimit_(answerLimit) {}
+CurlTransport::CurlTransport(Certificates certificates, std::size_t answerLimit, std::chrono::milliseconds longest)
+    : pool_(std::make_unique<Pool>()), certificates_(std::move(certificates)), answerLimit_(answerLimit),
+      longest_(longest) {}
 CurlTransport::~CurlTransport() = default;
 
 HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token& stop) {
@@ -342,7 +343,7 @@ HTTPAnswer CurlTransport::send(const HTTPRequest& request, const std::stop_token
   std::array<char, CURL_ERROR_SIZE> description{};
   auto headers = headerLines(request);
   setBody(easy, exchange);
-  setTimes(easy, request);
+  setTimes(easy, std::min(request.timeout, longest_), request.idle);
   curl().setOption(easy, CURLOPT_URL, request.url.c_str());
   curl().setOption(easy, CURLOPT_PROTOCOLS_STR, "http,https");
   // Plain HTTP is for this machine alone, which no proxy can reach.

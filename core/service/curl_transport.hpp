@@ -3,6 +3,8 @@
 #include "core/service/transport.hpp"
 
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -27,7 +29,9 @@ class CurlTransport final : public Transport {
   /// Answers over 64 MiB are refused.
   static constexpr std::size_t largestAnswer = 64 * 1024 * 1024;
 
-  explicit CurlTransport(Certificates certificates = {}, std::size_t answerLimit = largestAnswer);
+  /// No request takes longer than `longest`, whatever it says.
+  explicit CurlTransport(Certificates certificates = {}, std::size_t answerLimit = largestAnswer,
+                         std::chrono::milliseconds longest = std::chrono::milliseconds::max());
   ~CurlTransport() override;
   HTTPAnswer send(const HTTPRequest& request, const std::stop_token& stop) override;
 
@@ -37,6 +41,7 @@ class CurlTransport final : public Transport {
   Certificates certificates_;
   std::atomic<bool> wholeFile_ = false; ///< the folder of the system's certificates lacked one
   std::size_t answerLimit_;
+  std::chrono::milliseconds longest_;
 };
 
 } // namespace kestu

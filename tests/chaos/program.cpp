@@ -10,7 +10,9 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -22,6 +24,7 @@ namespace kestu::chaos {
 namespace {
 
 using namespace std::chrono_literals;
+const std::string limited = "KESTU_CHAOS_LIMITED=1";
 
 /// Waits pass as they should for whoever looks at a clock, and quickly for who waits.
 class QuickClock final : public Clock {
@@ -148,6 +151,8 @@ Ended run(World& world, const std::filesystem::path& program, const std::vector<
     world.server.onNext(std::move(fault));
   }
   world.server.forgetRequests();
+  Ended ended;
+  ended.limited = std::any_of(troubles.begin(), troubles.end(), [](const Trouble& each) { return each.outlasts; });
   std::vector<std::string> all = {program.empty() ? executablePath().value().string() : program.string()};
   if (program.empty()) all.emplace_back("--as-kestu");
   all.insert(all.end(), words.begin(), words.end());
@@ -157,13 +162,14 @@ Ended run(World& world, const std::filesystem::path& program, const std::vector<
                                         "XDG_CACHE_HOME=" + (world.folder.path() / "cache").string(),
                                         "KESTU_API_URL=" + world.server.origin(), "KESTU_TOKEN=" + world.token};
   variables.insert(variables.end(), world.variables.begin(), world.variables.end());
+  if (ended.limited) variables.emplace_back(limited);
   running->begin([&] { return Start(world).process(all, variables); });
-  Ended ended;
   int status = 0;
   ended.hung = !running->wait(status);
   // A call that was on its way when the program ended is still made.
   if (ended.hung || WIFSIGNALED(status)) std::this_thread::sleep_for(60ms);
   world.server.faults().clear();
+  if (ended.limited) std::this_thread::sleep_for(60ms);
   if (WIFSIGNALED(status)) ended.signal = WTERMSIG(status);
   if (WIFEXITED(status)) ended.status = WEXITSTATUS(status);
   ended.out = Files::read(world.folder.path() / "out", 1'000'000).value_or("");
@@ -175,7 +181,8 @@ Ended run(World& world, const std::filesystem::path& program, const std::vector<
 
 int runQuickly(int count, char** words) {
   QuickClock clock;
-  return runProgram(count, words, clock);
+  const bool isLimited = std::getenv(std::string(limited, 0, limited.find('=')).c_str()) != nullptr;
+  return runProgram(count, words, clock, isLimited ? 500ms : std::chrono::milliseconds::max());
 }
 
 } // namespace kestu::chaos

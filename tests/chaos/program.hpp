@@ -15,6 +15,7 @@ struct Ended {
   int status = 0;
   int signal = 0; ///< 0 where it wasn't one that ended it
   bool hung = false;
+  bool limited = false; ///< its requests may take a short time only
   std::string out, err;
   std::vector<std::pair<const Trouble*, std::string>> met; ///< with the call's path
   std::size_t calls = 0;

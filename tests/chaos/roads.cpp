@@ -1,6 +1,7 @@
 #include "tests/chaos/roads.hpp"
 
 #include "core/support/files.hpp"
+#include "core/support/md5.hpp"
 #include "core/support/process.hpp"
 #include "tests/chaos/random.hpp"
 #include "tests/support/asset_files.hpp"
@@ -36,8 +37,21 @@ void laySomeScreenshots(World& world) {
   world.write("metadata/screenshots/de-DE/iPhone 6.9/02.jpg", shot(1));
 }
 
+/// Where the service shows a language's screenshots of a display, and which they are.
+std::pair<std::string, nlohmann::json> shows(const std::string& version, const std::string& locale,
+                                             const std::string& group, const std::vector<int>& numbers) {
+  auto list = nlohmann::json::array();
+  for (int number : numbers) list.push_back(MD5::hex(std::string_view(shot(number, group == pad))) + " ");
+  return {"/versions/" + version + "/displays/" + locale + " screenshots " + group, list};
+}
+
+const std::string second = "ios 1"; // of the versions for iOS, the oldest first
+
 std::vector<Road> pushes() {
   Road empty{"assets push", {"assets", "push", "1.2", "--yes"}, laySomeScreenshots};
+  empty.says = "✓ 1.2 for iOS shows ";
+  empty.keys = {"plan", "languages"};
+  empty.ends = {shows(second, "en-US", phone, {1, 2, 3, 4}), shows(second, "de-DE", phone, {5, 1})};
   Road others = empty;
   others.lay = [](World& world) {
     laySomeScreenshots(world);
@@ -48,6 +62,11 @@ std::vector<Road> pushes() {
   Road one = empty;
   one.words = {"assets", "screenshots", "push", "1.2", "--yes", "--locale", "en-US"};
   one.lay = others.lay;
+  one.says = "✓ 1.2 for iOS shows ";
+  others.ends.push_back(shows(second, "en-US", pad, {6}));
+  others.ends.push_back(shows(second, "ja", phone, {8}));
+  one.ends = {shows(second, "en-US", phone, {1, 2, 3, 4}), shows(second, "en-US", pad, {6}),
+              shows(second, "ja", phone, {8})};
   return {empty, others, one};
 }
 
@@ -60,9 +79,18 @@ void showSome(World& world) {
   world.show("1.2", "en-US", pad, "pad.jpg", shot(6, true));
 }
 
+const std::string shots = "metadata/screenshots/";
+
 std::vector<Road> pulls() {
   Road empty{"assets pull", {"assets", "pull", "1.2"}, showSome};
   empty.writes = true;
+  empty.says = "✓ The repo shows 1.2 for iOS's assets";
+  empty.keys = {"written"};
+  empty.files = {{shots + "en-US/iPhone 6.9/01.jpg", shot(1)},
+                 {shots + "en-US/iPhone 6.9/04.jpg", shot(4)},
+                 {shots + "de-DE/iPhone 6.9/01.jpg", shot(5)},
+                 {shots + "de-DE/iPhone 6.9/02.jpg", shot(1)},
+                 {shots + "en-US/iPad 13/01.jpg", shot(6, true)}};
   Road renames = empty;
   renames.lay = [](World& world) {
     showSome(world);
@@ -72,6 +100,7 @@ std::vector<Road> pulls() {
     world.write(folder + "loop.jpg", shot(4));
     world.write("metadata/screenshots/notes.txt", "Mine.");
   };
+  renames.files.emplace_back(shots + "notes.txt", "Mine.");
   Road forced = empty;
   forced.words.push_back("--force");
   forced.lay = [](World& world) {
@@ -83,6 +112,9 @@ std::vector<Road> pulls() {
     world.write("metadata/screenshots/en-US/iPhone 6.9/01.jpg", shot(3));
     world.write("metadata/previews/frames.json", R"({"fr-FR/iPhone 6.9/01.mov": "00:00:07:00"})");
   };
+  forced.files.emplace_back(shots + "ja/iPhone 6.9/01.jpg", shot(7));
+  forced.files.emplace_back("metadata/previews/ja/iPhone 6.9/01.mov", noise(70, 2'000));
+  forced.files.emplace_back(shots + "en-US/iPhone 6.9/02.jpg", shot(2));
   return {empty, renames, forced};
 }
 
@@ -101,15 +133,22 @@ std::string zipped(std::size_t size) {
 
 std::vector<Road> uploads() {
   // Made once: the time of day is in them.
-  Road small{"builds upload", {"builds", "upload", "Daylight.ipa"}, [bytes = zipped(700)](World& world) {
-               world.write("Daylight.ipa", bytes);
-             }};
+  const auto uploaded = [](Road road, const std::string& bytes) {
+    road.lay = [bytes](World& world) { world.write("Daylight.ipa", bytes); };
+    road.ends = {{"/builds/ios 1.3 (50)/0/md5", MD5::hex(std::string_view(bytes))}};
+    return road;
+  };
+  Road small = uploaded({"builds upload", {"builds", "upload", "Daylight.ipa"}, {}}, zipped(700));
   small.onceOnly = true;
-  Road large = small;
-  large.lay = [bytes = zipped(6'000)](World& world) { world.write("Daylight.ipa", bytes); };
+  small.says = "✓ Uploaded 1.3 (50) for iOS.";
+  small.keys = {"uploadId"};
+  const Road large = uploaded(small, zipped(6'000));
   Road mac = small;
   mac.words = {"builds", "upload", "Daylight.pkg", "--version", "1.3", "--build", "50"};
-  mac.lay = [](World& world) { world.write("Daylight.pkg", "xar!" + noise(51, 2'300)); };
+  const std::string package = "xar!" + noise(51, 2'300);
+  mac.lay = [package](World& world) { world.write("Daylight.pkg", package); };
+  mac.says = "✓ Uploaded 1.3 (50) for macOS.";
+  mac.ends = {{"/builds/macos 1.3 (50)/0/md5", MD5::hex(std::string_view(package))}};
   return {small, large, mac};
 }
 
@@ -135,7 +174,25 @@ void layRelease(World& world, const std::string& number) {
 
 std::vector<Road> preparations() {
   Road same{"release prepare", {"release", "prepare", "1.2", "--yes"}, [](World& world) { layRelease(world, "1.2"); }};
+  same.says = "✓ 1.2 for iOS ";
+  same.keys = {"steps"};
+  const auto ready = [](const std::string& place, const std::string& number) {
+    const std::string version = "/versions/" + place;
+    return std::vector<std::pair<std::string, nlohmann::json>>{{version + "/number", number},
+                                                               {version + "/build", "45"},
+                                                               {version + "/copyright", "2026 Daylight"},
+                                                               {version + "/releaseType", "afterapproval"},
+                                                               {version + "/phased", true},
+                                                               {version + "/texts/de-DE/whatsNew", "Stürme."},
+                                                               {version + "/texts/en-US/keywords", "sun,moon"},
+                                                               {"/notes/ios " + number + " (45)/de-DE", "Das Radar."},
+                                                               shows(place, "en-US", phone, {1, 2, 3, 4}),
+                                                               shows(place, "de-DE", phone, {5, 1})};
+  };
+  same.ends = ready(second, "1.2");
   Road renamed = same;
+  renamed.says = "✓ 1.3 for iOS ";
+  renamed.ends = ready(second, "1.3");
   renamed.words[2] = "1.3";
   renamed.lay = [](World& world) {
     layRelease(world, "1.3");
@@ -143,6 +200,7 @@ std::vector<Road> preparations() {
   };
   Road made = renamed;
   made.onlyEnds = true;
+  made.ends = ready("ios 2", "1.3");
   made.lay = [](World& world) {
     layRelease(world, "1.3");
     world.server.withState([](sandbox::State& state) {
@@ -161,12 +219,19 @@ std::vector<Road> prices() {
              world.write("metadata/pricing.json",
                          R"({"com.example.daylight.tip": {"countries": {"se": "59", "in": "-20%", "jp": "+2"}}})");
            }};
+  tip.says = "✓ Set ";
+  tip.keys = {"plan"};
+  const std::string price = "/prices/1234567890" + product + "tip/";
+  tip.ends = {{price + "base", 599}, {price + "own/se", 5900}};
   Road monthly = tip;
+  monthly.ends = {{"/prices/1234567890" + product + "pro.monthly/base", 699}};
+  monthly.says = "● Kestu sets ";
   monthly.onlyEnds = true; // a job moves country by country
   monthly.words = {"prices", "set", "6.99", "--product", product + "pro.monthly", "--yes", "--keep", "jp"};
   Road app = tip;
   app.words = {"prices", "set", "1.99", "--yes", "--override", "de=+1"};
   app.lay = [](World&) {};
+  app.ends = {{"/prices/1234567890/base", 199}};
   return {tip, monthly, app};
 }
 

@@ -1,6 +1,7 @@
 #include "tests/chaos/seed.hpp"
 
 #include "core/support/files.hpp"
+#include "core/support/text.hpp"
 #include "core/support/utf8.hpp"
 
 #include <signal.h>
@@ -15,6 +16,7 @@ namespace kestu::chaos {
 namespace {
 
 using nlohmann::json;
+constexpr int unavailable = 9;
 constexpr const char* duplicate = "takes each build number of a version once";
 
 std::string signalName(int number) {
@@ -48,6 +50,10 @@ void between(const json& now, const json& before, const json& after, const std::
   for (const std::string& key : keys) between(at(now, key), at(before, key), at(after, key), place + "/" + key, wrong);
 }
 
+bool hasOne(const json& answer, const std::vector<std::string>& keys) {
+  return std::any_of(keys.begin(), keys.end(), [&](const std::string& key) { return answer.contains(key); });
+}
+
 /// One seed on its way.
 class Seed {
  public:
@@ -57,16 +63,22 @@ class Seed {
 
   void look(const Ended& ended, bool json) {
     lookAtEnd(ended);
+    lookAtMessage(ended);
     lookAtText("standard error", ended.err);
     lookAtText("standard output", ended.out);
+    if (!world_.filesWith(world_.token).empty()) wrong("the token is in " + world_.filesWith(world_.token));
     if (ended.signal == 0 && ended.status != 0 && ended.err.empty()) wrong("it says nothing about why it failed");
     if (json && ended.signal == 0 && !ended.out.empty() && !json::accept(ended.out)) wrong("it wrote broken JSON");
+    bool isDone = ended.signal == 0 && ended.status == 0;
+    if (isDone && !json && ended.out.find(road_.says) == std::string::npos) wrong("it says " + ended.out);
+    if (isDone && json && !hasOne(json::parse(ended.out), road_.keys)) wrong("its JSON is " + ended.out);
   }
 
  private:
   /// The status is one that something it met leads to.
   void lookAtEnd(const Ended& ended) {
     std::set<int> expected = {0}, signals;
+    if (ended.limited) expected.insert(unavailable);
     for (const auto& [trouble, path] : ended.met) {
       expected.merge(statuses(*trouble, path));
       if (trouble->signal != 0) signals.insert(trouble->signal);
@@ -79,6 +91,23 @@ class Seed {
     } else if (!expected.contains(ended.status) && !isDuplicate) {
       wrong("status " + std::to_string(ended.status) + " comes of nothing that it met");
     }
+  }
+
+  /// It says what it met that its status comes of.
+  void lookAtMessage(const Ended& ended) {
+    std::string said;
+    for (const std::string& line : Text::split(ended.err, '\n')) said += line.starts_with("debug: ") ? "" : line + "\n";
+    std::vector<std::string> expected;
+    for (const auto& [trouble, path] : ended.met) {
+      if (!statuses(*trouble, path).contains(ended.status)) continue;
+      for (std::string& each : words(*trouble, path)) expected.push_back(std::move(each));
+    }
+    if (ended.status == unavailable && ended.limited) expected.emplace_back("imed out after ");
+    if (road_.onceOnly) expected.emplace_back(duplicate);
+    if (ended.status == 0) expected.clear();
+    bool isExpected = std::any_of(expected.begin(), expected.end(),
+                                  [&](const std::string& each) { return said.find(each) != std::string::npos; });
+    if (ended.status != 0 && !isExpected) wrong("it says nothing of what it met");
   }
 
   void lookAtText(const std::string& where, const std::string& text) {
@@ -137,6 +166,30 @@ std::string differing(const Tree& now, const Tree& wanted) {
   return text;
 }
 
+/// What is in the home folder beside the changes that waited when they were last looked at.
+std::string leftInHome(const World& world) {
+  Tree home = World::tree(world.home());
+  const std::string waiting = ".local/state/kestu/waiting-changes.json";
+  if (home.erase(waiting) == 0 || json::accept(Files::read(world.home() / waiting, 1'000'000).value_or(""))) {
+    return differing(home, {});
+  }
+  return " " + waiting + " is torn.";
+}
+
+/// What isn't at the road's end as it is to be.
+std::string amissIn(const Road& road, const json& told, const World& world) {
+  std::string text;
+  for (const auto& [place, value] : road.ends) {
+    const json::json_pointer pointer(place);
+    const json found = told.contains(pointer) ? told[pointer] : json();
+    if (found != value) text += " " + place + " is " + found.dump() + ", not " + value.dump() + ".";
+  }
+  for (const auto& [path, bytes] : road.files) {
+    if (Files::read(world.repo() / path, 1'000'000) != bytes) text += " " + path + " isn't as it is to be.";
+  }
+  return text;
+}
+
 } // namespace
 
 const Chaos::Plain& Chaos::plain(std::size_t command, std::size_t variant) {
@@ -154,7 +207,8 @@ const Chaos::Plain& Chaos::plain(std::size_t command, std::size_t variant) {
   }
   plain.after = world.told();
   plain.treeAfter = World::tree(world.repo());
-  plain.home = World::tree(world.home());
+  const std::string amiss = amissIn(road, plain.after, world) + leftInHome(world);
+  if (!amiss.empty()) throw std::runtime_error(road.name + " does something else without any trouble:" + amiss);
   plain.calls = ended.calls;
   plain.approved = world.approved();
   return plain;
@@ -179,6 +233,7 @@ Report Chaos::seed(std::uint64_t number) {
 
   constexpr int mostRuns = 4;
   bool killed = false;
+  int unanswered = 0;                  // runs that left a change without having its answer
   std::optional<std::size_t> approved; // when it first said that it is done
   for (bool isDone = false; !isDone && report.wrong.empty();) {
     std::vector<Trouble> troubles;
@@ -186,7 +241,7 @@ Report Chaos::seed(std::uint64_t number) {
     for (std::size_t count = isTroubled ? 1 + random.below(3) : 0; count > 0; --count) {
       troubles.push_back(drawn(random, wanted.calls));
     }
-    std::size_t unfinished = world.unfinishedUploads();
+    const std::size_t unfinished = world.unfinishedUploads(), plans = world.plans(), waiting = world.waiting();
     const Ended ended = run(world, program_, words, troubles);
     ++report.runs;
     killed = killed || ended.signal == SIGKILL;
@@ -207,6 +262,13 @@ Report Chaos::seed(std::uint64_t number) {
         ended.err.find("still uploading") == std::string::npos) {
       seed.wrong("an unfinished upload was left and not told of");
     }
+    if (world.plans() > plans && (ended.status != 0 || ended.signal != 0)) {
+      const bool isTold = ended.signal == SIGKILL || ended.err.find("may have been sent") != std::string::npos ||
+                          ended.err.find("still wait") != std::string::npos ||
+                          ended.out.find(asJSON ? "\"plan\"" : road.says) != std::string::npos; // the signal was late
+      if (isTold) ++unanswered;
+      if (!isTold && world.waiting() > waiting) seed.wrong("a change waits and is not told of");
+    }
     if (isTroubled) ++report.outcomes[outcome(ended)];
     if (!isTroubled && road.onceOnly && ended.err.find(duplicate) != std::string::npos) isDone = now == wanted.after;
     if (!isTroubled && !isDone) seed.wrong("without any trouble: " + outcome(ended) + ": " + ended.err);
@@ -215,10 +277,10 @@ Report Chaos::seed(std::uint64_t number) {
   }
   if (!report.wrong.empty()) return report;
   report.approvedAgain = static_cast<int>(approved.value_or(wanted.approved)) - static_cast<int>(wanted.approved);
+  if (report.approvedAgain > unanswered) seed.wrong("a change was approved again, of which no run had lost the answer");
   world.approveWaiting(); // plans that nobody waits for any more must do no harm
   between(world.told(), wanted.after, wanted.after, "when all that waits is approved, ", report.wrong);
-  const std::string left = differing(World::tree(world.repo()), wanted.treeAfter) +
-                           differing(World::tree(world.home()), wanted.home) +
+  const std::string left = differing(World::tree(world.repo()), wanted.treeAfter) + leftInHome(world) +
                            differing(World::tree(world.temporary()), {});
   if (!left.empty()) seed.wrong("in the repository or the home folder:" + left);
   return report;

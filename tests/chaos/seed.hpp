@@ -33,7 +33,7 @@ class Chaos {
   /// How things stand before and after a run without trouble.
   struct Plain {
     nlohmann::json before, after;
-    Tree treeBefore, treeAfter, home;
+    Tree treeBefore, treeAfter;
     std::size_t calls = 0, approved = 0;
   };
   const Plain& plain(std::size_t command, std::size_t variant);

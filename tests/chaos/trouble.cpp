@@ -93,8 +93,10 @@ sandbox::Fault faultOf(Random& random, Trouble& trouble) {
     trouble.expires = true;
     break;
   case 10:
-    trouble.name = "delay";
-    fault.delay = std::chrono::milliseconds(5 + random.below(40));
+    trouble.outlasts = random.below(100) < 50;
+    trouble.name = trouble.outlasts ? "time-out" : "delay";
+    fault.delay = trouble.outlasts ? std::chrono::seconds(10) : std::chrono::milliseconds(5 + random.below(40));
+    fault.cut = trouble.outlasts && random.oneIn(2);
     break;
   default:
     trouble.name = "wrong JSON";
@@ -104,6 +106,8 @@ sandbox::Fault faultOf(Random& random, Trouble& trouble) {
   }
   return fault;
 }
+
+bool isTransfer(const std::string& path) { return path.starts_with("/upload/") || path.starts_with("/files/"); }
 
 } // namespace
 
@@ -133,10 +137,9 @@ std::set<int> statuses(const Trouble& trouble, const std::string& path) {
   constexpr int failed = 1, unavailable = 9;
   const sandbox::Fault& fault = trouble.fault;
   if (trouble.expires) return {failed};
-  if (fault.cut || fault.half || fault.status == 200) return {unavailable};
+  if (fault.cut || fault.half || fault.status == 200 || trouble.outlasts) return {unavailable};
   if (fault.status == 0) return {};
-  if (path.starts_with("/upload/")) return {failed};
-  if (path.starts_with("/files/")) return {fault.status >= 500 ? unavailable : failed};
+  if (isTransfer(path)) return {fault.status == 429 || fault.status >= 500 ? unavailable : failed};
   const auto says = [&](const char* words) { return fault.body.find(words) != std::string::npos; };
   if (fault.status == 403 && (says("scope_required") || says("app_not_granted") || says(R"("message":")"))) {
     constexpr int notAllowed = 4;
@@ -145,6 +148,47 @@ std::set<int> statuses(const Trouble& trouble, const std::string& path) {
   static const std::map<int, int> mapped = {{401, 3}, {404, 7}, {426, 11}, {429, 8}, {500, 9}, {503, 9}};
   const auto found = mapped.find(fault.status);
   return {found == mapped.end() ? failed : found->second};
+}
+
+std::vector<std::string> words(const Trouble& trouble, const std::string& path) {
+  const sandbox::Fault& fault = trouble.fault;
+  const std::string number = std::to_string(trouble.expires ? 403 : fault.status);
+  const bool isRefusal = trouble.expires || (fault.status != 0 && fault.status != 200);
+  if (isTransfer(path)) {
+    static const std::set<std::string> renewed = {"401", "403", "404", "410"};
+    const std::string reason = "(" + number + (renewed.contains(number) ? ": its address may have expired" : "");
+    std::vector<std::string> all;
+    for (const char* what : {"Apple took no part of ", "Apple didn't take all of ", "Couldn't download "}) {
+      if (path.starts_with("/files/") == (what[0] == 'C')) all.emplace_back(isRefusal ? reason : what);
+    }
+    return all;
+  }
+  if (!isRefusal)
+    return {fault.status == 200 ? "wasn't what this version of the CLI expects" : "Couldn't reach kestu: "};
+  struct Row {
+    int status;
+    const char* says; ///< in the refusal
+    const char* words;
+  };
+  static const std::vector<Row> rows = {
+      {401, "", "kestu no longer takes this sign-in"},
+      {426, "", "kestu CLI 1.1.2 is too old to use now"},
+      {403, "scope_required", "Run kestu login again and tick Releases"},
+      {403, "app_not_granted", "This sign-in doesn't cover that app."},
+      {429, "agent_quota", "Over the account's calls for this week until "},
+      {0, R"("message":")", "No\\u{1b}[31m room\\u{7} for \\u{202e}that.\nLook again.\n"},
+      {429, "", "Too many requests. Try again in a minute."},
+      {404, "", "Not found."},
+      {500, "", "kestu couldn't answer (500). Try again in a moment."},
+      {503, "", "kestu couldn't answer (503). Try again in a moment."},
+      {0, "", "kestu refused that ("}};
+  for (const Row& row : rows) {
+    const bool isOf = row.status == 0 || row.status == fault.status;
+    if (isOf && fault.body.find(row.says) != std::string::npos) {
+      return {row.words + (row.says[0] == '\0' && row.status == 0 ? number : "")};
+    }
+  }
+  return {};
 }
 
 } // namespace kestu::chaos

@@ -1,5 +1,6 @@
 #include "tests/chaos/world.hpp"
 
+#include "core/support/files.hpp"
 #include "core/support/md5.hpp"
 #include "sandbox/builds/testflight.hpp"
 #include "sandbox/plans.hpp"
@@ -156,6 +157,30 @@ std::size_t World::unfinishedUploads() {
   std::size_t count = 0;
   server.withState([&](sandbox::State& state) { count = state.testFlight.uploads.size(); });
   return count;
+}
+
+std::size_t World::plans() {
+  std::size_t count = 0;
+  server.withState([&](sandbox::State& state) { count = state.plans.size(); });
+  return count;
+}
+
+std::size_t World::waiting() {
+  std::size_t count = 0;
+  server.withState([&](sandbox::State& state) {
+    for (const auto& plan : state.plans) count += plan.state == "waiting" ? 1 : 0;
+  });
+  return count;
+}
+
+std::string World::filesWith(const std::string& text) const {
+  std::string found;
+  for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
+    if (!entry.is_regular_file()) continue;
+    const auto bytes = Files::read(entry.path(), 1'000'000);
+    if (bytes && bytes->find(text) != std::string::npos) found += entry.path().filename().string() + " ";
+  }
+  return found;
 }
 
 void World::expireAddresses() {

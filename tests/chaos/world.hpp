@@ -41,6 +41,11 @@ class World {
   /// How many changes were approved.
   std::size_t approved();
   std::size_t unfinishedUploads();
+  /// How many changes came, whatever became of them, and how many wait.
+  std::size_t plans();
+  std::size_t waiting();
+  /// The files of the repository, the home folder and the others that hold the text.
+  std::string filesWith(const std::string& text) const;
   void expireAddresses();
 
   tests::TemporaryFolder folder;
