@@ -38,6 +38,22 @@ void zoned(std::string_view text, const TimeZone& zone, bool endOfDay, const Eve
   if (plain) require(local == day + (endOfDay ? minutes(24 * 60 - 1) : minutes(0)), "a day begins or ends");
 }
 
+/// As an answer's headers have it, but for the day of the week.
+std::string inHeaders(Moment moment) {
+  constexpr std::array months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  std::string text = Moments::iso8601(moment); // 2026-11-21T12:00:00Z
+  return text.substr(8, 2) + " " + months.at(static_cast<std::size_t>(figures(text, 5, 2) - 1)) + " " +
+         text.substr(0, 4) + " " + text.substr(11, 8) + " GMT";
+}
+
+void header(std::string_view text) {
+  auto moment = Moments::parseHTTP(text);
+  if (moment) require(text.ends_with(", " + inHeaders(*moment)), "a header's moment is the one that it says");
+  auto typed = Moments::parse(text);
+  if (!typed) return;
+  require(Moments::parseHTTP("Sat, " + inHeaders(*typed)) == floor<seconds>(*typed), "a header's moment is read");
+}
+
 } // namespace
 
 /// A time typed is a moment, a reason why it is none, or in no form at all; and the moment is the one that it says.
@@ -62,6 +78,7 @@ void eventTimes(std::string_view bytes) {
   } else if (time.moment) {
     zoned(text, zone, choice % 2 == 1, time);
   }
+  header(text);
   for (const auto& moment : {Moments::parse(text), time.moment}) {
     if (!moment) continue;
     require(Moments::parse(Moments::iso8601(*moment)) == floor<seconds>(*moment), "a moment is written and read");

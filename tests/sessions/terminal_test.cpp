@@ -4,13 +4,13 @@
 #include "core/support/utf8.hpp"
 #include "tests/support/command_test.hpp"
 #include "tests/support/every_command.hpp"
+#include "tests/support/free_text.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <ctime>
 #include <functional>
-#include <set>
 #include <utility>
 
 namespace kestu::tests {
@@ -25,52 +25,6 @@ const std::string hostile = std::string("\x1B[7777m \x1B]0;no\x07 \xC2\x9B"
                             '\0' + " \xE2\x80\xA8 end";
 const std::string hostileBytes = "raw \x9B"
                                  "5n \x1B[7777m \xE2\x80\xAE\xFF \rend";
-
-/// The keys whose texts people write; all others are names, states and moments that a command goes by.
-bool isFreeText(const std::string& key) {
-  static const std::set<std::string> keys = {"name",
-                                             "title",
-                                             "message",
-                                             "text",
-                                             "notes",
-                                             "detail",
-                                             "subtitle",
-                                             "description",
-                                             "keywords",
-                                             "whatsNew",
-                                             "promotionalText",
-                                             "user",
-                                             "email",
-                                             "next",
-                                             "client",
-                                             "machine",
-                                             "fileName",
-                                             "copyright",
-                                             "before",
-                                             "after",
-                                             "lines",
-                                             "error",
-                                             "reason",
-                                             "label",
-                                             "metric",
-                                             "contactFirstName",
-                                             "contactLastName",
-                                             "shortDescription",
-                                             "longDescription",
-                                             "summary",
-                                             "group"};
-  return keys.contains(key);
-}
-
-void poison(json& value, const std::string& key, const std::function<bool(const std::string&)>& chosen,
-            const std::string& text) {
-  if (value.is_string() && chosen(key)) value = value.get<std::string>() + text;
-  if (value.is_array()) {
-    for (json& each : value) poison(each, key, chosen, text);
-  } else if (value.is_object()) {
-    for (auto& [name, each] : value.items()) poison(each, name, chosen, text);
-  }
-}
 
 /// What would steer a terminal; empty where there is none. `redraws` where a line may be drawn anew, as on a screen.
 std::string harm(const std::string& written, bool redraws) {
@@ -109,7 +63,7 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
     server.onAnswer([chosen, text](const sandbox::Request&, sandbox::Answer& answer) {
       if (answer.contentType != "application/json" || answer.body.empty()) return;
       json body = json::parse(answer.body);
-      poison(body, "", chosen, text);
+      appendToTexts(body, chosen, text);
       answer.body = body.dump();
     });
   }
@@ -208,26 +162,38 @@ INSTANTIATE_TEST_SUITE_P(All, HostileText, testing::ValuesIn(families()), [](con
 
 class LongText : public HostileText {};
 
-/// One line of a megabyte, with blanks to break it at and without.
+/// One line of millions of bytes, with blanks to break it at and without, in a good answer and in a refusal.
 TEST_P(LongText, TakesNoLongTime) {
+  struct Row {
+    Words words;
+    std::size_t size;
+    int status; ///< 0: a good answer
+    bool atTerminal;
+    std::size_t least, most; ///< bytes that are written
+  };
+  constexpr std::size_t million = 1'000'000, any = 100 * million;
   lay();
-  for (const Words& words : {Words{"status"}, {"kit", "flags", "list"}, {"apps"}, {"builds", "list"}, {"whoami"}}) {
-    for (bool terminal : {true, false}) {
-      SCOPED_TRACE(words.back());
-      std::string text;
-      while (text.size() < 1'000'000) text += GetParam();
-      bool done = false; // one of the texts alone
-      serve(
-          [&](const std::string& key) {
-            return (key == "name" || key == "message" || key == "notes") && !std::exchange(done, true);
-          },
-          text);
-      FakeTerminal screen(60), pipe;
-      std::clock_t begun = std::clock();
-      Ran ran = runOn(terminal ? screen : pipe, words);
-      EXPECT_LT((std::clock() - begun) / CLOCKS_PER_SEC, 30);
-      EXPECT_EQ(harm(ran.out.substr(0, 100'000), terminal), "");
-    }
+  for (const Row& row : std::vector<Row>{{{"apps"}, million, 0, false, million, any},
+                                         {{"apps"}, million, 0, true, million, any},
+                                         {{"kit", "flags", "list"}, million, 0, true, 1, any},
+                                         {{"builds", "list"}, million, 0, false, 1, any},
+                                         {{"apps"}, 10 * million, 503, true, 10'000, 100'000},
+                                         {{"apps"}, 10 * million, 409, false, 10'000, 100'000}}) {
+    SCOPED_TRACE(row.words.back() + ", " + std::to_string(row.size) + ", " + std::to_string(row.status));
+    std::string text;
+    while (text.size() < row.size) text += GetParam();
+    bool done = false; // one of the texts alone
+    serve([&](const std::string& key) { return (key == "name" || key == "notes") && !std::exchange(done, true); },
+          row.status == 0 ? text : "");
+    if (row.status != 0) server.onNext({.status = row.status, .body = json{{"message", text}}.dump()});
+    FakeTerminal screen(60), pipe;
+    std::clock_t begun = std::clock();
+    Ran ran = runOn(row.atTerminal ? screen : pipe, row.words);
+    EXPECT_LT((std::clock() - begun) / CLOCKS_PER_SEC, 30);
+    const std::string& written = row.status == 0 ? ran.out : ran.err;
+    EXPECT_GT(written.size(), row.least);
+    EXPECT_LT(written.size(), row.most);
+    EXPECT_EQ(harm(written.substr(0, 100'000), row.atTerminal), "");
   }
 }
 INSTANTIATE_TEST_SUITE_P(All, LongText, testing::Values("longer ", "x", "\x1B"));
