@@ -90,7 +90,7 @@ std::optional<Moment> parseHTTP(std::string_view text) {
   if (!skip(text, ' ')) return std::nullopt;
   auto day = take(text, 2);
   auto month = std::find(months.begin(), months.end(), text.substr(1, 3));
-  if (!day || month == months.end()) return std::nullopt;
+  if (!day || month == months.end() || text[0] != ' ' || text[4] != ' ') return std::nullopt;
   text.remove_prefix(5);
   auto year = take(text, 4);
   if (!year || !skip(text, ' ') || !text.ends_with(" GMT")) return std::nullopt;
