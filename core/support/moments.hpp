@@ -12,7 +12,7 @@ namespace kestu::Moments {
 /// Before 1900 and after 2190 it is the nearest moment between them.
 std::optional<Moment> parse(std::string_view text);
 
-/// The date of an HTTP header, "Sun, 22 Nov 2026 02:30:00 GMT"; none when it is not one.
+/// The date of an HTTP header, "Sun, 22 Nov 2026 02:30:00 GMT", within the same bounds; none when it is not one.
 std::optional<Moment> parseHTTP(std::string_view text);
 
 /// "2026-11-21T14:00:00Z", whole seconds in UTC.
