@@ -2,6 +2,7 @@
 #include "cli/command_tree.hpp"
 #include "core/support/files.hpp"
 #include "core/support/text.hpp"
+#include "tests/support/command_lines.hpp"
 
 #include <gtest/gtest.h>
 
@@ -95,13 +96,6 @@ bool isWord(const std::string& text) {
          std::all_of(text.begin(), text.end(), [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; });
 }
 
-bool hasOption(const Command& command, const std::string& name) {
-  return name == "--help" || name == "--version" ||
-         std::any_of(command.options.begin(), command.options.end(), [&](const Option& option) {
-           return std::find(option.names.begin(), option.names.end(), name) != option.names.end();
-         });
-}
-
 /// What is wrong with it; empty where it can be run as far as it goes.
 std::string problem(const Command& root, const Mention& mention) {
   const Command* at = &root;
@@ -122,7 +116,8 @@ std::string problem(const Command& root, const Mention& mention) {
   }
   for (; next < mention.words.size(); ++next) {
     std::string option = mention.words[next].substr(0, mention.words[next].find('='));
-    if (option.starts_with("--") && isWord(option) && option != "--" && !hasOption(*at, option)) {
+    if (option.starts_with("--") && isWord(option) && option != "--help" && option != "--version" &&
+        !optionOf(*at, option)) {
       return at->path + " has no option " + option;
     }
   }

@@ -44,19 +44,9 @@ bool isBuilt(const Command& command) {
   return below.empty() ? !command.takesAnything : std::any_of(below.begin(), below.end(), isBuilt);
 }
 
-/// The words of a line as a shell takes them, without the program's own.
-Words wordsOf(const std::string& line) {
-  Words words = {""};
-  bool isQuoted = false;
-  for (char c : line) {
-    if (c == '"') {
-      isQuoted = !isQuoted;
-    } else if (c == ' ' && !isQuoted) {
-      words.emplace_back();
-    } else {
-      words.back() += c;
-    }
-  }
+/// The words of an example after the program's own.
+Words typed(const std::string& line) {
+  Words words = wordsOf(line);
   words.erase(words.begin());
   return words;
 }
@@ -95,7 +85,7 @@ TEST(Examples, EachCommandHasSomeThatItTakes) {
       EXPECT_TRUE(example.text.ends_with('.')) << example.text;
       Command root = rootCommand("*"); // what a line sets stays set
       try {
-        EXPECT_TRUE((parse(root, wordsOf(example.line)).command->path + " ").starts_with(command.path + " "));
+        EXPECT_TRUE(begins(parse(root, typed(example.line)).command->path + " ", command.path + " "));
       } catch (const std::exception& error) {
         ADD_FAILURE() << example.line << ": " << error.what();
       }
@@ -110,14 +100,14 @@ TEST_F(HelpTest, WhatIsRequiredIsRefusedWhenLeftOut) {
     for (const Words& names : command.needed) {
       Words words;
       bool isDropped = false;
-      for (const std::string& word : wordsOf(command.examples[0].line)) {
+      for (const std::string& word : typed(command.examples[0].line)) {
         bool isValue = std::exchange(isDropped, false);
         isDropped = std::find(names.begin(), names.end(), word) != names.end();
         if (!isDropped && !isValue) words.push_back(word);
       }
       if (names[0].starts_with('<')) words.pop_back();
       SCOPED_TRACE(Text::joined(words, " "));
-      EXPECT_NE(words, wordsOf(command.examples[0].line));
+      EXPECT_NE(words, typed(command.examples[0].line));
       Ran ran = run(words);
       EXPECT_EQ(ran.status, 2);
       bool isNamed = std::any_of(names.begin(), names.end(),
@@ -136,60 +126,43 @@ TEST(Topics, TellEveryVariableThatIsRead) {
   std::size_t count = 0;
   for (const std::string& word : Text::split(source.value_or(""), '"')) {
     if (word.size() < 2 || word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_") != std::string::npos) continue;
-    EXPECT_NE(told.find(word), std::string::npos) << word;
+    EXPECT_TRUE(has(told, word)) << word;
     ++count;
   }
   EXPECT_GT(count, 10U);
 }
 
-TEST_F(HelpTest, ThatOfEachCommandIsTheSameWithoutTheProgram) {
-  environment["COLUMNS"] = "61";
-  for (const Page& page : allPages(rootCommand("*"))) {
-    SCOPED_TRACE(page.path);
-    Words words = Text::split(page.path + " --help", ' ');
-    words.erase(words.begin());
-    auto found = StoredPages::askedFor(words);
-    ASSERT_TRUE(found);
-    EXPECT_EQ(laidOut(*found, 61), run(words).out);
-  }
-}
-
 TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
   struct Row {
-    Words words;
+    std::string words;
     std::string path; // empty where the program is asked
   };
   for (const Row& row : std::vector<Row>{
-           {{}, "kestu"},
-           {{"-h"}, "kestu"},
-           {{"help"}, "kestu"},
-           {{"help", "assets", "push"}, "kestu assets push"},
-           {{"assets", "push", "-h"}, "kestu assets push"},
-           {{"assets"}, "kestu assets"}, // a group
-           {{"reviews", "--help"}, "kestu reviews"},
-           {{"reviews"}, ""},
-           {{"assets", "push"}, ""},
-           {{"config"}, ""},
-           {{"asets", "--help"}, ""},
-           {{"assets push", "--help"}, ""},
-           {{"", "assets", "--help"}, ""},
-           {{"assets", "push", "1.2", "--help"}, ""},
-           {{"assets", "--help", "push"}, ""},
-           {{"assets", "push", "--json", "--help"}, ""},
-           {{"assets", "push", "--", "--help"}, ""},
-           {{"assets", "help"}, ""},
-           {{"help", "assets", "--help"}, ""},
-           {{"help", "help"}, ""},
-           {{"help", "files"}, "kestu help files"},
-           {{"help", "exit-codes"}, "kestu help exit-codes"},
-           {{"help", "files", "x"}, ""},
-           {{"files", "--help"}, ""},
-           {{"help", "files", "--help"}, ""},
-           {{"flags", "--help"}, ""}, // a retired word
-           {{"prices", "ppp", "-h"}, ""},
+           {"", "kestu"},
+           {"-h", "kestu"},
+           {"help", "kestu"},
+           {"help assets push", "kestu assets push"},
+           {"assets push -h", "kestu assets push"},
+           {"assets", "kestu assets"}, // a group
+           {"reviews --help", "kestu reviews"},
+           {"reviews", ""},
+           {"assets push", ""},
+           {"asets --help", ""},
+           {"'assets push' --help", ""},
+           {"'' assets --help", ""},
+           {"assets push 1.2 --help", ""},
+           {"assets --help push", ""},
+           {"assets push --json --help", ""},
+           {"assets push -- --help", ""},
+           {"help assets --help", ""},
+           {"help files", "kestu help files"},
+           {"files --help", ""},
+           {"help files --help", ""},
+           {"flags --help", ""}, // a retired word
+           {"prices ppp -h", ""},
        }) {
-    SCOPED_TRACE(Text::joined(row.words, " "));
-    auto found = StoredPages::askedFor(row.words);
+    SCOPED_TRACE(row.words);
+    auto found = StoredPages::askedFor(wordsOf(row.words));
     EXPECT_EQ(found ? found->path : "", row.path);
     if (found) {
       EXPECT_EQ(run(row.words).out, laidOut(*found, 80));
@@ -198,8 +171,8 @@ TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
 }
 
 TEST_F(HelpTest, ATopicThatIsNearlyOneIsNamed) {
-  EXPECT_NE(run({"help", "enviroment"}).err.find("Did you mean environment?"), std::string::npos);
-  EXPECT_EQ(run({"enviroment"}).err.find("Did you mean environment?"), std::string::npos);
+  EXPECT_TRUE(has(run("help enviroment").err, "Did you mean environment?"));
+  EXPECT_FALSE(has(run("enviroment").err, "Did you mean environment?"));
 }
 
 TEST(Page, FillsLinesByTheColumnsThatShow) {

@@ -94,6 +94,19 @@ class CommandTables : public ReleaseRoadTest {
     repo.write("metadata/listing/en-US.json", nlohmann::json{{"supportUrl", hostile}}.dump());
     repo.write("App/A.swift", "let on = KestuFlags.isOn(\"none\")\n");
   }
+
+  /// No line but one to be copied is wider than the window.
+  void expectFits(const std::string& command) {
+    terminal.outIsTerminal = true;
+    for (int width : {40, 50, 80}) {
+      terminal.windowColumns = width;
+      for (const std::string& line : Text::split(TextStyle::plain(run(command).out), '\n')) {
+        bool copied = line.find("kestu ") != std::string::npos || line.find("https://") != std::string::npos;
+        EXPECT_TRUE(copied || Text::columns(line) <= static_cast<std::size_t>(width)) << width << ": " << line;
+      }
+    }
+    terminal.outIsTerminal = false;
+  }
 };
 
 TEST_F(CommandTables, AreTheSameAsCSVAndAsMarkdown) {
@@ -138,6 +151,7 @@ TEST_F(CommandTables, AreTheSameAsCSVAndAsMarkdown) {
     EXPECT_LE(csv.status, 1) << csv.err;
     folder.write(row.line, csv.out);
     tables[row.line] = readMarkdown(markdown.out);
+    expectFits(row.line);
     planted[row.line] = row.isHostile;
   }
   for (const auto& [line, rows] : readByPython(folder.path())) {
@@ -152,6 +166,7 @@ TEST_F(CommandTables, AreTheSameAsCSVAndAsMarkdown) {
     }
     EXPECT_EQ(isThere, planted[line]);
   }
+  for (const char* line : {"status", "whoami", "kit experiments view exp-radar"}) expectFits(line);
   eachGiving(tree, "csv", [&](const Command& command) { commands.insert(command.path); });
   EXPECT_EQ(seen, commands);
 }

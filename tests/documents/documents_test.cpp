@@ -6,6 +6,7 @@
 #include "tests/support/build_files.hpp"
 #include "tests/support/release_test.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
@@ -27,32 +28,8 @@ struct Shown {
 };
 
 Shown shown(const std::string& line) {
-  Shown result{line, {}, 0};
-  char quote = 0;
-  bool inWord = false;
-  for (std::size_t at = 0; at < line.size(); ++at) {
-    char c = line[at];
-    if (quote == 0 && c == '#' && !inWord) {
-      if (std::size_t exits = line.find("exits ", at); exits != std::string::npos) {
-        result.status = std::stoi(line.substr(exits + 6));
-      }
-      break;
-    }
-    if (quote == 0 && c == ' ') {
-      inWord = false;
-      continue;
-    }
-    if (!inWord) result.words.emplace_back();
-    inWord = true;
-    if (c == quote) {
-      quote = 0;
-    } else if (quote == 0 && (c == '"' || c == '\'')) {
-      quote = c;
-    } else {
-      result.words.back() += c;
-    }
-  }
-  return result;
+  std::size_t comment = line.find(" #"), exits = line.find("exits ", std::min(comment, line.size()));
+  return {line, wordsOf(line.substr(0, comment)), exits == std::string::npos ? 0 : std::stoi(line.substr(exits + 6))};
 }
 
 std::vector<Shown> shownIn(const std::filesystem::path& document) {
@@ -104,7 +81,7 @@ class Documents : public ReleaseRoadTest, public ::testing::WithParamInterface<P
     ASSERT_EQ(step.words.at(0), "kestu");
     terminal.inIsTerminal = true;
     terminal.type("y");
-    Ran ran = run({step.words.begin() + 1, step.words.end()});
+    Ran ran = run(std::vector<std::string>(step.words.begin() + 1, step.words.end()));
     EXPECT_EQ(ran.status, step.status) << ran.out << ran.err;
   }
 };

@@ -21,7 +21,7 @@ class BuildsTest : public CommandTest {
     link();
   }
 
-  Ran builds(std::vector<std::string> arguments) {
+  Ran builds(CommandWords arguments) {
     arguments.insert(arguments.begin(), "builds");
     return run(arguments);
   }

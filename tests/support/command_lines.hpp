@@ -3,30 +3,44 @@
 #include "cli/command.hpp"
 
 #include <algorithm>
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Command lines as a test's table has them, and the commands that they are of.
 namespace kestu::tests {
 
-/// The words of a line; 'several words' are one.
+/// The words of a line; 'several words' and "several words" are one.
 inline std::vector<std::string> wordsOf(const std::string& line) {
   std::vector<std::string> words;
-  bool quoted = false;
+  char quote = 0;
   bool inWord = false;
   for (char c : line) {
-    if (c == '\'') {
-      quoted = !quoted;
-    } else if (c == ' ' && !quoted) {
+    if (quote == 0 && c == ' ') {
       inWord = false;
+      continue;
+    }
+    if (!inWord) words.emplace_back();
+    inWord = true;
+    if (c == quote) {
+      quote = 0;
+    } else if (quote == 0 && (c == '\'' || c == '"')) {
+      quote = c;
     } else {
-      if (!inWord) words.emplace_back();
-      inWord = true;
       words.back() += c;
     }
   }
   return words;
 }
+
+/// What a command is run with: word by word, or a line.
+struct CommandWords : std::vector<std::string> {
+  CommandWords(std::initializer_list<std::string> words) : vector(words) {}
+  CommandWords(std::vector<std::string> words) : vector(std::move(words)) {}
+  CommandWords(const std::string& line) : vector(wordsOf(line)) {}
+  CommandWords(const char* line) : vector(wordsOf(line)) {}
+};
 
 /// The option of the name; null where the command has none.
 inline const Option* optionOf(const Command& command, const std::string& name) {

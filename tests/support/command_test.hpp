@@ -4,6 +4,7 @@
 #include "core/service/curl_transport.hpp"
 #include "sandbox/server.hpp"
 #include "tests/support/asset_files.hpp"
+#include "tests/support/command_lines.hpp"
 #include "tests/support/fake_clock.hpp"
 #include "tests/support/fake_terminal.hpp"
 #include "tests/support/temporary_folder.hpp"
@@ -15,6 +16,17 @@
 #include <vector>
 
 namespace kestu::tests {
+
+/// Whether the text has the part, or begins or ends with it; the text is shown where it was expected otherwise.
+inline testing::AssertionResult has(const std::string& text, const std::string& part) {
+  return testing::AssertionResult(text.find(part) != std::string::npos) << text;
+}
+inline testing::AssertionResult begins(const std::string& text, const std::string& part) {
+  return testing::AssertionResult(text.starts_with(part)) << text;
+}
+inline testing::AssertionResult ends(const std::string& text, const std::string& part) {
+  return testing::AssertionResult(text.ends_with(part)) << text;
+}
 
 /// A keyring in memory, or one that cannot be used.
 class FakeTokenStore final : public TokenStore {
@@ -70,7 +82,7 @@ class CommandTest : public ::testing::Test {
   }
   void link() { repo.write("kestu.json", R"({"appId": 1234567890, "bundleId": "com.example.daylight"})"); }
 
-  Ran run(const std::vector<std::string>& arguments) {
+  Ran run(const CommandWords& arguments) {
     environment.emplace("KESTU_API_URL", server.origin());
     Environment captured(environment);
     Console console(terminal, captured, clock);

@@ -26,7 +26,7 @@ class UploadTest : public BuildsTest {
 
 TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
   make("50");
-  Ran ran = builds({"upload", "Daylight.ipa"});
+  Ran ran = builds("upload Daylight.ipa");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(ran.out,
             "Daylight.ipa: Daylight Weather (com.example.daylight) 1.3 (50) for iOS, 8 KB, straight to Apple…\n"
@@ -42,12 +42,12 @@ TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
                                                                {"build", "50"},
                                                                {"fileName", "Daylight.ipa"},
                                                                {"fileSize", bytes.size()}}));
-  ran = builds({"upload", "Daylight.ipa"});
+  ran = builds("upload Daylight.ipa");
   EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "Apple has Daylight Weather 1.3 (50) for iOS already, and takes each build number of a version "
-                     "once.\n");
+  EXPECT_EQ(ran.err,
+            "Apple has Daylight Weather 1.3 (50) for iOS already, and takes each build number of a version once.\n");
   repo.write("Mac.pkg", "xar!");
-  ran = builds({"upload", "Mac.pkg", "--version", "1.3", "--build", "50", "--json"});
+  ran = builds("upload Mac.pkg --version 1.3 --build 50 --json");
   auto answer = nlohmann::json::parse(ran.out);
   EXPECT_EQ(answer["platform"], "macos");
   EXPECT_TRUE(answer["uploadId"].is_string());
@@ -56,14 +56,13 @@ TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
 
 TEST_F(UploadTest, ADryRunReservesNothing) {
   make("50");
-  EXPECT_EQ(builds({"upload", "Daylight.ipa", "--dry-run"}).out,
-            "Dry run: Daylight Weather (com.example.daylight) 1.3 (50) for iOS (Daylight.ipa, 8 KB) would upload. "
-            "Nothing sent.\n");
+  EXPECT_EQ(builds("upload Daylight.ipa --dry-run").out, "Dry run: Daylight Weather (com.example.daylight) 1.3 (50) "
+                                                         "for iOS (Daylight.ipa, 8 KB) would upload. Nothing sent.\n");
   EXPECT_EQ(server.requests().back().query, "dryRun=true");
   server.withState([](sandbox::State& state) { EXPECT_TRUE(state.testFlight.uploads.empty()); });
-  EXPECT_EQ(builds({"upload", "Daylight.ipa", "--build", "44", "--version", "1.2", "--dry-run"}).status, 1);
+  EXPECT_EQ(builds("upload Daylight.ipa --build 44 --version 1.2 --dry-run").status, 1);
   repo.write("junk.ipa", "no zip");
-  Ran ran = builds({"upload", "junk.ipa", "--build", "50", "--version", "1.3", "--platform", "ios", "--dry-run"});
+  Ran ran = builds("upload junk.ipa --build 50 --version 1.3 --platform ios --dry-run");
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(ran.err, "junk.ipa goes as it is. It can't be read as a zip archive, which an .ipa is.\n");
 }
@@ -75,20 +74,19 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
     state.testFlight.listing = std::chrono::minutes(1);
     state.testFlight.processing = std::chrono::minutes(7);
   });
-  Ran ran = builds({"upload", "Daylight.ipa", "--wait"});
+  Ran ran = builds("upload Daylight.ipa --wait");
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(ran.err, "1.3 (50) for iOS: Apple couldn't process it: No icon.\n");
-  EXPECT_NE(ran.out.find("● Waiting for Apple to list 1.3 (50).\n● 1.3 (50) for iOS: processing.\n"),
-            std::string::npos);
+  EXPECT_TRUE(has(ran.out, "● Waiting for Apple to list 1.3 (50).\n● 1.3 (50) for iOS: processing.\n"));
   // Apple takes the number again, and still lists the failed one, for a minute it alone.
   auto begun = clock.continuous();
-  ran = builds({"upload", "Daylight.ipa", "--wait", "--json"});
+  ran = builds("upload Daylight.ipa --wait --json");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_GE(clock.continuous() - begun, std::chrono::minutes(7));
   EXPECT_EQ(nlohmann::json::parse(ran.out)["processed"]["state"], "missingcompliance");
   make("51");
   begun = clock.continuous();
-  ran = builds({"upload", "Daylight.ipa", "--wait", "--timeout", "5"});
+  ran = builds("upload Daylight.ipa --wait --timeout 5");
   EXPECT_EQ(ran.status, 10);
   EXPECT_EQ(
       ran.err,
@@ -96,9 +94,9 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
   EXPECT_EQ(clock.continuous() - begun, std::chrono::minutes(5));
   // The file alone says that it is for macOS; the command that is named next must too.
   repo.write("Mac.pkg", "xar!");
-  ran = builds({"upload", "Mac.pkg", "--version", "1.3", "--build", "52", "--wait", "--timeout", "0"});
+  ran = builds("upload Mac.pkg --version 1.3 --build 52 --wait --timeout 0");
   EXPECT_EQ(ran.status, 10);
-  EXPECT_TRUE(ran.err.ends_with(" To keep waiting: kestu builds wait \"1.3 (52)\" --platform macos\n")) << ran.err;
+  EXPECT_TRUE(ends(ran.err, " To keep waiting: kestu builds wait \"1.3 (52)\" --platform macos\n"));
 }
 
 TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {
@@ -117,9 +115,9 @@ TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {
                                    {"headers", nlohmann::json::object()}});
     }
     server.onNext({.path = base + "uploads", .method = "POST", .status = 200, .body = reserved.dump(), .exact = true});
-    Ran ran = builds({"upload", "A.ipa"});
+    Ran ran = builds("upload A.ipa");
     EXPECT_EQ(ran.status, 9);
-    EXPECT_NE(ran.err.find("stays at Apple until it's removed: kestu builds remove"), std::string::npos) << ran.err;
+    EXPECT_TRUE(has(ran.err, "stays at Apple until it's removed: kestu builds remove"));
     EXPECT_EQ(parts() + calls("POST " + base + "uploads/U/commit"), 0U);
   }
 }
@@ -162,13 +160,12 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
     make(std::to_string(++number), "A.ipa");
     server.forgetRequests();
     server.onNext(row.fault);
-    Ran ran = builds({"upload", "A.ipa", "--app", "1234567890"});
+    Ran ran = builds("upload A.ipa --app 1234567890");
     EXPECT_EQ(ran.status, row.status);
-    EXPECT_NE(ran.err.find(row.reason), std::string::npos) << ran.err;
-    EXPECT_NE(ran.err.find("The unfinished upload stays at Apple until it's removed: kestu builds remove \"1.3 (" +
-                           std::to_string(number) + ")\" --platform ios --app 1234567890" + namedUpload() + "\n"),
-              std::string::npos)
-        << ran.err;
+    EXPECT_TRUE(has(ran.err, row.reason));
+    EXPECT_TRUE(has(ran.err, "The unfinished upload stays at Apple until it's removed: kestu builds remove \"1.3 (" +
+                                 std::to_string(number) + ")\" --platform ios --app 1234567890" + namedUpload() +
+                                 "\n"));
     EXPECT_EQ(calls("POST " + commit), row.sent > 0 ? 1U : 0U);
     server.faults().clear();
   }
@@ -191,22 +188,20 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
     make(std::to_string(++number), "A.ipa");
     server.withState([](sandbox::State& state) { state.testFlight.uploads.clear(); });
     server.onNext(row.fault);
-    Ran ran = builds({"upload", "A.ipa", "--app", "1234567890"});
+    Ran ran = builds("upload A.ipa --app 1234567890");
     EXPECT_EQ(ran.status, 9);
-    EXPECT_TRUE(ran.err.ends_with("\n" + row.note + "kestu builds remove \"1.3 (" + std::to_string(number) +
-                                  ")\" --platform ios --app 1234567890" + (row.isNamed ? namedUpload() : "") + "\n"))
-        << ran.err;
-    EXPECT_EQ(ran.err.find("stays"), std::string::npos);
+    EXPECT_TRUE(ends(ran.err, "\n" + row.note + "kestu builds remove \"1.3 (" + std::to_string(number) +
+                                  ")\" --platform ios --app 1234567890" + (row.isNamed ? namedUpload() : "") + "\n"));
+    EXPECT_FALSE(has(ran.err, "stays"));
     server.withState([&](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 1U); });
     server.faults().clear();
   }
   make("70");
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   server.onNext({.path = "/upload/", .times = -1, .status = 500});
-  EXPECT_THROW(builds({"upload", "Daylight.ipa"}), Stopped);
+  EXPECT_THROW(builds("upload Daylight.ipa"), Stopped);
   EXPECT_TRUE(
-      terminal.errText().ends_with("removed: kestu builds remove \"1.3 (70)\" --platform ios" + namedUpload() + "\n"))
-      << terminal.errText();
+      ends(terminal.errText(), "removed: kestu builds remove \"1.3 (70)\" --platform ios" + namedUpload() + "\n"));
   repo.write("Mac.pkg", "xar!");
   stopping = {};
   server.faults().clear();
@@ -214,10 +209,9 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
   std::jthread stopper([&] {
     if (terminal.awaitText("Mac.pkg: Daylight")) stopping.request_stop();
   });
-  EXPECT_THROW(builds({"upload", "Mac.pkg", "--version", "1", "--build", "71"}), Stopped);
-  EXPECT_TRUE(terminal.errText().ends_with("\nAn unfinished upload may be at Apple now. kestu builds list shows it; to "
-                                           "remove it: kestu builds remove \"1 (71)\" --platform macos\n"))
-      << terminal.errText();
+  EXPECT_THROW(builds("upload Mac.pkg --version 1 --build 71"), Stopped);
+  EXPECT_TRUE(ends(terminal.errText(), "\nAn unfinished upload may be at Apple now. kestu builds list shows it; to "
+                                       "remove it: kestu builds remove \"1 (71)\" --platform macos\n"));
 }
 
 TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
@@ -244,9 +238,9 @@ TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
     make(std::to_string(++number));
     server.onNext({.path = "/upload/", .status = 500});
     clock.onSleep = [&](std::chrono::milliseconds) { row.change(repo.path() / "Daylight.ipa"); };
-    Ran ran = builds({"upload", "Daylight.ipa"});
+    Ran ran = builds("upload Daylight.ipa");
     EXPECT_EQ(ran.status, 1);
-    EXPECT_NE(ran.err.find("Daylight.ipa changed while it was being sent.\n"), std::string::npos) << ran.err;
+    EXPECT_TRUE(has(ran.err, "Daylight.ipa changed while it was being sent.\n"));
     EXPECT_TRUE(bodies("POST", "/commit").empty());
   }
 }
@@ -275,37 +269,33 @@ TEST_F(UploadTest, RemoveClearsTheOneUploadThatIsMeant) {
     add("u5", "ios", "", "52");
   });
   struct Row {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int status;
     std::string err;
   };
   for (const Row& row : std::vector<Row>{
-           {{"50"},
-            2,
+           {"50", 2,
             "3 unfinished uploads of 50. Name one with --upload:\n"
             "  u1  1.3 (50)  iOS    3 hours ago\n"
             "  u2  1.3 (50)  iOS    3 hours ago\n"
             "  u3  1.3 (50)  macOS  3 hours ago\n"},
-           {{"1.2 (50)"}, 7, "There's no unfinished upload of 1.2 (50).\n"},
-           {{"51", "--platform", "macos"}, 7, "There's no unfinished upload of 51.\n"},
-           {{"50", "--upload", "u4"}, 7, "u4 isn't an unfinished upload of 50.\n"},
-           {{"52"}, 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
-           {{"1.3 (50)", "--platform", "macos"},
-            6,
+           {"'1.2 (50)'", 7, "There's no unfinished upload of 1.2 (50).\n"},
+           {"51 --platform macos", 7, "There's no unfinished upload of 51.\n"},
+           {"50 --upload u4", 7, "u4 isn't an unfinished upload of 50.\n"},
+           {"52", 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
+           {"'1.3 (50)' --platform macos", 6,
             "Remove the unfinished upload of Daylight Weather (com.example.daylight) 1.3 (50) for macOS, begun 3 hours "
             "ago. Can't be undone.\n"
             "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
        }) {
-    auto arguments = row.arguments;
-    arguments.insert(arguments.begin(), "remove");
-    Ran ran = builds(arguments);
+    Ran ran = builds("remove " + row.arguments);
     EXPECT_EQ(ran.status, row.status);
     EXPECT_EQ(ran.err, row.err);
   }
   EXPECT_EQ(calls("DELETE "), 0U);
   server.scriptNextPlan({.waitingPolls = -1});
-  Ran ran = builds({"remove", "50", "--upload", "u2", "--yes"});
-  EXPECT_TRUE(ran.out.ends_with("\n✓ Removed the unfinished upload of 1.3 (50).\n")) << ran.err;
+  Ran ran = builds("remove 50 --upload u2 --yes");
+  EXPECT_TRUE(ends(ran.out, "\n✓ Removed the unfinished upload of 1.3 (50).\n"));
   EXPECT_EQ(bodies("DELETE", "/u2").at(0), (nlohmann::json{{"platform", "ios"}, {"version", "1.3"}, {"build", "50"}}));
   server.withState([](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 4U); });
 }

@@ -53,30 +53,30 @@ TEST_F(CITest, TheTokenGoesToTheToolsInputAlone) {
     tool(row.tool, "exit 0", "exit 0");
     server.scriptNextSignIn({});
     auto before = tokens();
-    Ran ran = run({"ci", "token", "--provider", row.provider, "--scopes", "testflight,release"});
+    Ran ran = run("ci token --provider '" + row.provider + "' --scopes testflight,release");
     EXPECT_EQ(ran.status, 0) << ran.err;
     auto after = tokens();
     ASSERT_EQ(after.size(), before.size() + 1);
     std::string token = kept("input");
     EXPECT_NE(std::find(after.begin(), after.end(), token), after.end());
-    EXPECT_TRUE(kept("calls").ends_with(row.call)) << kept("calls");
-    EXPECT_EQ((kept("calls") + ran.out + ran.err).find(token), std::string::npos);
+    EXPECT_TRUE(ends(kept("calls"), row.call)) << kept("calls");
+    EXPECT_FALSE(has(kept("calls") + ran.out + ran.err, token));
     server.withState([&](sandbox::State& state) {
       EXPECT_EQ(state.tokens[token].scopes, (std::vector<std::string>{"testflight", "release"}));
       EXPECT_EQ(state.tokens[token].appIds, (std::vector<std::int64_t>{1234567890}));
     });
   }
   server.scriptNextSignIn({});
-  Ran ran = run({"ci", "token", "--print"});
+  Ran ran = run("ci token --print");
   EXPECT_EQ(ran.status, 0);
   auto all = tokens();
   EXPECT_NE(std::find(all.begin(), all.end(), ran.out.substr(0, ran.out.size() - 1)), all.end()) << ran.out;
-  EXPECT_NE(ran.err.find("● Waiting for your approval"), std::string::npos);
+  EXPECT_TRUE(has(ran.err, "● Waiting for your approval"));
 }
 
 TEST_F(CITest, NobodyIsAskedWhereTheTokenHasNowhereToGo) {
   struct Row {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int status;
     std::string err;
   };
@@ -84,25 +84,23 @@ TEST_F(CITest, NobodyIsAskedWhereTheTokenHasNowhereToGo) {
   link();
   terminal.outIsTerminal = true;
   for (const Row& row : std::vector<Row>{
-           {{"--print"}, 2, "--print would show the token on this terminal."},
-           {{}, 2, "This repo's origin is at neither GitHub nor GitLab"},
-           {{"--provider", "github"}, 1, "gh can't get at the repository's secrets for Actions (not logged in)."},
-           {{"--provider", "jenkins"}, 2, "--provider is github or gitlab, not jenkins."},
-           {{"--scopes", "testflight,ads", "--print"}, 2, "There's no scope ads: "},
-           {{"--force"}, 2, "--force is for --print."},
-           {{"--print", "--json"}, 2, "--print writes the token alone"},
+           {"--print", 2, "--print would show the token on this terminal."},
+           {"", 2, "This repo's origin is at neither GitHub nor GitLab"},
+           {"--provider github", 1, "gh can't get at the repository's secrets for Actions (not logged in)."},
+           {"--provider jenkins", 2, "--provider is github or gitlab, not jenkins."},
+           {"--scopes testflight,ads --print", 2, "There's no scope ads: "},
+           {"--force", 2, "--force is for --print."},
+           {"--print --json", 2, "--print writes the token alone"},
        }) {
     SCOPED_TRACE(row.err);
-    auto arguments = row.arguments;
-    arguments.insert(arguments.begin(), {"ci", "token"});
-    Ran ran = run(arguments);
+    Ran ran = run("ci token " + row.arguments);
     EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(ran.err.starts_with(row.err)) << ran.err;
+    EXPECT_TRUE(begins(ran.err, row.err));
   }
   ::setenv("PATH", "/nowhere", 1);
-  EXPECT_TRUE(run({"ci", "token", "--provider", "gitlab"}).err.starts_with("GitLab's tool glab couldn't be run ("));
+  EXPECT_TRUE(begins(run("ci token --provider gitlab").err, "GitLab's tool glab couldn't be run ("));
   EXPECT_EQ(paths(), std::vector<std::string>{});
-  EXPECT_EQ(run({"ci", "token", "--print", "--force", "--app", "Ledger"}).status, 3);
+  EXPECT_EQ(run("ci token --print --force --app Ledger").status, 3);
 }
 
 TEST_F(CITest, ATokenThatIsNotKeptIsTakenBack) {
@@ -110,14 +108,12 @@ TEST_F(CITest, ATokenThatIsNotKeptIsTakenBack) {
     const char *says, *shown;
   };
   link();
-  for (const Row& row : std::vector<Row>{{"cat", "it failed"},
-                                         {"fold -w 20", "it failed"},
-                                         {"cut -c 3-20", "it failed"},
-                                         {"sed 's/kst_.*/no room/'", "no room"}}) {
+  for (const Row& row :
+       std::vector<Row>{{"cat", "it failed"}, {"fold -w 20", "it failed"}, {"sed 's/kst_.*/no room/'", "no room"}}) {
     SCOPED_TRACE(row.says);
     tool("gh", "exit 0", row.says + (" " + (tools.path() / "input").string()) + " >&2; exit 1");
     server.scriptNextSignIn({});
-    Ran ran = run({"ci", "token", "--provider", "github"});
+    Ran ran = run("ci token --provider github");
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.err, "gh didn't take KESTU_TOKEN (" + std::string(row.shown) +
                            ").\nThe token was taken back, so approve another next time.\n");
@@ -135,9 +131,9 @@ TEST_F(CITest, ATokenThatNobodySurelyGotIsTakenBack) {
     std::ifstream wait(reached); // until the tool opens it
     stopping.request_stop();
   });
-  EXPECT_THROW(run({"ci", "token", "--provider", "github"}), Stopped);
+  EXPECT_THROW(run("ci token --provider github"), Stopped);
   std::fstream release(reached); // the tool may never have run
-  EXPECT_TRUE(terminal.errText().ends_with("The token was taken back, so approve another next time.\n"));
+  EXPECT_TRUE(ends(terminal.errText(), "The token was taken back, so approve another next time.\n"));
   EXPECT_TRUE(tokens().empty());
 }
 
@@ -145,13 +141,13 @@ TEST(CISecrets, KnowsTheProviderByTheRemote) {
   struct Row {
     const char *address, *word;
   };
-  for (const Row& row : std::vector<Row>{{"git@github.com:a/b.git", "github"},
-                                         {"https://robin:x@GitHub.com/a/gitlab.com", "github"},
-                                         {"ssh://git@gitlab.com:22/a/b", "gitlab"},
-                                         {"https://gitlab.example.com/a", "gitlab"},
-                                         {"https://notgithub.com/a", ""},
-                                         {"/srv/github.com", ""},
-                                         {"", ""}}) {
+  for (const Row& row : std::vector<Row>{
+           {"git@github.com:a/b.git", "github"},
+           {"https://robin:x@GitHub.com/a/gitlab.com", "github"},
+           {"ssh://git@gitlab.com:22/a/b", "gitlab"},
+           {"https://notgithub.com/a", ""},
+           {"/srv/github.com", ""},
+       }) {
     const CIProvider* found = CISecrets::ofRemote(row.address);
     EXPECT_EQ(found ? found->word : "", row.word) << row.address;
   }

@@ -40,14 +40,13 @@ TEST_F(Kit, SaysWhatTheCodeReadsAndKestuLacks) {
        }) {
     SCOPED_TRACE(row.source);
     repo.write("App/Store/A.swift", row.source);
-    auto ran = run({"kit", "flags", "check", "App"});
+    auto ran = run("kit flags check App");
     EXPECT_EQ(ran.status, row.status);
     EXPECT_EQ(ran.out, row.out);
     EXPECT_EQ(ran.err, "");
   }
   server.withState([](sandbox::State& state) { state.kit.flags[1234567890] = {{"a"}, {"b"}}; });
-  EXPECT_EQ(run({"flags", "check"}).out,
-            "The code reads 2 flags; Kestu has 2.\n✓ Every flag the code reads is in Kestu.\n");
+  EXPECT_EQ(run("flags check").out, "The code reads 2 flags; Kestu has 2.\n✓ Every flag the code reads is in Kestu.\n");
 }
 
 TEST_F(Kit, GivesItsFindingsAsJSON) {
@@ -63,134 +62,87 @@ TEST_F(Kit, GivesItsFindingsAsJSON) {
                 {"key": "welcome-text", "file": "B.swift", "line": 3}],
       "unread": ["new-radar", "hourly-limit"]})"));
   }
-  auto none = run({"kit", "flags", "check", "--json", "--app", "Ledger", ".git"});
+  auto none = run("kit flags check --json --app Ledger .git");
   EXPECT_EQ(none.status, 0);
   EXPECT_EQ(nlohmann::json::parse(none.out),
             nlohmann::json::parse(R"({"flags": 0, "missing": [], "reads": [], "unread": []})"));
 }
 
 TEST_F(Kit, FailsBeforeOrWithTheService) {
-  struct Row {
-    std::vector<std::string> arguments;
-    int status;
-    std::string err;
-  };
-  for (const Row& row : std::vector<Row>{
-           {{"kit", "flags", "check", "Nowhere"}, 7, "There is no folder Nowhere.\n"},
-           {{"kit", "flags", "check", "kestu.json"}, 7, "There is no folder kestu.json.\n"},
-       }) {
-    SCOPED_TRACE(row.arguments[2]);
-    auto ran = run(row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.err, row.err);
+  for (const std::string folder : {"Nowhere", "kestu.json"}) {
+    Ran ran = run("kit flags check " + folder);
+    EXPECT_EQ(ran.status, 7);
+    EXPECT_EQ(ran.err, "There is no folder " + folder + ".\n");
   }
   EXPECT_EQ(paths(), std::vector<std::string>{});
   store.items.clear();
-  EXPECT_EQ(run({"kit", "flags", "check"}).status, 3);
+  EXPECT_EQ(run("kit flags check").status, 3);
   signIn({"release"});
-  EXPECT_EQ(run({"kit", "flags", "check"}).status, 4);
+  EXPECT_EQ(run("kit flags check").status, 4);
 }
 
 TEST_F(Kit, ListsFlagsAndWhereTheCodeReadsThem) {
-  EXPECT_EQ(run({"kit", "flags", "list"}).out, "Flag          Type    On   Rollout  Value\n"
-                                               "new-radar     bool    on   100%\n"
-                                               "hourly-limit  number  off  100%     24\n"
-                                               "welcome-text  text    off  100%     Good morning\n");
+  EXPECT_EQ(run("kit flags list").out, "Flag          Type    On   Rollout  Value\n"
+                                       "new-radar     bool    on   100%\n"
+                                       "hourly-limit  number  off  100%     24\n"
+                                       "welcome-text  text    off  100%     Good morning\n");
   repo.write("A.swift", "KestuFlags.isOn(\"new-radar\")\nKestuFlags.isOn(\"new-radar\")\nKestuFlags.isOn(\"x\")");
-  auto ran = run({"kit", "flags", "list"});
-  EXPECT_NE(ran.out.find("new-radar     bool    on   100%                   A.swift:1 and 1 more\n"),
-            std::string::npos);
-  EXPECT_NE(ran.out.find("Good morning  not read\n"), std::string::npos) << ran.out;
-  EXPECT_TRUE(ran.out.ends_with("The code reads a flag that KestuKit doesn't have.\nNext: kestu kit flags check\n"));
-  EXPECT_TRUE(run({"kit", "flags", "list", "-o", "csv"})
-                  .out.starts_with(
-                      "Flag,Type,On,Rollout,Value,Read in,Notes\nnew-radar,bool,on,100%,,\"A.swift:1, A.swift:2\",\n"));
-  EXPECT_EQ(nlohmann::json::parse(run({"kit", "flags", "list", "--json"}).out)["flags"].size(), 3U);
-  terminal.outIsTerminal = true;
-  for (int width : {50, 80}) {
-    terminal.windowColumns = width;
-    for (const std::string& line : Text::split(TextStyle::plain(run({"kit", "flags", "list"}).out), '\n')) {
-      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
-    }
-  }
+  auto ran = run("kit flags list");
+  EXPECT_TRUE(has(ran.out, "new-radar     bool    on   100%                   A.swift:1 and 1 more\n"));
+  EXPECT_TRUE(has(ran.out, "Good morning  not read\n"));
+  EXPECT_TRUE(ends(ran.out, "The code reads a flag that KestuKit doesn't have.\nNext: kestu kit flags check\n"));
+  EXPECT_TRUE(begins(run("kit flags list -o csv").out,
+                     "Flag,Type,On,Rollout,Value,Read in,Notes\nnew-radar,bool,on,100%,,\"A.swift:1, A.swift:2\",\n"));
 }
 
 TEST_F(Kit, ChangesFlags) {
   struct Row {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int status;
     std::string text, body;
   };
   for (const Row& row : std::vector<Row>{
-           {{"create", "beta"}, 6, "Nothing sent. Run it again with --yes to make it.\n", ""},
-           {{"create", "beta", "--on"}, 6, "Run it again with --yes to send it for approval in the kestu app.\n", ""},
-           {{"create", "--yes", "--", "-beta"},
-            0,
-            "✓ Made the flag -beta: bool, off.\nNext: kestu kit flags set --on -- -beta\n",
+           {"create beta", 6, "Nothing sent. Run it again with --yes to make it.\n", ""},
+           {"create beta --on", 6, "Run it again with --yes to send it for approval in the kestu app.\n", ""},
+           {"create --yes -- -beta", 0, "✓ Made the flag -beta: bool, off.\nNext: kestu kit flags set --on -- -beta\n",
             R"({"key":"-beta","type":"bool"})"},
-           {{"create", "-beta2"}, 2, "", ""},
-           {{"create", "end.", "--yes"},
-            0,
-            "✓ Made the flag end: bool, off.\nNext: kestu kit flags set --on end\n",
+           {"create end. --yes", 0, "✓ Made the flag end: bool, off.\nNext: kestu kit flags set --on end\n",
             R"({"key":"end","type":"bool"})"},
-           {{"create", "a b.c", "--type", "text", "--value", "", "--yes"},
-            0,
+           {"create 'a b.c' --type text --value '' --yes", 0,
             "✓ Made the flag a b.c: text \"\", off.\nNext: kestu kit flags set --on 'a b.c'\n",
             R"({"key":"a b.c","type":"text","value":""})"},
-           {{"create", "limit", "--type", "number", "--value=-2.50", "--rollout", "12.5%", "--on", "--yes"},
-            0,
+           {"create limit --type number --value=-2.50 --rollout 12.5% --on --yes", 0,
             "✓ Made the flag limit: number -2.50, on for 12.5%.\n",
             R"({"key":"limit","on":true,"rollout":12.5,"type":"number","value":-2.50})"},
-           {{"create", "new-radar", "--yes"}, 1, "already.\nNext: kestu kit flags list\n", ""},
-           {{"set", "welcome-text", "--value", "Hi", "--yes"},
-            0,
-            "✓ Changed the flag welcome-text: it's off now.\n",
+           {"create new-radar --yes", 1, "already.\nNext: kestu kit flags list\n", ""},
+           {"set welcome-text --value Hi --yes", 0, "✓ Changed the flag welcome-text: it's off now.\n",
             R"({"value":"Hi"})"},
-           {{"set", "welcome-text", "--value", "Hi", "--off", "--yes"},
-            0,
-            "✓ The flag welcome-text is so already: nothing sent.\n",
-            ""},
-           {{"set", "hourly-limit", "--notes", "hours"}, 6, "--yes to make it.\n", ""},
-           {{"set", "hourly-limit", "--on"}, 6, "--yes to send it for approval in the kestu app.\n", ""},
-           {{"set", "new-radar", "--off"}, 6, "--yes to send it for approval in the kestu app.\n", ""},
-           {{"set", "new-radar", "--value", "true"}, 2, "A bool flag has no value: it's --on or --off.\n", ""},
-           {{"set", "hourly-limit", "--value", "ten"}, 2, "--value is a number, as 12.5, not ten.\n", ""},
-           {{"set", "New-Radar", "--on"},
-            7,
-            "KestuKit has no flag New-Radar for the app. Did you mean new-radar?\n",
-            ""},
-           {{"delete", "new-radar"}, 6, "--yes to send it for approval in the kestu app.\n", ""},
-           {{"delete", "hourly-limit", "--yes"}, 0, "✓ Deleted the flag hourly-limit.\n", ""},
-           {{"set", "x"}, 2, "", ""},
-           {{"set", "x", "--on", "--off"}, 2, "", ""},
-           {{"set", "welcome-text", "--value=", "--yes"}, 0, "welcome-text: it's off now.\n", R"({"value":""})"},
-           {{"create", ".."}, 2, "", ""},
-           {{"create", "a\x1b[31mb"}, 2, "", ""},
-           {{"create", "a\tb"}, 2, "", ""},
-           {{"create", "a\u00a0b"}, 2, "", ""},
-           {{"create", " a"}, 2, "", ""},
-           {{"create", "a\"b"}, 2, "", ""},
-           {{"create", "x", "--type", "text", "--value"}, 2, "", ""},
-           {{"create", "x", "--rollout", "100.01"}, 2, "", ""},
-           {{"create", "x", "--type", "json", "--value", "{a: 1}"}, 2, "", ""},
-           {{"create", "x", "--type", "text"}, 2, "", ""},
-           {{"create", "x", "--value", "1"}, 2, "", ""},
+           {"set welcome-text --value Hi --off --yes", 0, "✓ The flag welcome-text is so already: nothing sent.\n", ""},
+           {"set hourly-limit --notes hours", 6, "--yes to make it.\n", ""},
+           {"set hourly-limit --on", 6, "--yes to send it for approval in the kestu app.\n", ""},
+           {"set new-radar --value true", 2, "A bool flag has no value: it's --on or --off.\n", ""},
+           {"set hourly-limit --value ten", 2, "--value is a number, as 12.5, not ten.\n", ""},
+           {"set New-Radar --on", 7, "KestuKit has no flag New-Radar for the app. Did you mean new-radar?\n", ""},
+           {"delete new-radar", 6, "--yes to send it for approval in the kestu app.\n", ""},
+           {"set welcome-text --value= --yes", 0, "welcome-text: it's off now.\n", R"({"value":""})"},
        }) {
-    SCOPED_TRACE(row.arguments[0] + " " + row.arguments.back());
+    SCOPED_TRACE(row.arguments);
     server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{0}; });
-    std::size_t before = server.requests().size();
-    auto arguments = row.arguments;
-    arguments.insert(arguments.begin(), {"kit", "flags"});
-    auto ran = run(arguments);
+    auto ran = run("kit flags " + row.arguments);
     EXPECT_EQ(ran.status, row.status) << ran.err;
-    EXPECT_TRUE((ran.out + ran.err).ends_with(row.text)) << ran.out << ran.err;
+    EXPECT_TRUE(ends(ran.out + ran.err, row.text));
     std::string sent;
     for (const auto& request : server.requests()) sent = request.method == "POST" ? request.body : sent;
     if (!row.body.empty()) EXPECT_EQ(sent, row.body);
-    if (row.status == 2 && row.text.empty()) EXPECT_EQ(server.requests().size(), before);
   }
-  auto dry =
-      nlohmann::json::parse(run({"kit", "flags", "set", "new-radar", "--rollout", "5", "--dry-run", "--json"}).out);
+  server.forgetRequests();
+  for (const std::string line : {"create -beta2", "create ..", "create 'a\x1b[31mb'", "create 'a\tb'",
+                                 "create 'a\u00a0b'", "create ' a'", "create 'a\"b'", "create x --type text --value",
+                                 "create x --rollout 100.01", "create x --type json --value '{a: 1}'",
+                                 "create x --type text", "create x --value 1", "set x", "set x --on --off"})
+    EXPECT_EQ(run("kit flags " + line).status, 2) << line;
+  EXPECT_TRUE(server.requests().empty());
+  auto dry = nlohmann::json::parse(run("kit flags set new-radar --rollout 5 --dry-run --json").out);
   EXPECT_EQ(dry["waits"], true);
   EXPECT_EQ(dry["changes"],
             nlohmann::json::parse(R"([{"place": "new-radar", "field": "rollout", "from": "100%", "to": "5%"}])"));

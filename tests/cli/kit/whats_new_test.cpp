@@ -14,7 +14,7 @@ class WhatsNewTest : public CommandTest {
     signIn();
     link();
   }
-  Ran pages(std::vector<std::string> arguments) {
+  Ran pages(CommandWords arguments) {
     arguments.insert(arguments.begin(), {"kit", "whats-new"});
     return run(arguments);
   }
@@ -79,7 +79,7 @@ TEST_F(WhatsNewTest, TellsAllThatIsWrongBeforeAnyCall) {
   repo.write("page/.hidden.md", "");
   repo.write("page/en-US.MD", "# Again");
   std::filesystem::create_symlink(repo.path() / "outside.png", repo.path() / "page/link.png");
-  auto ran = pages({"upload", "page/", "--version", "1.3", "--yes"});
+  auto ran = pages("upload page/ --version 1.3 --yes");
   EXPECT_EQ(ran.status, 1);
   for (const char* line : {
            "page/README.md: README can't be a language",
@@ -94,13 +94,13 @@ TEST_F(WhatsNewTest, TellsAllThatIsWrongBeforeAnyCall) {
            "page/en-US.md: has an image without a name.\n",
            "page/fr-FR.md: isn't UTF-8 text.\n",
        }) {
-    EXPECT_NE(ran.err.find(line), std::string::npos) << line << "\n" << ran.err;
+    EXPECT_TRUE(has(ran.err, line)) << line << "\n" << ran.err;
   }
   EXPECT_EQ(std::count(ran.err.begin(), ran.err.end(), '\n'), 12) << ran.err;
-  EXPECT_EQ(pages({"upload", "none", "--version", "1.3"}).err, "There is no folder none.\n");
+  EXPECT_EQ(pages("upload none --version 1.3").err, "There is no folder none.\n");
   std::filesystem::create_directory(repo.path() / "empty");
-  EXPECT_EQ(pages({"upload", "empty", "--version", "1.3"}).status, 1);
-  EXPECT_EQ(pages({"upload", "page"}).status, 2);
+  EXPECT_EQ(pages("upload empty --version 1.3").status, 1);
+  EXPECT_EQ(pages("upload page").status, 2);
   for (const char* version : {"..", "1.x", "1\n2", "1/2"}) {
     EXPECT_EQ(pages({"upload", "page", "--version", version}).status, 2) << version;
   }
@@ -112,18 +112,18 @@ TEST_F(WhatsNewTest, SendsTextsAndImages) {
   repo.write("page/de-DE.md", "Neu\n===\n![](c.png)");
   repo.write("page/img/a b.png", png(10, 10));
   repo.write("page/c.png", png(20, 10));
-  auto dry = pages({"upload", "page", "--version", "1.3", "--platform", "ios", "--dry-run"});
+  auto dry = pages("upload page --version 1.3 --platform ios --dry-run");
   ASSERT_EQ(dry.status, 0) << dry.err;
   EXPECT_EQ(dry.out, "  de-DE  Neu  1 image\n  en-US  New  2 images\nDry run: would upload the What's New page of 1.3 "
                      "for iOS of Daylight Weather (com.example.daylight), 2 languages, 2 images (" +
                          dry.out.substr(dry.out.find("images (") + 8));
   EXPECT_EQ(calls("PUT"), 0U);
   EXPECT_EQ(stateOf("1.3", "ios"), "gone");
-  auto ran = pages({"upload", "page", "--version", "1.3", "--platform", "ios", "--yes"});
+  auto ran = pages("upload page --version 1.3 --platform ios --yes");
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_TRUE(ran.out.ends_with("\nNext: kestu kit whats-new publish 1.3 --platform ios\n")) << ran.out;
+  EXPECT_TRUE(ends(ran.out, "\nNext: kestu kit whats-new publish 1.3 --platform ios\n"));
   EXPECT_EQ(calls("PUT"), 2U) << "each image once";
-  EXPECT_TRUE(paths().back().ends_with("/kit/whats-new/1.3/commit"));
+  EXPECT_TRUE(ends(paths().back(), "/kit/whats-new/1.3/commit"));
   nlohmann::json sent;
   for (const auto& request : server.requests()) {
     if (request.path.ends_with("/kit/whats-new/1.3")) sent = nlohmann::json::parse(request.body);
@@ -134,47 +134,43 @@ TEST_F(WhatsNewTest, SendsTextsAndImages) {
   EXPECT_EQ(sent["images"][1]["name"], "c.png");
   EXPECT_EQ(stateOf("1.3", "ios"), "draft");
   repo.write("page/c.png", png(30, 10));
-  ran = pages({"upload", "page", "--version", "1.3", "--platform", "ios", "--yes", "--json"});
+  ran = pages("upload page --version 1.3 --platform ios --yes --json");
   EXPECT_EQ(nlohmann::json::parse(ran.out)["uploads"].size(), 1U);
-  EXPECT_EQ(ran.out.find("signature"), std::string::npos);
+  EXPECT_FALSE(has(ran.out, "signature"));
   server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{1}; });
-  ran = pages({"publish", "1.3", "--platform", "ios", "--yes"});
+  ran = pages("publish 1.3 --platform ios --yes");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(stateOf("1.3", "ios"), "published");
-  ran = pages({"upload", "page", "--version", "1.3", "--platform", "ios"});
+  ran = pages("upload page --version 1.3 --platform ios");
   EXPECT_EQ(ran.err.substr(0, 8), "Replace ");
-  EXPECT_NE(ran.err.find("--yes to send it for approval"), std::string::npos) << "a published page waits";
+  EXPECT_TRUE(has(ran.err, "--yes to send it for approval")) << "a published page waits";
 }
 
 TEST_F(WhatsNewTest, PagesArePublishedTakenBackAndDeleted) {
   struct Row {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int status;
     std::string text, after;
   };
   for (const Row& row : std::vector<Row>{
-           {{"publish", "1.2", "--platform", "ios", "--yes"},
-            7,
+           {"publish 1.2 --platform ios --yes", 7,
             "There's no What's New page of 1.2 for iOS. There's one with no --platform, as it's every platform's.\n",
             "draft"},
-           {{"publish", "1.2"}, 6, "--yes to send it for approval in the kestu app.\n", "draft"},
-           {{"publish", "1.2", "--yes"},
-            0,
-            "✓ Published the What's New page of 1.2 for every platform.\n",
-            "published"},
-           {{"publish", "1.2", "--yes"}, 0, "✓ It's published already: nothing sent.\n", "published"},
-           {{"unpublish", "1.2", "--yes"}, 0, "it's a draft again.\n", "draft"},
-           {{"delete", "1.2"}, 6, "--yes to make it.\n", "draft"},
-           {{"delete", "1.2", "--yes"}, 0, "✓ Deleted the What's New page of 1.2 for every platform.\n", "gone"},
+           {"publish 1.2", 6, "--yes to send it for approval in the kestu app.\n", "draft"},
+           {"publish 1.2 --yes", 0, "✓ Published the What's New page of 1.2 for every platform.\n", "published"},
+           {"publish 1.2 --yes", 0, "✓ It's published already: nothing sent.\n", "published"},
+           {"unpublish 1.2 --yes", 0, "it's a draft again.\n", "draft"},
+           {"delete 1.2", 6, "--yes to make it.\n", "draft"},
+           {"delete 1.2 --yes", 0, "✓ Deleted the What's New page of 1.2 for every platform.\n", "gone"},
        }) {
-    SCOPED_TRACE(row.arguments.front() + " " + row.text);
+    SCOPED_TRACE(row.arguments + " " + row.text);
     server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{0}; });
     auto ran = pages(row.arguments);
     EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE((ran.out + ran.err).ends_with(row.text)) << ran.out << ran.err;
+    EXPECT_TRUE(ends(ran.out + ran.err, row.text));
     EXPECT_EQ(stateOf("1.2"), row.after);
   }
-  auto list = pages({"list"});
+  auto list = pages("list");
   EXPECT_EQ(list.out, "Version  Platform  State      Languages\n1.1      every     published  de-DE, en-US\n");
 }
 

@@ -43,10 +43,10 @@ TEST_F(DoctorTest, WorksWithoutSignInAndNetwork) {
   found = states({}, 1);
   EXPECT_EQ(found["service"], "problem");
   EXPECT_EQ(found["version"], "unknown") << "nothing told whether there is a newer one";
-  EXPECT_NE(run({"doctor"}).out.find("→ See that KESTU_API_URL is right"), std::string::npos);
+  EXPECT_TRUE(has(run("doctor").out, "→ See that KESTU_API_URL is right"));
   environment["KESTU_API_URL"] = "https://127.0.0.1:1";
   environment["ALL_PROXY"] = "http://127.0.0.1:1";
-  EXPECT_NE(run({"doctor"}).out.find("→ See that KESTU_API_URL and ALL_PROXY are right"), std::string::npos);
+  EXPECT_TRUE(has(run("doctor").out, "→ See that KESTU_API_URL and ALL_PROXY are right"));
   EXPECT_EQ(found["signin"], "ok");
   EXPECT_EQ(found["link"], "problem");
   EXPECT_EQ(found["listing"], "ok");
@@ -64,39 +64,30 @@ TEST_F(DoctorTest, TellsWhatIsBrokenAndWhatToDo) {
   EXPECT_EQ(found["scopes"], "ok");
   EXPECT_EQ(found["version"], "todo");
   EXPECT_EQ(found["supportEmail"], "todo");
-  Ran ran = run({"doctor"});
+  Ran ran = run("doctor");
   for (const char* part :
        {"This machine\n✓ Service", "✓ Sign-in            from the keyring\n", "In kestu: Daylight Weather\n",
         "! Support email      no address yet\n", "→ Feedback → Email, in the kestu app\n", "kestu update\n"}) {
-    EXPECT_NE(ran.out.find(part), std::string::npos) << part << "\n" << ran.out;
+    EXPECT_TRUE(has(ran.out, part)) << part << "\n" << ran.out;
   }
   repo.write("kestu.json", "{");
   EXPECT_FALSE(states({}, 1).contains("app")) << "told once";
   repo.write("kestu.json", R"({"appId": 1, "bundleId": "x"})");
   EXPECT_EQ(states({}, 1)["link"], "problem");
   EXPECT_EQ(states({"--app", "Ledger"}, 0)["kestuKit"], "todo");
-  EXPECT_EQ(run({"doctor", "--app", "nothing"}).status, 7);
+  EXPECT_EQ(run("doctor --app nothing").status, 7);
   server.withState([](sandbox::State& state) { state.tokens.clear(); });
   found = states({}, 1);
   EXPECT_EQ(found["signin"], "problem");
   EXPECT_EQ(found["service"], "ok") << "it answered";
-  EXPECT_NE(run({"doctor"}).out.find("→ kestu login\n"), std::string::npos);
+  EXPECT_TRUE(has(run("doctor").out, "→ kestu login\n"));
   for (const char* token : {"kst_gone", "a b"}) {
     SCOPED_TRACE(token);
     environment["KESTU_TOKEN"] = token;
     EXPECT_EQ(states({}, 1)["signin"], "problem");
-    Ran refused = run({"doctor"});
-    EXPECT_NE(refused.out.find("→ Set KESTU_TOKEN right, or unset it.\n"), std::string::npos);
-    EXPECT_EQ(refused.out.find("kestu login"), std::string::npos) << refused.out;
-  }
-  terminal.outIsTerminal = true;
-  for (int width : {50, 80}) {
-    terminal.windowColumns = width;
-    for (const std::string& line : Text::split(TextStyle::plain(run({"doctor"}).out), '\n')) {
-      // A path of the machine's is one word.
-      if (line.find(repo.path().string()) != std::string::npos) continue;
-      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
-    }
+    Ran refused = run("doctor");
+    EXPECT_TRUE(has(refused.out, "→ Set KESTU_TOKEN right, or unset it.\n"));
+    EXPECT_FALSE(has(refused.out, "kestu login"));
   }
 }
 

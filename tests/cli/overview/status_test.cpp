@@ -13,8 +13,8 @@ TEST_F(ReleaseRoadTest, StatusIsAPage) {
   attach("43");
   putOutInPhases("active");
   setState("1.2", "waitingforreview");
-  run({"versions", "delete", "1.2", "--platform", "macos", "--yes", "--no-wait"});
-  EXPECT_EQ(run({"status"}).out, R"(Daylight Weather (com.example.daylight)
+  run("versions delete 1.2 --platform macos --yes --no-wait");
+  EXPECT_EQ(run("status").out, R"(Daylight Weather (com.example.daylight)
 iOS        1.1 on the App Store, in phases, day 3 of 7
            1.2 waiting for review, sent just now
            build 1.2 (44) export compliance isn't answered, 2 hours ago
@@ -29,46 +29,9 @@ Ranks      #38 ▲7 in Weather, free, USA
 Approvals  Daylight Weather 1.2 for macOS waits in the kestu app, until tomorrow, 12:00
 Next: kestu release prepare 1.2 --platform macos
 )");
-  EXPECT_EQ(run({"status", "--app", "Ledger"}).out, "Ledger (com.example.ledger.mac)\nmacOS      1.1 on the App Store\n"
-                                                    "           1.2 being prepared, waits for a build\nRating     none "
-                                                    "yet\nReviews    none yet\nNext: kestu release prepare 1.2 --app "
-                                                    "Ledger\n");
-  EXPECT_EQ(nlohmann::json::parse(run({"status", "--json"}).out)["platforms"].size(), 2U);
-  terminal.outIsTerminal = true;
-  for (int width : {50, 64, 200}) {
-    terminal.windowColumns = width;
-    for (const std::string& line : Text::split(TextStyle::plain(run({"status"}).out), '\n')) {
-      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width)) << line;
-    }
-  }
-}
-
-TEST_F(ReleaseRoadTest, AppleMovesVersionsOn) {
-  auto state = [&](const std::string& number, int seconds) {
-    clock.advance(std::chrono::seconds(seconds));
-    run({"status"});
-    return version(number).state;
-  };
-  attach("43");
-  set("1.2", [](auto& made) { made.releaseType = "afterapproval"; });
-  server.withState([](auto& sandbox) { sandbox.review.rejection = "metadatarejected"; });
-  run({"submit", "1.2", "--no-check", "--yes"});
-  setState("1.2", "waitingforreview");
-  EXPECT_EQ(state("1.2", 1), "waitingforreview");
-  EXPECT_EQ(state("1.2", 1), "inreview");
-  EXPECT_EQ(state("1.2", 2), "metadatarejected");
-  EXPECT_NE(run({"status"}).out.find("1.2 metadata rejected, waits for what you mend\n"), std::string::npos);
-  EXPECT_TRUE(run({"status"}).out.ends_with("Next: kestu release prepare 1.2\n"));
-
-  server.withState([](auto& sandbox) { sandbox.review.rejection = ""; });
-  set("1.2", [](auto& made) { made.phased = true; });
-  setState("1.2", "inreview");
-  EXPECT_EQ(state("1.2", 2), "readyfordistribution");
-  EXPECT_EQ(version("1.1").state, "replacedwithnewversion");
-  state("1.2", 20);
-  EXPECT_EQ(version("1.2").phasedDay, 2);
-  state("1.2", 20 * 6);
-  EXPECT_EQ(version("1.2").phasedState, "complete");
+  EXPECT_EQ(run("status --app Ledger").out, "Ledger (com.example.ledger.mac)\nmacOS      1.1 on the App Store\n"
+                                            "           1.2 being prepared, waits for a build\nRating     none "
+                                            "yet\nReviews    none yet\nNext: kestu release prepare 1.2 --app Ledger\n");
 }
 
 TEST(AppStatusTest, TheNextCommandIsWhatSomebodyWaitsFor) {

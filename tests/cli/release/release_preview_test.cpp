@@ -25,7 +25,7 @@ class PreviewTest : public CommandTest {
   const std::filesystem::path usual =
       repo.path() / "cache/kestu/previews/com.example.daylight/kestu-preview-1.2-ios.html";
   static std::string textOf(const std::filesystem::path& path) { return Files::read(path, 50'000'000).value_or(""); }
-  Ran preview(std::vector<std::string> more = {}) {
+  Ran preview(CommandWords more = {}) {
     more.insert(more.begin(), {"release", "preview", "1.2"});
     return run(more);
   }
@@ -36,22 +36,21 @@ TEST_F(PreviewTest, WithTheServiceWhatDiffersIsMarked) {
   Ran ran = preview();
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(ran.err, "");
-  EXPECT_TRUE(ran.out.starts_with("✓ Daylight Weather 1.2 for iOS: 4 languages, 1 screenshot, 4 differences from App "
-                                  "Store Connect, "))
-      << ran.out;
-  EXPECT_TRUE(ran.out.ends_with("Next: kestu release prepare 1.2\n")) << ran.out;
+  EXPECT_TRUE(begins(
+      ran.out, "✓ Daylight Weather 1.2 for iOS: 4 languages, 1 screenshot, 4 differences from App Store Connect, "));
+  EXPECT_TRUE(ends(ran.out, "Next: kestu release prepare 1.2\n"));
   std::string html = textOf(usual);
   for (const char* has : {"</del> <ins>", "<article lang=\"he\" dir=\"rtl\">", "reads as placeholder text",
                           "data:image/png;base64,", "デイライト天気", "new language"}) {
-    EXPECT_NE(html.find(has), std::string::npos) << has;
+    EXPECT_TRUE(has(html, has)) << has;
   }
   struct stat facts {};
   ASSERT_EQ(stat(usual.c_str(), &facts), 0);
   EXPECT_EQ(facts.st_mode & 0777U, 0600U);
 
-  ASSERT_EQ(run({"assets", "push", "1.2", "--yes"}).status, 0);
-  ASSERT_EQ(run({"metadata", "push", "1.2", "--yes"}).status, 0);
-  auto answer = json::parse(preview({"--json"}).out);
+  ASSERT_EQ(run("assets push 1.2 --yes").status, 0);
+  ASSERT_EQ(run("metadata push 1.2 --yes").status, 0);
+  auto answer = json::parse(preview("--json").out);
   EXPECT_EQ(answer["differences"], 0);
   EXPECT_EQ(answer["path"], usual.string());
   EXPECT_EQ(answer["languages"][0]["displays"][0]["assets"][0]["standing"], "same");
@@ -64,7 +63,7 @@ TEST_F(PreviewTest, WithoutItThereIsTheRepositorysPart) {
     std::function<void()> before;
     std::string why;
   } rows[] = {
-      {"no sign-in", {}, "Not signed in"},
+      {"no sign-in", nullptr, "Not signed in"},
       {"unreachable",
        [&] {
          signIn();
@@ -78,14 +77,14 @@ TEST_F(PreviewTest, WithoutItThereIsTheRepositorysPart) {
     if (row.before) row.before();
     Ran ran = preview();
     EXPECT_EQ(ran.status, 0);
-    EXPECT_TRUE(ran.out.starts_with("✓ Daylight 1.2 for iOS: 2 languages, 1 screenshot, 1 warning.\n")) << ran.out;
-    EXPECT_TRUE(ran.err.starts_with("Only what the repo has, compared with nothing: " + row.why)) << ran.err;
+    EXPECT_TRUE(begins(ran.out, "✓ Daylight 1.2 for iOS: 2 languages, 1 screenshot, 1 warning.\n"));
+    EXPECT_TRUE(begins(ran.err, "Only what the repo has, compared with nothing: " + row.why));
     std::string html = textOf(usual);
-    EXPECT_NE(html.find(row.why.substr(0, 6)), std::string::npos);
-    EXPECT_NE(html.find("data:image/png;base64,"), std::string::npos);
-    EXPECT_EQ(html.find("id=\"marks\""), std::string::npos);
+    EXPECT_TRUE(has(html, row.why.substr(0, 6)));
+    EXPECT_TRUE(has(html, "data:image/png;base64,"));
+    EXPECT_FALSE(has(html, "id=\"marks\""));
   }
-  EXPECT_EQ(preview({"--app", "Daylight", "--json"}).status, 0); // who can't be asked about it
+  EXPECT_EQ(preview("--app Daylight --json").status, 0); // who can't be asked about it
 }
 
 TEST_F(PreviewTest, OnlyAPageOfItsOwnIsWrittenOver) {
@@ -94,42 +93,42 @@ TEST_F(PreviewTest, OnlyAPageOfItsOwnIsWrittenOver) {
   repo.write("folder/.keep", "");
   std::filesystem::create_symlink(repo.path() / "mine.html", repo.path() / "link.html");
   const std::string folder = repo.path().string() + "/";
-  const std::string taken = " is there already and isn't a preview that kestu wrote, so nothing was written: name "
-                            "another file with --out.\n";
+  const std::string taken =
+      " is there already and isn't a preview that kestu wrote, so nothing was written: name another file with --out.\n";
   struct {
-    std::vector<std::string> arguments;
+    std::string arguments;
     int status;
     std::string path, err;
   } rows[] = {
-      {{"--out", "page.html"}, 0, "page.html", ""},
-      {{"--out", "page.html"}, 0, "page.html", ""}, // again
-      {{"--out", "folder"}, 0, "folder/kestu-preview-1.2-ios.html", ""},
-      {{"--out", "mine.html"}, 1, "", folder + "mine.html" + taken},
-      {{"--out", "link.html"}, 1, "", folder + "mine.html" + taken},
-      {{"--out", "none/page.html"}, 1, "", folder + "none/page.html can't be written (No such file or directory).\n"},
-      {{"--locale", "fr-FR"}, 7, "", "Neither the repo nor App Store Connect has fr-FR, so nothing was written.\n"},
-      {{"--app", "Nope"}, 7, "", "None of your apps this sign-in covers is Nope\n"},
+      {"--out page.html", 0, "page.html", ""},
+      {"--out page.html", 0, "page.html", ""}, // again
+      {"--out folder", 0, "folder/kestu-preview-1.2-ios.html", ""},
+      {"--out mine.html", 1, "", folder + "mine.html" + taken},
+      {"--out link.html", 1, "", folder + "mine.html" + taken},
+      {"--out none/page.html", 1, "", folder + "none/page.html can't be written (No such file or directory).\n"},
+      {"--locale fr-FR", 7, "", "Neither the repo nor App Store Connect has fr-FR, so nothing was written.\n"},
+      {"--app Nope", 7, "", "None of your apps this sign-in covers is Nope\n"},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.arguments.back());
+    SCOPED_TRACE(row.arguments);
     Ran ran = preview(row.arguments);
     EXPECT_EQ(ran.status, row.status);
     EXPECT_EQ(ran.err, row.err);
-    if (!row.path.empty()) EXPECT_NE(ran.out.find("  " + folder + row.path + " ("), std::string::npos) << ran.out;
+    if (!row.path.empty()) EXPECT_TRUE(has(ran.out, "  " + folder + row.path + " ("));
   }
   EXPECT_EQ(textOf(repo.path() / "mine.html"), "<!doctype html><p>Mine");
   stopping.request_stop();
-  EXPECT_THROW(preview({"--out", "stopped.html"}), Stopped);
+  EXPECT_THROW(preview("--out stopped.html"), Stopped);
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "stopped.html"));
 }
 
 TEST_F(PreviewTest, OnStandardOutputThereIsThePageAlone) {
   signIn();
   repo.write("metadata/listing/xx-YY.json", R"({"name": "Nowhere"})");
-  Ran ran = preview({"--out", "-"});
+  Ran ran = preview("--out -");
   EXPECT_TRUE(ran.status == 0 && ran.out.starts_with("<!doctype html>") && ran.out.ends_with("</html>\n")) << ran.out;
-  EXPECT_EQ(ran.err, "xx-YY isn't one of Apple's languages, so Apple may not take it: it's shown since a push sends "
-                     "it.\n");
+  EXPECT_EQ(ran.err,
+            "xx-YY isn't one of Apple's languages, so Apple may not take it: it's shown since a push sends it.\n");
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "-"));
   for (const char* more : {"--open", "--json"}) EXPECT_EQ(preview({"--out", "-", more}).status, 2) << more;
 }
@@ -144,18 +143,17 @@ TEST_F(PreviewTest, OpenTakesTheSystemsOpener) {
   std::filesystem::permissions(program, std::filesystem::perms::owner_all);
   const std::string before = std::getenv("PATH");
   setenv("PATH", (repo.path().string() + "/bin:" + before).c_str(), 1);
-  Ran ran = preview({"--out", "a b;$(c).html"});
+  Ran ran = preview("--out 'a b;$(c).html'");
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "bin/opened"));
-  ran = preview({"--open", "--out", "a b;$(c).html"});
+  ran = preview("--open --out 'a b;$(c).html'");
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(textOf(repo.path() / "bin/opened"), (repo.path() / "a b;$(c).html").string());
   setenv("STATUS", "3", 1);
-  ran = preview({"--open"});
+  ran = preview("--open");
   unsetenv("STATUS");
   setenv("PATH", before.c_str(), 1);
   EXPECT_EQ(ran.status, 1);
-  EXPECT_TRUE(ran.err.ends_with("It's written, and can't be opened from here (" + opener + " ended with 3).\n"))
-      << ran.err;
+  EXPECT_TRUE(ends(ran.err, "It's written, and can't be opened from here (" + opener + " ended with 3).\n"));
 }
 
 } // namespace

@@ -117,9 +117,7 @@ TEST(AssetScan, tellsWhatIsWrongWithAFile) {
   const auto previews = AssetKind::previews;
   const Row rows[] = {
       {shots, "metadata/screenshots/en-US/iPhone 6.9/a.mov", "6 9", " is a video, and screenshots are images."},
-      {shots, "metadata/screenshots/en-US/a.mov", "6 9", " is a video, and screenshots are images."},
       {previews, "metadata/previews/en-US/V69/a.png", png(6, 9), " is an image, and app previews are videos."},
-      {AssetKind::header, "metadata/header/en-US/a.mp4", "6 9", " is a video, and header assets are images."},
       {shots, "fastlane/screenshots/en-US/P69/a.png", png(100, 200),
        " is 100 × 200, not a size of iPhone 6.9″ (6 × 9)."},
       {shots, "metadata/screenshots/en-US/a.png", png(9, 7), " is 9 × 7, which no display takes (6 × 9 or 5 × 8)."},
@@ -129,8 +127,6 @@ TEST(AssetScan, tellsWhatIsWrongWithAFile) {
       {shots, "metadata/screenshots/en-US/P69/é.png", png(6, 9, tests::PNGColours::greyAlpha),
        " has an alpha channel, which Apple takes none of at 6 × 9: save it without one."},
       {shots, "fastlane/screenshots/ja/a.png", "version https://git-lfs.github.com/spec/v1\noid sha256:0\nsize 9\n",
-       " is a Git LFS pointer, not the file itself: git lfs pull."},
-      {previews, "metadata/previews/ja/V69/a.mov", "version https://git-lfs.github.com/spec/v1\n",
        " is a Git LFS pointer, not the file itself: git lfs pull."},
   };
   for (const Row& row : rows) {
@@ -151,7 +147,6 @@ TEST(AssetScan, refusesFoldersThatCanBeNoLanguage) {
   const std::string at = "metadata/screenshots/";
   for (const Row& row : std::vector<Row>{
            {"de_DE/P69/1.png", at + "de_DE can't be a language: it's written de-DE.", "", 0},
-           {"de-de/1.png", at + "de-de can't be a language: it's written de-DE.", "", 0},
            {"default/P69/1.png", at + "default can't be a language, which is written as en-US.", "", 0},
            {"default/P55/1.png", "", at + "default can't be", 0, {"P69"}},
            {"de_DE/P69/1.png", at + "de_DE can't be a language: it's written de-DE.", "", 0, {"P69"}},
@@ -163,7 +158,6 @@ TEST(AssetScan, refusesFoldersThatCanBeNoLanguage) {
            {"de-DE/Toaster/1.png", at + "de-DE/Toaster: No display is called Toaster: kestu assets sizes lists them.",
             "", 0},
            {"de-DE/Toaster/1.png", "", at + "de-DE/Toaster: No display", 0, {"P69"}},
-           {"de-DE/P55/1.png", "", "", 0, {"P69"}},
            {"de-DE/loose.jpg", "", at + "de-DE/loose.jpg is 9 × 9, which no display takes", 0, {"P69"}},
            {"de-DE/P69/1.jpg", at + "de-DE/P69/1.jpg is 9 × 9, not a size of iPhone 6.9″ (6 × 9).", "", 1, {"P69"}},
        }) {
@@ -192,10 +186,8 @@ TEST(AssetScan, goesByNamesAmongDisplaysOfOneSize) {
   for (const Row& row : {Row{"1.png", &large, &old, &large},
                          {"iPadPro129-2ndGen-1.png", &large, &old, &old},
                          {"01_APP_IPAD_PRO_3GEN_129_framed.png", &old, &large, &large},
-                         {"APP_IPAD_PRO_129-0.png", &large, &old, &old},
                          {"iPad Pro (12.9-inch) (4th generation)-1.png", &old, &large, &large},
                          {"iPad 12.9-1.png", &large, &old, &old},
-                         {"ipad_pro_profile_2.png", &large, &old, &old},
                          {"gen-1.png", &old, &large, &old},
                          {"APP_IPHONE_63_1.png", &small, &other, &other},
                          {"iphone_ab.png", &small, &other, &other},
@@ -433,17 +425,13 @@ TEST(VideoProbe, measuresMovies) {
       {"portrait.mov", "-i sound.mov -c copy -an -metadata:s:v rotate=90", VideoFacts{32, 64, 1.001, 29.97, false}},
       {"wide.mp4", "-f lavfi -i testsrc=s=64x32:r=25:d=2 -vf setsar=2 -c:v mpeg4", VideoFacts{128, 32, 2, 25, false}},
       {"pieces.mp4", "-i wide.mp4 -c copy -movflags frag_keyframe+empty_moov", VideoFacts{128, 32, 2, 25, false}},
-      {"clip.m4v", "-i wide.mp4 -c copy -f mp4", VideoFacts{128, 32, 2, 25, false}},
-      {"fast.mov", "-f lavfi -i testsrc=s=64x32:r=60000/1001:d=1.001 -c:v mpeg4",
-       VideoFacts{64, 32, 1.001, 59.94, false}},
       // 20 frames at 30 a second, then every third of them: 33 in all.
       {"uneven.mov",
        "-f lavfi -i testsrc=s=64x32:r=30:d=2 -vf \"select='lt(n,20)+not(mod(n,3))'\" -vsync vfr -c:v mpeg4",
        VideoFacts{64, 32, 1.934, 33 / 1.9333, false}},
       // The edit list leaves out what comes before the key frame that it was cut at.
       {"cut.mov", "-ss 1 -i wide.mp4 -c copy", VideoFacts{128, 32, 1, 25, false}},
-      {"sound only.m4v", "-f lavfi -i sine=d=1 -c:a aac -f mp4", {}},
-      {"other.avi", "-i wide.mp4 -c copy", {}},
+      {"sound only.m4v", "-f lavfi -i sine=d=1 -c:a aac -f mp4", std::nullopt},
   };
   const VideoProbeFunction probe = VideoProbe::system();
   for (const Row& row : rows) {

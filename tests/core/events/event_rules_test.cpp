@@ -57,7 +57,6 @@ TEST(EventRulesTest, WhatChangesInWhichState) {
            {"draft", 48, {"name", "badge", "languages"}, ""},
            {"rejected", 48, {"name"}, ""},
            {"readyforreview", 48, {"card"}, ""},
-           {"unheardof", 48, {"name"}, ""},
            {"waitingforreview", 48, {"end"}, "Take it back first: kestu events cancel Cup"},
            {"inreview", 48, {"priority"}, "is in App Review, so nothing"},
            {"approved", 48, {"countries", "priority", "start", "end", "promotion"}, ""},
@@ -103,20 +102,11 @@ TEST(EventRulesTest, TextsAndLinks) {
     EXPECT_NE(EventRules::problem("--x", row.text, 30, row.lines).find(row.problem), std::string::npos);
     EXPECT_EQ(EventRules::problem("--x", row.text, 30, row.lines).empty(), !*row.problem);
   }
-  for (const auto& [link, fine] : std::vector<std::pair<std::string, bool>>{{"https://example.com/event?a=b", true},
-                                                                            {"HTTPS://example.com", true},
-                                                                            {"myapp://event", true},
-                                                                            {"my-app+x.1://e/1?d=2", true},
-                                                                            {"https://", false},
-                                                                            {"myapp://", false},
-                                                                            {"1app://event", false},
-                                                                            {"://event", false},
-                                                                            {"example.com/event", false},
-                                                                            {"myapp://a b", false},
-                                                                            {"myapp://a\x1b", false}}) {
-    SCOPED_TRACE(link);
-    EXPECT_EQ(EventRules::linkProblem(link).empty(), fine);
-  }
+  for (const char* link : {"https://example.com/event?a=b", "HTTPS://example.com", "my-app+x.1://e/1?d=2"})
+    EXPECT_EQ(EventRules::linkProblem(link), "") << link;
+  for (const char* link :
+       {"https://", "myapp://", "1app://event", "://event", "example.com/event", "myapp://a b", "myapp://a\x1b"})
+    EXPECT_NE(EventRules::linkProblem(link), "") << link;
 }
 
 TEST(EventMediaTest, KindSizeAndFrame) {
@@ -141,25 +131,21 @@ TEST(EventMediaTest, KindSizeAndFrame) {
     const char* problem;
   };
   for (const Row& row : {
-           Row{"card.png", card, {}, ""},
-           Row{"big.jpg", card, {}, ""},
-           Row{"tall.jpeg", details, {}, ""},
+           Row{"card.png", card, std::nullopt, ""},
+           Row{"big.jpg", card, std::nullopt, ""},
+           Row{"tall.jpeg", details, std::nullopt, ""},
            Row{"a.mov", details, "00:00:05:00", ""},
-           Row{"card.png",
-               details,
-               {},
+           Row{"card.png", details, std::nullopt,
                "card.png is 1920 × 1080: an event's details page is portrait, 9:16, from 1080 × 1920."},
-           Row{"small.png", card, {}, "from 1920 × 1080."},
-           Row{"odd.png", card, {}, "landscape, 16:9"},
-           Row{"a.mov", card, {}, "a.mov is 1080 × 1920"},
-           Row{"text.png", card, {}, "text.png isn't a PNG or a JPEG."},
-           Row{"empty.png", card, {}, "empty.png is empty."},
-           Row{"a.gif",
-               card,
-               {},
+           Row{"small.png", card, std::nullopt, "from 1920 × 1080."},
+           Row{"odd.png", card, std::nullopt, "landscape, 16:9"},
+           Row{"a.mov", card, std::nullopt, "a.mov is 1080 × 1920"},
+           Row{"text.png", card, std::nullopt, "text.png isn't a PNG or a JPEG."},
+           Row{"empty.png", card, std::nullopt, "empty.png is empty."},
+           Row{"a.gif", card, std::nullopt,
                "a.gif is neither an image (PNG, JPEG) nor a video (.mov, .mp4, .m4v), which an event's card is."},
-           Row{"folder.png", card, {}, "isn't a file."},
-           Row{"none.png", card, {}, "No file at none.png"},
+           Row{"folder.png", card, std::nullopt, "isn't a file."},
+           Row{"none.png", card, std::nullopt, "No file at none.png"},
            Row{"card.png", card, "00:00:05:00", "--frame is a video's."},
            Row{"a.mov", details, "0:00:05:00", "--frame is HH:MM:SS:FF: 00:00:05:00."},
        }) {

@@ -39,62 +39,54 @@ TEST(ListingChange, HoldsOnlyWhatDiffers) {
   struct Row {
     std::string what;
     std::function<void(RepoListing&)> edit;
-    json request;
+    const char* request;
     ListingChange::Choice choice = {};
   };
-  const ListingChange::Choice password = {{}, "secret", false};
+  const ListingChange::Choice password = {{}, "secret", false}, asked = {{}, "secret", true};
+  const ListingChange::Choice two = {{"fr-FR", "en-US"}, "secret", false};
+  auto nothing = [](RepoListing&) {};
+  auto defaults = [](RepoListing& repo) {
+    repo.defaults.emplace();
+    (*repo.defaults)[supportUrl] = "u";
+    (*repo.defaults)[name] = "A";
+  };
+  auto several = [](RepoListing& repo) {
+    repo.texts["ja"][name] = "J";
+    repo.texts["fr-FR"][name] = "F";
+    repo.copyright = "2027";
+    repo.review->notes = "N";
+  };
+  auto appWide = [](RepoListing& repo) {
+    repo.copyright = "2027";
+    repo.contentRights = ContentRights::doesNotUseThirdPartyContent;
+  };
+  auto review = [](RepoListing& repo) {
+    repo.review->demoAccountRequired = true;
+    repo.review->notes = "N";
+  };
   for (const Row& row : std::vector<Row>{
-           {"nothing", [](RepoListing&) {}, json::object()},
-           {"a password alone", [](RepoListing&) {}, json::object(), password},
-           {"a password asked for",
-            [](RepoListing&) {},
-            {{"review", {{"demoAccountPassword", "secret"}}}},
-            {{}, "secret", true}},
-           {"a text",
-            [](RepoListing& repo) { repo.texts["en-US"][name] = "B"; },
-            {{"locales", {{"en-US", {{"name", "B"}}}}}},
+           {"nothing", nothing, "{}"},
+           {"a password alone", nothing, "{}", password},
+           {"a password asked for", nothing, R"({"review": {"demoAccountPassword": "secret"}})", asked},
+           {"a text", [](RepoListing& repo) { repo.texts["en-US"][name] = "B"; },
+            R"({"locales": {"en-US": {"name": "B"}}})", password},
+           {"what the repository leaves out stays", [](RepoListing& repo) { repo = {}; }, "{}"},
+           {"a new language", [](RepoListing& repo) { repo.texts["ja"][keywords] = "k"; },
+            R"({"locales": {"ja": {"keywords": "k"}}})"},
+           {"defaults reach every language", defaults,
+            R"({"locales": {"de-DE": {"name": "A", "supportUrl": "u"}, "en-US": {"supportUrl": "u"}}})"},
+           {"only some languages", several, R"({"locales": {"fr-FR": {"name": "F"}}})", two},
+           {"app-wide values", appWide, R"({"copyright": "2027", "contentRights": "DOES_NOT_USE_THIRD_PARTY_CONTENT"})",
             password},
-           {"what the repository leaves out stays", [](RepoListing& repo) { repo = {}; }, json::object()},
-           {"a new language",
-            [](RepoListing& repo) { repo.texts["ja"][keywords] = "k"; },
-            {{"locales", {{"ja", {{"keywords", "k"}}}}}}},
-           {"defaults reach every language",
-            [](RepoListing& repo) {
-              repo.defaults.emplace();
-              (*repo.defaults)[supportUrl] = "u";
-              (*repo.defaults)[name] = "A";
-            },
-            {{"locales", {{"de-DE", {{"name", "A"}, {"supportUrl", "u"}}}, {"en-US", {{"supportUrl", "u"}}}}}}},
-           {"only some languages",
-            [](RepoListing& repo) {
-              repo.texts["ja"][name] = "J";
-              repo.texts["fr-FR"][name] = "F";
-              repo.copyright = "2027";
-              repo.review->notes = "N";
-            },
-            {{"locales", {{"fr-FR", {{"name", "F"}}}}}},
-            {{"fr-FR", "en-US"}, "secret", false}},
-           {"app-wide values",
-            [](RepoListing& repo) {
-              repo.copyright = "2027";
-              repo.contentRights = ContentRights::doesNotUseThirdPartyContent;
-            },
-            {{"copyright", "2027"}, {"contentRights", "DOES_NOT_USE_THIRD_PARTY_CONTENT"}},
-            password},
-           {"App Review, with the password",
-            [](RepoListing& repo) {
-              repo.review->demoAccountRequired = true;
-              repo.review->notes = "N";
-            },
-            {{"review", {{"demoAccountRequired", true}, {"notes", "N"}, {"demoAccountPassword", "secret"}}}},
-            password},
+           {"App Review, with the password", review,
+            R"({"review": {"demoAccountRequired": true, "notes": "N", "demoAccountPassword": "secret"}})", password},
        }) {
     SCOPED_TRACE(row.what);
     RepoListing repo = same();
     row.edit(repo);
     ListingChange change = ListingChange::between(repo, store(), row.choice);
-    EXPECT_EQ(json::parse(change.request().compact()), row.request);
-    EXPECT_EQ(change.isEmpty(), row.request.empty());
+    EXPECT_EQ(json::parse(change.request().compact()), json::parse(row.request));
+    EXPECT_EQ(change.isEmpty(), row.request == std::string("{}"));
     EXPECT_TRUE(change.held.empty());
     for (const ListingDifference& each : change.differences) EXPECT_NE(each.after, "secret");
   }
@@ -106,19 +98,14 @@ TEST(ListingChange, OnlyAVersionThatCanBeEditedTakesMoreThanPromotionalText) {
   repo.texts["en-US"][name] = "B";
   repo.copyright = "2027";
   repo.review->notes = "N";
-  for (const auto& [state, held] : std::map<std::string, std::size_t>{{"prepareforsubmission", 0},
-                                                                      {"readyforreview", 0},
-                                                                      {"rejected", 0},
-                                                                      {"metadatarejected", 0},
-                                                                      {"developerrejected", 0},
-                                                                      {"invalidbinary", 0},
-                                                                      {"waitingforreview", 4},
-                                                                      {"inreview", 4},
-                                                                      {"pendingdeveloperrelease", 4},
-                                                                      {"readyfordistribution", 4},
-                                                                      {"removedfromsale", 4},
-                                                                      {"a state of tomorrow", 4}}) {
+  const std::set<std::string> editable = {"prepareforsubmission", "readyforreview",    "rejected",
+                                          "metadatarejected",     "developerrejected", "invalidbinary"};
+  std::set<std::string> states = {"waitingforreview",     "inreview",        "pendingdeveloperrelease",
+                                  "readyfordistribution", "removedfromsale", "a state of tomorrow"};
+  states.insert(editable.begin(), editable.end());
+  for (const std::string& state : states) {
     SCOPED_TRACE(state);
+    const std::size_t held = editable.contains(state) ? 0 : 4;
     ListingChange change = ListingChange::between(repo, store(state), {{}, "secret", true});
     EXPECT_EQ(change.held.size(), held);
     if (held > 0) {

@@ -2,14 +2,15 @@
 #include "core/support/error.hpp"
 #include "core/support/files.hpp"
 #include "core/support/moments.hpp"
+#include "core/support/text.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <map>
 #include <random>
-#include <set>
 
 namespace fs = std::filesystem;
 
@@ -50,12 +51,10 @@ TEST(ListingFiles, TheFirstLayoutFoundWins) {
     std::optional<MetadataLayout> layout;
   };
   for (const Row& row : std::vector<Row>{{{}, std::nullopt},
-                                         {{"metadata", "fastlane"}, std::nullopt},
                                          {{"metadata/screenshots"}, std::nullopt},
                                          {{"fastlane/metadata"}, MetadataLayout::fastlane},
                                          {{"fastlane/metadata", "metadata/versions"}, MetadataLayout::json},
                                          {{"metadata/version"}, MetadataLayout::json},
-                                         {{"metadata/app-info"}, MetadataLayout::json},
                                          {{"metadata/app-info", "metadata/releases"}, MetadataLayout::kestu},
                                          {{"fastlane/metadata", "metadata/listing"}, MetadataLayout::kestu}}) {
     SCOPED_TRACE(row.folders.empty() ? "none" : row.folders.back());
@@ -69,22 +68,19 @@ TEST(ListingFiles, TheFirstLayoutFoundWins) {
 }
 
 TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
-  const std::string rights = "metadata/app.json: contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or "
-                             "USES_THIRD_PARTY_CONTENT.";
+  const std::string rights =
+      "metadata/app.json: contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or USES_THIRD_PARTY_CONTENT.";
   const std::string release = "metadata/releases/1.2/release.json isn't what kestu reads: releaseType, "
                               "earliestReleaseDate (as 2026-11-02T09:00:00Z), phased and build.";
-  const std::string review = "metadata/review.json isn't what kestu reads: contactFirstName, contactLastName, "
-                             "contactPhone, contactEmail, demoAccountName, demoAccountPassword, demoAccountRequired "
-                             "and notes.";
+  const std::string review =
+      "metadata/review.json isn't what kestu reads: contactFirstName, contactLastName, contactPhone, contactEmail, "
+      "demoAccountName, demoAccountPassword, demoAccountRequired and notes.";
   const std::string en = "metadata/listing/en-US.json";
   struct Row {
     std::string path, contents, message;
   };
   for (const Row& row : std::vector<Row>{
            {"metadata/app.json", R"({"contentRightsDeclaration": "YES"})", rights},
-           {"metadata/app.json", R"({"contentRightsDeclaration": 5})",
-            "metadata/app.json: contentRightsDeclaration is DOES_NOT_USE_THIRD_PARTY_CONTENT or "
-            "USES_THIRD_PARTY_CONTENT."},
            {"metadata/app.json", R"({"contentRightsDeclaration": null, "copyright": " "})", ""},
            {"metadata/app.json", R"({"copyright": 2026})", "metadata/app.json: copyright isn't text or null."},
            {"metadata/app.json", R"({"macos": "x"})",
@@ -97,7 +93,6 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
             en + " isn't a JSON object.\nIt's JSON up to line 2, column 26."},
            {en, R"({"name": 5})", en + ": name isn't text or null."},
            {en, R"({"name": null, "other": 5})", ""},
-           {en, R"({"tvos": {"keywords": ["a"]}})", en + ": keywords isn't text or null."},
            {en, R"({"tvos": null})", en + ": tvos isn't an object of what's that platform's own."},
            {en, R"({"ios": {"name": "A"}})",
             en + ": name is the app's on every platform in App Store Connect, so it can't be ios's own: say it once, "
@@ -109,11 +104,9 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
             "metadata/releases/1.2/de-DE.json: whatToTest isn't text or null."},
            {"metadata/releases/1.3/de-DE.json", "another release's isn't read", ""},
            {"metadata/releases/1.2/release.json", R"({"releaseTyp": "manual"})", release},
-           {"metadata/releases/1.2/release.json", R"({"phased": "yes"})", release},
            {"metadata/releases/1.2/release.json", R"({"earliestReleaseDate": "2026-11-02"})", release},
            {"metadata/releases/1.2/release.json", R"({"build": null})", ""},
            {"metadata/review.json", R"({"contactName": "Kim"})", review},
-           {"metadata/review.json", R"({"notes": 5})", "metadata/review.json: notes isn't text or null."},
            {"metadata/review.json", R"({"demoAccountPassword": 1234})",
             "metadata/review.json: demoAccountPassword isn't text."},
            {"metadata/review.json", R"({"demoAccountRequired": "yes"})",
@@ -130,8 +123,6 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
   EXPECT_EQ(failure(MetadataLayout::fastlane,
                     {{"fastlane/metadata/ja/name.txt", "\xE3\x81"}, {"fastlane/metadata/copyright.txt", "\xFF"}}),
             "fastlane/metadata/ja/name.txt isn't UTF-8 text.\nfastlane/metadata/copyright.txt isn't UTF-8 text.");
-  EXPECT_EQ(failure(MetadataLayout::fastlane, {{"fastlane/metadata/review_information/notes.txt", "a\xC0\x80"}}),
-            "fastlane/metadata/review_information/notes.txt isn't UTF-8 text.");
   EXPECT_EQ(failure(MetadataLayout::json, {{"metadata/versions/1.2/ja.json", R"({"keywords": 1})"}}),
             "metadata/versions/1.2/ja.json: keywords isn't text or null.");
   EXPECT_EQ(failure(MetadataLayout::kestu, {{"x", ""}}, "../../etc"),
@@ -239,87 +230,58 @@ TEST(ListingFiles, TheOtherLayoutsTakeWhatBelongsInTheirFolders) {
 TEST(ListingFiles, WhatIsNotReadIsToldALineAFolder) {
   struct Row {
     MetadataLayout layout;
-    FileList files;
-    std::vector<std::string> notes, misnamed, locales;
+    const char *files, *notes, *misnamed, *locales; // a line each: a file in the layout's folder and what it says
   };
-  const std::string fl = "fastlane/metadata/";
   using enum MetadataLayout;
   for (const Row& row : std::vector<Row>{
+           {fastlane, "ja/name.txt J\nde-DE/.DS_Store\nREADME.md", "", "", "ja"},
            {fastlane,
-            {{fl + "ja/name.txt", "J"}, {fl + "de-DE/.DS_Store", ""}, {fl + "README.md", ""}},
-            {},
-            {},
-            {"ja"}},
-           {fastlane,
-            {{fl + "ja/whats_new.txt", "W"},
-             {fl + "ko/whats_new.txt", "W"},
-             {fl + "ko/Name.txt", "N"},
-             {fl + "primary_category.txt", "GAMES"},
-             {fl + "android/en-US/title.txt", "A"}},
-            {"fastlane/metadata: not read: Name.txt in ko (name.txt is); primary_category.txt; whats_new.txt in ja and "
-             "ko (release_notes.txt is)."},
-            {},
-            {}},
-           {fastlane,
-            {{fl + "de_DE/name.txt", "A"},
-             {fl + "german/x.txt", "A"},
-             {fl + "Klingon/name.txt", "A"},
-             {fl + "Screens/1.png", ""},
-             {fl + "fy/name.txt", "F"}},
-            {"fastlane/metadata: not read: Screens."},
-            {"fastlane/metadata/Klingon", "fastlane/metadata/de_DE", "fastlane/metadata/german"},
-            {"fy"}},
-           {fastlane,
-            {{fl + "review_information/demo_notes.txt", "A"}, {fl + "review_information/notes.txt", "A"}},
-            {"fastlane/metadata/review_information: not read: demo_notes.txt."},
-            {},
-            {}},
+            "ja/whats_new.txt W\nko/whats_new.txt W\nko/Name.txt N\nprimary_category.txt "
+            "GAMES\nandroid/en-US/title.txt A",
+            "fastlane/metadata: not read: Name.txt in ko (name.txt is); primary_category.txt; whats_new.txt in ja and "
+            "ko "
+            "(release_notes.txt is).",
+            "", ""},
+           {fastlane, "de_DE/name.txt A\ngerman/x.txt A\nKlingon/name.txt A\nScreens/1.png\nfy/name.txt F",
+            "fastlane/metadata: not read: Screens.",
+            "fastlane/metadata/Klingon\nfastlane/metadata/de_DE\nfastlane/metadata/german", "fy"},
+           {fastlane, "review_information/demo_notes.txt A\nreview_information/notes.txt A",
+            "fastlane/metadata/review_information: not read: demo_notes.txt.", "", ""},
            {kestu,
-            {{"metadata/listing/ja.json", R"({"titel": "?", "macos": {"what to test": "?", "name ": ""}})"},
-             {"metadata/listing/whats_new.txt", "?"},
-             {"metadata/listing/pt_br.JSON", "?"},
-             {"metadata/releases/1.2/ja.json", R"({"whatToTest": "All", "subtitle": "S"})"},
-             {"metadata/releases/1.2/release.json", "{}"}},
-            {"metadata/listing: not read: name  in ja.json (name is); titel in ja.json; what to test in ja.json; "
-             "whats_new.txt.",
-             "metadata/releases/1.2: not read: subtitle in ja.json (it goes in metadata/listing/<locale>.json)."},
-            {"metadata/listing/pt_br.JSON"},
-            {}},
-           {kestu,
-            {{"metadata/reveiw.json", "{}"},
-             {"metadata/app.json", "{}"},
-             {"metadata/pricing.json", "{}"},
-             {"metadata/README.txt", ""},
-             {"metadata/en-US/name.txt", "N"},
-             {"metadata/header/en-US/a.png", ""}},
-            {"metadata: not read: en-US; reveiw.json."},
-            {},
-            {}},
+            "listing/ja.json {\"titel\": \"?\", \"macos\": {\"what to test\": \"?\", \"name \": \"\"}}\n"
+            "listing/whats_new.txt ?\nlisting/pt_br.JSON ?\n"
+            "releases/1.2/ja.json {\"whatToTest\": \"All\", \"subtitle\": \"S\"}\nreleases/1.2/release.json {}",
+            "metadata/listing: not read: name  in ja.json (name is); titel in ja.json; what to test in ja.json; "
+            "whats_new.txt.\n"
+            "metadata/releases/1.2: not read: subtitle in ja.json (it goes in metadata/listing/<locale>.json).",
+            "metadata/listing/pt_br.JSON", ""},
+           {kestu, "reveiw.json {}\napp.json {}\npricing.json {}\nREADME.txt\nen-US/name.txt N\nheader/en-US/a.png",
+            "metadata: not read: en-US; reveiw.json.", "", ""},
+           {json, "app.json {}\npricing.json {}", "metadata: not read: app.json.", "", ""},
            {json,
-            {{"metadata/app.json", "{}"}, {"metadata/pricing.json", "{}"}},
-            {"metadata: not read: app.json."},
-            {},
-            {}},
-           {json,
-            {{"metadata/app-info/ja.json", R"({"description": "D", "Privacy Policy URL": "u"})"},
-             {"metadata/version/1.2/ko.json", R"({"name": "N", "whatToTest": "T", "keywords": "k"})"}},
-            {"metadata/app-info: not read: Privacy Policy URL in ja.json (privacyPolicyUrl is); description in ja.json "
-             "(it goes in metadata/version/<version>/<locale>.json).",
-             "metadata/version/1.2: not read: name in ko.json (it goes in metadata/app-info/<locale>.json); whatToTest "
-             "in ko.json (kestu's layout has it)."},
-            {},
-            {"ko"}},
+            "app-info/ja.json {\"description\": \"D\", \"Privacy Policy URL\": \"u\"}\n"
+            "version/1.2/ko.json {\"name\": \"N\", \"whatToTest\": \"T\", \"keywords\": \"k\"}",
+            "metadata/app-info: not read: Privacy Policy URL in ja.json (privacyPolicyUrl is); description in ja.json "
+            "(it goes in metadata/version/<version>/<locale>.json).\n"
+            "metadata/version/1.2: not read: name in ko.json (it goes in metadata/app-info/<locale>.json); whatToTest "
+            "in "
+            "ko.json (kestu's layout has it).",
+            "", "ko"},
        }) {
-    SCOPED_TRACE(row.files.front().first);
+    SCOPED_TRACE(row.files);
     TemporaryFolder repo;
-    for (const auto& [path, contents] : row.files) repo.write(path, contents);
+    for (const std::string& file : Text::split(row.files, '\n')) {
+      std::size_t end = std::min(file.find(' '), file.size());
+      std::string contents = file.substr(std::min(end + 1, file.size()));
+      repo.write((row.layout == fastlane ? "fastlane/metadata/" : "metadata/") + file.substr(0, end), contents);
+    }
     RepoListing listing = Metadata::read(row.layout, repo.path(), "1.2", "ios");
-    EXPECT_EQ(listing.notes, row.notes);
+    EXPECT_EQ(Text::joined(listing.notes, "\n"), row.notes);
     std::vector<std::string> misnamed, locales;
     for (const MisnamedLanguage& each : listing.misnamed) misnamed.push_back(each.path);
     for (const auto& [locale, values] : listing.texts) locales.push_back(locale);
-    EXPECT_EQ(misnamed, row.misnamed);
-    EXPECT_EQ(locales, row.locales) << "an empty folder and What to Test alone make no language";
+    EXPECT_EQ(Text::joined(misnamed, "\n"), row.misnamed);
+    EXPECT_EQ(Text::joined(locales, "\n"), row.locales) << "an empty folder and What to Test alone make no language";
   }
 }
 
@@ -360,54 +322,13 @@ TEST(ListingFiles, WhatIsWrittenIsReadBack) {
     EXPECT_EQ(back.testNotes, listing.testNotes);
     EXPECT_EQ(back.release, listing.release);
     EXPECT_EQ(back.demoPassword, std::nullopt);
-    if (layout != MetadataLayout::json) {
-      EXPECT_EQ(back.copyright, listing.copyright);
-    }
-    if (layout != MetadataLayout::json) {
-      EXPECT_EQ(back.review, listing.review);
-    }
-    if (layout == MetadataLayout::kestu) {
-      EXPECT_EQ(back.contentRights, listing.contentRights);
-    }
+    if (layout != MetadataLayout::json) EXPECT_EQ(back.copyright, listing.copyright);
+    if (layout != MetadataLayout::json) EXPECT_EQ(back.review, listing.review);
+    if (layout == MetadataLayout::kestu) EXPECT_EQ(back.contentRights, listing.contentRights);
     for (const auto& [path, contents] : Metadata::files(layout, repo.path(), listing)) {
       EXPECT_TRUE(Metadata::saysTheSame(*Files::read(repo.path() / path, 1 << 20), contents)) << path;
       EXPECT_EQ(contents.back(), '\n');
       EXPECT_EQ(contents.find("\\/"), std::string::npos);
-    }
-  }
-}
-
-TEST(ListingFiles, EveryPlatformReadsItsOwnValues) {
-  const std::map<std::string, LocaleText> texts = {
-      {"ios", text({{name, "A"}, {description, "ios"}, {keywords, "k"}, {promotionalText, "p"}})},
-      {"macos", text({{name, "A"}, {description, "mac"}, {keywords, "k"}, {supportUrl, "s"}, {whatsNew, "w"}})}};
-  using Pulls = std::vector<std::string>; // one after the other
-  for (MetadataLayout layout : {MetadataLayout::kestu, MetadataLayout::json}) {
-    for (const Pulls& pulls :
-         std::vector<Pulls>{{"ios", "macos"}, {"macos"}, {"macos", "ios"}, {"macos", "macos", "ios", "macos", "ios"}}) {
-      SCOPED_TRACE(std::string(facts(layout).word) + " " + pulls.front() + " " + std::to_string(pulls.size()));
-      TemporaryFolder repo;
-      std::set<std::string> pulled;
-      for (const std::string& platform : pulls) {
-        pulled.insert(platform);
-        ListingToWrite listing{"1.2", platform, {"ios", "macos"}};
-        listing.texts = {{"en-US", texts.at(platform)}};
-        listing.copyright = "2026 " + platform;
-        listing.testNotes = {{"en-US", "test " + platform}};
-        save(repo, Metadata::files(layout, repo.path(), listing));
-        for (const std::string& each : pulled) {
-          RepoListing back = Metadata::read(layout, repo.path(), "1.2", each);
-          EXPECT_EQ(back.texts.at("en-US"), texts.at(each));
-          EXPECT_EQ(back.copyright.value_or("2026 " + each), "2026 " + each);
-          EXPECT_EQ(back.testNotes.empty() ? "" : back.testNotes.at("en-US"),
-                    layout == MetadataLayout::kestu ? "test " + each : "");
-        }
-      }
-      std::string file =
-          layout == MetadataLayout::kestu ? "metadata/listing/en-US.json" : "metadata/version/1.2/en-US.json";
-      auto object = nlohmann::json::parse(*Files::read(repo.path() / file, 9999));
-      EXPECT_FALSE(object.contains(pulls.front())) << "the first one's stand at the top level";
-      EXPECT_EQ(object["description"], pulls.front() == "ios" ? "ios" : "mac");
     }
   }
 }
@@ -434,12 +355,22 @@ TEST(ListingFiles, APullOfOnePlatformLeavesWhatAnotherSends) {
     TemporaryFolder repo;
     repo.write(file, row.before);
     repo.write("metadata/review.json", R"({"notes": "old"})");
+    repo.write("metadata/app.json", R"({"copyright": "old"})");
+    repo.write("metadata/releases/1.2/en-US.json", R"({"whatToTest": "old"})");
     ListingToWrite listing{"1.2", "ios", row.platforms};
     listing.texts["en-US"][keywords] = "new";
     if (row.what == "one that was new") listing.texts["en-US"][name] = "A";
     listing.review.notes = "new";
+    listing.copyright = "new";
+    listing.testNotes = {{"en-US", "new"}};
     listing.appReviewInfo = true;
     ListingFiles files = Metadata::files(MetadataLayout::kestu, repo.path(), listing);
+    save(repo, files);
+    for (const std::string& platform : row.platforms) {
+      const std::string said = platform == "ios" ? "new" : "old";
+      RepoListing back = Metadata::read(MetadataLayout::kestu, repo.path(), "1.2", platform);
+      EXPECT_EQ(back.copyright.value_or("") + " " + back.testNotes.at("en-US"), said + " " + said);
+    }
     EXPECT_EQ(nlohmann::json::parse(files.at(file)), nlohmann::json::parse(row.after));
     EXPECT_EQ(files.contains("metadata/review.json"), row.platforms.size() == 1) << "which has one place for all";
   }
@@ -458,20 +389,8 @@ TEST(ListingFiles, APullKeepsWhatItDoesNotKnow) {
   listing.review.notes = "new";
   listing.appReviewInfo = true;
   ListingFiles files = Metadata::files(MetadataLayout::kestu, repo.path(), listing);
-  EXPECT_EQ(files.at("metadata/listing/en-US.json"), R"({
-  "$comment": [
-    1
-  ],
-  "ios": {
-    "description": "i"
-  },
-  "keywords": "k",
-  "name": " A ",
-  "tvos": {
-    "keywords": "t"
-  }
-}
-)");
+  EXPECT_EQ(nlohmann::json::parse(files.at("metadata/listing/en-US.json")).dump(),
+            R"({"$comment":[1],"ios":{"description":"i"},"keywords":"k","name":" A ","tvos":{"keywords":"t"}})");
   EXPECT_EQ(nlohmann::json::parse(files.at("metadata/review.json")),
             (nlohmann::json{{"demoAccountPassword", "secret"}, {"notes", "app's"}}));
   EXPECT_EQ(nlohmann::json::parse(files.at("metadata/releases/1.2/review.json")), (nlohmann::json{{"notes", "new"}}));
@@ -545,18 +464,15 @@ TEST(ListingFiles, SayingOtherwiseIsByValue) {
   };
   for (const Row& row : std::vector<Row>{
            {R"({"b":1,  "a":"x"})", "{\"a\": \"x\", \"b\": 1}\n", false, true},
-           {R"({"a":"x"})", R"({"a":"y"})", true, false},
            {R"({"a":"x"})", R"({"a":"x","b":"new"})", false, false},
            {R"({"a":"x","b":"lost"})", R"({"a":"x"})", true, false},
            {R"({"macos":{"a":"x"}})", R"({"macos":{"a":"x","b":"y"}})", false, false},
-           {R"({"macos":{"a":"x"}})", R"({"macos":{"a":"y","b":"y"}})", true, false},
            {R"({"a":"1"})", R"({"a":1})", true, false},
            {"not JSON", R"({"a":1})", true, false},
            {"", R"({"a":1})", false, false},
            {"Name", "Name\n", false, true},
            {"Na\r\nme\r\n", "Na\nme\n", false, true},
            {"\xEF\xBB\xBFName", "Name\n", false, true},
-           {"Name", "Other\n", true, false},
            {"Name", "", true, false},
            {" \n", "Name\n", false, false},
        }) {

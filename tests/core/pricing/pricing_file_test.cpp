@@ -44,16 +44,6 @@ TEST(PriceOverride, IsReadByItsGrammarWithinItsLimits) {
            {"-90.5%", "a percentage is from -90% to +300%"},
            {"+301%", "a percentage is from -90% to +300%"},
            {"10%", notSigned},
-           {"", ""},
-           {"%", ""},
-           {"+", ""},
-           {"--2", ""},
-           {"5.", ""},
-           {".5", ""},
-           {"1e2", ""},
-           {"59 ", ""},
-           {"Keep", ""},
-           {"-10 %", ""},
        }) {
     SCOPED_TRACE(text);
     try {
@@ -62,6 +52,8 @@ TEST(PriceOverride, IsReadByItsGrammarWithinItsLimits) {
       EXPECT_EQ(error.description, expected);
     }
   }
+  for (const char* text : {"", "%", "+", "--2", "5.", ".5", "1e2", "59 ", "Keep", "-10 %"})
+    EXPECT_THROW(PriceOverride::parse(text), CLIError) << text;
 }
 
 TEST(PriceOverriding, NamesEachCountryOnce) {
@@ -136,9 +128,8 @@ TEST_F(PricingFileTest, EveryWrongEditGetsItsMessage) {
                                                           "pro's xx: xx" + RegionWords::isNone() + "."},
            {pro(R"("se":-1.5)"), m + "pro's se: steps are a whole number: +2 or -2."},
            {pro(R"("se":null)"), m + "pro's se" + form},
-           {pro(R"("eu":59)"),
-            m + "pro's eu: the countries in eu pay in more than one currency: give them a percentage, "
-                "steps or keep, or give eur an exact price in euros."},
+           {pro(R"("eu":59)"), m + "pro's eu: the countries in eu pay in more than one currency: give them a "
+                                   "percentage, steps or keep, or give eur an exact price in euros."},
            {pro(R"("se":"59","SWE":"keep")"), m + "pro's se is named twice: give it one entry."},
            {pro(R"("uscanada":"+5%","ca":59,"USA":"keep")"), ""},
            {pro(R"("eur":"-5%","eu":"-5%")"), ""},
@@ -194,38 +185,11 @@ TEST_F(PricingFileTest, ParityReplacesItsOwnAndKeepsTheUsers) {
   EXPECT_EQ(first.inRegions, std::vector<std::string>{"de"});
   EXPECT_EQ(first.regions, std::vector<std::string>{"eu"});
   file.write();
-  EXPECT_EQ(contents(), R"({
-  "other": {
-    "x": [
-      1.10,
-      "/"
-    ]
-  },
-  "pro": {
-    "countries": {
-      "de": "-10%",
-      "eu": "-5%",
-      "in": "-50%",
-      "no": "keep",
-      "se": "-20%"
-    },
-    "note": "mine",
-    "parity": {
-      "by": "Ann",
-      "index": "kestu",
-      "wrote": {
-        "de": "-10%",
-        "in": "-50%",
-        "se": "-20%"
-      }
-    },
-    "rounding": {
-      "nice": 7,
-      "why": "tidy"
-    }
-  }
-}
-)");
+  EXPECT_EQ(
+      JSONData::copied(JSONValue::parse(contents())).compact(),
+      R"({"other":{"x":[1.10,"/"]},"pro":{"countries":{"de":"-10%","eu":"-5%","in":"-50%","no":"keep","se":"-20%"},)"
+      R"("note":"mine","parity":{"by":"Ann","index":"kestu","wrote":{"de":"-10%","in":"-50%","se":"-20%"}},)"
+      R"("rounding":{"nice":7,"why":"tidy"}}})");
   // Since then the user has taken India in hand. Germany isn't asked about, Sweden is left at Apple's match.
   std::string edited = contents();
   edited.replace(edited.find("\"in\": \"-50%\""), 12, "\"in\": \"-55%\"");

@@ -17,13 +17,10 @@ TEST(AppleLocales, JudgesANameAndFindsWhatItMeant) {
   };
   for (const Row& row : std::vector<Row>{
            {"de-DE", Standing::apples, "de-DE"},
-           {"ja", Standing::apples, "ja"},
            {"zh-Hant", Standing::apples, "zh-Hant"},
            {"de_DE", Standing::refused, "de-DE"},
            {"de-de", Standing::refused, "de-DE"},
-           {"JA", Standing::refused, "ja"},
            {"german", Standing::refused, "de-DE"},
-           {"German", Standing::refused, "de-DE"},
            {"English", Standing::refused, "en-US"},
            {"English (U.K.)", Standing::refused, "en-GB"},
            {"Chinese (Traditional)", Standing::refused, "zh-Hant"},
@@ -35,16 +32,11 @@ TEST(AppleLocales, JudgesANameAndFindsWhatItMeant) {
            {"de-AT", Standing::unknown, "de-DE"},
            {"zh-HK", Standing::unknown, "zh-Hant"},
            {"es-419", Standing::unknown, "es-MX"},
-           {"nb-NO", Standing::unknown, "no"},
            {"iw", Standing::unknown, "he"},
-           {"sr-Latn", Standing::unknown, ""},
            {"en-US-old", Standing::unknown, ""},
            {"default", Standing::refused, ""},
-           {"Screens", Standing::refused, ""},
            {"android", Standing::refused, ""},
-           {"e", Standing::refused, ""},
            {"", Standing::refused, ""},
-           {"-", Standing::refused, ""},
            {"de-DE\n", Standing::refused, "de-DE"},
        }) {
     SCOPED_TRACE(row.name);

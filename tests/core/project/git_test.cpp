@@ -98,21 +98,10 @@ TEST(Git, SaysWhenEachFileLastChanged) {
   EXPECT_EQ(SystemGit().lastChanged(many, folder.path(), now).dates,
             (Dates{{"app/de.json", day(2)}, {"outside", day(7)}}));
 
-  struct Row {
-    const char* path;
-    bool tracked;
-  };
-  for (const Row& row : std::vector<Row>{{"de.json", true},
-                                         {"K\xC3\xB6ln.json", true},
-                                         {"staged", true},
-                                         {"*.json", false},
-                                         {"untracked/a b.json", false},
-                                         {"../outside", true},
-                                         {"--", false},
-                                         {"old.json", false}}) {
-    SCOPED_TRACE(row.path);
-    EXPECT_EQ(SystemGit().isTracked(row.path, folder.path() / "app"), row.tracked);
-  }
+  for (const char* path : {"de.json", "K\xC3\xB6ln.json", "staged", "../outside"})
+    EXPECT_TRUE(SystemGit().isTracked(path, folder.path() / "app")) << path;
+  for (const char* path : {"*.json", "untracked/a b.json", "--", "old.json"})
+    EXPECT_FALSE(SystemGit().isTracked(path, folder.path() / "app")) << path;
 }
 
 TEST(Git, AFileByItselfIsDatedAsItWasDecided) {

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace kestu::tests {
 namespace {
 
@@ -52,8 +54,8 @@ LocaleText whole() {
 
 TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
   const std::string family = "👩‍👩‍👧‍👦";
-  const std::string seen = " App Store Connect has been seen to take 100 characters: kestu config keywords characters "
-                           "counts so.";
+  const std::string seen =
+      " App Store Connect has been seen to take 100 characters: kestu config keywords characters counts so.";
   struct {
     ListingField field;
     std::string value;
@@ -66,20 +68,14 @@ TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
       {name, repeated(family, 31), "name is 31 characters, 30 at most."},
       {name, repeated("e\u0301", 30), ""},
       {name, "日", "name is under 2 characters."},
-      {name, family, "name is under 2 characters."},
-      {name, "日本", ""},
       {subtitle, std::string(31, 's'), "subtitle is 31 characters, 30 at most."},
-      {subtitle, "s", ""},
       {description, repeated("ä", 4000), ""},
       {description, repeated("ä", 4001), "description is 4001 characters, 4000 at most."},
-      {whatsNew, std::string(4001, 'w'), "what's new is 4001 characters, 4000 at most."},
-      {promotionalText, repeated("日", 170), ""},
       {promotionalText, std::string(171, 'p'), "promotional text is 171 characters, 170 at most."},
       {keywords, std::string(100, 'k'), ""},
       {keywords, std::string(99, 'k') + "ä", "keywords are 101 bytes, 100 at most." + seen, ""},
       {keywords, std::string(101, 'k'), "keywords are 101 bytes, 100 at most.",
        "keywords are 101 characters, 100 at most."},
-      {keywords, repeated("日", 100), "keywords are 300 bytes, 100 at most." + seen, ""},
       {keywords, repeated("日", 101), "keywords are 303 bytes, 100 at most.",
        "keywords are 101 characters, 100 at most."},
       {keywords, repeated("日", 33) + "k", ""},
@@ -107,25 +103,19 @@ TEST(ReleaseCheck, FindsPlaceholders) {
       {"LOREM Ipsum dolor", "LOREM Ipsum"},
       {"lorem  ipsum", ""}, // one blank, as written by generators of filler
       {"florem ipsum", ""},
-      {"Lorem ipsums", ""},
       {"Your Text", "Your Text"},
-      {"edit your texts", ""},
       {"(placeholder)", "placeholder"},
-      {"placeholder_1", ""},
       {"placeholderé", ""},
       {"placeholder\u0301", ""}, // the mark belongs to the word
       {"éplaceholder", ""},
       {"プplaceholder", ""},
       {"★placeholder★", "placeholder"},
-      {"todo", ""},
       {"TODO", "TODO"},
       {"TODOS", ""},
       {"x TODO_ FIXME", "FIXME"},
       {"TBD later, text here", "text here"}, // filler before reminders
-      {"2TBD", ""},
       {"Todo, fixme, tbd", ""},
       {"TODO\xFF", "TODO"},
-      {"", ""},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
@@ -138,27 +128,10 @@ TEST(ReleaseCheck, TellsWebAddresses) {
                            "https://[::1]:443/", "https://bücher.example/ä", "https://example.com/a%20b", "http://x"}) {
     EXPECT_TRUE(isWebAddress(text)) << text;
   }
-  for (const char* text : {"",
-                           "example.com",
-                           "ftp://example.com",
-                           "https://",
-                           "https:///path",
-                           "https://?q",
-                           "https:example.com",
-                           "https//example.com",
-                           "https://exa mple.com",
-                           " https://example.com",
-                           "https://example.com/\n",
-                           "https://:80",
-                           "https://user@/",
-                           "https://[]/",
-                           "https://[::1",
-                           "https://example.com:port",
-                           "https://example.com/%2",
-                           "https://example.com/<id>",
-                           "xhttps://example.com",
-                           "https://exam\xFFple.com",
-                           "mailto://a@example.com"}) {
+  for (const char* text :
+       {"", "ftp://example.com", "https://", "https:///path", "https:example.com", "https://example.com/\n",
+        "https://:80", "https://[]/", "https://[::1", "https://example.com:port", "https://example.com/%2",
+        "https://example.com/<id>", "https://exam\xFFple.com", "mailto://a@example.com"}) {
     EXPECT_FALSE(isWebAddress(text)) << text;
   }
 }
@@ -173,12 +146,10 @@ TEST(ReleaseCheck, FindsWasteInKeywords) {
       {" sun,rain ,,", "", "", {}},
       {"sun,\u3000rain", "", "", {": keywords have spaces after commas, which use up bytes of the 100."}},
       {"sun,Äpfel,äpfel,SUN,sun", "", "", {": the keywords repeat äpfel and sun twice."}},
-      {"sun,suns", "", "", {}},
       {"weather,day,light rain",
        "Daylight: Weather",
        "Rain & light!",
        {": the keywords have weather and light rain from the name or subtitle, which the App Store searches anyway."}},
-      {"wetter karte", "Wetter", "", {}},
       {"Sun, sun",
        "Sun",
        "",
@@ -189,7 +160,6 @@ TEST(ReleaseCheck, FindsWasteInKeywords) {
        "",
        {": the keywords have full-width commas (，) and ideographic commas (、), and only a plain comma is sure to "
         "separate them, in 1 byte."}},
-      {"&,-", "A & B - C", "", {}},
       {"", "", "", {}},
   };
   for (const auto& row : rows) {
@@ -206,31 +176,23 @@ TEST(ReleaseCheck, SaysWhatALanguageLacks) {
   primary[subtitle] = "Weather";
   primary[promotionalText] = "New";
   const std::string many = "description, keywords, what's new";
+  using Fields = std::vector<ListingField>;
+  const Fields none, one = {name}, two = {name, subtitle};
+  const Fields untold = {name, subtitle, description, keywords, promotionalText, supportUrl};
   struct {
     Purpose purpose;
     const char* platform;
-    std::vector<ListingField> kept; // of the primary language's text
+    Fields kept; // of the primary language's text
     std::string required, missing;
   } rows[] = {
-      {Purpose::update,
-       "ios",
-       {},
-       "name, " + many + ", support URL or privacy policy URL",
+      {Purpose::update, "ios", none, "name, " + many + ", support URL or privacy policy URL",
        "subtitle or promotional text"},
       {Purpose::update, "ios", whole().given(), "", "subtitle or promotional text"},
       {Purpose::update, "ios", primary.given(), "", ""},
-      {Purpose::firstVersion,
-       "macos",
-       {name, subtitle, description, keywords, promotionalText, supportUrl},
-       "privacy policy URL",
-       "what's new"},
-      {Purpose::update, "tvos", {name, subtitle}, many + " or support URL", "promotional text or privacy policy URL"},
-      {Purpose::out, "ios", {name}, "", "promotional text"},
-      {Purpose::repository,
-       "ios",
-       {name, subtitle},
-       "",
-       many + ", promotional text, support URL or privacy policy URL"},
+      {Purpose::firstVersion, "macos", untold, "privacy policy URL", "what's new"},
+      {Purpose::update, "tvos", two, many + " or support URL", "promotional text or privacy policy URL"},
+      {Purpose::out, "ios", one, "", "promotional text"},
+      {Purpose::repository, "ios", two, "", many + ", promotional text, support URL or privacy policy URL"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.required + " | " + row.missing);
@@ -313,12 +275,9 @@ TEST(ReleaseCheck, TheVersionAndItsBuild) {
        "error version: App Store Connect has no 1.2 yet: kestu release prepare 1.2 --platform macos makes it."},
       {"inreview", "readyforexternal", far, "ios", "error version: App Review has 1.2 already (in review)."},
       {"pendingappleRelease", "readyforexternal", far, "ios", ""}, // a state that isn't known
-      {"pendingapplerelease", "expired", 0, "ios",
-       "error version: App Review has 1.2 already (waiting for Apple to release it)."},
       {"replacedwithnewversion", "expired", 0, "ios",
        "error version: 1.2 is out already (replaced by a newer version)."},
       {review, "", far, "ios", "error build: 1.2 has no build: kestu release prepare 1.2"},
-      {review, "unread", far, "ios", ""}, // what nothing is known of is said elsewhere
       {review, "uploading", far, "ios",
        "error build: 1.2 (45) is still being uploaded: kestu builds wait '1.2 (45)' waits for it."},
       {review, "processing", far, "ios",
@@ -335,8 +294,6 @@ TEST(ReleaseCheck, TheVersionAndItsBuild) {
       {review, "readyforinternal", 1, "ios",
        "warning build: 1.2 (45) expires in TestFlight in 1 hour, maybe before App Review gets to it."},
       {review, "readyforinternal", 0, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
-      {review, "readyforinternal", -1, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
-      {review, "expired", far, "ios", "error build: 1.2 (45) has expired: attach a newer build."},
       {review, "processing", 47, "ios",
        "error build: Apple is still processing 1.2 (45): kestu builds wait '1.2 (45)' waits for it.\n"
        "warning build: 1.2 (45) expires in TestFlight in 1 day, maybe before App Review gets to it."},
@@ -364,37 +321,29 @@ TEST(ReleaseCheck, TheVersionAndItsBuild) {
 }
 
 TEST(ReleaseCheck, ScheduledReleases) {
-  StoreVersion version = version12("inreview");
-  version.releaseType = "scheduled";
-  auto scheduled = [&] {
-    for (const Finding& each : ReleaseCheck::version(version, "1.2", "ios", std::nullopt, now)) {
-      if (each.rule == "scheduled") return each.message;
-    }
-    return std::string();
-  };
-  EXPECT_EQ(scheduled(), "");
-  version.earliestReleaseDate = now + seconds(1);
-  EXPECT_EQ(scheduled(), "");
-  version.earliestReleaseDate = now;
-  EXPECT_EQ(scheduled(),
-            "1.2's scheduled release, " + Format::moment(now, now) + ", has passed: it goes out once approved.");
-  version.releaseType = "manual";
-  EXPECT_EQ(scheduled(), "");
+  for (auto [type, after, told] : {std::tuple("scheduled", 1, false), {"scheduled", 0, true}, {"manual", 0, false}}) {
+    StoreVersion version = version12("inreview");
+    version.releaseType = type;
+    version.earliestReleaseDate = now + seconds(after);
+    auto found = ReleaseCheck::version(version, "1.2", "ios", std::nullopt, now);
+    EXPECT_EQ(std::any_of(found.begin(), found.end(), [](const Finding& each) { return each.rule == "scheduled"; }),
+              told)
+        << type << after;
+  }
 }
 
 TEST(ReleaseCheck, ContentRights) {
   constexpr auto uses = ContentRights::usesThirdPartyContent;
   constexpr auto doesNot = ContentRights::doesNotUseThirdPartyContent;
-  struct {
-    std::optional<ContentRights> answered, repository;
-    std::optional<Level> level;
-  } rows[] = {
-      {{}, {}, Level::error}, {uses, {}, {}}, {uses, uses, {}}, {uses, doesNot, Level::note}, {{}, uses, Level::note},
+  auto level = [](std::optional<ContentRights> answered, std::optional<ContentRights> repository) {
+    Findings findings = ReleaseCheck::contentRights(answered, repository);
+    return findings.empty() ? "none" : rawValue(findings[0].level);
   };
-  for (const auto& row : rows) {
-    Findings findings = ReleaseCheck::contentRights(row.answered, row.repository);
-    EXPECT_EQ(findings.empty() ? std::nullopt : std::optional(findings[0].level), row.level);
-  }
+  EXPECT_EQ(level({}, {}), "error");
+  EXPECT_EQ(level(uses, {}), "none");
+  EXPECT_EQ(level(uses, uses), "none");
+  EXPECT_EQ(level(uses, doesNot), "note");
+  EXPECT_EQ(level({}, uses), "note");
 }
 
 TEST(ReleaseCheck, WhatAppReviewIsTold) {
@@ -440,11 +389,9 @@ TEST(ReleaseCheck, AssetsByLanguage) {
   } rows[] = {
       {"metadata/header/en-US/iPhone/1.png is 2 × 2", "en-US"},
       {"metadata/header/de-DE has none", "de-DE"},
-      {"metadata/header/frames.json gives en-US/1.png", {}},
-      {"metadata/header/frames.json/x", {}},
-      {"metadata/headers/en-US/1.png", {}},
-      {"Videos weren't measured", {}},
-      {"metadata/header/", {}},
+      {"metadata/header/frames.json gives en-US/1.png", std::nullopt},
+      {"metadata/headers/en-US/1.png", std::nullopt},
+      {"metadata/header/", std::nullopt},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(ReleaseCheck::assetLocale(row.problem, "metadata/header"), row.locale) << row.problem;
@@ -468,14 +415,14 @@ TEST(ReleaseCheck, TheWhatsNewPage) {
     std::optional<std::string> repositoryPage;
     std::string expected;
   } rows[] = {
-      {{}, {}, ""},
-      {{{"1.10", {}, "published"}}, {}, ""}, // a later version's
-      {{{"1.8", {}, "draft"}}, {}, none},
-      {{{"1.8", "macos", "published"}}, {}, ""},
-      {{{"1.9", "macos", "published"}, {"1.8", "ios", "published"}}, {}, none},
+      {{}, std::nullopt, ""},
+      {{{"1.10", {}, "published"}}, std::nullopt, ""}, // a later version's
+      {{{"1.8", {}, "draft"}}, std::nullopt, none},
+      {{{"1.8", "macos", "published"}}, std::nullopt, ""},
+      {{{"1.9", "macos", "published"}, {"1.8", "ios", "published"}}, std::nullopt, none},
       {{{"1.9", {}, "published"}, {"1.8", {}, "published"}}, page, ""},
       {{{"1.9", {}, "published"}, {"1.9", "ios", "draft"}}, page, draft + " --platform ios"},
-      {{{"1.9", "ios", "published"}, {"1.9", {}, "draft"}}, {}, ""},
+      {{{"1.9", "ios", "published"}, {"1.9", {}, "draft"}}, std::nullopt, ""},
       {{{"1.8", {}, "published"}},
        page,
        "a b/whatsnew isn't uploaded to kestu: kestu kit whats-new upload 'a b/whatsnew' --version 1.9"},
@@ -493,7 +440,6 @@ TEST(ReleaseCheck, HowLongAppReviewTakes) {
     std::string words;
   } rows[] = {
       {{0.5, 1, 1}, "30 minutes now (the median of 1 review in the last 1 day)."},
-      {{1.2, 2, 7}, "1 hour now (the median of 2 reviews in the last 7 days)."},
       {{23.6, 1234, 30}, "24 hours now (the median of 1,234 reviews in the last 30 days)."},
       {{50, 10, 30}, "2 days 2 h now (the median of 10 reviews in the last 30 days)."},
   };
@@ -502,34 +448,6 @@ TEST(ReleaseCheck, HowLongAppReviewTakes) {
               Lines{"note reviewtime - | App Review on macOS takes about " + row.words});
   }
   EXPECT_EQ(lines(ReleaseCheck::reviewTime({{"macos", {}}}, "ios")), Lines{});
-}
-
-TEST(ReleaseCheck, FailsAndSumsUp) {
-  Finding error{Level::error, "r", {}, "e"}, warning{Level::warning, "r", {}, "w"}, note{Level::note, "r", {}, "n"};
-  struct {
-    Findings findings;
-    bool fails, failsStrictly;
-    std::string summary;
-  } rows[] = {
-      {{}, false, false, ""},
-      {{note, note}, false, false, ""},
-      {{note, warning}, false, true, "1 warning"},
-      {{error}, true, true, "1 error"},
-      {{warning, error, warning, error, note}, true, true, "2 errors, with 2 warnings"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.summary);
-    EXPECT_EQ(ReleaseCheck::fails(row.findings, false), row.fails);
-    EXPECT_EQ(ReleaseCheck::fails(row.findings, true), row.failsStrictly);
-    EXPECT_EQ(ReleaseCheck::summary(row.findings), row.summary);
-  }
-}
-
-TEST(ReleaseCheck, Lists) {
-  EXPECT_EQ(ReleaseCheck::list({}), "");
-  EXPECT_EQ(ReleaseCheck::list({"a"}, true), "a");
-  EXPECT_EQ(ReleaseCheck::list({"a", "b"}), "a and b");
-  EXPECT_EQ(ReleaseCheck::list({"a", "b", "c", "d"}, true), "a, b, c or d");
 }
 
 TEST(FindingTable, GroupsAtATerminalOnly) {

@@ -22,28 +22,15 @@ TEST(Decimal, ReadsNumbersAsJSONWritesThemAndNothingElse) {
                                                         {"0.1234567890123456789", "0.1234567890123456789"},
                                                         {"0e999", "0"},
                                                         {"-4.05", "-4.05"},
-                                                        {"", ""},
-                                                        {"-", ""},
-                                                        {".5", ""},
-                                                        {"5.", ""},
-                                                        {"+5", ""},
-                                                        {"1,5", ""},
-                                                        {"5 ", ""},
-                                                        {"1e", ""},
-                                                        {"1e--1", ""},
-                                                        {"1e+-1", ""},
-                                                        {"1e99999", ""},
-                                                        {"0x1", ""},
-                                                        {"nan", ""},
-                                                        {"1.2.3", ""},
-                                                        {"1e-99", "0." + std::string(98, '0') + "1"},
-                                                        {"0.5e-99", ""},
-                                                        {"10e99", ""},
-                                                        {std::string(101, '9'), ""}}) {
+                                                        {"1e-99", "0." + std::string(98, '0') + "1"}}) {
     SCOPED_TRACE(text);
     auto read = Decimal::parse(text);
     EXPECT_EQ(read ? read->text() : "", expected);
   }
+  for (const std::string text : {"", "-", ".5", "5.", "+5", "1,5", "5 ", "1e", "1e--1", "1e+-1", "1e99999", "0x1",
+                                 "nan", "1.2.3", "0.5e-99", "10e99"})
+    EXPECT_FALSE(Decimal::parse(text)) << text;
+  EXPECT_FALSE(Decimal::parse(std::string(101, '9')));
 }
 
 TEST(Decimal, ReckonsExactly) {
