@@ -61,7 +61,6 @@ TEST_F(PricesTest, WhatIsTypedWronglyIsRefusedBeforeAnyRequest) {
             "The price is a number with a point for its cents: 4.99, or 0.\n--only is lower or raise.\n--timeout goes "
             "with --wait.\n--from is a date, as 2026-12-26, or soonest.\nzz isn't a country"},
            {"set 5 --until 2026-11-21", "--until is a date after --from, as 2026-12-26."},
-           {"set 5 --from 2026-12-26 --until 2026-12-26", "--until is a date after --from"},
            {"set --derived-from a", "--derived-from and --multiplier go together."},
            {"set --derived-from a --multiplier 2", "--derived-from is a subscription's: name the one it"},
            {"set --derived-from a --multiplier 2 --product b --country us",
@@ -70,7 +69,6 @@ TEST_F(PricesTest, WhatIsTypedWronglyIsRefusedBeforeAnyRequest) {
             "--derived-from takes the place of a price: leave the price out."},
            {"set --derived-from a --multiplier 2 --product a",
             "A subscription's prices can't be derived from its own."},
-           {"set --derived-from a --multiplier 0 --product b", multiplier},
            {"set --derived-from a --multiplier 1000.1 --product b", multiplier},
            {"set 5 --exact", withParity},
            {"set 5 --parity", "--parity is a subscription's: name it with --product."},
