@@ -219,7 +219,7 @@ class HelpExamples : public CommandTest, public ::testing::WithParamInterface<st
     terminal.inIsTerminal = true;
     terminal.type("y");
     EXPECT_EQ(words.at(0), "kestu");
-    Ran ran = run({words.begin() + 1, words.end()});
+    Ran ran = run(std::vector<std::string>(words.begin() + 1, words.end()));
     environment = before;
     return ran;
   }

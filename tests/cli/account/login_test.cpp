@@ -1,5 +1,3 @@
-#include "core/console/text_style.hpp"
-#include "core/support/text.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>

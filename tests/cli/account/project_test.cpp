@@ -4,7 +4,6 @@
 #include "core/project/app_choice.hpp"
 #include "core/project/project_search.hpp"
 #include "core/support/files.hpp"
-#include "core/support/text.hpp"
 #include "tests/support/command_test.hpp"
 
 #include <nlohmann/json.hpp>

@@ -1,8 +1,6 @@
 #include "tests/support/command_test.hpp"
 
-#include "core/console/text_style.hpp"
 #include "core/kit/experiments.hpp"
-#include "core/support/text.hpp"
 
 #include <nlohmann/json.hpp>
 

@@ -1,8 +1,5 @@
 #include "tests/support/command_test.hpp"
 
-#include "core/console/text_style.hpp"
-#include "core/support/text.hpp"
-
 #include <nlohmann/json.hpp>
 
 namespace kestu::tests {

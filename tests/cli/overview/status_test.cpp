@@ -1,10 +1,7 @@
-#include "core/console/text_style.hpp"
 #include "core/overview/app_status.hpp"
-#include "core/support/text.hpp"
 #include "tests/support/release_test.hpp"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace kestu::tests {
 namespace {

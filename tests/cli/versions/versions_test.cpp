@@ -1,10 +1,5 @@
 #include "tests/support/release_test.hpp"
 
-#include "core/console/text_style.hpp"
-#include "core/support/text.hpp"
-
-#include <nlohmann/json.hpp>
-
 namespace kestu::tests {
 namespace {
 

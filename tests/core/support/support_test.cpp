@@ -121,7 +121,7 @@ TEST(MD5, HashesAcrossItsPieces) {
   TemporaryFolder folder;
   EXPECT_EQ(MD5::hex(std::string_view("")), "d41d8cd98f00b204e9800998ecf8427e");
   EXPECT_EQ(MD5::hex(std::string_view("message digest")), "f96b697d7cb7938d525a2f31aaf161d0");
-  for (std::size_t size : {0U, 1U, 4'194'303U, 4'194'304U, 4'194'305U, 9'000'000U}) {
+  for (std::size_t size : {0U, 4'194'303U, 4'194'304U, 4'194'305U}) {
     std::string bytes(size, 'k');
     EXPECT_EQ(MD5::hex(folder.write("f", bytes)), MD5::hex(std::string_view(bytes))) << size;
   }
