@@ -1,5 +1,6 @@
 #include "cli/command_tree.hpp"
 #include "core/console/table.hpp"
+#include "core/console/text_style.hpp"
 #include "core/support/process.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/command_lines.hpp"
