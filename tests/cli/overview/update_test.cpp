@@ -20,7 +20,7 @@ class UpdateTest : public CommandTest {
   void announce(const std::string& version) {
     server.withState([&](sandbox::State& state) { state.announced = version; });
   }
-  std::string said(const std::vector<std::string>& arguments = {"apps"}) { return run(arguments).err; }
+  std::string said(const CommandWords& arguments = {"apps"}) { return run(arguments).err; }
 };
 
 TEST_F(UpdateTest, TheNoticeComesOnceADayForAVersion) {

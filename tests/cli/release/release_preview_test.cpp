@@ -40,9 +40,9 @@ TEST_F(PreviewTest, WithTheServiceWhatDiffersIsMarked) {
       ran.out, "✓ Daylight Weather 1.2 for iOS: 4 languages, 1 screenshot, 4 differences from App Store Connect, "));
   EXPECT_TRUE(ends(ran.out, "Next: kestu release prepare 1.2\n"));
   std::string html = textOf(usual);
-  for (const char* has : {"</del> <ins>", "<article lang=\"he\" dir=\"rtl\">", "reads as placeholder text",
-                          "data:image/png;base64,", "デイライト天気", "new language"}) {
-    EXPECT_TRUE(has(html, has)) << has;
+  for (const char* part : {"</del> <ins>", "<article lang=\"he\" dir=\"rtl\">", "reads as placeholder text",
+                           "data:image/png;base64,", "デイライト天気", "new language"}) {
+    EXPECT_TRUE(has(html, part)) << part;
   }
   struct stat facts {};
   ASSERT_EQ(stat(usual.c_str(), &facts), 0);
