@@ -365,7 +365,7 @@ std::string offerCodes(const JSONValue& answer) {
   OfferCodes all = OfferCodes::read(answer);
   std::string text = Format::table(all.table(styled));
   for (const OfferCode& offer : all.offers) {
-    text += offer.text(true, styled, 60, now()) + offer.text(false, styled, 30, now()) + offer.what();
+    text += offer.text(true, "onemonth", styled, 60, now()) + offer.text(false, "", styled, 30, now()) + offer.what();
     for (const CodeBatch& batch : offer.batches) {
       require(offer.batch(batch.batchId) != nullptr, "codes are found by their ID");
       text += batch.title();
