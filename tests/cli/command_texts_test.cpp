@@ -115,9 +115,9 @@ std::string problem(const Command& root, const Mention& mention) {
     return at->path + " has no command " + mention.words[next];
   }
   for (; next < mention.words.size(); ++next) {
+    static const std::set<std::string> everywhere = {"--", "--help", "--version"};
     std::string option = mention.words[next].substr(0, mention.words[next].find('='));
-    if (option.starts_with("--") && isWord(option) && option != "--help" && option != "--version" &&
-        !optionOf(*at, option)) {
+    if (option.starts_with("--") && isWord(option) && !everywhere.contains(option) && !optionOf(*at, option)) {
       return at->path + " has no option " + option;
     }
   }
