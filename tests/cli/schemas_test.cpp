@@ -46,7 +46,8 @@ class SchemasTest : public ReleaseRoadTest {
     link();
     repo.write("page/en-US.md", "# New\n\nStorms. ![](a.png)\n");
     repo.write("page/a.png", png(10, 10));
-    repo.write("metadata/screenshots/en-US/iPhone 6.9/01.png", png(1290, 2796));
+    static const std::string shot = png(1290, 2796);
+    repo.write("metadata/screenshots/en-US/iPhone 6.9/01.png", shot);
     repo.write("App/A.swift", "let on = KestuFlags.isOn(\"none\")\n");
   }
 
