@@ -40,6 +40,8 @@ std::string commandWord(const std::vector<std::string>& arguments) {
   return first;
 }
 
+std::string nothingExpected(const std::string& word) { return "Nothing is expected at " + shown(word) + "."; }
+
 void generateCompletion(Context& context, std::vector<std::string> words) {
   if (std::size_t equals = words[0].find('='); equals != std::string::npos) {
     words.insert(words.begin() + 1, words[0].substr(equals + 1));
@@ -48,7 +50,7 @@ void generateCompletion(Context& context, std::vector<std::string> words) {
   if (!script) {
     throw UsageError("--generate-completion-script takes one of " + Text::joined(completionShells(), ", ") + ".");
   }
-  if (words.size() > 2) throw UsageError("Nothing is expected at " + shown(words[2]) + ".");
+  if (words.size() > 2) throw UsageError(nothingExpected(words[2]));
   context.console.out(*script);
 }
 
@@ -72,6 +74,20 @@ void complete(Context& context, std::vector<std::string> words) {
   }
 }
 
+/// Help is of a command: words behind one would be passed over.
+void requirePath(const Command& root, const std::vector<std::string>& words) {
+  const Command* at = &root;
+  for (const std::string& word : words) {
+    if (word.starts_with('-')) return;
+    if (at->takesAnything) return;
+    if (at->subcommands.empty()) throw UsageError(nothingExpected(word));
+    auto named = [&](const Command& each) { return each.word() == word; };
+    auto found = std::find_if(at->subcommands.begin(), at->subcommands.end(), named);
+    if (found == at->subcommands.end()) return; // told as of every command
+    at = &*found;
+  }
+}
+
 void run(Context& context, std::vector<std::string> arguments) {
   if (!arguments.empty() && arguments[0] == "--complete") return complete(context, std::move(arguments));
   if (!arguments.empty() && (arguments[0] == scriptOption || arguments[0].starts_with(std::string(scriptOption) + "=")))
@@ -81,10 +97,13 @@ void run(Context& context, std::vector<std::string> arguments) {
   if (asked) {
     arguments.erase(arguments.begin());
     const Page* topic = arguments.empty() ? nullptr : topicCalled(arguments[0]);
+    if (topic && arguments.size() > 1) throw UsageError(nothingExpected(arguments[1]));
     if (topic) return context.console.out(laidOut(*topic, context.console.width()));
+    if (arguments == std::vector<std::string>{"help"}) arguments.clear();
     arguments.push_back("--help");
   }
   Command root = rootCommand(commandWord(arguments));
+  if (asked) requirePath(root, arguments);
   // A command that is not built yet takes whatever follows it.
   for (const Command& command : root.subcommands) {
     bool helped = std::find(arguments.begin(), arguments.end(), "--help") != arguments.end();

@@ -319,7 +319,7 @@ void addReleasePreview(Command& group) {
                   [options](const std::string& value) { options->out = value; },
                   {},
                   false});
-  declareLocales(command, options->locales, "Only these languages. Repeat for several.");
+  declareLocales(command, options->locales, "Only these languages, several with commas.");
   declarePlatform(command, options->of.platform);
   options->of.layout.declare(command);
   options->of.app.declare(command);

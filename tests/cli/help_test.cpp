@@ -172,6 +172,9 @@ TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
 
 TEST_F(HelpTest, ATopicThatIsNearlyOneIsNamed) {
   EXPECT_TRUE(has(run("help enviroment").err, "Did you mean environment?"));
+  EXPECT_TRUE(begins(run("help environment files").err, "Nothing is expected at files."));
+  EXPECT_TRUE(begins(run("help kit flags list extra").err, "Nothing is expected at extra."));
+  EXPECT_EQ(run("help help").out, run("help").out);
   EXPECT_FALSE(has(run("enviroment").err, "Did you mean environment?"));
 }
 
