@@ -210,7 +210,7 @@ const Chaos::Plain& Chaos::plain(std::size_t command, std::size_t variant) {
   const std::string amiss = amissIn(road, plain.after, world) + leftInHome(world);
   if (!amiss.empty()) throw std::runtime_error(road.name + " does something else without any trouble:" + amiss);
   plain.calls = ended.calls;
-  plain.approved = world.approved();
+  plain.approved = world.plans("applied");
   return plain;
 }
 
@@ -241,7 +241,7 @@ Report Chaos::seed(std::uint64_t number) {
     for (std::size_t count = isTroubled ? 1 + random.below(3) : 0; count > 0; --count) {
       troubles.push_back(drawn(random, wanted.calls));
     }
-    const std::size_t unfinished = world.unfinishedUploads(), plans = world.plans(), waiting = world.waiting();
+    const std::size_t unfinished = world.unfinishedUploads(), plans = world.plans(), waiting = world.plans("waiting");
     const Ended ended = run(world, program_, words, troubles);
     ++report.runs;
     killed = killed || ended.signal == SIGKILL;
@@ -252,7 +252,7 @@ Report Chaos::seed(std::uint64_t number) {
     if (ended.status == 0 && ended.signal == 0) {
       between(now, wanted.after, wanted.after, "it said that it is done, and ", report.wrong);
       isDone = !isTroubled;
-      if (!approved) approved = world.approved();
+      if (!approved) approved = world.plans("applied");
     } else if (!road.onlyEnds) {
       between(now, wanted.before, wanted.after, "", report.wrong);
     }
@@ -267,7 +267,7 @@ Report Chaos::seed(std::uint64_t number) {
                           ended.err.find("still wait") != std::string::npos ||
                           ended.out.find(asJSON ? "\"plan\"" : road.says) != std::string::npos; // the signal was late
       if (isTold) ++unanswered;
-      if (!isTold && world.waiting() > waiting) seed.wrong("a change waits and is not told of");
+      if (!isTold && world.plans("waiting") > waiting) seed.wrong("a change waits and is not told of");
     }
     if (isTroubled) ++report.outcomes[outcome(ended)];
     if (!isTroubled && road.onceOnly && ended.err.find(duplicate) != std::string::npos) isDone = now == wanted.after;

@@ -145,30 +145,16 @@ void World::approveWaiting() {
   });
 }
 
-std::size_t World::approved() {
-  std::size_t count = 0;
-  server.withState([&](sandbox::State& state) {
-    for (const auto& plan : state.plans) count += plan.state == "applied" ? 1 : 0;
-  });
-  return count;
-}
-
 std::size_t World::unfinishedUploads() {
   std::size_t count = 0;
   server.withState([&](sandbox::State& state) { count = state.testFlight.uploads.size(); });
   return count;
 }
 
-std::size_t World::plans() {
-  std::size_t count = 0;
-  server.withState([&](sandbox::State& state) { count = state.plans.size(); });
-  return count;
-}
-
-std::size_t World::waiting() {
+std::size_t World::plans(std::string_view inState) {
   std::size_t count = 0;
   server.withState([&](sandbox::State& state) {
-    for (const auto& plan : state.plans) count += plan.state == "waiting" ? 1 : 0;
+    for (const auto& plan : state.plans) count += inState.empty() || plan.state == inState ? 1 : 0;
   });
   return count;
 }

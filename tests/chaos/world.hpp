@@ -38,12 +38,9 @@ class World {
   nlohmann::json told();
   /// Everything that still waits for an approval gets it.
   void approveWaiting();
-  /// How many changes were approved.
-  std::size_t approved();
   std::size_t unfinishedUploads();
-  /// How many changes came, whatever became of them, and how many wait.
-  std::size_t plans();
-  std::size_t waiting();
+  /// How many changes came: all, or those that are "applied" or "waiting" now.
+  std::size_t plans(std::string_view inState = {});
   /// The files of the repository, the home folder and the others that hold the text.
   std::string filesWith(const std::string& text) const;
   void expireAddresses();

@@ -44,6 +44,16 @@ const TimeZone& zone() {
   return utc;
 }
 
+/// What work gives, or the words of its refusal.
+template <class Work>
+std::string orRefusal(const Work& work) {
+  try {
+    return work();
+  } catch (const CLIError& error) {
+    return error.description;
+  }
+}
+
 std::string apps(const JSONValue& answer) {
   auto all = answer.listAt("apps", App::read);
   std::string text;
@@ -71,11 +81,7 @@ std::string builds(const JSONValue& answer) {
     text += build(each);
     require(BuildReference::of(each).names(each), "a build's reference names it");
     require(!each.testable() || each.processed(), "what can be tested is processed");
-    try {
-      text += BuildReference{{}, each.number, {}}.find(all.builds, each.platform).text();
-    } catch (const CLIError& error) {
-      text += error.description;
-    }
+    text += orRefusal([&] { return BuildReference{{}, each.number, {}}.find(all.builds, each.platform).text(); });
   }
   return text;
 }
@@ -121,11 +127,7 @@ std::string versions(const JSONValue& answer) {
             Versions::nextCommand(version, tail) + Phased::text(version) +
             releaseText(version.releaseType, version.earliestReleaseDate, version.phased, now());
     require(Versions::find(all, version.version, version.platform) != nullptr, "a version is found");
-    try {
-      text += Phased::target(all, version.platform, Phased::Action::pause).version->title();
-    } catch (const CLIError& error) {
-      text += error.description;
-    }
+    text += orRefusal([&] { return Phased::target(all, version.platform, Phased::Action::pause).version->title(); });
   }
   return text;
 }
@@ -240,11 +242,7 @@ std::string events(const JSONValue& answer) {
     text += Format::eventDetails(event, zone(), now(), styled, 60) + EventRules::submitRefusal(event) +
             EventRules::cancelRefusal(event) + EventRules::deleteRefusal(event, "kestu events cancel") +
             EventRules::refusal(event, {"start", "name"}, now(), "kestu events cancel");
-    try {
-      text += Events::named(all, event.name).quoted();
-    } catch (const CLIError& error) {
-      text += error.description;
-    }
+    text += orRefusal([&] { return Events::named(all, event.name).quoted(); });
   }
   return text;
 }
@@ -372,11 +370,7 @@ std::string offerCodes(const JSONValue& answer) {
     }
     const CodeBatch* newest = offer.newestOneTime();
     require(newest == nullptr || newest->isOneTime(), "one-time codes are one-time");
-    try {
-      text += printable(all.named(offer.name).offerId);
-    } catch (const CLIError& error) {
-      text += error.description;
-    }
+    text += orRefusal([&] { return printable(all.named(offer.name).offerId); });
   }
   return text;
 }
