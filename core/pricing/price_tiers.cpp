@@ -2,6 +2,7 @@
 
 #include "core/console/format.hpp"
 #include "core/console/format_money.hpp"
+#include "core/console/printable.hpp"
 #include "core/support/error.hpp"
 #include "core/support/text.hpp"
 
@@ -57,8 +58,8 @@ Table PriceTiers::table(const std::vector<PriceTier>& shown) const {
   auto decimals = Format::currencyDecimals(currency);
   for (const PriceTier& tier : shown) {
     auto amount = [&](const Decimal& value) { return value.fixed(std::max(decimals, value.decimals())); };
-    table.rows.push_back({amount(tier.price), currency, amount(tier.proceeds), tier.kept(), tier.nice ? "yes" : "",
-                          today == tier.price ? "yes" : ""});
+    table.rows.push_back({amount(tier.price), printable(currency), amount(tier.proceeds), tier.kept(),
+                          tier.nice ? "yes" : "", today == tier.price ? "yes" : ""});
   }
   return table;
 }

@@ -108,8 +108,11 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
   void tried(const SomeCommand& command, bool everyText) {
     auto chosen = [everyText](const std::string& key) { return everyText ? key != "token" : isFreeText(key); };
     const Words careful = command.tries ? command.with({"--dry-run"}) : command.words;
-    for (int form = 0; form < 3; ++form) {
-      if (form == 2 && !command.tellsJSON) continue;
+    // A question at a terminal, which is answered with no; a pipe; JSON, and tables for other programs.
+    std::vector<std::string> forms = {"terminal", "pipe"};
+    forms.insert(forms.end(), command.formats.begin(), command.formats.end());
+    for (const std::string& form : forms) {
+      const bool atTerminal = form == "terminal";
       lay();
       serve([](const std::string&) { return false; }, "");
       Words before = command.before;
@@ -119,15 +122,14 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
         runOn(unseen, before);
       }
       serve(chosen, hostile);
-      // A question at a terminal, which is answered with no; a pipe; JSON.
       FakeTerminal screen(60), pipe;
       screen.type("n");
-      Words words = form == 0 ? command.words : careful;
-      if (form == 2) words.emplace_back("--json");
-      Ran ran = runOn(form == 0 ? screen : pipe, words);
-      expectHarmless(ran, form == 0, Text::joined(words, " ") + ", form " + std::to_string(form));
-      if (form == 2 && ran.out.starts_with('{')) EXPECT_TRUE(json::accept(ran.out)) << ran.out;
-      if (form != 0 || everyText) continue;
+      Words words = atTerminal ? command.words : careful;
+      if (!atTerminal && form != "pipe") words.insert(words.end(), {"--output", form});
+      Ran ran = runOn(atTerminal ? screen : pipe, words);
+      expectHarmless(ran, atTerminal, Text::joined(words, " ") + ", " + form);
+      if (form == "json" && ran.out.starts_with('{')) EXPECT_TRUE(json::accept(ran.out)) << ran.out;
+      if (!atTerminal || everyText) continue;
       for (const std::string& line : Text::split(TextStyle::plain(ran.out), '\n')) {
         bool copied = line.starts_with("Next: ") || line.find("kestu ") != std::string::npos;
         EXPECT_TRUE(copied || Text::columns(line) <= 60) << Text::joined(words, " ") << ": " << line;

@@ -146,10 +146,11 @@ const Row* rowOf(std::string path) {
   return found == rows().end() ? nullptr : &found->second;
 }
 
-bool has(const Command& command, const std::string& option) {
-  return std::any_of(command.options.begin(), command.options.end(), [&](const Option& each) {
-    return std::find(each.names.begin(), each.names.end(), option) != each.names.end();
+const Option* optionOf(const Command& command, const std::string& name) {
+  auto found = std::find_if(command.options.begin(), command.options.end(), [&](const Option& each) {
+    return std::find(each.names.begin(), each.names.end(), name) != each.names.end();
   });
+  return found == command.options.end() ? nullptr : &*found;
 }
 
 void collect(const Command& command, std::vector<SomeCommand>& all) {
@@ -158,9 +159,9 @@ void collect(const Command& command, std::vector<SomeCommand>& all) {
   SomeCommand found;
   found.path = command.path.substr(std::string("kestu ").size());
   found.words = Text::split(found.path, ' ');
-  found.asks = has(command, "--yes");
-  found.tries = has(command, "--dry-run");
-  found.tellsJSON = has(command, "--output");
+  found.asks = optionOf(command, "--yes") != nullptr;
+  found.tries = optionOf(command, "--dry-run") != nullptr;
+  if (const Option* output = optionOf(command, "--output")) found.formats = output->choices;
   const Row* row = rowOf(found.path);
   if (command.takesAnything) {
     found.status = 1;

@@ -13,11 +13,12 @@ using Words = std::vector<std::string>;
 
 /// A command of the tree with arguments that suit the demo's account and the repository of `layRepository`.
 struct SomeCommand {
-  std::string path; ///< "assets push"
-  Words words;      ///< "{job}" stands for the store job that was made last
-  Words before;     ///< another command, with --yes, that has to run first; none when empty
-  int status = 0;   ///< of `words` where nothing goes wrong
-  bool asks = false, tries = false, tellsJSON = false; ///< has --yes, --dry-run, --output
+  std::string path;                 ///< "assets push"
+  Words words;                      ///< "{job}" stands for the store job that was made last
+  Words before;                     ///< another command, with --yes, that has to run first; none when empty
+  int status = 0;                   ///< of `words` where nothing goes wrong
+  bool asks = false, tries = false; ///< has --yes, --dry-run
+  std::vector<std::string> formats; ///< what --output takes
 
   Words with(const Words& more) const;
 };
