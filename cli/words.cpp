@@ -214,7 +214,7 @@ class Walk {
   static std::string asTyped(const std::string& word) {
     std::size_t equals = word.starts_with("--") ? word.find('=') : std::string::npos;
     if (word == "--" || equals == std::string::npos) return Format::shellWord(shown(word));
-    return word.substr(0, equals + 1) + Format::shellWord(shown(word.substr(equals + 1)));
+    return Format::shellWord(shown(word.substr(0, equals))) + "=" + Format::shellWord(shown(word.substr(equals + 1)));
   }
 
   const Command& root_;
