@@ -251,7 +251,7 @@ TEST_P(SecretsOfAFamily, AreShownAndKeptNowhere) {
     tried(command, plain, Service::answers, 0);
     if (command.tries) tried(command, command.with({"--dry-run"}), Service::answers, 0);
     Words json = plain;
-    if (!command.formats.empty()) json.emplace_back("--json");
+    if (!command.forms.empty()) json.emplace_back("--json");
     tried(command, json, Service::echoes, 0);
     // Refused from its first call on, from its second on, and so forth.
     for (int from = 0; from < 5 && tried(command, plain, Service::refuses, from) > from; ++from) {

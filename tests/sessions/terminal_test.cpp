@@ -108,11 +108,11 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
   void tried(const SomeCommand& command, bool everyText) {
     auto chosen = [everyText](const std::string& key) { return everyText ? key != "token" : isFreeText(key); };
     const Words careful = command.tries ? command.with({"--dry-run"}) : command.words;
-    // A question at a terminal, which is answered with no; a pipe; JSON, and tables for other programs.
-    std::vector<std::string> forms = {"terminal", "pipe"};
-    forms.insert(forms.end(), command.formats.begin(), command.formats.end());
-    for (const std::string& form : forms) {
-      const bool atTerminal = form == "terminal";
+    // A pipe, and all forms for other programs; a question at a terminal, which is answered with no.
+    std::vector<Words> forms = command.forms;
+    forms.insert(forms.begin(), Words());
+    for (std::size_t at = 0; at <= forms.size(); ++at) {
+      const bool atTerminal = at == forms.size();
       lay();
       serve([](const std::string&) { return false; }, "");
       Words before = command.before;
@@ -125,10 +125,10 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
       FakeTerminal screen(60), pipe;
       screen.type("n");
       Words words = atTerminal ? command.words : careful;
-      if (!atTerminal && form != "pipe") words.insert(words.end(), {"--output", form});
+      if (!atTerminal) words.insert(words.end(), forms[at].begin(), forms[at].end());
       Ran ran = runOn(atTerminal ? screen : pipe, words);
-      expectHarmless(ran, atTerminal, Text::joined(words, " ") + ", " + form);
-      if (form == "json" && ran.out.starts_with('{')) EXPECT_TRUE(json::accept(ran.out)) << ran.out;
+      expectHarmless(ran, atTerminal, Text::joined(words, " "));
+      if (words.back() == "json" && ran.out.starts_with('{')) EXPECT_TRUE(json::accept(ran.out)) << ran.out;
       if (!atTerminal || everyText) continue;
       for (const std::string& line : Text::split(TextStyle::plain(ran.out), '\n')) {
         bool copied = line.starts_with("Next: ") || line.find("kestu ") != std::string::npos;

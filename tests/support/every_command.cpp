@@ -161,7 +161,11 @@ void collect(const Command& command, std::vector<SomeCommand>& all) {
   found.words = Text::split(found.path, ' ');
   found.asks = optionOf(command, "--yes") != nullptr;
   found.tries = optionOf(command, "--dry-run") != nullptr;
-  if (const Option* output = optionOf(command, "--output")) found.formats = output->choices;
+  for (const char* name : {"--output", "--report"}) {
+    const Option* option = optionOf(command, name);
+    if (!option) continue;
+    for (const std::string& choice : option->choices) found.forms.push_back({name, choice});
+  }
   const Row* row = rowOf(found.path);
   if (command.takesAnything) {
     found.status = 1;

@@ -18,7 +18,7 @@ struct SomeCommand {
   Words before;                     ///< another command, with --yes, that has to run first; none when empty
   int status = 0;                   ///< of `words` where nothing goes wrong
   bool asks = false, tries = false; ///< has --yes, --dry-run
-  std::vector<std::string> formats; ///< what --output takes
+  std::vector<Words> forms;         ///< that it tells its answer in: {"--output", "json"}
 
   Words with(const Words& more) const;
 };
