@@ -64,8 +64,13 @@ void write(const fs::path& root, const ProjectLink& link) {
   JSONData document = JSONData::object();
   try {
     auto bytes = Files::read(root / fileName, largestLink);
-    if (JSONValue before = JSONValue::parse(bytes.value_or("{}")); before.isObject())
+    if (JSONValue before = JSONValue::parse(bytes.value_or("{}")); before.isObject()) {
       document = JSONData::copied(before);
+      for (const auto& [key, value] : before.members()) {
+        const bool isSetting = key == "screenshotFolders" || key == "keywords";
+        if (isSetting && !value.isText()) document.erase(key); // it would keep the file from being read
+      }
+    }
   } catch (const JSONError&) {
     document = JSONData::object();
   } catch (const std::system_error&) {

@@ -231,11 +231,14 @@ TEST_F(ProjectTest, ConfigKeepsWhatItDoesNotKnow) {
   EXPECT_EQ(run("config --json").out,
             "{\n  \"appId\": 3456789012,\n  \"bundleId\": \"com.example.ledger.mac\",\n  \"keywords\": \"bytes\",\n"
             "  \"screenshotFolders\": \"ids\"\n}\n");
-  for (const std::string bad : {"", "[]", "{", R"({"appId": "1", "bundleId": "a"})", R"({"bundleId": "a"})"}) {
+  for (const std::string bad : {"", "[]", "{", R"({"appId": "1", "bundleId": "a"})", R"({"bundleId": "a"})",
+                                R"({"appId": 1, "bundleId": "a", "keywords": 5})"}) {
     SCOPED_TRACE(bad);
     repo.write("kestu.json", bad);
     EXPECT_EQ(run("config").err, "kestu.json isn't a kestu.json this CLI can read. Run kestu link again.\n");
     EXPECT_EQ(*Files::read(repo.path() / "kestu.json", 1000), bad);
+    run("link Ledger");
+    EXPECT_EQ(run("config").status, 0);
   }
   repo.write("kestu.json", R"({"appId": 1, "bundleId": "a", "screenshotFolders": "x"})");
   EXPECT_EQ(
