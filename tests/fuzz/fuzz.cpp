@@ -70,9 +70,11 @@ void requirePrintable(const std::string& text, const std::string& what) {
   for (char32_t point : codePoints(TextStyle::plain(text), &broken)) {
     bool control = (point < 0x20 && point != '\n') || (point >= 0x7F && point < 0xA0);
     bool reorders = (point >= 0x202A && point <= 0x202E) || (point >= 0x2066 && point <= 0x2069);
-    require(!control && !reorders && point != 0x2028 && point != 0x2029, what + " can't steer a terminal: " + text);
+    if (control || reorders || point == 0x2028 || point == 0x2029) {
+      throw Broken(what + " can't steer a terminal: " + text);
+    }
   }
-  require(!broken, what + " is UTF-8: " + text);
+  if (broken) throw Broken(what + " is UTF-8: " + text);
 }
 
 unsigned Input::byte() {
