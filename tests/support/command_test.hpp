@@ -8,6 +8,7 @@
 #include "tests/support/fake_clock.hpp"
 #include "tests/support/fake_terminal.hpp"
 #include "tests/support/temporary_folder.hpp"
+#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 
@@ -16,17 +17,6 @@
 #include <vector>
 
 namespace kestu::tests {
-
-/// Whether the text has the part, or begins or ends with it; the text is shown where it was expected otherwise.
-inline testing::AssertionResult has(const std::string& text, const std::string& part) {
-  return testing::AssertionResult(text.find(part) != std::string::npos) << text;
-}
-inline testing::AssertionResult begins(const std::string& text, const std::string& part) {
-  return testing::AssertionResult(text.starts_with(part)) << text;
-}
-inline testing::AssertionResult ends(const std::string& text, const std::string& part) {
-  return testing::AssertionResult(text.ends_with(part)) << text;
-}
 
 /// A keyring in memory, or one that cannot be used.
 class FakeTokenStore final : public TokenStore {

@@ -3,13 +3,14 @@
 #include "core/support/error.hpp"
 #include "core/support/json.hpp"
 #include "tests/support/asset_files.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-namespace kestu {
+namespace kestu::tests {
 namespace {
 
 using namespace std::string_literals;
@@ -55,24 +56,20 @@ AssetCatalog catalog() {
 }
 
 TEST(AssetDisplays, areNamedByIDOrByName) {
-  struct Row {
-    const char* folder;
-    const char* group;
-  };
   const AssetDisplays displays = catalog()[AssetKind::screenshots];
-  for (const Row& row : {Row{"DUO", "DUO"},
-                         {"iPhone Duo", "DUO"},
-                         {" iphone \t DUO ", "DUO"}, //
-                         {"iPhone 6.9", "BIG"},
-                         {"iPhone 6.9\"", "BIG"},
-                         {"iPhone 6.9'", ""},
-                         {"Twin", ""},
-                         {"twin_b", "TWIN_B"},
-                         {"", ""},
-                         {"″", ""}}) {
-    SCOPED_TRACE(row.folder);
-    const AssetDisplay* found = displays.named(row.folder);
-    EXPECT_EQ(found ? found->group : "", row.group);
+  for (const auto& [folder, group] : Rows<const char*, const char*>{{"DUO", "DUO"},
+                                                                    {"iPhone Duo", "DUO"},
+                                                                    {" iphone \t DUO ", "DUO"}, //
+                                                                    {"iPhone 6.9", "BIG"},
+                                                                    {"iPhone 6.9\"", "BIG"},
+                                                                    {"iPhone 6.9'", ""},
+                                                                    {"Twin", ""},
+                                                                    {"twin_b", "TWIN_B"},
+                                                                    {"", ""},
+                                                                    {"″", ""}}) {
+    SCOPED_TRACE(folder);
+    const AssetDisplay* found = displays.named(folder);
+    EXPECT_EQ(found ? found->group : "", group);
   }
   EXPECT_EQ(displays.position({.group = "TWIN_A"}), 2U);
   EXPECT_EQ(displays.position({.group = "twin_a"}), 4U) << "unknown displays go last";
@@ -80,23 +77,19 @@ TEST(AssetDisplays, areNamedByIDOrByName) {
 }
 
 TEST(AssetDisplays, takeTheFirstThatFits) {
-  struct Row {
-    std::int64_t width, height;
-    const char* group;
-    std::int64_t minWidth;
-  };
   const AssetDisplays displays = catalog()[AssetKind::screenshots];
-  for (const Row& row : {Row{1290, 2796, "DUO", 1290},
-                         {2796, 1290, "DUO", 1290},
-                         {1242, 2688, "DUO", 1200}, //
-                         {1243, 2688, "", 0},
-                         {1199, 2208, "", 0},
-                         {100, 200, "TWIN_A", 100},
-                         {200, 100, "", 0}}) {
-    SCOPED_TRACE(std::to_string(row.width) + " × " + std::to_string(row.height));
-    auto found = displays.sized(&AssetDisplay::images, row.width, row.height);
-    EXPECT_EQ(found ? found->display->group : "", row.group);
-    EXPECT_EQ(found ? found->spec->dimensions.minWidth : 0, row.minWidth);
+  for (const auto& [width, height, group, minWidth] :
+       Rows<std::int64_t, std::int64_t, const char*, std::int64_t>{{1290, 2796, "DUO", 1290},
+                                                                   {2796, 1290, "DUO", 1290},
+                                                                   {1242, 2688, "DUO", 1200}, //
+                                                                   {1243, 2688, "", 0},
+                                                                   {1199, 2208, "", 0},
+                                                                   {100, 200, "TWIN_A", 100},
+                                                                   {200, 100, "", 0}}) {
+    SCOPED_TRACE(std::to_string(width) + " × " + std::to_string(height));
+    auto found = displays.sized(&AssetDisplay::images, width, height);
+    EXPECT_EQ(found ? found->display->group : "", group);
+    EXPECT_EQ(found ? found->spec->dimensions.minWidth : 0, minWidth);
   }
   EXPECT_EQ(displays.displays[0].spec(&AssetDisplay::images, 2796, 1290, false), nullptr);
   EXPECT_EQ(displays.displays[0].sizes(MediaType::image), (Texts{"1290 × 2796", "1200–1242 × 2208–2688"}));
@@ -105,22 +98,18 @@ TEST(AssetDisplays, takeTheFirstThatFits) {
 TEST(AssetDisplay, checksImages) {
   const AssetDisplays displays = catalog()[AssetKind::screenshots];
   const AssetDisplay& display = displays.displays[0];
-  struct Row {
-    AssetFile file;
-    const char* problems;
-  };
-  const Row rows[] = {
-      {image("IMG.PNG", 1290, 2796, false, 2097152), ""},
-      {image("a.png", 1290, 2796, true),
-       "has an alpha channel, which Apple takes none of at 1290 × 2796: save it without one"},
-      {image("a.gif", 1242, 2688), "is a .gif, and Apple takes .JPG, .jpeg or .png here"},
-      {image("a.png", 1290, 2796, false, 3145728), "is 3 MB, and Apple takes 2 MB at most"},
-      {image("a.JPG", 2796, 1290, true, 2097153),
-       "has an alpha channel, which Apple takes none of at 1290 × 2796: save it without one\n"
-       "is a .jpg, and Apple takes .png here\nis 2 MB, and Apple takes 2 MB at most"},
-      {image("a.png", 1291, 2796), "none"},
-  };
-  for (const Row& row : rows) EXPECT_EQ(checked(display, row.file), row.problems) << row.file.path;
+  for (const auto& [file, problems] : Rows<AssetFile, const char*>{
+           {image("IMG.PNG", 1290, 2796, false, 2097152), ""},
+           {image("a.png", 1290, 2796, true),
+            "has an alpha channel, which Apple takes none of at 1290 × 2796: save it without one"},
+           {image("a.gif", 1242, 2688), "is a .gif, and Apple takes .JPG, .jpeg or .png here"},
+           {image("a.png", 1290, 2796, false, 3145728), "is 3 MB, and Apple takes 2 MB at most"},
+           {image("a.JPG", 2796, 1290, true, 2097153),
+            "has an alpha channel, which Apple takes none of at 1290 × 2796: save it without one\n"
+            "is a .jpg, and Apple takes .png here\nis 2 MB, and Apple takes 2 MB at most"},
+           {image("a.png", 1291, 2796), "none"},
+       })
+    EXPECT_EQ(checked(display, file), problems) << file.path;
   EXPECT_EQ(checked(display, image("a.png", 2796, 1290), false), "none");
 }
 
@@ -133,28 +122,20 @@ TEST(AssetDisplay, checksVideos) {
   strict.audio = true;
   VideoSpec half = any;
   half.minSeconds = 15;
-  struct Row {
-    const VideoSpec& spec;
-    VideoFacts facts;
-    const char* problems;
-  };
-  const Row rows[] = {
-      {strict, {886, 1920, 30.04, 30.4, true}, ""},
-      {strict, {886, 1920, 14.96, 23.5, true}, ""},
-      {strict, {886, 1920, 30.06, 30, true}, "runs 30.1 s, and Apple takes 15–30 s"},
-      {strict,
-       {886, 1920, 14.94, 31, false},
-       "runs 14.9 s, and Apple takes 15–30 s\nis 31 fps, and Apple takes 23.98–25 or 30 fps\n"
-       "has no sound track, which Apple needs here (a silent one will do)"},
-      {strict, {1920, 886, 20, 29.97, true}, ""},
-      {strict, {886, 1920, 20, 27.256, true}, "is 27.26 fps, and Apple takes 23.98–25 or 30 fps"},
-      {half, {886, 1920, 1, 240, false}, ""},
-      {any, {887, 1920, 20, 30, true}, "none"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.problems);
-    EXPECT_EQ(checked({.device = "ipad", .videos = {row.spec}}, video(row.facts)), row.problems);
-  }
+  for (const auto& [spec, facts, problems] : Rows<VideoSpec, VideoFacts, const char*>{
+           {strict, {886, 1920, 30.04, 30.4, true}, ""},
+           {strict, {886, 1920, 14.96, 23.5, true}, ""},
+           {strict, {886, 1920, 30.06, 30, true}, "runs 30.1 s, and Apple takes 15–30 s"},
+           {strict,
+            {886, 1920, 14.94, 31, false},
+            "runs 14.9 s, and Apple takes 15–30 s\nis 31 fps, and Apple takes 23.98–25 or 30 fps\n"
+            "has no sound track, which Apple needs here (a silent one will do)"},
+           {strict, {1920, 886, 20, 29.97, true}, ""},
+           {strict, {886, 1920, 20, 27.256, true}, "is 27.26 fps, and Apple takes 23.98–25 or 30 fps"},
+           {half, {886, 1920, 1, 240, false}, ""},
+           {any, {887, 1920, 20, 30, true}, "none"},
+       })
+    EXPECT_EQ(checked({.device = "ipad", .videos = {spec}}, video(facts)), problems) << problems;
   EXPECT_EQ(checked({.videos = {any}}, video({})), "");
   EXPECT_EQ(checked({.images = {ImageSpec{}}}, video({})), "none");
   EXPECT_EQ(strict.text(), "15–30 s, 23.98–25 or 30 fps, with sound");
@@ -176,9 +157,8 @@ TEST(AssetCatalog, readsStrictlyAndStopsAtBrokenRanges) {
                          facts + "}]}]}"));
   };
   EXPECT_NO_THROW(readVideo(R"("fps": [{"min": 30, "max": 30}], "minSeconds": 15, "maxSeconds": 15, "audio": null)"));
-  for (const char* broken : {R"("fps": 30)", R"("audio": "yes")", R"("maxBytes": 1.5)", R"("minWidth": "1")"}) {
+  for (const char* broken : {R"("fps": 30)", R"("audio": "yes")", R"("maxBytes": 1.5)", R"("minWidth": "1")"})
     EXPECT_THROW(readVideo(broken), JSONError) << broken;
-  }
   for (const char* broken : {R"("maxHeight": 0)", R"("minWidth": 3)", R"("fps": [{"min": 31, "max": 30}])"}) {
     try {
       readVideo(broken);
@@ -190,38 +170,32 @@ TEST(AssetCatalog, readsStrictlyAndStopsAtBrokenRanges) {
 }
 
 TEST(ImageHeader, readsSizesFromTheFirstBytes) {
-  using tests::jpeg, tests::jpegSegment, tests::jpegStart, tests::png, tests::PNGColours;
   const std::string full = png(3, 2, PNGColours::colour);
-  const std::string transparent = full.substr(0, 33) + tests::pngChunk("tRNS", "\0\0\0\0\0\0"s) + full.substr(33);
+  const std::string transparent = full.substr(0, 33) + pngChunk("tRNS", "\0\0\0\0\0\0"s) + full.substr(33);
   std::string large;
   while (large.size() < 1'048'576) large += jpegSegment(0xE1, std::string(65'533, 'x'));
   const std::string head = jpeg(7, 9).substr(0, jpegStart().size() + 11); // up to the frame's first component count
-  struct Row {
-    const char* name;
-    std::string bytes;
-    std::optional<ImageHeader> header;
-  };
-  const Row rows[] = {
-      {"colour", full, ImageHeader{3, 2, false}},
-      {"a transparent colour is no alpha", transparent, ImageHeader{3, 2, false}},
-      {"colour with alpha", png(1290, 2, PNGColours::colourAlpha), ImageHeader{1290, 2, true}},
-      {"grey with alpha", png(70000, 1, PNGColours::greyAlpha).substr(0, 26), ImageHeader{70000, 1, true}},
-      {"PNG one byte short", full.substr(0, 25), std::nullopt},
-      {"progressive", jpeg(1290, 2796), ImageHeader{1290, 2796, false}},
-      {"baseline", jpeg(40000, 1, 0xC0), ImageHeader{40000, 1, false}},
-      {"last of the row", jpeg(5, 6, 0xCF), ImageHeader{5, 6, false}},
-      {"no frame: DAC", jpeg(5, 6, 0xCC), std::nullopt},
-      {"no frame: JPG", jpeg(5, 6, 0xC8), std::nullopt},
-      {"fill bytes", "\xFF\xD8\xFF\xFF"s + jpeg(5, 6).substr(2), ImageHeader{5, 6, false}},
-      {"cut before the frame", jpegStart(), std::nullopt},
-      {"shortest frame", head.substr(0, jpegStart().size() + 10), ImageHeader{7, 9, false}},
-      {"one byte short", head.substr(0, jpegStart().size() + 9), std::nullopt},
-      {"a segment of no length", "\xFF\xD8\xFF\xE0\0\0"s + jpeg(5, 6).substr(2), std::nullopt},
-      {"beyond the limit", "\xFF\xD8" + large + jpeg(5, 6).substr(2), std::nullopt},
-      {"nothing", "", std::nullopt},
-  };
-  for (const Row& row : rows) EXPECT_EQ(ImageHeader::read(row.bytes), row.header) << row.name;
+  for (const auto& [name, bytes, header] : Rows<const char*, std::string, std::optional<ImageHeader>>{
+           {"colour", full, ImageHeader{3, 2, false}},
+           {"a transparent colour is no alpha", transparent, ImageHeader{3, 2, false}},
+           {"colour with alpha", png(1290, 2, PNGColours::colourAlpha), ImageHeader{1290, 2, true}},
+           {"grey with alpha", png(70000, 1, PNGColours::greyAlpha).substr(0, 26), ImageHeader{70000, 1, true}},
+           {"PNG one byte short", full.substr(0, 25), std::nullopt},
+           {"progressive", jpeg(1290, 2796), ImageHeader{1290, 2796, false}},
+           {"baseline", jpeg(40000, 1, 0xC0), ImageHeader{40000, 1, false}},
+           {"last of the row", jpeg(5, 6, 0xCF), ImageHeader{5, 6, false}},
+           {"no frame: DAC", jpeg(5, 6, 0xCC), std::nullopt},
+           {"no frame: JPG", jpeg(5, 6, 0xC8), std::nullopt},
+           {"fill bytes", "\xFF\xD8\xFF\xFF"s + jpeg(5, 6).substr(2), ImageHeader{5, 6, false}},
+           {"cut before the frame", jpegStart(), std::nullopt},
+           {"shortest frame", head.substr(0, jpegStart().size() + 10), ImageHeader{7, 9, false}},
+           {"one byte short", head.substr(0, jpegStart().size() + 9), std::nullopt},
+           {"a segment of no length", "\xFF\xD8\xFF\xE0\0\0"s + jpeg(5, 6).substr(2), std::nullopt},
+           {"beyond the limit", "\xFF\xD8" + large + jpeg(5, 6).substr(2), std::nullopt},
+           {"nothing", "", std::nullopt},
+       })
+    EXPECT_EQ(ImageHeader::read(bytes), header) << name;
 }
 
 } // namespace
-} // namespace kestu
+} // namespace kestu::tests

@@ -6,7 +6,9 @@
 #include "core/support/error.hpp"
 #include "core/support/files.hpp"
 #include "core/support/md5.hpp"
+#include "core/support/text.hpp"
 #include "tests/support/asset_files.hpp"
+#include "tests/support/rows.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -19,11 +21,10 @@
 #include <utility>
 #include <vector>
 
-namespace kestu {
+namespace kestu::tests {
 namespace {
 
-using tests::png;
-using tests::TemporaryFolder;
+using enum AssetKind;
 using Texts = std::vector<std::string>;
 
 AssetDisplay display(std::string group, std::string name, std::int64_t width, std::int64_t height, bool videos,
@@ -67,27 +68,21 @@ Texts shown(const AssetScan& scan) {
   return lines;
 }
 
-Texts sorted(Texts texts) {
-  std::sort(texts.begin(), texts.end());
-  return texts;
-}
-
 TEST(AssetScan, findsSetsInOrder) {
   TemporaryFolder repo;
-  for (const char* file :
-       {"en-US/iPhone 6.9/10.png", "en-US/iPhone 6.9/2.PNG", "en-US/p55/.hidden.png", "fr-FR/z.png"}) {
-    repo.write(std::string("metadata/screenshots/") + file, png(6, 9));
+  const std::string at = "metadata/screenshots/";
+  for (const char* file : {"en-US/iPhone 6.9/10.png", "en-US/iPhone 6.9/2.PNG", "en-US/p55/.hidden.png", "fr-FR/z.png",
+                           "de-DE/P69/1.png"}) {
+    repo.write(at + file, png(6, 9));
   }
-  repo.write("metadata/screenshots/en-US/iPhone 6.9/.DS_Store", "");
-  repo.write("metadata/screenshots/en-US/iPhone 6.9/notes.txt", "");
-  repo.write("metadata/screenshots/en-US/IPHONE  5.5″/a.jpg", tests::jpeg(8, 5));
-  repo.write("metadata/screenshots/en-US/Mac/a.png", png(1, 1));
-  repo.write("metadata/screenshots/fr-FR/b.png", png(5, 8));
-  repo.write("metadata/screenshots/fr-FR/mac.png", png(16, 10));
-  repo.write("metadata/screenshots/de-DE/P69/1.png", png(6, 9));
-  repo.write("metadata/screenshots/pulled.json", "{}");
+  for (const char* file : {"en-US/iPhone 6.9/.DS_Store", "en-US/iPhone 6.9/notes.txt"}) repo.write(at + file, "");
+  repo.write(at + "en-US/IPHONE  5.5″/a.jpg", jpeg(8, 5));
+  repo.write(at + "en-US/Mac/a.png", png(1, 1));
+  repo.write(at + "fr-FR/b.png", png(5, 8));
+  repo.write(at + "fr-FR/mac.png", png(16, 10));
+  repo.write(at + "pulled.json", "{}");
   repo.write("fastlane/screenshots/it/1.png", png(6, 9));
-  AssetScan found = scan(repo, AssetKind::screenshots);
+  AssetScan found = scan(repo, screenshots);
   EXPECT_EQ(found.problems, Texts());
   EXPECT_EQ(found.notes, Texts()) << "en-US/p55 is a display, if an empty one";
   EXPECT_EQ(shown(found),
@@ -96,44 +91,35 @@ TEST(AssetScan, findsSetsInOrder) {
                    "en-US P55 metadata/screenshots/en-US/IPHONE  5.5″: a.jpg",
                    "fr-FR P69 metadata/screenshots/fr-FR: z.png", "fr-FR P55 metadata/screenshots/fr-FR: b.png"}));
   ScanOptions some{.platform = "ios", .locales = {"FR-fr", "de-de"}, .groups = {"P55"}};
-  EXPECT_EQ(shown(scan(repo, AssetKind::screenshots, some)), Texts{"fr-FR P55 metadata/screenshots/fr-FR: b.png"});
+  EXPECT_EQ(shown(scan(repo, screenshots, some)), Texts{"fr-FR P55 metadata/screenshots/fr-FR: b.png"});
   ScanOptions mac{.platform = "macos", .locales = {"fr-FR"}};
-  EXPECT_EQ(shown(scan(repo, AssetKind::screenshots, mac)), Texts{"fr-FR MAC metadata/screenshots/fr-FR: mac.png"});
-  EXPECT_EQ(Assets::kinds(repo.path()), std::vector{AssetKind::screenshots});
-  EXPECT_TRUE(scan(repo, AssetKind::previews).sets.empty());
+  EXPECT_EQ(shown(scan(repo, screenshots, mac)), Texts{"fr-FR MAC metadata/screenshots/fr-FR: mac.png"});
+  EXPECT_EQ(Assets::kinds(repo.path()), std::vector{screenshots});
+  EXPECT_TRUE(scan(repo, previews).sets.empty());
   std::unordered_set<AssetKey> keys;
   for (const AssetSet& set : found.sets) keys.insert(set.key());
-  EXPECT_TRUE(keys.size() == 5 && keys.contains({"fr-FR", AssetKind::screenshots, "P55"}));
+  EXPECT_TRUE(keys.size() == 5 && keys.contains({"fr-FR", screenshots, "P55"}));
 }
 
 TEST(AssetScan, tellsWhatIsWrongWithAFile) {
-  struct Row {
-    AssetKind kind;
-    const char* file;
-    std::string bytes;
-    const char* problem;
-  };
-  const auto shots = AssetKind::screenshots;
-  const auto previews = AssetKind::previews;
-  const Row rows[] = {
-      {shots, "metadata/screenshots/en-US/iPhone 6.9/a.mov", "6 9", " is a video, and screenshots are images."},
-      {previews, "metadata/previews/en-US/V69/a.png", png(6, 9), " is an image, and app previews are videos."},
-      {shots, "fastlane/screenshots/en-US/P69/a.png", png(100, 200),
-       " is 100 × 200, not a size of iPhone 6.9″ (6 × 9)."},
-      {shots, "metadata/screenshots/en-US/a.png", png(9, 7), " is 9 × 7, which no display takes (6 × 9 or 5 × 8)."},
-      {previews, "metadata/previews/en-US/V69/a.m4v", "5 8", " is 5 × 8, not a size of iPhone 6.9″ (6 × 9)."},
-      {previews, "metadata/previews/en-US/V69/a.mov", "no", " isn't a video kestu can read."},
-      {shots, "metadata/screenshots/en-US/P69/a.png", "<html>", " isn't a PNG or a JPEG."},
-      {shots, "metadata/screenshots/en-US/P69/é.png", png(6, 9, tests::PNGColours::greyAlpha),
-       " has an alpha channel, which Apple takes none of at 6 × 9: save it without one."},
-      {shots, "fastlane/screenshots/ja/a.png", "version https://git-lfs.github.com/spec/v1\noid sha256:0\nsize 9\n",
-       " is a Git LFS pointer, not the file itself: git lfs pull."},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.file);
+  for (const auto& [kind, file, bytes, problem] : Rows<AssetKind, const char*, std::string, const char*>{
+           {screenshots, "metadata/screenshots/ja/P69/a.mov", "6 9", " is a video, and screenshots are images."},
+           {previews, "metadata/previews/ja/V69/a.png", png(6, 9), " is an image, and app previews are videos."},
+           {screenshots, "fastlane/screenshots/ja/P69/a.png", png(100, 200),
+            " is 100 × 200, not a size of iPhone 6.9″ (6 × 9)."},
+           {screenshots, "metadata/screenshots/ja/a.png", png(9, 7),
+            " is 9 × 7, which no display takes (6 × 9 or 5 × 8)."},
+           {previews, "metadata/previews/ja/V69/a.m4v", "5 8", " is 5 × 8, not a size of iPhone 6.9″ (6 × 9)."},
+           {previews, "metadata/previews/ja/V69/a.mov", "no", " isn't a video kestu can read."},
+           {screenshots, "metadata/screenshots/ja/P69/a.png", "<html>", " isn't a PNG or a JPEG."},
+           {screenshots, "metadata/screenshots/ja/P69/é.png", png(6, 9, PNGColours::greyAlpha),
+            " has an alpha channel, which Apple takes none of at 6 × 9: save it without one."},
+           {screenshots, "fastlane/screenshots/ja/a.png", "version https://git-lfs.github.com/spec/v1\noid sha256:0\n",
+            " is a Git LFS pointer, not the file itself: git lfs pull."},
+       }) {
     TemporaryFolder repo;
-    repo.write(row.file, row.bytes);
-    EXPECT_EQ(scan(repo, row.kind).problems, Texts{row.file + std::string(row.problem)});
+    repo.write(file, bytes);
+    EXPECT_EQ(scan(repo, kind).problems, Texts{file + std::string(problem)});
   }
 }
 
@@ -164,8 +150,8 @@ TEST(AssetScan, refusesFoldersThatCanBeNoLanguage) {
     SCOPED_TRACE(row.file + std::string(row.groups.empty() ? "" : " for P69"));
     TemporaryFolder repo;
     bool isSquare = std::string(row.file).ends_with(".jpg");
-    repo.write(at + row.file, isSquare ? tests::jpeg(9, 9) : png(6, 9));
-    AssetScan found = scan(repo, AssetKind::screenshots, {.platform = "ios", .groups = row.groups});
+    repo.write(at + row.file, isSquare ? jpeg(9, 9) : png(6, 9));
+    AssetScan found = scan(repo, screenshots, {.platform = "ios", .groups = row.groups});
     EXPECT_EQ(found.problems, row.problem.empty() ? Texts() : Texts{row.problem});
     EXPECT_EQ(found.sets.size(), row.sets);
     ASSERT_EQ(found.notes.size(), row.note.empty() ? 0U : 1U);
@@ -179,21 +165,18 @@ TEST(AssetScan, goesByNamesAmongDisplaysOfOneSize) {
                      old = pad("IPAD_PRO_PROFILE", "iPad 12.9″");
   AssetDisplay small{"IPHONE_A", "iPhone 6.1″", "iphone", "ios", 1, {}, {}};
   AssetDisplay other{"IPHONE_AB", "iPhone 6.3″", "iphone", "ios", 1, {}, {}};
-  struct Row {
-    const char* file;
-    const AssetDisplay *first, *second, *meant;
-  };
-  for (const Row& row : {Row{"1.png", &large, &old, &large},
-                         {"iPadPro129-2ndGen-1.png", &large, &old, &old},
-                         {"01_APP_IPAD_PRO_3GEN_129_framed.png", &old, &large, &large},
-                         {"iPad Pro (12.9-inch) (4th generation)-1.png", &old, &large, &large},
-                         {"iPad 12.9-1.png", &large, &old, &old},
-                         {"gen-1.png", &old, &large, &old},
-                         {"APP_IPHONE_63_1.png", &small, &other, &other},
-                         {"iphone_ab.png", &small, &other, &other},
-                         {"6.3.png", &small, &other, &small}}) {
-    EXPECT_EQ(displayMeant(row.file, {row.first, row.second})->name, row.meant->name) << row.file;
-  }
+  for (const auto& [file, first, second, meant] :
+       Rows<const char*, const AssetDisplay*, const AssetDisplay*, const AssetDisplay*>{
+           {"1.png", &large, &old, &large},
+           {"iPadPro129-2ndGen-1.png", &large, &old, &old},
+           {"01_APP_IPAD_PRO_3GEN_129_framed.png", &old, &large, &large},
+           {"iPad Pro (12.9-inch) (4th generation)-1.png", &old, &large, &large},
+           {"iPad 12.9-1.png", &large, &old, &old},
+           {"gen-1.png", &old, &large, &old},
+           {"APP_IPHONE_63_1.png", &small, &other, &other},
+           {"iphone_ab.png", &small, &other, &other},
+           {"6.3.png", &small, &other, &small}})
+    EXPECT_EQ(displayMeant(file, {first, second})->name, meant->name) << file;
 }
 
 TEST(AssetScan, framedPicturesStandForTheirOriginals) {
@@ -201,9 +184,9 @@ TEST(AssetScan, framedPicturesStandForTheirOriginals) {
   const std::string at = "fastlane/screenshots/ja/";
   std::filesystem::create_directories(repo.path() / "metadata/screenshots/en-US"); // empty, it hides nothing
   for (const char* file : {"1.png", "1_framed.png", "2.png", "3_framed.jpg.png", "2_frame.png", "2b.png"}) {
-    repo.write(at + file, png(5, 8, tests::PNGColours::palette, static_cast<std::uint8_t>(file[0])));
+    repo.write(at + file, png(5, 8, PNGColours::palette, static_cast<std::uint8_t>(file[0])));
   }
-  AssetScan found = scan(repo, AssetKind::screenshots, {.hashing = true});
+  AssetScan found = scan(repo, screenshots, {.hashing = true});
   EXPECT_EQ(shown(found),
             Texts{"ja P55 fastlane/screenshots/ja: 1_framed.png 2_frame.png 2.png 2b.png 3_framed.jpg.png"});
   EXPECT_EQ(found.notes, (Texts{"fastlane/screenshots/ja: a file is left out for the framed one beside it (…_framed).",
@@ -211,38 +194,24 @@ TEST(AssetScan, framedPicturesStandForTheirOriginals) {
 }
 
 TEST(AssetScan, groupsFilesWithTheSameFault) {
-  struct Row {
-    Texts problems;
-    int columns;
-    const char* lines;
+  // "@" stands for the folder of all of them.
+  auto whole = [](std::string text) {
+    for (std::size_t at; (at = text.find('@')) != std::string::npos;) text.replace(at, 1, "metadata/screenshots/");
+    return text;
   };
-  const std::string at = "metadata/screenshots/", wrong = " is 1 × 2, not a size.";
-  for (const Row& row : std::vector<Row>{
-           {{at + "ja/A/1.png" + wrong, at + "ja/A/2.png" + wrong},
-            0,
-            "\nmetadata/screenshots/ja/A/1.png is 1 × 2, not a size.\nmetadata/screenshots/ja/A/2.png is 1 × 2, not a "
-            "size."},
-           {{at + "ja/A b.c/1.png" + wrong, at + "no/A/2.png" + wrong, at + "ja/A/3.png" + wrong},
-            200,
-            "\nmetadata/screenshots/ja/A b.c/1.png (and 2 more in no, ja) is 1 × 2, not a size."},
-           {{at + "a/1.png" + wrong, at + "b/1.png" + wrong, at + "c/1.png" + wrong, at + "d/1.png" + wrong,
-             at + "e/1.png" + wrong},
-            200,
-            "\nmetadata/screenshots/a/1.png (and 4 more in 4 languages) is 1 × 2, not a size."},
-           {{at + "ja/1.png isn't a PNG.", at + "ja/A has 11 screenshots.", at + "ja/2.png" + wrong,
-             at + "ja/A has 11 screenshots."},
-            200,
-            "\nmetadata/screenshots/ja/1.png isn't a PNG.\nmetadata/screenshots/ja/A has 11 screenshots.\n"
-            "metadata/screenshots/ja/2.png is 1 × 2, not a size.\nmetadata/screenshots/ja/A has 11 screenshots."},
-           {{at + "ja/1.mov and " + at + "ja/2.mov are the same."},
-            200,
-            "\nmetadata/screenshots/ja/1.mov and metadata/screenshots/ja/2.mov are the same."},
-           {{at + "ja/\x1b[2J.png isn't a PNG."}, 200, "\nmetadata/screenshots/ja/\\u{1b}[2J.png isn't a PNG."},
-           {{at + "ja/1.png" + wrong}, 30, "\nmetadata/screenshots/ja/1.png\n  is 1 × 2, not a size."},
-       }) {
-    SCOPED_TRACE(row.lines);
-    EXPECT_EQ(problemLines(row.problems, row.columns), row.lines);
-  }
+  for (const auto& [problems, columns, lines] : Rows<const char*, int, const char*>{
+           {"@ja/A/1.png is 1 × 2.\n@ja/A/2.png is 1 × 2.", 0, "@ja/A/1.png is 1 × 2.\n@ja/A/2.png is 1 × 2."},
+           {"@ja/A b.c/1.png is 1 × 2.\n@no/A/2.png is 1 × 2.\n@ja/A/3.png is 1 × 2.", 200,
+            "@ja/A b.c/1.png (and 2 more in no, ja) is 1 × 2."},
+           {"@a/1.png is 1 × 2.\n@b/1.png is 1 × 2.\n@c/1.png is 1 × 2.\n@d/1.png is 1 × 2.\n@e/1.png is 1 × 2.", 200,
+            "@a/1.png (and 4 more in 4 languages) is 1 × 2."},
+           {"@ja/1.png isn't a PNG.\n@ja/A has 11 screenshots.\n@ja/2.png is 1 × 2.\n@ja/A has 11 screenshots.", 200,
+            "@ja/1.png isn't a PNG.\n@ja/A has 11 screenshots.\n@ja/2.png is 1 × 2.\n@ja/A has 11 screenshots."},
+           {"@ja/1.mov and @ja/2.mov are the same.", 200, "@ja/1.mov and @ja/2.mov are the same."},
+           {"@ja/\x1b[2J.png isn't a PNG.", 200, "@ja/\\u{1b}[2J.png isn't a PNG."},
+           {"@ja/1.png is 1 × 2, not a size.", 30, "@ja/1.png\n  is 1 × 2, not a size."},
+       })
+    EXPECT_EQ(problemLines(Text::split(whole(problems), '\n'), columns), "\n" + whole(lines));
 }
 
 TEST(AssetScan, goesOnPastProblemsWithFolders) {
@@ -257,8 +226,9 @@ TEST(AssetScan, goesOnPastProblemsWithFolders) {
   std::filesystem::create_symlink("loop.png", repo.path() / at / "it/loop.png");
   std::filesystem::create_directory_symlink("de-DE", repo.path() / at / "sv");
   std::filesystem::create_directories(repo.path() / at / "sv/P55/a.png/P69");
-  AssetScan found = scan(repo, AssetKind::screenshots);
-  EXPECT_EQ(sorted(found.problems),
+  AssetScan found = scan(repo, screenshots);
+  std::sort(found.problems.begin(), found.problems.end());
+  EXPECT_EQ(found.problems,
             (Texts{at + "de-DE/P69 has 3 screenshots; Apple takes 2 at most.",
                    at + "en-US/iPhone 6.9 and metadata/screenshots/en-US are both iPhone 6.9″; keep one.",
                    at + "en-US/iPhone 6.9 and metadata/screenshots/en-US/P69 are both iPhone 6.9″; keep one.",
@@ -277,15 +247,14 @@ TEST(AssetScan, hashesEveryFileInItsPlace) {
     // One is longer than a piece, and one has its size only after the first read.
     std::string tail(i == 7 ? 9'000'000 : static_cast<std::size_t>(i), 'x');
     std::string file =
-        i == 9 ? "\xFF\xD8" + tests::jpegSegment(0xE1, std::string(65'533, 'x')) + tests::jpeg(6, 9).substr(2)
-               : png(6, 9);
+        i == 9 ? "\xFF\xD8" + jpegSegment(0xE1, std::string(65'533, 'x')) + jpeg(6, 9).substr(2) : png(6, 9);
     repo.write("metadata/screenshots/en-US/P69/" + std::to_string(i) + ".png", file + tail);
     bytes += file.size() + tail.size();
   }
   std::uint64_t last = 0;
   ScanOptions options{.hashing = true,
                       .progress = [&](std::uint64_t now) { EXPECT_LT(std::exchange(last, now), now); }};
-  AssetScan hashed = scan(repo, AssetKind::screenshots, options);
+  AssetScan hashed = scan(repo, screenshots, options);
   ASSERT_EQ(hashed.sets.size(), 1U);
   ASSERT_EQ(hashed.sets[0].files.size(), 40U);
   EXPECT_EQ(last, bytes);
@@ -295,14 +264,14 @@ TEST(AssetScan, hashesEveryFileInItsPlace) {
     EXPECT_EQ(file.md5, MD5::hex(file.path));
     EXPECT_EQ(static_cast<std::uintmax_t>(file.size), std::filesystem::file_size(file.path));
   }
-  AssetScan plain = scan(repo, AssetKind::screenshots);
+  AssetScan plain = scan(repo, screenshots);
   ASSERT_EQ(plain.sets[0].files.size(), 40U);
   EXPECT_EQ(plain.sets[0].files[9].height, 9) << "found past the first 64 KiB";
   EXPECT_EQ(plain.sets[0].files[9].md5, std::nullopt);
   std::stop_source stop;
   options.stop = stop.get_token();
   options.progress = [&](std::uint64_t) { stop.request_stop(); };
-  EXPECT_THROW(scan(repo, AssetKind::screenshots, options), Stopped);
+  EXPECT_THROW(scan(repo, screenshots, options), Stopped);
 }
 
 TEST(AssetScan, knowsPulledFilesByTheirBytes) {
@@ -310,17 +279,16 @@ TEST(AssetScan, knowsPulledFilesByTheirBytes) {
   const std::string at = "metadata/screenshots/";
   auto first = repo.write(at + "en-US/P69/1.png", png(6, 9));
   repo.write(at + "en-US/2.png", png(5, 8));
-  Pulled::write(AssetKind::screenshots, repo.path(),
-                {{"en-US/P69/1.png", {"A1", MD5::hex(first)}}, {"en-US/2.png", {"A2", "0"}}});
+  Pulled::write(screenshots, repo.path(), {{"en-US/P69/1.png", {"A1", MD5::hex(first)}}, {"en-US/2.png", {"A2", "0"}}});
   EXPECT_EQ(Files::read(repo.path() / at / "pulled.json", 1000)->substr(0, 40),
             "{\n  \"en-US/2.png\": {\n    \"assetId\": \"A2\"");
   for (bool hashing : {true, false}) {
-    AssetScan found = scan(repo, AssetKind::screenshots, {.hashing = hashing});
+    AssetScan found = scan(repo, screenshots, {.hashing = hashing});
     EXPECT_EQ(found.sets.at(0).files.at(0).assetId, "A1");
     EXPECT_EQ(found.sets.at(1).files.at(0).assetId, hashing ? std::nullopt : std::optional<std::string>("A2"));
   }
   repo.write(at + "pulled.json", R"({"en-US/P69/1.png": "A1"})");
-  AssetScan found = scan(repo, AssetKind::screenshots);
+  AssetScan found = scan(repo, screenshots);
   EXPECT_EQ(found.problems, Texts());
   EXPECT_EQ(found.notes, Texts{at + "pulled.json isn't what kestu assets pull writes, so it wasn't used."});
   EXPECT_EQ(found.sets.at(0).files.at(0).assetId, std::nullopt);
@@ -329,9 +297,8 @@ TEST(AssetScan, knowsPulledFilesByTheirBytes) {
 TEST(Frames, areHoursMinutesSecondsAndFrames) {
   for (const char* good : {"00:00:05:00", "99:59:59:99"}) EXPECT_TRUE(Frames::isFrame(good)) << good;
   for (const char* bad : {"0:00:05:00", "00:60:00:00", "00:00:60:00", "00:00:05", "00:00:05:000", "00:00:05:0a", "",
-                          "00;00:05:00", "00:00:05:00 ", "00:00:5:000", "+1:00:05:00"}) {
+                          "00;00:05:00", "00:00:05:00 ", "00:00:5:000", "+1:00:05:00"})
     EXPECT_FALSE(Frames::isFrame(bad)) << bad;
-  }
 }
 
 TEST(Frames, areCheckedAgainstTheFiles) {
@@ -345,7 +312,7 @@ TEST(Frames, areCheckedAgainstTheFiles) {
              R"({"en-US/V69/1.mov": "00:00:05:00", "en-US/V69/2.mov": "00:00:06:00", "en-US/V55/3.mov": "5",
     "en-US/poster.png": "00:00:01:00", "en-US/V69/9.mov": "00:00:01:00", "fr-FR/V69/1.mov": "00:00:07:00", "it/1.mov": "00:00:01:00"})");
   ScanOptions options{.hashing = true, .probe = measured};
-  AssetScan found = scan(repo, AssetKind::previews, options);
+  AssetScan found = scan(repo, previews, options);
   EXPECT_EQ(found.problems,
             (Texts{at + "en-US/poster.png is an image, and app previews are videos.",
                    at + "frames.json gives en-US/V55/3.mov the poster frame 5, which isn't HH:MM:SS:FF (00:00:05:00).",
@@ -357,14 +324,14 @@ TEST(Frames, areCheckedAgainstTheFiles) {
   EXPECT_EQ(found.sets.at(0).files.at(1).frame, "00:00:06:00");
   EXPECT_EQ(found.sets.at(1).files.at(0).frame, std::nullopt);
   options.locales = {"FR-fr"};
-  found = scan(repo, AssetKind::previews, options);
+  found = scan(repo, previews, options);
   EXPECT_EQ(found.problems, Texts()) << "other languages' frames were not looked for";
   EXPECT_EQ(found.sets.at(0).files.at(0).frame, "00:00:07:00");
 }
 
 TEST(Frames, areRewrittenEntryByEntry) {
   TemporaryFolder repo;
-  const auto kind = AssetKind::previews;
+  const auto kind = previews;
   const auto& root = repo.path();
   Frames::write(kind, root,
                 {{"en-US/A/1.mov", "00:00:01:00"}, {"en-US/A/2.mov", "00:00:02:00"}, {"en-US/AB/1.mov", "bad"}}, {});
@@ -399,7 +366,7 @@ TEST(VideoProbe, leavesVideosUnmeasuredWithoutAModule) {
       "metadata/previews/en-US/2.mov can't go by its size, which wasn't measured: move it to its display's folder.";
   auto missing = [](const auto&) -> std::optional<VideoFacts> { throw NoVideoModule(); };
   for (const VideoProbeFunction& probe : {VideoProbeFunction(), VideoProbeFunction(missing)}) {
-    AssetScan found = scan(repo, AssetKind::previews, {.probe = probe});
+    AssetScan found = scan(repo, previews, {.probe = probe});
     EXPECT_EQ(found.notes,
               Texts{"Videos weren't measured: libkestu-media isn't there. Install the package kestu-media, or "
                     "kestu built with FFmpeg's libraries."});
@@ -413,39 +380,35 @@ TEST(VideoProbe, measuresMovies) {
   if (std::system("ffmpeg -version > /dev/null 2>&1") != 0 || !VideoProbe::available())
     GTEST_SKIP() << "no ffmpeg, or no module";
   TemporaryFolder folder;
-  struct Row {
-    const char* name;
-    const char* arguments;
-    std::optional<VideoFacts> facts;
-  };
-  const Row rows[] = {
-      {"sound.mov",
-       "-f lavfi -i testsrc=s=64x32:r=30000/1001:d=1.001 -f lavfi -i sine=d=1.001 -c:v mpeg4 -c:a aac -shortest",
-       VideoFacts{64, 32, 1.001, 29.97, true}},
-      {"portrait.mov", "-i sound.mov -c copy -an -metadata:s:v rotate=90", VideoFacts{32, 64, 1.001, 29.97, false}},
-      {"wide.mp4", "-f lavfi -i testsrc=s=64x32:r=25:d=2 -vf setsar=2 -c:v mpeg4", VideoFacts{128, 32, 2, 25, false}},
-      {"pieces.mp4", "-i wide.mp4 -c copy -movflags frag_keyframe+empty_moov", VideoFacts{128, 32, 2, 25, false}},
-      // 20 frames at 30 a second, then every third of them: 33 in all.
-      {"uneven.mov",
-       "-f lavfi -i testsrc=s=64x32:r=30:d=2 -vf \"select='lt(n,20)+not(mod(n,3))'\" -vsync vfr -c:v mpeg4",
-       VideoFacts{64, 32, 1.934, 33 / 1.9333, false}},
-      // The edit list leaves out what comes before the key frame that it was cut at.
-      {"cut.mov", "-ss 1 -i wide.mp4 -c copy", VideoFacts{128, 32, 1, 25, false}},
-      {"sound only.m4v", "-f lavfi -i sine=d=1 -c:a aac -f mp4", std::nullopt},
-  };
   const VideoProbeFunction probe = VideoProbe::system();
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    std::string made = "cd '" + folder.path().string() + "' && ffmpeg -v error -y " + row.arguments + " '" + row.name +
-                       "' < /dev/null";
+  for (const auto& [name, arguments, expected] : Rows<const char*, const char*, std::optional<VideoFacts>>{
+           {"sound.mov",
+            "-f lavfi -i testsrc=s=64x32:r=30000/1001:d=1.001 -f lavfi -i sine=d=1.001 -c:v mpeg4 -c:a aac -shortest",
+            VideoFacts{64, 32, 1.001, 29.97, true}},
+           {"portrait.mov", "-i sound.mov -c copy -an -metadata:s:v rotate=90",
+            VideoFacts{32, 64, 1.001, 29.97, false}},
+           {"wide.mp4", "-f lavfi -i testsrc=s=64x32:r=25:d=2 -vf setsar=2 -c:v mpeg4",
+            VideoFacts{128, 32, 2, 25, false}},
+           {"pieces.mp4", "-i wide.mp4 -c copy -movflags frag_keyframe+empty_moov", VideoFacts{128, 32, 2, 25, false}},
+           // 20 frames at 30 a second, then every third of them: 33 in all.
+           {"uneven.mov",
+            "-f lavfi -i testsrc=s=64x32:r=30:d=2 -vf \"select='lt(n,20)+not(mod(n,3))'\" -vsync vfr -c:v mpeg4",
+            VideoFacts{64, 32, 1.934, 33 / 1.9333, false}},
+           // The edit list leaves out what comes before the key frame that it was cut at.
+           {"cut.mov", "-ss 1 -i wide.mp4 -c copy", VideoFacts{128, 32, 1, 25, false}},
+           {"sound only.m4v", "-f lavfi -i sine=d=1 -c:a aac -f mp4", std::nullopt},
+       }) {
+    SCOPED_TRACE(name);
+    std::string made =
+        "cd '" + folder.path().string() + "' && ffmpeg -v error -y " + arguments + " '" + name + "' < /dev/null";
     ASSERT_EQ(std::system(made.c_str()), 0);
-    auto facts = probe(folder.path() / row.name);
-    ASSERT_EQ(facts.has_value(), row.facts.has_value());
+    auto facts = probe(folder.path() / name);
+    ASSERT_EQ(facts.has_value(), expected.has_value());
     if (!facts) continue;
-    EXPECT_EQ(std::pair(facts->width, facts->height), std::pair(row.facts->width, row.facts->height));
-    EXPECT_NEAR(facts->seconds, row.facts->seconds, 0.04);
-    EXPECT_NEAR(facts->fps, row.facts->fps, 0.01);
-    EXPECT_EQ(facts->audio, row.facts->audio);
+    EXPECT_EQ(std::pair(facts->width, facts->height), std::pair(expected->width, expected->height));
+    EXPECT_NEAR(facts->seconds, expected->seconds, 0.04);
+    EXPECT_NEAR(facts->fps, expected->fps, 0.01);
+    EXPECT_EQ(facts->audio, expected->audio);
   }
   // Without its end there is no index; with the index first the header still tells.
   std::filesystem::resize_file(folder.path() / "sound.mov",
@@ -456,4 +419,4 @@ TEST(VideoProbe, measuresMovies) {
 }
 
 } // namespace
-} // namespace kestu
+} // namespace kestu::tests

@@ -2,8 +2,9 @@
 #include "core/builds/build_number.hpp"
 #include "core/builds/build_reference.hpp"
 #include "core/builds/info_plist.hpp"
-#include "core/support/error.hpp"
 #include "tests/support/build_files.hpp"
+#include "tests/support/outcome.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,13 +13,12 @@ namespace fs = std::filesystem;
 namespace kestu::tests {
 namespace {
 
+using Text = std::optional<std::string>;
+using Texts = std::vector<std::string>;
+
 TEST(BuildNumber, NextIsTheHighestPlusOne) {
-  struct Row {
-    std::vector<std::string> numbers;
-    const char* next;
-  };
-  for (const Row& row : std::vector<Row>{
-           {{}, "1"},
+  for (const auto& [numbers, next] : Rows<Texts, const char*>{
+           {Texts{}, "1"},
            {{"45", "9"}, "46"},
            {{"1.0.9", "1.0.10"}, "1.0.11"},
            {{"1", "1.0"}, "1.1"},
@@ -28,19 +28,12 @@ TEST(BuildNumber, NextIsTheHighestPlusOne) {
            {{"1.beta"}, "1.1"},
            {{"beta", "0"}, "1"},
            {{"99999999999999999999", "100000000000000000000"}, "100000000000000000001"},
-       }) {
-    SCOPED_TRACE(row.next);
-    EXPECT_EQ(BuildNumber::next(row.numbers), row.next);
-  }
+       })
+    EXPECT_EQ(BuildNumber::next(numbers), next) << next;
 }
 
 TEST(BuildNumber, SameVersionComparesWholeNumbers) {
-  using Text = std::optional<std::string>;
-  struct Row {
-    Text one, other;
-    bool same;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [one, other, same] : Rows<Text, Text, bool>{
            {"1.2", "1.2", true},
            {"1.02", "1.2", true},
            {"1.2", "1.2.0", false},
@@ -49,14 +42,13 @@ TEST(BuildNumber, SameVersionComparesWholeNumbers) {
            {"1.2", std::nullopt, false},
            {std::nullopt, std::nullopt, false},
        }) {
-    SCOPED_TRACE(row.one.value_or("-") + " " + row.other.value_or("-"));
-    EXPECT_EQ(BuildNumber::sameVersion(row.one, row.other), row.same);
-    EXPECT_EQ(BuildNumber::sameVersion(row.other, row.one), row.same);
+    SCOPED_TRACE(one.value_or("-") + " " + other.value_or("-"));
+    EXPECT_EQ(BuildNumber::sameVersion(one, other), same);
+    EXPECT_EQ(BuildNumber::sameVersion(other, one), same);
   }
 }
 
 TEST(BuildReference, ReadsEachWayToNameABuild) {
-  using Text = std::optional<std::string>;
   struct Row {
     const char* given;
     Text version, number, id;
@@ -102,12 +94,7 @@ TEST(BuildReference, FindsTheBuildThatIsMeant) {
       listed("d", "macos", "1.1", "44"),     listed("e", "ios", "1.0", "44"), listed("f", "tvos", "1.2", "7", true),
       listed("g", "tvos", "1.2", "7", true),
   };
-  struct Row {
-    const char* text;
-    std::optional<std::string> platform;
-    std::string outcome; // the ID, or the message
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [text, platform, expected] : Rows<const char*, Text, std::string>{
            {"45", std::nullopt, "b"},
            {"1.02 (45)", std::nullopt, "b"},
            {"1.1 (44)", "macos", "d"},
@@ -125,24 +112,14 @@ TEST(BuildReference, FindsTheBuildThatIsMeant) {
             "Several builds are 1.1 (44): name its version too (\"1.2 (45)\"), or --platform.\n  1.1 (44) for iOS\n  "
             "1.1 (44) for macOS\nHere the platform tells them apart: --platform ios"},
        }) {
-    SCOPED_TRACE(row.text);
-    std::string outcome;
-    try {
-      outcome = BuildReference::read(row.text).find(builds, row.platform).buildId;
-    } catch (const CLIError& error) {
-      outcome = error.description;
-    }
-    EXPECT_EQ(outcome, row.outcome);
+    SCOPED_TRACE(text);
+    BuildReference reference = BuildReference::read(text);
+    EXPECT_EQ(outcomeOf([&, of = platform] { return reference.find(builds, of).buildId; }), expected);
   }
 }
 
 TEST(InfoPlist, ReadsXMLAndBinaryAlike) {
-  struct Row {
-    std::string xml;
-    const char* version;
-    const char* platform;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [xml, version, platform] : Rows<std::string, const char*, const char*>{
            {plist("1.2", "45"), "1.2", "ios"},
            {plist("1.2", "45", "AppleTVOS"), "1.2", "tvos"},
            {plist("1.2", "45", "XROS"), "1.2", "visionos"},
@@ -150,20 +127,19 @@ TEST(InfoPlist, ReadsXMLAndBinaryAlike) {
            {plist({{"CFBundleVersion", "45"}, {"CFBundleSupportedPlatforms", "XROS"}}), "", "ios"},
            {plist(" 1.2\n", "45"), "1.2", "ios"},
        }) {
-    for (const std::string& bytes : {row.xml, binaryPlist(row.xml)}) {
-      SCOPED_TRACE(row.xml);
+    for (const std::string& bytes : {xml, binaryPlist(xml)}) {
+      SCOPED_TRACE(xml);
       auto info = InfoPlist::read(bytes);
       ASSERT_TRUE(info);
-      EXPECT_EQ(info->version.value_or(""), row.version);
+      EXPECT_EQ(info->version.value_or(""), version);
       EXPECT_EQ(info->number, "45");
-      EXPECT_EQ(info->platform, row.platform);
+      EXPECT_EQ(info->platform, platform);
     }
   }
   for (const std::string& bytes :
        {std::string(), std::string("bplist00"), std::string("<plist><array/></plist>"),
-        std::string("{\"CFBundleVersion\": \"45\"}"), binaryPlist(plist("1", "2")).substr(9)}) {
+        std::string("{\"CFBundleVersion\": \"45\"}"), binaryPlist(plist("1", "2")).substr(9)})
     EXPECT_FALSE(InfoPlist::read(bytes)) << bytes;
-  }
 }
 
 /// `count` arrays, each within the one before, or in binary form also several times in it.
@@ -181,12 +157,9 @@ std::string nested(int count, int times, bool binary) {
   };
   // The dictionary is object 0, its key 1 and value 2, then its other key and the arrays.
   text = "bplist00" + std::string("\xD2") + big(1, 2) + big(3, 2) + big(2, 2) + big(4, 2);
-  text += "\x5F\x10\x0F"
-          "CFBundleVersion";
+  text += std::string("\x5F\x10\x0F") + "CFBundleVersion";
   std::string places = big(8, 4) + big(17, 4) + big(35, 4) + big(38, 4);
-  text += "\x52"
-          "45\x51"
-          "a";
+  text += std::string("\x52") + "45\x51" + "a";
   for (int i = 0; i < count; ++i) {
     places += big(static_cast<int>(text.size()), 4);
     bool last = i == count - 1;
@@ -199,11 +172,7 @@ std::string nested(int count, int times, bool binary) {
 }
 
 TEST(InfoPlist, RefusesWhatWouldExhaustItsReader) {
-  struct Row {
-    int count, times;
-    bool binary, read;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [count, times, binary, read] : Rows<int, int, bool, bool>{
            {50, 1, false, true},
            {100'000, 1, false, false},
            {50, 1, true, true},
@@ -211,9 +180,9 @@ TEST(InfoPlist, RefusesWhatWouldExhaustItsReader) {
            {12, 2, true, true},
            {60, 2, true, false},
        }) {
-    SCOPED_TRACE(std::to_string(row.count) + (row.binary ? " binary" : " XML"));
-    auto info = InfoPlist::read(nested(row.count, row.times, row.binary));
-    EXPECT_EQ(info.has_value(), row.read);
+    SCOPED_TRACE(std::to_string(count) + (binary ? " binary" : " XML"));
+    auto info = InfoPlist::read(nested(count, times, binary));
+    EXPECT_EQ(info.has_value(), read);
     if (info) {
       EXPECT_EQ(info->number, "45");
     }
@@ -231,48 +200,32 @@ TEST(InfoPlist, RefusesWhatWouldExhaustItsReader) {
 }
 
 TEST(BuildArchive, TakesOnlyTheAppsOwnInfoPlist) {
-  struct Row {
-    const char* names;
-    const char* member;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [names, member] : Rows<const char*, const char*>{
            {"Payload/\nPayload/A.app/\nPayload/A.app/Info.plist\n", "Payload/A.app/Info.plist"},
            {"Payload/A.app/Watch/W.app/Info.plist\nPayload/A.app/Info.plist", "Payload/A.app/Info.plist"},
            {"Payload/A.app/PlugIns/E.appex/Info.plist\n", ""},
            {"payload/A.app/Info.plist\nPayload/A/Info.plist\nX/Payload/A.app/Info.plist\n", ""},
            {"Payload/Info.plist\n/Payload/A.app/Info.plist\nPayload/A.app/Info.plist/\n", ""},
            {"Payload/B.app/Info.plist\nPayload/A.app/Info.plist\n", "Payload/B.app/Info.plist"},
-       }) {
-    EXPECT_EQ(infoPlistMember(row.names), row.member) << row.names;
-  }
+       })
+    EXPECT_EQ(infoPlistMember(names), member) << names;
 }
 
 /// "1.2 (45) ios", or the message.
 std::string outcome(const fs::path& folder, const std::string& path, const BuildFile::Given& given = {},
-                    const std::vector<std::string>& programs = BuildArchive::unzipPrograms) {
-  try {
+                    const Texts& programs = BuildArchive::unzipPrograms) {
+  return outcomeOf([&] {
     BuildFile build = BuildFile::read(folder, path, given, {}, programs);
     return build.text() + " " + build.platform;
-  } catch (const CLIError& error) {
-    return error.description;
-  }
+  });
 }
 
 TEST(BuildFile, ReadsARealArchive) {
   TemporaryFolder place;
   const fs::path& folder = place.path();
   std::string nested = plist("9.9", "99", "WatchOS");
-  auto make = [&](const std::string& name, const std::string& app, const std::string& number) {
-    ipa(folder / name, {{"Payload/" + app + ".app/Watch/W.app/Info.plist", nested},
-                        {"Payload/" + app + ".app/PlugIns/E.appex/Info.plist", nested},
-                        {"Payload/" + app + ".app/Info.plist", binaryPlist(plist("1.2", number))}});
-  };
-  struct Row {
-    const char* file;
-    const char* app;
-  };
-  int number = 1;
-  for (const Row& row : std::vector<Row>{
+  int count = 1;
+  for (const auto& [file, app] : Rows<const char*, const char*>{
            {"plain.ipa", "Daylight"},
            {"-d.ipa", "A"},
            {"a 'b' \"c\"\n$(d).IPA", "A"},
@@ -281,9 +234,12 @@ TEST(BuildFile, ReadsARealArchive) {
            {"u.ipa", "Café 天気"},
            {"m.ipa", "x[1]*?\\y"},
        }) {
-    SCOPED_TRACE(row.file);
-    make(row.file, row.app, std::to_string(++number));
-    EXPECT_EQ(outcome(folder, row.file), "1.2 (" + std::to_string(number) + ") ios");
+    SCOPED_TRACE(file);
+    const std::string number = std::to_string(++count), at = "Payload/" + std::string(app) + ".app/";
+    ipa(folder / file, {{at + "Watch/W.app/Info.plist", nested},
+                        {at + "PlugIns/E.appex/Info.plist", nested},
+                        {at + "Info.plist", binaryPlist(plist("1.2", number))}});
+    EXPECT_EQ(outcome(folder, file), "1.2 (" + number + ") ios");
   }
   EXPECT_EQ(outcome("/", (folder / "plain.ipa").string()), "1.2 (2) ios");
   EXPECT_EQ(outcome(folder, "plain.ipa", {"3.0", {}, {}}), "3.0 (2) ios");
@@ -293,7 +249,9 @@ TEST(BuildFile, ReadsARealArchive) {
 TEST(BuildFile, SaysWhyAFileIsNoBuild) {
   TemporaryFolder place;
   const fs::path& folder = place.path();
-  const std::string unread = "Couldn't read the version and build number from ";
+  auto unread = [](const std::string& file, const std::string& why = "") {
+    return "Couldn't read the version and build number from " + file + ": give --version and --build." + why;
+  };
   place.write("junk.ipa", "no zip");
   place.write("empty.pkg", "");
   place.write("mac.pkg", "xar!");
@@ -307,46 +265,38 @@ TEST(BuildFile, SaysWhyAFileIsNoBuild) {
   auto encrypted =
       Process::run({.arguments = {"zip", "-q", "-r", "-P", "pw", "secret.ipa", "Payload"}, .folder = folder}, {});
   ASSERT_TRUE(encrypted.succeeded()) << encrypted.err;
-  const std::vector<std::string> none = {"/nowhere/unzip", "kestu-no-unzip"};
+  const Texts none = {"/nowhere/unzip", "kestu-no-unzip"};
   const BuildFile::Given nothing, version = {"1", {}, {}}, both = {"1", "2", {}}, all = {"1", "2", "ios"};
   struct Row {
     const char* file;
     BuildFile::Given given;
     std::string message;
-    std::vector<std::string> programs = BuildArchive::unzipPrograms;
+    Texts programs = BuildArchive::unzipPrograms;
   };
   for (const Row& row : std::vector<Row>{
            {"app.zip", nothing, "app.zip isn't an .ipa or a .pkg."},
            {"gone.ipa", nothing, "No file at gone.ipa"},
            {"folder.ipa", nothing, "folder.ipa isn't a file."},
            {"empty.pkg", both, "empty.pkg is empty."},
-           {"mac.pkg", nothing, unread + "mac.pkg: give --version and --build."},
+           {"mac.pkg", nothing, unread("mac.pkg")},
            {"mac.pkg", both, "1 (2) macos"},
-           {"junk.ipa", nothing,
-            unread + "junk.ipa: give --version and --build. It can't be read as a zip archive, which an .ipa is."},
+           {"junk.ipa", nothing, unread("junk.ipa", " It can't be read as a zip archive, which an .ipa is.")},
            {"junk.ipa", both,
             "Couldn't read the platform from junk.ipa: give --platform. It can't be read as a zip archive, which an "
             ".ipa is."},
-           {"bare.ipa", nothing,
-            unread + "bare.ipa: give --version and --build. It has no Info.plist of an app in Payload."},
-           {"half.ipa", nothing, unread + "half.ipa: give --version and --build."},
+           {"bare.ipa", nothing, unread("bare.ipa", " It has no Info.plist of an app in Payload.")},
+           {"half.ipa", nothing, unread("half.ipa")},
            {"half.ipa", version, "1 (2) ios"},
-           {"text.ipa", nothing,
-            unread + "text.ipa: give --version and --build. Its Info.plist isn't a property list."},
-           {"huge.ipa", nothing,
-            unread + "huge.ipa: give --version and --build. Its Info.plist is over 1 MB, which no app's is."},
-           {"half.ipa", nothing,
-            unread +
-                "half.ipa: give --version and --build. This machine has no unzip to look into it with: install unzip.",
+           {"text.ipa", nothing, unread("text.ipa", " Its Info.plist isn't a property list.")},
+           {"huge.ipa", nothing, unread("huge.ipa", " Its Info.plist is over 1 MB, which no app's is.")},
+           {"half.ipa", nothing, unread("half.ipa", " This machine has no unzip to look into it with: install unzip."),
             none},
            {"half.ipa", version, "1 (2) ios", {"/nowhere/unzip", "unzip"}},
            {"half.ipa", version, "1 (2) ios", {(folder / "app.zip").string(), "unzip"}}, // not to be run
            {"huge.ipa", all, "huge.ipa can't be sent. Its Info.plist is over 1 MB, which no app's is."},
-           {"secret.ipa", nothing, unread + "secret.ipa: give --version and --build. Its Info.plist is encrypted."},
-       }) {
-    SCOPED_TRACE(row.file);
-    EXPECT_EQ(outcome(folder, row.file, row.given, row.programs), row.message);
-  }
+           {"secret.ipa", nothing, unread("secret.ipa", " Its Info.plist is encrypted.")},
+       })
+    EXPECT_EQ(outcome(folder, row.file, row.given, row.programs), row.message) << row.file;
 }
 
 TEST(BuildFile, NeedsAFolderForThePathsThatUnzipTakesForPatterns) {

@@ -1,5 +1,6 @@
 #include "core/changes/plan.hpp"
 #include "core/support/json_data.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,12 +10,7 @@ namespace kestu::tests {
 namespace {
 
 TEST(StoreJob, SaysHowFarItIs) {
-  struct Row {
-    const char* state;
-    int done, total;
-    const char *more, *line;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [state, done, total, more, line] : Rows<const char*, int, int, const char*, const char*>{
            {"running", 0, 175, "", "0 of 175 countries, 175 left"},
            {"running", 0, 1, "", "0 of 1 country, 1 left"},
            {"done", 175, 175, "", "done, all 175 countries"},
@@ -26,11 +22,11 @@ TEST(StoreJob, SaysHowFarItIs) {
             "undone in all 175 countries"},
            {"odd\n", 1, 2, "", "odd , 1 of 2 countries"},
        }) {
-    SCOPED_TRACE(row.line);
-    auto job = StoreJob::read(JSONValue::parse(R"({"state":)" + JSONData(row.state).compact() + R"(,"done":)" +
-                                               std::to_string(row.done) + R"(,"total":)" + std::to_string(row.total) +
-                                               R"(,"canUndo":true,"kind":"price")" + row.more + "}"));
-    EXPECT_EQ(Format::job(job), row.line);
+    SCOPED_TRACE(line);
+    auto job = StoreJob::read(JSONValue::parse(R"({"state":)" + JSONData(state).compact() + R"(,"done":)" +
+                                               std::to_string(done) + R"(,"total":)" + std::to_string(total) +
+                                               R"(,"canUndo":true,"kind":"price")" + more + "}"));
+    EXPECT_EQ(Format::job(job), line);
     if (job.details) {
       EXPECT_EQ(job.details->countries, 2);
       EXPECT_EQ(job.details->price->text(), "4.9");

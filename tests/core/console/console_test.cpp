@@ -5,10 +5,11 @@
 #include "core/support/text.hpp"
 #include "tests/support/fake_clock.hpp"
 #include "tests/support/fake_terminal.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
-namespace kestu {
+namespace kestu::tests {
 
 using namespace std::chrono_literals;
 using Variables = std::map<std::string, std::string, std::less<>>;
@@ -44,31 +45,27 @@ TEST(Console, DecidesByTerminalAndEnvironment) {
 }
 
 TEST(Console, BreaksSentencesBetweenWordsAtATerminal) {
-  struct {
-    int columns;
-    std::string_view text, expected;
-  } rows[] = {
-      {0, "One two three four", "One two three four"},
-      {12, "One two", "One two"},
-      {12, "One two three four", "One two\nthree four"},
-      {12, "✓ One two three\nfour five six", "✓ One two\n  three\nfour five\nsix"},
-      {12, "  One two three four", "  One two\n  three four"},
-      {12, "Next: kestu builds list --app Daylight", "Next: kestu builds list --app Daylight"},
-      {16, "To go on now: kestu builds wait 45", "To go on now:\nkestu builds wait 45"},
-      {12, "Uninterruptible", "Uninterruptible"},
-      {12, "日本語 日本語 日本語", "日本語\n日本語\n日本語"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    FakeTerminal terminal(row.columns);
-    terminal.outIsTerminal = terminal.errIsTerminal = row.columns > 0;
+  for (const auto& [columns, text, expected] : Rows<int, std::string_view, std::string_view>{
+           {0, "One two three four", "One two three four"},
+           {12, "One two", "One two"},
+           {12, "One two three four", "One two\nthree four"},
+           {12, "✓ One two three\nfour five six", "✓ One two\n  three\nfour five\nsix"},
+           {12, "  One two three four", "  One two\n  three four"},
+           {12, "Next: kestu builds list --app Daylight", "Next: kestu builds list --app Daylight"},
+           {16, "To go on now: kestu builds wait 45", "To go on now:\nkestu builds wait 45"},
+           {12, "Uninterruptible", "Uninterruptible"},
+           {12, "日本語 日本語 日本語", "日本語\n日本語\n日本語"},
+       }) {
+    SCOPED_TRACE(text);
+    FakeTerminal terminal(columns);
+    terminal.outIsTerminal = terminal.errIsTerminal = columns > 0;
     FakeClock clock;
     Console console(terminal, Environment(Variables{{"NO_COLOR", ""}}), clock);
-    console.line(row.text);
-    console.error(row.text);
-    console.failure(row.text);
-    EXPECT_EQ(terminal.outText(), std::string(row.expected) + "\n");
-    EXPECT_EQ(terminal.errText(), std::string(row.expected) + "\n" + std::string(row.expected) + "\n");
+    console.line(text);
+    console.error(text);
+    console.failure(text);
+    EXPECT_EQ(terminal.outText(), std::string(expected) + "\n");
+    EXPECT_EQ(terminal.errText(), std::string(expected) + "\n" + std::string(expected) + "\n");
   }
 }
 
@@ -87,41 +84,32 @@ TEST(Console, FailuresAreRedWhereBothStreamsAreATerminal) {
 }
 
 TEST(Console, FindsItsWidth) {
-  struct {
-    bool out;
-    std::optional<int> window;
-    Variables variables;
-    int expected;
-  } rows[] = {
-      {true, 120, {{"COLUMNS", "60"}}, 120},
-      {false, 120, {{"COLUMNS", "60"}}, 60},
-      {true, std::nullopt, {{"COLUMNS", "60"}}, 60},
-      {false, 120, {{"COLUMNS", "abc"}}, 80},
-      {false, 120, {{"COLUMNS", "60x"}}, 80},
-      {false, 120, {{"COLUMNS", ""}}, 80},
-      {false, 120, {}, 80},
-  };
-  for (const auto& row : rows) {
+  for (const auto& [out, window, variables, expected] : Rows<bool, std::optional<int>, Variables, int>{
+           {true, 120, {{"COLUMNS", "60"}}, 120},
+           {false, 120, {{"COLUMNS", "60"}}, 60},
+           {true, std::nullopt, {{"COLUMNS", "60"}}, 60},
+           {false, 120, {{"COLUMNS", "abc"}}, 80},
+           {false, 120, {{"COLUMNS", "60x"}}, 80},
+           {false, 120, {{"COLUMNS", ""}}, 80},
+           {false, 120, {}, 80},
+       }) {
     FakeTerminal terminal;
-    terminal.outIsTerminal = row.out;
-    terminal.windowColumns = row.window;
+    terminal.outIsTerminal = out;
+    terminal.windowColumns = window;
     FakeClock clock;
-    EXPECT_EQ(Console(terminal, Environment(row.variables), clock).width(), row.expected);
+    EXPECT_EQ(Console(terminal, Environment(variables), clock).width(), expected);
   }
 }
 
 TEST(Console, TakesOnlyAYesForAYes) {
-  struct {
-    std::optional<std::string> answer;
-    bool expected;
-  } rows[] = {{"Yes ", true}, {"\tY\r", true}, {"", false}, {"yess", false}, {"n", false}, {std::nullopt, false}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.answer.value_or("(end)"));
+  for (const auto& [answer, expected] : Rows<std::optional<std::string>, bool>{
+           {"Yes ", true}, {"\tY\r", true}, {"", false}, {"yess", false}, {"n", false}, {std::nullopt, false}}) {
+    SCOPED_TRACE(answer.value_or("(end)"));
     FakeTerminal terminal;
     FakeClock clock;
     Console console(terminal, Environment(), clock);
-    if (row.answer) terminal.type(*row.answer);
-    EXPECT_EQ(console.ask("Go?", {}), row.expected);
+    if (answer) terminal.type(*answer);
+    EXPECT_EQ(console.ask("Go?", {}), expected);
     EXPECT_EQ(terminal.errText(), "Go? [y/N] ");
     EXPECT_EQ(terminal.outText(), "");
   }
@@ -242,64 +230,48 @@ TEST(TextStyle, RemovesItsSequencesOnly) {
 }
 
 TEST(TextStyle, Wraps) {
-  struct {
-    std::string_view text;
-    int width, indent;
-    std::string_view expected;
-  } rows[] = {
-      {"aa bb cc", 5, 0, "aa bb\ncc"},
-      {"aa bb cc d", 5, 2, "aa bb\n  cc\n  d"},
-      {"a  b \n\n c ", 9, 4, "a  b\n\n c"},
-      {"see https://example.com/long now", 10, 2, "see\n  https://example.com/long\n  now"},
-      {"\x1B[1maa\x1B[22m bb", 5, 0, "\x1B[1maa\x1B[22m bb"},
-      {"日本 日本", 8, 0, "日本\n日本"},
-      {"a b", 0, 0, "a\nb"},
-      {"ab \x1B[22m", 2, 0, "ab\x1B[22m"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    EXPECT_EQ(TextStyle::wrap(row.text, row.width, row.indent), row.expected);
-  }
+  for (const auto& [text, width, indent, expected] : Rows<std::string_view, int, int, std::string_view>{
+           {"aa bb cc", 5, 0, "aa bb\ncc"},
+           {"aa bb cc d", 5, 2, "aa bb\n  cc\n  d"},
+           {"a  b \n\n c ", 9, 4, "a  b\n\n c"},
+           {"see https://example.com/long now", 10, 2, "see\n  https://example.com/long\n  now"},
+           {"\x1B[1maa\x1B[22m bb", 5, 0, "\x1B[1maa\x1B[22m bb"},
+           {"日本 日本", 8, 0, "日本\n日本"},
+           {"a b", 0, 0, "a\nb"},
+           {"ab \x1B[22m", 2, 0, "ab\x1B[22m"},
+       })
+    EXPECT_EQ(TextStyle::wrap(text, width, indent), expected) << text;
 }
 
 TEST(TextStyle, CutsToOneLine) {
-  struct {
-    std::string_view text;
-    int width;
-    std::string_view expected;
-  } rows[] = {
-      {"abcd", 4, "abcd"},
-      {"abcde", 4, "abc…"},
-      {"日本語", 4, "日…"},
-      {"a\nb", 4, "a b"},
-      {"ab", 0, ""},
-      {"\x1B[31mabcd\x1B[39mef\x1B[1mg\x1B[22m", 4, "\x1B[31mabc…\x1B[39m\x1B[1m\x1B[22m"},
-      {"ab\x1B[1mcd\x1B[22m", 3, "ab\x1B[1m…\x1B[22m"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    EXPECT_EQ(TextStyle::line(row.text, row.width), row.expected);
-  }
+  for (const auto& [text, width, expected] : Rows<std::string_view, int, std::string_view>{
+           {"abcd", 4, "abcd"},
+           {"abcde", 4, "abc…"},
+           {"日本語", 4, "日…"},
+           {"a\nb", 4, "a b"},
+           {"ab", 0, ""},
+           {"\x1B[31mabcd\x1B[39mef\x1B[1mg\x1B[22m", 4, "\x1B[31mabc…\x1B[39m\x1B[1m\x1B[22m"},
+           {"ab\x1B[1mcd\x1B[22m", 3, "ab\x1B[1m…\x1B[22m"},
+       })
+    EXPECT_EQ(TextStyle::line(text, width), expected) << text;
 }
 
 TEST(Printable, MakesControlsVisible) {
-  struct {
-    std::string_view text, line, lines;
-  } rows[] = {
-      {"👩‍👩‍👧 \u200Fعربي é", "👩‍👩‍👧 \u200Fعربي é",
-       "👩‍👩‍👧 \u200Fعربي é"},
-      {"a\x1B[2J\x7F", "a\\u{1b}[2J\\u{7f}", "a\\u{1b}[2J\\u{7f}"},
-      {"a\r\nb\tc\rd", "a b c\\u{d}d", "a\nb c\\u{d}d"},
-      {"\u009B2J\u2028\u202E\u2069", "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}", "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}"},
-      {"a\xC3(\xED\xA0\x80\xF4\x90", "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD",
-       "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
-      {"\xC0\xAFx\xF0\x9F\x98", "\uFFFD\uFFFDx\uFFFD", "\uFFFD\uFFFDx\uFFFD"},
-      {"\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.line);
-    EXPECT_EQ(printable(row.text), row.line);
-    EXPECT_EQ(printableText(row.text), row.lines);
+  for (const auto& [text, line, lines] : Rows<std::string_view, std::string_view, std::string_view>{
+           {"👩‍👩‍👧 \u200Fعربي é", "👩‍👩‍👧 \u200Fعربي é",
+            "👩‍👩‍👧 \u200Fعربي é"},
+           {"a\x1B[2J\x7F", "a\\u{1b}[2J\\u{7f}", "a\\u{1b}[2J\\u{7f}"},
+           {"a\r\nb\tc\rd", "a b c\\u{d}d", "a\nb c\\u{d}d"},
+           {"\u009B2J\u2028\u202E\u2069", "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}",
+            "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}"},
+           {"a\xC3(\xED\xA0\x80\xF4\x90", "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD",
+            "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+           {"\xC0\xAFx\xF0\x9F\x98", "\uFFFD\uFFFDx\uFFFD", "\uFFFD\uFFFDx\uFFFD"},
+           {"\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF"},
+       }) {
+    SCOPED_TRACE(line);
+    EXPECT_EQ(printable(text), line);
+    EXPECT_EQ(printableText(text), lines);
   }
 }
 
@@ -323,4 +295,4 @@ TEST(QR, DrawsModulesInHalfBlocks) {
   EXPECT_TRUE(dark[2].starts_with("\x1B[38;5;16;48;5;231m") && dark[2].ends_with("\x1B[39;49m"));
 }
 
-} // namespace kestu
+} // namespace kestu::tests

@@ -3,12 +3,13 @@
 #include "core/console/text_style.hpp"
 #include "core/support/json.hpp"
 #include "core/support/moments.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
-namespace kestu {
+namespace kestu::tests {
 
 namespace {
 
@@ -39,21 +40,19 @@ TEST(Format, AlignsTables) {
 
 TEST(Format, ShowsNumbers) {
   ASSERT_TRUE(localeIsSet);
-  struct {
-    std::string shown, expected;
-  } rows[] = {
-      {Format::userLocale(), "en_US"},
-      {Format::number(-1234567), "-1,234,567"},
-      {Format::bytes(0), "0 KB"},
-      {Format::bytes(1536), "2 KB"},
-      {Format::bytes(1048576), "1 MB"},
-      {Format::bytes(1073741823), "1,024 MB"},
-      {Format::bytes(1073741824), "1.0 GB"},
-      {Format::percent(12.34), "12.3%"},
-      {Format::percent(99.96), "100%"},
-      {Format::percent(-0.01), "0%"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(row.shown, row.expected);
+  for (const auto& [shown, expected] : Rows<std::string, std::string>{
+           {Format::userLocale(), "en_US"},
+           {Format::number(-1234567), "-1,234,567"},
+           {Format::bytes(0), "0 KB"},
+           {Format::bytes(1536), "2 KB"},
+           {Format::bytes(1048576), "1 MB"},
+           {Format::bytes(1073741823), "1,024 MB"},
+           {Format::bytes(1073741824), "1.0 GB"},
+           {Format::percent(12.34), "12.3%"},
+           {Format::percent(99.96), "100%"},
+           {Format::percent(-0.01), "0%"},
+       })
+    EXPECT_EQ(shown, expected);
 }
 
 TEST(Format, WordsDurations) {
@@ -73,25 +72,23 @@ TEST(Format, WordsDurations) {
 
 TEST(Format, WordsMoments) {
   ZoneIs berlin("CET-1CEST,M3.5.0,M10.5.0/3");
-  struct {
-    std::string_view date, now, moment, ago;
-  } rows[] = {
-      {"2026-11-21T22:59:00Z", "2026-11-20T23:00:00Z", "23:59", "just now"},
-      {"2026-11-21T23:00:00Z", "2026-11-21T12:00:00Z", "tomorrow, 0:00", "just now"},
-      {"2026-11-19T23:30:00Z", "2026-11-21T12:00:00Z", "yesterday, 0:30", "1 day ago"},
-      {"2026-11-19T22:59:59Z", "2026-11-21T12:00:00Z", "19 Nov, 23:59", "1 day ago"},
-      {"2026-10-25T01:30:00Z", "2026-10-24T12:00:00Z", "tomorrow, 2:30", "just now"},
-      {"2027-11-24T13:05:00Z", "2026-11-21T12:00:00Z", "24 Nov 2027, 14:05", "just now"},
-      {"2026-01-02T12:00:00Z", "2026-11-21T12:00:00Z", "2 Jan, 13:00", "2 Jan"},
-      {"2025-12-24T12:00:00Z", "2026-11-21T12:00:00Z", "24 Dec 2025, 13:00", "24 Dec 2025"},
-      {"2026-11-21T11:01:00Z", "2026-11-21T12:00:00Z", "12:01", "59 minutes ago"},
-      {"2026-11-21T10:59:00Z", "2026-11-21T12:00:00Z", "11:59", "1 hour ago"},
-      {"1969-12-31T23:59:59.500Z", "1970-01-01T12:00:00Z", "0:59", "12 hours ago"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.date);
-    EXPECT_EQ(Format::moment(*Moments::parse(row.date), *Moments::parse(row.now)), row.moment);
-    EXPECT_EQ(Format::ago(*Moments::parse(row.date), *Moments::parse(row.now)), row.ago);
+  for (const auto& [date, now, moment, ago] :
+       Rows<std::string_view, std::string_view, std::string_view, std::string_view>{
+           {"2026-11-21T22:59:00Z", "2026-11-20T23:00:00Z", "23:59", "just now"},
+           {"2026-11-21T23:00:00Z", "2026-11-21T12:00:00Z", "tomorrow, 0:00", "just now"},
+           {"2026-11-19T23:30:00Z", "2026-11-21T12:00:00Z", "yesterday, 0:30", "1 day ago"},
+           {"2026-11-19T22:59:59Z", "2026-11-21T12:00:00Z", "19 Nov, 23:59", "1 day ago"},
+           {"2026-10-25T01:30:00Z", "2026-10-24T12:00:00Z", "tomorrow, 2:30", "just now"},
+           {"2027-11-24T13:05:00Z", "2026-11-21T12:00:00Z", "24 Nov 2027, 14:05", "just now"},
+           {"2026-01-02T12:00:00Z", "2026-11-21T12:00:00Z", "2 Jan, 13:00", "2 Jan"},
+           {"2025-12-24T12:00:00Z", "2026-11-21T12:00:00Z", "24 Dec 2025, 13:00", "24 Dec 2025"},
+           {"2026-11-21T11:01:00Z", "2026-11-21T12:00:00Z", "12:01", "59 minutes ago"},
+           {"2026-11-21T10:59:00Z", "2026-11-21T12:00:00Z", "11:59", "1 hour ago"},
+           {"1969-12-31T23:59:59.500Z", "1970-01-01T12:00:00Z", "0:59", "12 hours ago"},
+       }) {
+    SCOPED_TRACE(date);
+    EXPECT_EQ(Format::moment(*Moments::parse(date), *Moments::parse(now)), moment);
+    EXPECT_EQ(Format::ago(*Moments::parse(date), *Moments::parse(now)), ago);
   }
   EXPECT_EQ(Format::day("2028-02-29"), "29 Feb 2028");
   for (std::string_view other : {"2026-02-29", "2026-1-02", "2026-11-211", "today", ""})
@@ -99,18 +96,16 @@ TEST(Format, WordsMoments) {
 }
 
 TEST(Format, QuotesForShells) {
-  struct {
-    std::string_view text, expected;
-  } rows[] = {
-      {"", "''"},
-      {"a-b_1./x:y@z", "a-b_1./x:y@z"},
-      {"two words", "'two words'"},
-      {"it's", "'it'\\''s'"},
-      {"~", "'~'"},
-      {"=ls", "'=ls'"},
-      {"$(x)`", "'$(x)`'"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(Format::shellWord(row.text), row.expected);
+  for (const auto& [text, expected] : Rows<std::string_view, std::string_view>{
+           {"", "''"},
+           {"a-b_1./x:y@z", "a-b_1./x:y@z"},
+           {"two words", "'two words'"},
+           {"it's", "'it'\\''s'"},
+           {"~", "'~'"},
+           {"=ls", "'=ls'"},
+           {"$(x)`", "'$(x)`'"},
+       })
+    EXPECT_EQ(Format::shellWord(text), expected);
 }
 
 TEST(Format, LeavesKeysOut) {
@@ -119,4 +114,4 @@ TEST(Format, LeavesKeysOut) {
   EXPECT_THROW(Format::json("{"), JSONError);
 }
 
-} // namespace kestu
+} // namespace kestu::tests

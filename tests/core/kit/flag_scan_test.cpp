@@ -1,5 +1,6 @@
 #include "core/kit/flag_scan.hpp"
 #include "core/kit/source_blanker.hpp"
+#include "tests/support/rows.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -30,11 +31,7 @@ std::string readsOf(const std::string& source) {
 }
 
 TEST(SourceBlanker, BlanksCommentsAndNothingElse) {
-  struct Row {
-    const char* source;
-    const char* blanked;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [source, blanked] : Rows<const char*, const char*>{
            {"a // b\nc", "a     \nc"},
            {"a /* b\n c */ d", "a     \n      d"},
            {"/* a /* b */ c */", "             c */"},
@@ -50,18 +47,12 @@ TEST(SourceBlanker, BlanksCommentsAndNothingElse) {
            {"\"\"\"\n  http://a\n  \"\"\" // b", "\"\"\"\n  http:   \n  \"\"\" // b"},
            {"\"", "\""},
            {"", ""},
-       }) {
-    SCOPED_TRACE(row.source);
-    EXPECT_EQ(SourceBlanker::withoutComments(row.source), row.blanked);
-  }
+       })
+    EXPECT_EQ(SourceBlanker::withoutComments(source), blanked) << source;
 }
 
 TEST(FlagScan, ReadsKeysThatAreLiterals) {
-  struct Row {
-    const char* source;
-    const char* reads;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [source, reads] : Rows<const char*, const char*>{
            {R"(KestuFlags.isOn("a"); KestuFlags.string("b", or: "c"))", "a:1 b:1"},
            {R"(KestuFlags.number("a") KestuFlags.int("b") KestuFlags.value("c") KestuFlags.force("d"))",
             "a:1 b:1 c:1 d:1"},
@@ -75,18 +66,12 @@ TEST(FlagScan, ReadsKeysThatAreLiterals) {
            {R"(KestuFlags.isOnce("a") KestuFlags.integer("b") KestuFlags.is("c") KestuFlags.isOn["d"])", ""},
            {R"(KestuFlag.isOn("a") KestuFlags.shared.isOn("b") kestuFlags.isOn("c"))", ""},
            {R"(KestuFlags.isOn("""a"""))", ""},
-       }) {
-    SCOPED_TRACE(row.source);
-    EXPECT_EQ(readsOf(row.source), row.reads);
-  }
+       })
+    EXPECT_EQ(readsOf(source), reads) << source;
 }
 
 TEST(FlagScan, ReadsEnumerationsOfFlags) {
-  struct Row {
-    const char* source;
-    const char* reads;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [source, reads] : Rows<const char*, const char*>{
            {"enum F: String, KestuFlag { case a\n case b = \"bee\" }", "a:1 bee:2"},
            {"enum F: KestuFlag, String { case a = \"x\", b\n, c=\"y\" ; case d }", "x:1 b:1 y:1 d:2"},
            {"enum F\n:\tString ,KestuFlag\r\n{\r\ncase a}", "a:4"},
@@ -112,10 +97,8 @@ TEST(FlagScan, ReadsEnumerationsOfFlags) {
            {"enum F: String, KestuFlag { var s = \"it's { \"\ncase a }\ncase b", "a:2"},
            {"enum F: String, KestuFlag { let lowercase = 1, case1 = 2, `case` = a\n#if DEBUG\ncase b\n#endif\n", "b:3"},
            {"enum F: String, KestuFlag { case a", "a:1"},
-       }) {
-    SCOPED_TRACE(row.source);
-    EXPECT_EQ(readsOf(row.source), row.reads);
-  }
+       })
+    EXPECT_EQ(readsOf(source), reads) << source;
 }
 
 TEST(FlagScan, SortsReadsAndFindsConformancesOfOtherFiles) {

@@ -1,5 +1,6 @@
 #include "core/listing/listing_change.hpp"
 #include "core/support/text.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -122,20 +123,13 @@ TEST(ListingChange, AnAnswerIsTakenOnlyWhenItCanBeTrusted) {
                            R"({"primaryLocale": "en-US", "locales": {"default": {}}})",
                            R"({"primaryLocale": "en-US", "locales": {"en-US": {"name": 5}}})",
                            R"({"primaryLocale": "en-US", "locales": {}, "testNotes": {"/etc": "x"}})",
-                           R"({"primaryLocale": "en-US", "locales": {}, "contentRights": "MAYBE"})"}) {
+                           R"({"primaryLocale": "en-US", "locales": {}, "contentRights": "MAYBE"})"})
     EXPECT_THROW(store("", text), JSONError) << text;
-  }
 }
 
 TEST(ListingChange, RowsFitTheirWidthAndShowWhereTextsPart) {
   const std::string sentence = "Daylight shows how much light is left today and what the sky does ";
-  struct Row {
-    std::optional<std::string> before;
-    std::string after;
-    int width;
-    std::string text;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [before, after, width, expected] : Rows<std::optional<std::string>, std::string, int, std::string>{
            {"old", "new", 60, "  en-US  name  old → new"},
            {std::nullopt, "new", 60, "  en-US  name  new"},
            {sentence + "with it.", sentence + "about it.", 60, "  en-US  name  …with it. → …about it."},
@@ -148,11 +142,10 @@ TEST(ListingChange, RowsFitTheirWidthAndShowWhereTextsPart) {
             "  en-US  name  …👩‍👩‍👧 → …👩‍👩‍👦"},
            {"天気を空から見る今日の天気", "天気を空から見る明日の天気", 40, "  en-US  name  …今日の天気 → …明日の天気"},
        }) {
-    SCOPED_TRACE(row.text);
-    std::string text = differencesText({{"en-US", "name", row.before, row.after}}, row.width, TextStyles(false));
-    EXPECT_EQ(text, row.text);
+    std::string text = differencesText({{"en-US", "name", before, after}}, width, TextStyles(false));
+    EXPECT_EQ(text, expected);
     for (const std::string& line : Text::split(text, '\n')) {
-      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(row.width));
+      EXPECT_LE(Text::columns(line), static_cast<std::size_t>(width));
     }
   }
 }

@@ -3,6 +3,7 @@
 #include "core/support/files.hpp"
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
+#include "tests/support/rows.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -46,21 +47,18 @@ std::string failure(MetadataLayout layout, const FileList& files, std::optional<
 }
 
 TEST(ListingFiles, TheFirstLayoutFoundWins) {
-  struct Row {
-    std::vector<std::string> folders;
-    std::optional<MetadataLayout> layout;
-  };
-  for (const Row& row : std::vector<Row>{{{}, std::nullopt},
-                                         {{"metadata/screenshots"}, std::nullopt},
-                                         {{"fastlane/metadata"}, MetadataLayout::fastlane},
-                                         {{"fastlane/metadata", "metadata/versions"}, MetadataLayout::json},
-                                         {{"metadata/version"}, MetadataLayout::json},
-                                         {{"metadata/app-info", "metadata/releases"}, MetadataLayout::kestu},
-                                         {{"fastlane/metadata", "metadata/listing"}, MetadataLayout::kestu}}) {
-    SCOPED_TRACE(row.folders.empty() ? "none" : row.folders.back());
+  for (const auto& [folders, layout] : Rows<std::vector<std::string>, std::optional<MetadataLayout>>{
+           {std::vector<std::string>(), std::nullopt},
+           {{"metadata/screenshots"}, std::nullopt},
+           {{"fastlane/metadata"}, MetadataLayout::fastlane},
+           {{"fastlane/metadata", "metadata/versions"}, MetadataLayout::json},
+           {{"metadata/version"}, MetadataLayout::json},
+           {{"metadata/app-info", "metadata/releases"}, MetadataLayout::kestu},
+           {{"fastlane/metadata", "metadata/listing"}, MetadataLayout::kestu}}) {
+    SCOPED_TRACE(folders.empty() ? "none" : folders.back());
     TemporaryFolder repo;
-    for (const std::string& folder : row.folders) fs::create_directories(repo.path() / folder);
-    EXPECT_EQ(Metadata::detect(repo.path()), row.layout);
+    for (const std::string& folder : folders) fs::create_directories(repo.path() / folder);
+    EXPECT_EQ(Metadata::detect(repo.path()), layout);
   }
   TemporaryFolder repo;
   repo.write("metadata/listing", "a file");
@@ -76,10 +74,7 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
       "metadata/review.json isn't what kestu reads: contactFirstName, contactLastName, contactPhone, contactEmail, "
       "demoAccountName, demoAccountPassword, demoAccountRequired and notes.";
   const std::string en = "metadata/listing/en-US.json";
-  struct Row {
-    std::string path, contents, message;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [path, contents, message] : Rows<std::string, std::string, std::string>{
            {"metadata/app.json", R"({"contentRightsDeclaration": "YES"})", rights},
            {"metadata/app.json", R"({"contentRightsDeclaration": null, "copyright": " "})", ""},
            {"metadata/app.json", R"({"copyright": 2026})", "metadata/app.json: copyright isn't text or null."},
@@ -112,10 +107,8 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
            {"metadata/review.json", R"({"demoAccountRequired": "yes"})",
             "metadata/review.json: demoAccountRequired isn't true, false or null."},
            {"metadata/listing/screenshots.json", "not a language", ""},
-       }) {
-    SCOPED_TRACE(row.path + " " + row.contents);
-    EXPECT_EQ(failure(MetadataLayout::kestu, {{row.path, row.contents}}), row.message);
-  }
+       })
+    EXPECT_EQ(failure(MetadataLayout::kestu, {{path, contents}}), message) << path + " " + contents;
   EXPECT_EQ(failure(MetadataLayout::kestu, {{en, "[1]"}, {"metadata/app.json", "["}, {"metadata/review.json", "1"}}),
             "metadata/app.json isn't a JSON object.\nIt's JSON up to line 1, column 2.\n" + en +
                 " isn't a JSON object.\nmetadata/review.json isn't a JSON object.")
@@ -130,11 +123,7 @@ TEST(ListingFiles, WhatIsMalformedIsSaidByPath) {
 }
 
 TEST(ListingFiles, ValuesAreTrimmedAndEmptyOnesArentGiven) {
-  struct Row {
-    std::string file;
-    std::optional<std::string> value;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [file, value] : Rows<std::string, std::optional<std::string>>{
            {"  Daylight \n", "Daylight"},
            {"\xEF\xBB\xBF"
             "Daylight\r\n",
@@ -146,16 +135,15 @@ TEST(ListingFiles, ValuesAreTrimmedAndEmptyOnesArentGiven) {
            {"👩‍👩‍👧‍👦 \u202Bعربي\u202C", "👩‍👩‍👧‍👦 \u202Bعربي\u202C"},
            {std::string("a\0b", 3), std::string("a\0b", 3)},
            {std::string(1 << 20, 'x') + "\n", std::string(1 << 20, 'x')}}) {
-    SCOPED_TRACE(row.file.substr(0, 40));
+    SCOPED_TRACE(file.substr(0, 40));
     TemporaryFolder repo;
-    repo.write("fastlane/metadata/en-US/description.txt", row.file);
-    std::string bytes =
-        nlohmann::json{{"description", row.file.starts_with("\xEF") ? row.file.substr(3) : row.file}}.dump();
+    repo.write("fastlane/metadata/en-US/description.txt", file);
+    std::string bytes = nlohmann::json{{"description", file.starts_with("\xEF") ? file.substr(3) : file}}.dump();
     repo.write("metadata/listing/en-US.json", "\xEF\xBB\xBF" + bytes);
     for (MetadataLayout layout : {MetadataLayout::fastlane, MetadataLayout::kestu}) {
       RepoListing listing = Metadata::read(layout, repo.path(), std::nullopt, std::nullopt);
-      EXPECT_EQ(listing.texts["en-US"][description], row.value);
-      EXPECT_EQ(listing.isEmpty(), !row.value);
+      EXPECT_EQ(listing.texts["en-US"][description], value);
+      EXPECT_EQ(listing.isEmpty(), !value);
     }
   }
 }
@@ -228,12 +216,9 @@ TEST(ListingFiles, TheOtherLayoutsTakeWhatBelongsInTheirFolders) {
 }
 
 TEST(ListingFiles, WhatIsNotReadIsToldALineAFolder) {
-  struct Row {
-    MetadataLayout layout;
-    const char *files, *notes, *misnamed, *locales; // a line each: a file in the layout's folder and what it says
-  };
   using enum MetadataLayout;
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [layout, files, notes, misnamed, locales] :
+       Rows<MetadataLayout, const char*, const char*, const char*, const char*>{
            {fastlane, "ja/name.txt J\nde-DE/.DS_Store\nREADME.md", "", "", "ja"},
            {fastlane,
             "ja/whats_new.txt W\nko/whats_new.txt W\nko/Name.txt N\nprimary_category.txt "
@@ -268,20 +253,20 @@ TEST(ListingFiles, WhatIsNotReadIsToldALineAFolder) {
             "ko.json (kestu's layout has it).",
             "", "ko"},
        }) {
-    SCOPED_TRACE(row.files);
+    SCOPED_TRACE(files);
     TemporaryFolder repo;
-    for (const std::string& file : Text::split(row.files, '\n')) {
+    for (const std::string& file : Text::split(files, '\n')) {
       std::size_t end = std::min(file.find(' '), file.size());
       std::string contents = file.substr(std::min(end + 1, file.size()));
-      repo.write((row.layout == fastlane ? "fastlane/metadata/" : "metadata/") + file.substr(0, end), contents);
+      repo.write((layout == fastlane ? "fastlane/metadata/" : "metadata/") + file.substr(0, end), contents);
     }
-    RepoListing listing = Metadata::read(row.layout, repo.path(), "1.2", "ios");
-    EXPECT_EQ(Text::joined(listing.notes, "\n"), row.notes);
-    std::vector<std::string> misnamed, locales;
-    for (const MisnamedLanguage& each : listing.misnamed) misnamed.push_back(each.path);
-    for (const auto& [locale, values] : listing.texts) locales.push_back(locale);
-    EXPECT_EQ(Text::joined(misnamed, "\n"), row.misnamed);
-    EXPECT_EQ(Text::joined(locales, "\n"), row.locales) << "an empty folder and What to Test alone make no language";
+    RepoListing listing = Metadata::read(layout, repo.path(), "1.2", "ios");
+    EXPECT_EQ(Text::joined(listing.notes, "\n"), notes);
+    std::vector<std::string> others, languages;
+    for (const MisnamedLanguage& each : listing.misnamed) others.push_back(each.path);
+    for (const auto& [locale, values] : listing.texts) languages.push_back(locale);
+    EXPECT_EQ(Text::joined(others, "\n"), misnamed);
+    EXPECT_EQ(Text::joined(languages, "\n"), locales) << "an empty folder and What to Test alone make no language";
   }
 }
 
@@ -458,11 +443,7 @@ TEST(ListingFiles, WhateverIsThereAPullIsReadBack) {
 }
 
 TEST(ListingFiles, SayingOtherwiseIsByValue) {
-  struct Row {
-    std::string existing, wanted;
-    bool otherwise, same;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [existing, wanted, otherwise, same] : Rows<std::string, std::string, bool, bool>{
            {R"({"b":1,  "a":"x"})", "{\"a\": \"x\", \"b\": 1}\n", false, true},
            {R"({"a":"x"})", R"({"a":"x","b":"new"})", false, false},
            {R"({"a":"x","b":"lost"})", R"({"a":"x"})", true, false},
@@ -476,9 +457,9 @@ TEST(ListingFiles, SayingOtherwiseIsByValue) {
            {"Name", "", true, false},
            {" \n", "Name\n", false, false},
        }) {
-    SCOPED_TRACE(row.existing + " | " + row.wanted);
-    EXPECT_EQ(Metadata::saysOtherwise(row.existing, row.wanted), row.otherwise);
-    EXPECT_EQ(Metadata::saysTheSame(row.existing, row.wanted), row.same);
+    SCOPED_TRACE(existing + " | " + wanted);
+    EXPECT_EQ(Metadata::saysOtherwise(existing, wanted), otherwise);
+    EXPECT_EQ(Metadata::saysTheSame(existing, wanted), same);
   }
 }
 

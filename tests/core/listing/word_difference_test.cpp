@@ -1,5 +1,6 @@
 #include "core/listing/listing_change.hpp"
 #include "core/listing/word_difference.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -7,10 +8,7 @@ namespace kestu::tests {
 namespace {
 
 TEST(WordDifference, IsOfWholeWordsAndOfSingleWideCharacters) {
-  struct Row {
-    std::string before, after, text;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [before, after, text] : Rows<std::string, std::string, std::string>{
            {"one two three", "one 2 three", "one [-two-]{+2+} three"},
            {"one two", "one two three", "one two{+ three+}"},
            {"a b c", "c a b", "{+c +}a b[- c-]"},
@@ -23,11 +21,10 @@ TEST(WordDifference, IsOfWholeWordsAndOfSingleWideCharacters) {
            {"caf\u00E9s", "cafe\u0301s", "[-caf\u00E9s-]{+cafe\u0301s+}"},
            {"a\nb", "a\nc", "a\n    [-b-]{+c+}"},
            {"\x1b[2J a", "\x1b[2J b", "\\u{1b}[2J [-a-]{+b+}"},
-       }) {
-    SCOPED_TRACE(row.before.substr(0, 20));
-    EXPECT_EQ(wordDifferencesText({{"ja", "keywords", row.before, row.after}}, {}, TextStyles(false)),
-              "  ja  keywords\n    " + row.text);
-  }
+       })
+    EXPECT_EQ(wordDifferencesText({{"ja", "keywords", before, after}}, {}, TextStyles(false)),
+              "  ja  keywords\n    " + text)
+        << before.substr(0, 20);
 }
 
 TEST(WordDifference, LeavesOutWhatStaysFarFromAChangeAndHidesWhatIsPersonal) {

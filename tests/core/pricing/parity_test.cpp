@@ -2,6 +2,7 @@
 #include "core/pricing/parity_text.hpp"
 #include "core/support/error.hpp"
 #include "core/support/text.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -124,7 +125,7 @@ TEST(ParityAnswer, SaysWhyThereIsNothingToPriceBy) {
   ParityAsk ask;
   ask.setCountries("in");
   const std::string base = R"("product":"pro","base":{"storefront":"us","currency":"USD","amount":4.99})";
-  for (const auto& [rest, start] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [rest, start] : Rows<std::string, std::string>{
            {R"("connect":"nosubscription")", "The app has no subscription on sale for Parity to price."},
            {R"("connect":"nokey")", "No App Store Connect key of yours covers the app. Parity needs"},
            {R"("connect":"unavailable")", "App Store Connect didn't answer, and Parity needs"},
@@ -176,7 +177,7 @@ TEST(ParityText, IsAPageWithinTheWidth) {
 
 TEST(ParityText, SaysEachKindOfCard) {
   for (
-      const auto& [facts, text] : std::vector<std::pair<std::string, std::string>>{
+      const auto& [facts, text] : Rows<std::string, std::string>{
           {R"("kind":"converts","storefront":"in","rate":0.41,"home":0.33,"ended":200,"paid":82)",
            "India: 41% of trials pay (82 of 200), against 33% at home."},
           {R"("kind":"raise","storefront":"ch","rate":0.45,"home":0.33,"change":0.15,"breakeven":0.13,"modelLow":-0.004,"modelHigh":0.09)",
@@ -200,10 +201,8 @@ TEST(ParityText, SaysEachKindOfCard) {
            "Poland: 20% of trials paid before the price changed, 25% after; $0.10 per download before, $0.125 per "
            "download after. Where prices didn't move: 30%, then 30%."},
           {R"("kind":"notprice")", ""},
-      }) {
-    SCOPED_TRACE(facts);
-    EXPECT_EQ(ParityText::card(ParityCard::read(JSONValue::parse("{" + facts + "}")), "USD"), text);
-  }
+      })
+    EXPECT_EQ(ParityText::card(ParityCard::read(JSONValue::parse("{" + facts + "}")), "USD"), text) << facts;
 }
 
 } // namespace

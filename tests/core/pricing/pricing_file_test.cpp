@@ -1,38 +1,23 @@
 #include "core/pricing/pricing_file.hpp"
-#include "core/support/error.hpp"
+#include "tests/support/outcome.hpp"
+#include "tests/support/rows.hpp"
 #include "tests/support/temporary_folder.hpp"
+#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <vector>
 
 namespace kestu::tests {
 namespace {
 
-std::string errorOf(const std::function<void()>& work) {
-  try {
-    work();
-    return "";
-  } catch (const CLIError& error) {
-    return error.description;
-  }
-}
-
 TEST(PriceOverride, IsReadByItsGrammarWithinItsLimits) {
-  const std::string notSigned = "a percentage has its sign: -10% is less than Apple's match, +10% more";
-  for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
-           {"59", "59"},
+  for (const char* text : {"59", "+2", "-50", "-10%", "+12.5%", "-90%", "+300%", "keep"})
+    EXPECT_EQ(PriceOverride::parse(text).text(), text);
+  for (const auto& [text, expected] : Rows<std::string, std::string>{
            {"4.90", "4.9"},
-           {"+2", "+2"},
-           {"-50", "-50"},
-           {"-10%", "-10%"},
-           {"+12.5%", "+12.5%"},
-           {"-90%", "-90%"},
-           {"+300%", "+300%"},
-           {"keep", "keep"},
            {"4.999", "a price has two decimals at most: 4.99"},
            {"0.00", "a price is more than 0"},
            {"+0%", "0% changes nothing"},
@@ -43,26 +28,17 @@ TEST(PriceOverride, IsReadByItsGrammarWithinItsLimits) {
            {"-91%", "a percentage is from -90% to +300%"},
            {"-90.5%", "a percentage is from -90% to +300%"},
            {"+301%", "a percentage is from -90% to +300%"},
-           {"10%", notSigned},
-       }) {
-    SCOPED_TRACE(text);
-    try {
-      EXPECT_EQ(PriceOverride::parse(text).text(), expected);
-    } catch (const CLIError& error) {
-      EXPECT_EQ(error.description, expected);
-    }
-  }
+           {"10%", "a percentage has its sign: -10% is less than Apple's match, +10% more"},
+       })
+    EXPECT_EQ(outcomeOf([word = text] { return PriceOverride::parse(word).text(); }), expected) << text;
   for (const char* text : {"", "%", "+", "--2", "5.", ".5", "1e2", "59 ", "Keep", "-10 %"})
     EXPECT_THROW(PriceOverride::parse(text), CLIError) << text;
 }
 
 TEST(PriceOverriding, NamesEachCountryOnce) {
-  struct Row {
-    std::vector<std::string> overrides, keeps;
-    std::string expected;
-  };
   const std::string twice = " is named twice: give each country one --override or --keep.";
-  for (const Row& row : std::vector<Row>{
+  using Words = std::vector<std::string>;
+  for (const auto& [overrides, keeps, expected] : Rows<Words, Words, std::string>{
            {{"SWE=59", "no=-10%,jp=+2"}, {"us, CAN"}, "ca keep jp +2 no -10% se 59 us keep "},
            {{"uscanada=+5%"}, {}, "ca +5% us +5% "},
            {{"se=59"}, {"SWE"}, "se" + twice},
@@ -77,14 +53,12 @@ TEST(PriceOverriding, NamesEachCountryOnce) {
             "the countries in eu pay in more than one currency: give them a percentage, steps or keep, or give eur an "
             "exact price in euros"},
        }) {
-    SCOPED_TRACE(row.expected);
-    std::string text;
-    std::string wrong = errorOf([&] {
-      for (const auto& [code, each] : PriceOverriding::given(row.overrides, row.keeps)) {
-        text += code + " " + each.text() + " ";
-      }
+    std::string outcome = outcomeOf([&, given = overrides, kept = keeps] {
+      std::string text;
+      for (const auto& [code, each] : PriceOverriding::given(given, kept)) text += code + " " + each.text() + " ";
+      return text;
     });
-    EXPECT_EQ(wrong.empty() ? text : wrong, row.expected);
+    EXPECT_EQ(outcome, expected);
   }
   EXPECT_EQ(PriceOverriding::given({"eur=4.99"}, {}).size(), 21U);
 }
@@ -103,48 +77,43 @@ class PricingFileTest : public ::testing::Test {
 };
 
 TEST_F(PricingFileTest, EveryWrongEditGetsItsMessage) {
-  const std::string m = "metadata/pricing.json: ";
-  const std::string root = "metadata/pricing.json isn't a JSON object of product IDs.";
+  const std::string file = "metadata/pricing.json", root = " isn't a JSON object of product IDs.";
   const std::string form = " is a price (59), steps (\"+2\", or -2), a percentage (\"-10%\") or \"keep\".";
   auto pro = [](const std::string& countries) { return R"({"pro":{"countries":{)" + countries + "}}}"; };
-  for (const auto& [bytes, message] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [bytes, message] : Rows<std::string, std::string>{
            {"[]", root},
            {"", root + "\nIt breaks off at line 1, column 1."},
            {"{\n  \"pro\": {\"countries\": {\"se\": +2}}}", root + "\nIt breaks off at line 2, column 31."},
            {"{\"pro\": {},\n}", root + "\nIt breaks off at line 2, column 1."},
-           {R"({"pro":[]})", m + "pro is an object of countries and their prices."},
-           {R"({"pro":{"countries":["se"]}})", m + "pro is an object of countries and their prices."},
-           {R"({"pro":{"parity":[]}})",
-            "metadata/pricing.json is an object of products and how Parity made their prices."},
-           {R"({"pro":{"rounding":"closest"}})", m + "rounding is an object: round, nice and ending."},
-           {R"({"pro":{"rounding":{"nice":16}}})", m + "rounding: nice is a percentage from 1% to 15%."},
-           {R"({"pro":{"rounding":{"ending":98}}})", m + "rounding: ending is 99 or 00."},
-           {R"({"pro":{"rounding":{"round":"up"}}})", m + "rounding: round is at-least, at-most or closest."},
+           {R"({"pro":[]})", ": pro is an object of countries and their prices."},
+           {R"({"pro":{"countries":["se"]}})", ": pro is an object of countries and their prices."},
+           {R"({"pro":{"parity":[]}})", " is an object of products and how Parity made their prices."},
+           {R"({"pro":{"rounding":"closest"}})", ": rounding is an object: round, nice and ending."},
+           {R"({"pro":{"rounding":{"nice":16}}})", ": rounding: nice is a percentage from 1% to 15%."},
+           {R"({"pro":{"rounding":{"ending":98}}})", ": rounding: ending is 99 or 00."},
+           {R"({"pro":{"rounding":{"round":"up"}}})", ": rounding: round is at-least, at-most or closest."},
            {R"({"pro":{"rounding":{"nice":0,"ending":1}}})",
-            m + "rounding: nice is a percentage from 1% to 15%; ending is 99 or 00."},
-           {pro(R"("se":4.999)"), m + "pro's se: a price has two decimals at most: 4.99."},
-           {pro(R"("se":"-91%","no":true,"xx":"1")"), m + "pro's no" + form + "\n" + m +
-                                                          "pro's se: a percentage is from -90% to +300%.\n" + m +
-                                                          "pro's xx: xx" + RegionWords::isNone() + "."},
-           {pro(R"("se":-1.5)"), m + "pro's se: steps are a whole number: +2 or -2."},
-           {pro(R"("se":null)"), m + "pro's se" + form},
-           {pro(R"("eu":59)"), m + "pro's eu: the countries in eu pay in more than one currency: give them a "
-                                   "percentage, steps or keep, or give eur an exact price in euros."},
-           {pro(R"("se":"59","SWE":"keep")"), m + "pro's se is named twice: give it one entry."},
+            ": rounding: nice is a percentage from 1% to 15%; ending is 99 or 00."},
+           {pro(R"("se":4.999)"), ": pro's se: a price has two decimals at most: 4.99."},
+           {pro(R"("se":"-91%","no":true,"xx":"1")"), ": pro's no" + form + "\n" + file +
+                                                          ": pro's se: a percentage is from -90% to +300%.\n" + file +
+                                                          ": pro's xx: xx" + RegionWords::isNone() + "."},
+           {pro(R"("se":-1.5)"), ": pro's se: steps are a whole number: +2 or -2."},
+           {pro(R"("se":null)"), ": pro's se" + form},
+           {pro(R"("eu":59)"), ": pro's eu: the countries in eu pay in more than one currency: give them a percentage, "
+                               "steps or keep, or give eur an exact price in euros."},
+           {pro(R"("se":"59","SWE":"keep")"), ": pro's se is named twice: give it one entry."},
            {pro(R"("uscanada":"+5%","ca":59,"USA":"keep")"), ""},
            {pro(R"("eur":"-5%","eu":"-5%")"), ""},
            {pro(R"("se":59,"se":-2)"),
-            m + "pro.countries.se stands twice, and only one of the two would count: keep one."},
+            ": pro.countries.se stands twice, and only one of the two would count: keep one."},
            {R"({"other":7,"pro":{"note":"mine"}})", ""},
-       }) {
-    SCOPED_TRACE(bytes);
-    EXPECT_EQ(errorOf([&, text = bytes] { read(text).product("pro"); }), message);
-  }
-  auto wrong = errorOf([&] { read(pro(R"("uscanada":"+5%","europe":"-5%","eu":"-6%")")).product("pro"); });
-  EXPECT_TRUE(wrong.starts_with(m + "pro's at is in eu and in europe, which differ: give it an entry of its own."))
-      << wrong;
+       })
+    EXPECT_EQ(outcomeOf([&, text = bytes] { read(text).product("pro"); }), message.empty() ? "" : file + message);
+  auto wrong = outcomeOf([&] { read(pro(R"("uscanada":"+5%","europe":"-5%","eu":"-6%")")).product("pro"); });
+  EXPECT_TRUE(begins(wrong, file + ": pro's at is in eu and in europe, which differ: give it an entry of its own."));
   repo.write("metadata/pricing.json", "[]");
-  EXPECT_EQ(errorOf([&] { PricingFile::read(repo.path(), "so nothing"); }),
+  EXPECT_EQ(outcomeOf([&] { PricingFile::read(repo.path(), "so nothing"); }),
             "metadata/pricing.json isn't a JSON object of product IDs, so nothing.");
 }
 
@@ -154,15 +123,14 @@ TEST_F(PricingFileTest, IntroductoryOffersHaveAPlaceOfTheirOwn) {
   EXPECT_EQ(file.introOffers("pro").overrides.size(), 1U);
   EXPECT_EQ(file.introOffers("pro").overrides.at("se").text(), "-40%");
   EXPECT_TRUE(file.introOffers("app").overrides.empty());
-  EXPECT_TRUE(
-      errorOf([&] { file.introOffers("bad"); }).starts_with("metadata/pricing.json: intro-offers: bad's no is"));
-  EXPECT_EQ(errorOf([&] { read(R"({"intro-offers":[]})").introOffers("pro"); }),
+  EXPECT_TRUE(begins(outcomeOf([&] { file.introOffers("bad"); }), "metadata/pricing.json: intro-offers: bad's no is"));
+  EXPECT_EQ(outcomeOf([&] { read(R"({"intro-offers":[]})").introOffers("pro"); }),
             "metadata/pricing.json: intro-offers is an object of subscriptions' product IDs.");
 }
 
 TEST_F(PricingFileTest, ReadsEveryFormAndItsLanding) {
   auto prices = read(R"({"app":{"countries":{"no":59.00,"se":-2,"jp":"+3","EUR":"4.99","de":"keep","x":1}}})");
-  EXPECT_NE(errorOf([&] { prices.product("app"); }), "");
+  EXPECT_NE(outcomeOf([&] { prices.product("app"); }), "");
   auto app = read(R"({"app":{"countries":{"no":59.00,"se":-2,"jp":" +3 ","EUR":"4.99","de":"keep"},)"
                   R"("rounding":{"round":"closest","nice":"7.5%","ending":99},"b":1}})")
                  .product("app");

@@ -1,6 +1,7 @@
 #include "core/pricing/region_words.hpp"
 #include "core/pricing/storefronts.hpp"
 #include "core/support/error.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,7 @@ TEST(Storefronts, AreInOrderAndFoundByEitherName) {
     EXPECT_TRUE(each.eu || !each.euro) << each.code;
   }
   EXPECT_EQ(territories.size(), 175U);
-  for (const auto& [name, code] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [name, code] : Rows<std::string, std::string>{
            {"se", "se"}, {"SE", "se"}, {"SWE", "se"}, {"swe", "se"}, {"XKS", "xk"}, {"uk", ""}, {"eu", ""}, {"", ""}}) {
     const Storefront* found = Storefronts::find(name);
     EXPECT_EQ(found ? found->code : "", code) << name;
@@ -29,32 +30,28 @@ TEST(Storefronts, AreInOrderAndFoundByEitherName) {
 }
 
 TEST(RegionWords, NameTheirCountries) {
-  struct Row {
-    const char* word;
-    std::size_t count;
-    const char *first, *last;
-  };
-  for (const Row& row : std::vector<Row>{{"SWE", 1, "se", "se"},
-                                         {" eu ", 27, "at", "sk"},
-                                         {"EUR", 21, "at", "sk"},
-                                         {"europe", 50, "al", "xk"},
-                                         {"AsiaPacific", 33, "af", "vu"},
-                                         {"latinamerica", 37, "ag", "vg"},
-                                         {"uscanada", 2, "ca", "us"},
-                                         {"africamiddleeast", 53, "ae", "zw"}}) {
-    SCOPED_TRACE(row.word);
-    auto word = RegionWord::read(row.word);
-    ASSERT_EQ(word.storefronts.size(), row.count);
-    EXPECT_EQ(word.isRegion, row.count > 1);
-    EXPECT_EQ(word.storefronts.front(), row.first);
-    EXPECT_EQ(word.storefronts.back(), row.last);
+  for (const auto& [word, count, first, last] :
+       Rows<const char*, std::size_t, const char*, const char*>{{"SWE", 1, "se", "se"},
+                                                                {" eu ", 27, "at", "sk"},
+                                                                {"EUR", 21, "at", "sk"},
+                                                                {"europe", 50, "al", "xk"},
+                                                                {"AsiaPacific", 33, "af", "vu"},
+                                                                {"latinamerica", 37, "ag", "vg"},
+                                                                {"uscanada", 2, "ca", "us"},
+                                                                {"africamiddleeast", 53, "ae", "zw"}}) {
+    SCOPED_TRACE(word);
+    auto read = RegionWord::read(word);
+    ASSERT_EQ(read.storefronts.size(), count);
+    EXPECT_EQ(read.isRegion, count > 1);
+    EXPECT_EQ(read.storefronts.front(), first);
+    EXPECT_EQ(read.storefronts.back(), last);
   }
 }
 
 TEST(RegionWords, ListsHaveEachCountryOnceAndTellOfAllThatIsWrong) {
   EXPECT_EQ(RegionWords::storefronts("us, USA,uscanada,my,,"), (std::vector<std::string>{"ca", "my", "us"}));
   const std::string isNone = RegionWords::isNone();
-  for (const auto& [list, message] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [list, message] : Rows<std::string, std::string>{
            {"my,sweden,x\ny,eu", "sweden" + isNone + "\nx y" + isNone}, {" ,", "\"\"" + isNone}}) {
     try {
       RegionWords::storefronts(list);

@@ -1,4 +1,5 @@
 #include "core/project/apple_locales.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,12 +11,7 @@ namespace {
 using AppleLocales::Standing;
 
 TEST(AppleLocales, JudgesANameAndFindsWhatItMeant) {
-  struct Row {
-    std::string name;
-    Standing standing;
-    std::string near;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [name, standing, near] : Rows<std::string, Standing, std::string>{
            {"de-DE", Standing::apples, "de-DE"},
            {"zh-Hant", Standing::apples, "zh-Hant"},
            {"de_DE", Standing::refused, "de-DE"},
@@ -39,17 +35,15 @@ TEST(AppleLocales, JudgesANameAndFindsWhatItMeant) {
            {"", Standing::refused, ""},
            {"de-DE\n", Standing::refused, "de-DE"},
        }) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(AppleLocales::standing(row.name), row.standing);
-    EXPECT_EQ(AppleLocales::near(row.name).value_or(""), row.near);
+    SCOPED_TRACE(name);
+    EXPECT_EQ(AppleLocales::standing(name), standing);
+    EXPECT_EQ(AppleLocales::near(name).value_or(""), near);
   }
 }
 
 TEST(AppleLocales, AreKnownByTheirShape) {
-  for (const char* code :
-       {"en", "en-US", "de-DE", "zh-Hans", "pt-BR", "sr-Latn-RS", "ca-ES-valencia-12345678", "fil"}) {
+  for (const char* code : {"en", "en-US", "de-DE", "zh-Hans", "pt-BR", "sr-Latn-RS", "ca-ES-valencia-12345678", "fil"})
     EXPECT_TRUE(AppleLocales::localeShape(code)) << code;
-  }
   for (const char* code : {"", "e", "engl", "en-", "-US", "en-U", "en_US", "en-123456789", "a1", "en-US-aa-bb-cc",
                            "screenshots", "../en", "en-US/x", "en-ÜS", "en-US ", "default"}) {
     EXPECT_FALSE(AppleLocales::localeShape(code)) << code;

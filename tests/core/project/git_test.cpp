@@ -1,4 +1,5 @@
 #include "core/project/git.hpp"
+#include "tests/support/rows.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -156,23 +157,18 @@ TEST(Git, SaysWhyItHasNoDates) {
   folder.write("origin/a", "2");
   origin.commit(2);
   origin.git({"clone", "-q", "--depth=1", "file://" + in("origin").string(), in("shallow").string()});
-  struct Row {
-    std::filesystem::path root;
-    const char* program;
-    std::string starts;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [root, program, starts] : Rows<std::filesystem::path, const char*, std::string>{
            {in("shallow"), "git", "this is a shallow clone"},
            {in("plain"), "git", "not a git repository"},
            {in("origin"), "/nowhere/git", "git can't be run"},
            {in("origin"), "false", "git failed here"},
        }) {
-    SCOPED_TRACE(row.starts);
-    SystemGit git({}, row.program);
-    auto found = git.lastChanged({"a"}, row.root, now);
+    SCOPED_TRACE(starts);
+    SystemGit git({}, program);
+    auto found = git.lastChanged({"a"}, root, now);
     EXPECT_TRUE(found.dates.empty());
-    EXPECT_EQ(found.unknown.value_or("").substr(0, row.starts.size()), row.starts);
-    EXPECT_EQ(git.isTracked("a", row.root), row.starts.starts_with("this is a shallow"));
+    EXPECT_EQ(found.unknown.value_or("").substr(0, starts.size()), starts);
+    EXPECT_EQ(git.isTracked("a", root), starts.starts_with("this is a shallow"));
   }
 }
 

@@ -1,4 +1,5 @@
 #include "core/release/finding_report.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -39,14 +40,8 @@ TEST(FindingReport, JUnit) {
   const std::string lines = "warning: " + escaped + "\nerror: de-DE: second.";
   const std::string end = "\n    </testcase>\n";
   const Findings warning = {hostile[1]};
-  struct Row {
-    const char* what;
-    Findings findings;
-    bool strict;
-    const char* counts;
-    std::string cases;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [what, findings, strict, counts, cases] :
+       Rows<const char*, Findings, bool, const char*, std::string>{
            {"nothing at all", Findings(), true, "tests=\"1\" failures=\"0\"", element("check", "/>\n")},
            {"an error beside a warning", hostile, false, "tests=\"2\" failures=\"1\"",
             fine + element("limit de-DE", placed + "<failure message=\"de-DE: second.\" type=\"error\">" + lines +
@@ -56,11 +51,9 @@ TEST(FindingReport, JUnit) {
            {"and with --strict fail", warning, true, "tests=\"1\" failures=\"1\"",
             element("limit de-DE", placed + "<failure message=\"" + escaped +
                                        "\" type=\"warning\">warning: " + escaped + "</failure>" + end)},
-       }) {
-    SCOPED_TRACE(row.what);
-    EXPECT_EQ(ReleaseCheck::junit(row.findings, {}, {"kestu release check 1.2", "apps/sun", row.strict}),
-              suite(row.counts, row.cases));
-  }
+       })
+    EXPECT_EQ(ReleaseCheck::junit(findings, {}, {"kestu release check 1.2", "apps/sun", strict}), suite(counts, cases))
+        << what;
   const Checked checked = {{"de-DE", "fr-FR"}, {"limit", "stale"}, {"flags"}};
   EXPECT_EQ(ReleaseCheck::junit({{Level::note, "stale", std::nullopt, "No."}}, checked,
                                 {"kestu release check 1.2", "", false}),

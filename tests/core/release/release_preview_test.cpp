@@ -3,6 +3,7 @@
 #include "core/support/base64.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/asset_files.hpp"
+#include "tests/support/rows.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -88,35 +89,30 @@ TEST(ReleasePreview, AssetsAreComparedByWhatTheyAre) {
   unsummed.md5.reset();
   AssetFile framed = file("f", "f");
   framed.frame = "00:00:02:00";
-  struct {
-    const char* what;
-    std::vector<AssetFile> files;
-    std::vector<ShownAsset> shown;
-    std::string expected;
-  } rows[] = {
-      {"the same", {file("1", "a"), file("2", "b")}, {shown("a"), shown("b")}, "1 same, 2 same"},
-      {"the last first",
-       {file("3", "c"), file("1", "a"), file("2", "b")},
-       {shown("a"), shown("b"), shown("c")},
-       "3 moved 3, 1 same, 2 same"},
-      {"one in between",
-       {file("1", "a"), file("n", "n"), file("2", "b")},
-       {shown("a"), shown("b")},
-       "1 same, n added, 2 same"},
-      {"one less", {file("2", "b")}, {shown("a"), shown("b")}, "2 same, a.png removed"},
-      {"twins are two", {file("1", "a"), file("2", "a")}, {shown("a")}, "1 same, 2 added"},
-      {"by what was pulled, where Apple tells no sum", {pulled}, {unsummed}, "p same"},
-      {"another poster frame", {framed}, {shown("f")}, "f changed"},
-      {"nothing shown", {file("1", "a")}, {}, "1 added"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, files, shown, expected] :
+       Rows<const char*, std::vector<AssetFile>, std::vector<ShownAsset>, std::string>{
+           {"the same", {file("1", "a"), file("2", "b")}, {shown("a"), shown("b")}, "1 same, 2 same"},
+           {"the last first",
+            {file("3", "c"), file("1", "a"), file("2", "b")},
+            {shown("a"), shown("b"), shown("c")},
+            "3 moved 3, 1 same, 2 same"},
+           {"one in between",
+            {file("1", "a"), file("n", "n"), file("2", "b")},
+            {shown("a"), shown("b")},
+            "1 same, n added, 2 same"},
+           {"one less", {file("2", "b")}, {shown("a"), shown("b")}, "2 same, a.png removed"},
+           {"twins are two", {file("1", "a"), file("2", "a")}, {shown("a")}, "1 same, 2 added"},
+           {"by what was pulled, where Apple tells no sum", {pulled}, {unsummed}, "p same"},
+           {"another poster frame", {framed}, {shown("f")}, "f changed"},
+           {"nothing shown", {file("1", "a")}, {}, "1 added"},
+       }) {
+    SCOPED_TRACE(what);
     Lines found;
-    for (const auto& each : comparedAssets(set(AssetKind::screenshots, "d", row.files), row.shown)) {
+    for (const auto& each : comparedAssets(set(AssetKind::screenshots, "d", files), shown)) {
       found.push_back(each.file.name + " " + std::string(rawValue(each.standing)) +
                       (each.before ? " " + std::to_string(*each.before) : ""));
     }
-    EXPECT_EQ(Text::joined(found, ", "), row.expected);
+    EXPECT_EQ(Text::joined(found, ", "), expected);
   }
 }
 
@@ -151,27 +147,23 @@ TEST(ReleasePreview, LanguagesAndDisplaysStandInTheirOrder) {
 
 TEST(ReleasePreview, FindingsStandBesideWhatTheyAreAbout) {
   const std::string folder = "metadata/screenshots/de-DE/Phone";
-  struct {
-    Finding finding;
-    std::string place;
-  } rows[] = {
-      {{Level::error, "limit", "de-DE", "m", {subtitle}}, "subtitle"},
-      {{Level::error, "required", "de-DE", "m", {supportUrl}}, "supportUrl"}, // which has no text
-      {{Level::error, "required", "de-DE", "m", {supportUrl, description}}, "language"},
-      {{Level::error, "screenshots", "de-DE", folder + "/1.png has an alpha channel."}, "1.png"},
-      {{Level::error, "screenshots", "de-DE", folder + "/1.pngs is another."}, "language"},
-      {{Level::error, "screenshots", "de-DE", folder + " has 11 screenshots."}, "display"},
-      {{Level::warning, "build", std::nullopt, "m"}, "release"},
-      {{Level::error, "screenshots", "german", "m"}, "release"},
-      {{Level::error, "limit", "ja", "m", {subtitle}}, ""}, // not asked for
-  };
   RepoListing repository;
   repository.texts["de-DE"][subtitle] = "s";
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.finding.message + " " + row.place);
+  for (const auto& [finding, place] : Rows<Finding, std::string>{
+           {{Level::error, "limit", "de-DE", "m", {subtitle}}, "subtitle"},
+           {{Level::error, "required", "de-DE", "m", {supportUrl}}, "supportUrl"}, // which has no text
+           {{Level::error, "required", "de-DE", "m", {supportUrl, description}}, "language"},
+           {{Level::error, "screenshots", "de-DE", folder + "/1.png has an alpha channel."}, "1.png"},
+           {{Level::error, "screenshots", "de-DE", folder + "/1.pngs is another."}, "language"},
+           {{Level::error, "screenshots", "de-DE", folder + " has 11 screenshots."}, "display"},
+           {{Level::warning, "build", std::nullopt, "m"}, "release"},
+           {{Level::error, "screenshots", "german", "m"}, "release"},
+           {{Level::error, "limit", "ja", "m", {subtitle}}, ""}, // not asked for
+       }) {
+    SCOPED_TRACE(finding.message + " " + place);
     PreviewFacts facts{.repository = repository};
     facts.sets = {set(AssetKind::screenshots, "Phone", {file("1.png", "a")})};
-    facts.findings = {row.finding};
+    facts.findings = {finding};
     auto preview = ReleasePreview::of(facts);
     const PreviewLanguage& language = preview.languages.at(0);
     Lines places;
@@ -186,11 +178,11 @@ TEST(ReleasePreview, FindingsStandBesideWhatTheyAreAbout) {
         if (!asset.findings.empty()) places.push_back(asset.file.name);
       }
     }
-    EXPECT_EQ(Text::joined(places, ", "), row.place);
-    for (ListingField field : row.finding.fields) {
-      if (!row.place.empty()) EXPECT_NE(language.text(field), nullptr) << "what is missing has its place";
+    EXPECT_EQ(Text::joined(places, ", "), place);
+    for (ListingField field : finding.fields) {
+      if (!place.empty()) EXPECT_NE(language.text(field), nullptr) << "what is missing has its place";
     }
-    EXPECT_EQ(preview.count(row.finding.level), row.place.empty() ? 0 : 1);
+    EXPECT_EQ(preview.count(finding.level), place.empty() ? 0 : 1);
   }
 }
 
@@ -222,9 +214,8 @@ TEST(ReleasePreview, NothingOfATextBecomesMarkup) {
   preview.title = preview.state = hostile;
   preview.leftOut = {hostile};
   std::string html = page(preview);
-  for (const char* never : {"<script", "<img", "<u>", "href=\"javascript", "\x01", "\u202E", "onerror=y>"}) {
+  for (const char* never : {"<script", "<img", "<u>", "href=\"javascript", "\x01", "\u202E", "onerror=y>"})
     EXPECT_EQ(html.find(never), std::string::npos) << never;
-  }
   EXPECT_LT(html.find(PreviewPage::mark), PreviewPage::markWithin);
   EXPECT_NE(html.find("default-src 'none'"), std::string::npos);
 }
@@ -251,10 +242,9 @@ TEST(ReleasePreview, ImagesStandInThePageUpToALimit) {
   std::string data = "src=\"data:image/png;base64," + base64(bytes) + "\">";
   EXPECT_NE(html.find(data), std::string::npos);
   EXPECT_EQ(html.find("<img"), html.rfind("<img"));
-  for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
-           {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"\xff\xfe\xfd", "//79"}}) {
+  for (const auto& [text, expected] : Rows<std::string, std::string>{
+           {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"\xff\xfe\xfd", "//79"}})
     EXPECT_EQ(base64(text), expected);
-  }
 }
 
 TEST(ReleasePreview, WithoutDisplaysAssetsStandByTheirFolders) {

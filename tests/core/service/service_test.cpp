@@ -1,4 +1,5 @@
 #include "tests/support/command_test.hpp"
+#include "tests/support/rows.hpp"
 
 #include "core/service/logged_transport.hpp"
 #include "core/service/part_uploader.hpp"
@@ -13,19 +14,14 @@ namespace kestu::tests {
 namespace {
 
 using Kind = CLIError::Kind;
+using Variables = std::map<std::string, std::string, std::less<>>;
 
 TEST(Refusal, MapsEveryRuleFirstMatchFirst) {
-  struct Row {
-    int status;
-    std::string body;
-    std::optional<std::string> latest;
-    Kind kind;
-    std::string message;
-  };
   const std::string old = "kestu CLI 1.1.2 is too old to use now";
   const std::string revoked = "kestu no longer takes this sign-in: it was revoked, went unused for 90 days, or was "
                               "never made. Run kestu login.";
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [status, body, latest, kind, message] :
+       Rows<int, std::string, std::optional<std::string>, Kind, std::string>{
            {401, R"({"message":"other"})", std::nullopt, Kind::signedOut, revoked},
            {426, "", std::nullopt, Kind::outdated, old + ". Update it: kestu update"},
            {426, R"({"message":"x"})", "1.2.0", Kind::outdated, old + ": 1.2.0 is out. Update it: kestu update"},
@@ -56,10 +52,10 @@ TEST(Refusal, MapsEveryRuleFirstMatchFirst) {
            {418, R"({"error":"teapot"})", std::nullopt, Kind::failed, "kestu refused that (418, teapot)."},
            {418, R"({"error":7,"message":"x"})", std::nullopt, Kind::failed, "kestu refused that (418)."},
        }) {
-    SCOPED_TRACE(std::to_string(row.status) + " " + row.body);
-    CLIError error = Refusal::read(row.body).asError(row.status, row.latest, Moment());
-    EXPECT_EQ(error.description, row.message);
-    EXPECT_EQ(error.kind, row.kind);
+    SCOPED_TRACE(std::to_string(status) + " " + body);
+    CLIError error = Refusal::read(body).asError(status, latest, Moment());
+    EXPECT_EQ(error.description, message);
+    EXPECT_EQ(error.kind, kind);
   }
 }
 
@@ -77,16 +73,14 @@ TEST(AnnouncedVersion, IsNewerByItsNumbers) {
 
 TEST(APIURL, TakesHTTPSAnywhereAndHTTPHere) {
   for (const auto& [text, origin] :
-       std::vector<std::pair<std::string, std::string>>{{"https://API.example.com/base/", "https://api.example.com"},
-                                                        {"https://a.example:443", "https://a.example"},
-                                                        {"http://127.0.0.1:80", "http://127.0.0.1"},
-                                                        {"http://localhost:8080", "http://localhost:8080"},
-                                                        {"http://[::1]:9", "http://[::1]:9"},
-                                                        {"http://127.1.2.3", "http://127.1.2.3"},
-                                                        {"", "https://api.kestu.com"}}) {
-    SCOPED_TRACE(text);
-    EXPECT_EQ(APIURL::from(Environment({{"KESTU_API_URL", text}})).origin(), origin);
-  }
+       Rows<std::string, std::string>{{"https://API.example.com/base/", "https://api.example.com"},
+                                      {"https://a.example:443", "https://a.example"},
+                                      {"http://127.0.0.1:80", "http://127.0.0.1"},
+                                      {"http://localhost:8080", "http://localhost:8080"},
+                                      {"http://[::1]:9", "http://[::1]:9"},
+                                      {"http://127.1.2.3", "http://127.1.2.3"},
+                                      {"", "https://api.kestu.com"}})
+    EXPECT_EQ(APIURL::from(Environment({{"KESTU_API_URL", text}})).origin(), origin) << text;
   for (const char* text : {"http://example.com", "http://127.0.0.1.example.com", "http://127.0.0.1@example.com",
                            "https://user@example.com", "http://127.0.0.1\\@example.com", "ftp://127.0.0.1", "https://",
                            "api.kestu.com", "https://a.example/?x", "https://a b", "http://127.0.0.999"}) {
@@ -106,11 +100,7 @@ TEST(ProxiedTransport, NamesWhoseProxyAFailureWentThrough) {
   class Broken final : public Transport {
     HTTPAnswer send(const HTTPRequest&, const std::stop_token&) override { throw TransportError("broken", false); }
   } broken;
-  struct Row {
-    std::map<std::string, std::string, std::less<>> environment;
-    std::string url, variable;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [environment, url, variable] : Rows<Variables, std::string, std::string>{
            {{}, "https://api.x", ""},
            {{{"https_proxy", ""}, {"HTTPS_PROXY", "p"}, {"ALL_PROXY", "p"}}, "https://api.x", "HTTPS_PROXY"},
            {{{"https_proxy", "p"}, {"HTTPS_PROXY", "p"}}, "https://api.x", "https_proxy"},
@@ -119,13 +109,13 @@ TEST(ProxiedTransport, NamesWhoseProxyAFailureWentThrough) {
            {{{"ALL_PROXY", "p"}, {"NO_PROXY", "pi.x"}}, "https://api.x/a", "ALL_PROXY"},
            {{{"ALL_PROXY", "p"}, {"no_proxy", "*"}}, "https://[::1]:9", ""},
        }) {
-    SCOPED_TRACE(testing::PrintToString(row.environment));
+    SCOPED_TRACE(testing::PrintToString(environment));
     HTTPRequest request;
-    request.url = row.url;
+    request.url = url;
     try {
-      ProxiedTransport(broken, ProxyChoice(Environment(row.environment))).send(request, {});
+      ProxiedTransport(broken, ProxyChoice(Environment(environment))).send(request, {});
     } catch (const TransportError& error) {
-      EXPECT_EQ(error.what(), "broken" + (row.variable.empty() ? "" : " (through the proxy of " + row.variable + ")"));
+      EXPECT_EQ(error.what(), "broken" + (variable.empty() ? "" : " (through the proxy of " + variable + ")"));
       EXPECT_FALSE(error.sent);
     }
   }
@@ -223,23 +213,19 @@ TEST(CurlTransport, TrustsNoUnknownCertificateButTheOneNamed) {
   TemporaryFolder folder;
   folder.write("own.pem", server.certificate());
   const std::string own = (folder.path() / "own.pem").string(), none = (folder.path() / "none.pem").string();
-  struct Row {
-    std::map<std::string, std::string, std::less<>> environment;
-    bool trusts;
-  };
-  for (const Row& row : std::vector<Row>{
-           {{}, false},
+  for (const auto& [environment, trusts] : Rows<Variables, bool>{
+           {Variables(), false},
            {{{"SSL_CERT_FILE", own}}, true},
            {{{"CURL_CA_BUNDLE", own}, {"SSL_CERT_FILE", none}}, true},
            {{{"CURL_CA_BUNDLE", none}, {"SSL_CERT_FILE", own}}, false},
            {{{"CURL_CA_BUNDLE", ""}, {"SSL_CERT_FILE", own}}, true},
        }) {
-    SCOPED_TRACE(testing::PrintToString(row.environment));
+    SCOPED_TRACE(testing::PrintToString(environment));
     server.forgetRequests();
-    CurlTransport transport(Certificates::from(Environment(row.environment)));
+    CurlTransport transport(Certificates::from(Environment(environment)));
     HTTPRequest request;
     request.url = server.origin() + "/v1/apps";
-    if (row.trusts) {
+    if (trusts) {
       EXPECT_EQ(transport.send(request, {}).status, 401);
     } else {
       EXPECT_THROW(transport.send(request, {}), TransportError);
@@ -254,15 +240,11 @@ TEST(LoggedTransport, TellsWhatHappenedAndNothingSecret) {
     std::function<HTTPAnswer(const HTTPRequest&)> answer;
     HTTPAnswer send(const HTTPRequest& request, const std::stop_token&) override { return answer(request); }
   } scripted;
-  struct Row {
-    std::string method, url, body;
-    std::function<HTTPAnswer(const HTTPRequest&)> answer;
-    std::string line;
-  };
   auto answered = [](int status, std::string id, std::string body) {
     return [=](const HTTPRequest&) { return HTTPAnswer{status, {{"x-request-id", id}}, body}; };
   };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [method, url, body, answer, line] :
+       Rows<std::string, std::string, std::string, std::function<HTTPAnswer(const HTTPRequest&)>, std::string>{
            {"GET", "https://api.x/v1/apps?a=secret#secret", "", answered(200, "r1", "12345"),
             "GET https://api.x/v1/apps: 200 after 0 ms, received 5 bytes, request r1"},
            {"PUT", "https://secret:secret@x@up.x/a@b?sig=secret", "secret", answered(403, "\x1b[2J", ""),
@@ -278,30 +260,29 @@ TEST(LoggedTransport, TellsWhatHappenedAndNothingSecret) {
            {"GET", "https://a/f", "", [](const HTTPRequest&) -> HTTPAnswer { throw Stopped(); },
             "GET https://a/f: stopped after 0 ms"},
        }) {
-    SCOPED_TRACE(row.line);
+    SCOPED_TRACE(line);
     FakeTerminal terminal;
     FakeClock clock;
     Environment environment;
     Console console(terminal, environment, clock);
-    scripted.answer = row.answer;
+    scripted.answer = answer;
     HTTPRequest request;
-    request.method = row.method;
-    request.url = row.url;
+    request.method = method;
+    request.url = url;
     request.headers = {{"X-Secret", "secret"}};
     request.token = Token("secret");
-    if (!row.body.empty()) request.body = bodyOf(row.body);
+    if (!body.empty()) request.body = bodyOf(body);
     std::string sunk;
-    if (row.url == "https://a/f") request.sink = [&](std::string_view bytes) { sunk += bytes; };
+    if (url == "https://a/f") request.sink = [&](std::string_view bytes) { sunk += bytes; };
     try {
       LoggedTransport(scripted, console, clock).send(request, {});
     } catch (const std::exception&) {
     }
-    EXPECT_EQ(terminal.errText(), "debug: " + row.line + "\n");
+    EXPECT_EQ(terminal.errText(), "debug: " + line + "\n");
     EXPECT_TRUE(sunk.empty() || sunk.size() == 2048) << "the bytes are passed on";
   }
-  for (const auto& [value, asked] : std::map<std::string, bool>{{"", false}, {"0", false}, {"1", true}}) {
+  for (const auto& [value, asked] : std::map<std::string, bool>{{"", false}, {"0", false}, {"1", true}})
     EXPECT_EQ(LoggedTransport::isAsked(Environment({{"KESTU_DEBUG", value}})), asked) << value;
-  }
 }
 
 TEST(CurlTransport, RefusesHugeAnswersAndDoesNotFollowRedirects) {
@@ -317,15 +298,10 @@ TEST(CurlTransport, RefusesHugeAnswersAndDoesNotFollowRedirects) {
 }
 
 TEST(CurlTransport, SendsWhatChangesSomethingOnce) {
-  struct Row {
-    const char* method;
-    std::size_t sent;
-    bool fails;
-  };
-  for (const Row& row :
-       std::vector<Row>{{"GET", 2, false}, {"PUT", 2, false}, {"POST", 1, true}, {"DELETE", 1, true}}) {
+  for (const auto& [method, sent, fails] : Rows<const char*, std::size_t, bool>{
+           {"GET", 2, false}, {"PUT", 2, false}, {"POST", 1, true}, {"DELETE", 1, true}}) {
     for (bool withBody : {false, true}) {
-      SCOPED_TRACE(std::string(row.method) + (withBody ? " with a body" : ""));
+      SCOPED_TRACE(std::string(method) + (withBody ? " with a body" : ""));
       sandbox::Server server;
       CurlTransport transport;
       HTTPRequest request;
@@ -333,7 +309,7 @@ TEST(CurlTransport, SendsWhatChangesSomethingOnce) {
       EXPECT_EQ(transport.send(request, {}).status, 401);
       server.forgetRequests();
       server.onNext({.cut = true, .made = true});
-      request.method = row.method;
+      request.method = method;
       if (withBody) request.body = bodyOf("{}");
       bool failed = false;
       try {
@@ -341,8 +317,8 @@ TEST(CurlTransport, SendsWhatChangesSomethingOnce) {
       } catch (const TransportError& error) {
         failed = error.what() == std::string("the connection broke before an answer came");
       }
-      EXPECT_EQ(failed, row.fails);
-      EXPECT_EQ(server.requests().size(), row.sent);
+      EXPECT_EQ(failed, fails);
+      EXPECT_EQ(server.requests().size(), sent);
     }
   }
 }
@@ -370,12 +346,7 @@ TEST_F(ServiceTest, BadAnswersEndWithOneMessage) {
   signIn();
   const std::string expected =
       "kestu's answer wasn't what this version of the CLI expects. Update the CLI, or try again.\n";
-  struct Row {
-    sandbox::Fault fault;
-    int status;
-    std::string err;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [fault, status, err] : Rows<sandbox::Fault, int, std::string>{
            {{.status = 200, .body = "<html>", .contentType = "text/html"}, 9, expected},
            {{.status = 200, .body = R"({"apps":[{"appId":)"}, 9, expected},
            {{.status = 200, .body = "{}"}, 9, expected},
@@ -385,11 +356,11 @@ TEST_F(ServiceTest, BadAnswersEndWithOneMessage) {
             expected},
            {{.status = 200, .body = std::string(100000, '[')}, 9, expected},
        }) {
-    SCOPED_TRACE(row.fault.body.substr(0, 40));
-    server.onNext(row.fault);
+    SCOPED_TRACE(fault.body.substr(0, 40));
+    server.onNext(fault);
     Ran ran = run({"apps"});
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.err, row.err);
+    EXPECT_EQ(ran.status, status);
+    EXPECT_EQ(ran.err, err);
     EXPECT_EQ(ran.out, "");
   }
   server.onNext({.cut = true});
@@ -409,9 +380,8 @@ TEST_F(ServiceTest, SendsItsHeadersAndNoTokenToSignIn) {
   server.forgetRequests();
   server.scriptNextSignIn({});
   EXPECT_EQ(run({"login"}).status, 0);
-  for (const auto& request : server.requests()) {
+  for (const auto& request : server.requests())
     EXPECT_EQ(request.headers.contains("authorization"), request.path == "/v1/auth/whoami") << request.path;
-  }
 }
 
 } // namespace

@@ -1,23 +1,23 @@
 #include "core/support/blotting.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
 #include <tuple>
 #include <vector>
 
-namespace kestu {
+namespace kestu::tests {
 
 TEST(Blotting, HidesTheSecretWhereverItIsEchoed) {
-  for (const auto& [text, secret, expected] : std::vector<std::tuple<std::string, std::string, std::string>>{
+  for (const auto& [text, secret, expected] : Rows<std::string, std::string, std::string>{
            {"pa55 is weak: pa55", "pa55", "•••• is weak: ••••"},
            {"nothing", "pa55", "nothing"},
            {"aaa", "a", "••••••••••••"},
            {"any", "", "any"},
            {R"(p"\w was in {"is": "p\"\\w"})", R"(p"\w)", R"(•••• was in {"is": "••••"})"},
-       }) {
+       })
     EXPECT_EQ(blotted(text, secret), expected);
-  }
-  for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [text, expected] : Rows<std::string, std::string>{
            {"Unsupported proxy scheme for 'odd://user:pa55@x'", "Unsupported proxy scheme for 'odd://••••@x'"},
            {"Unsupported proxy syntax in 'user:pa 55@[::1'", "Unsupported proxy syntax in '••••@[::1'"},
            {"Could not resolve proxy: us@er:pa55@x", "Could not resolve proxy: ••••@x"},
@@ -27,15 +27,13 @@ TEST(Blotting, HidesTheSecretWhereverItIsEchoed) {
        }) {
     EXPECT_EQ(withoutUserinfo(text), expected);
   }
-  for (const auto& [document, secret, expected] : std::vector<std::tuple<std::string, std::string, std::string>>{
+  for (const auto& [document, secret, expected] : Rows<std::string, std::string, std::string>{
            {R"({"plan": {"error": "plan"}, "waits":true})", "plan", R"({"plan": {"error": "••••"}, "waits":true})"},
            {R"({"a":["x\"y\\","true",1,true]})", "true", R"({"a":["x\"y\\","••••",1,true]})"},
            {R"({"a":"is p\u00e4ss\"w","b":""})", "p\u00e4ss\"w", R"({"a":"is ••••","b":""})"},
            {R"({"a":1})", "1", R"({"a":1})"},
-       }) {
-    SCOPED_TRACE(document);
-    EXPECT_EQ(blottedJSON(document, secret), expected);
-  }
+       })
+    EXPECT_EQ(blottedJSON(document, secret), expected) << document;
 }
 
-} // namespace kestu
+} // namespace kestu::tests

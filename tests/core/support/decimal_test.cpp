@@ -1,6 +1,7 @@
 #include "core/support/decimal.hpp"
 #include "core/support/json.hpp"
 #include "core/support/json_data.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,17 +13,16 @@ namespace {
 Decimal d(std::string_view text) { return Decimal::parse(text).value(); }
 
 TEST(Decimal, ReadsNumbersAsJSONWritesThemAndNothingElse) {
-  for (const auto& [text, expected] :
-       std::vector<std::pair<std::string, std::string>>{{"12.90", "12.9"},
-                                                        {"0059", "59"},
-                                                        {"-0.00", "0"},
-                                                        {"1.5e3", "1500"},
-                                                        {"15E-1", "1.5"},
-                                                        {"1e+2", "100"},
-                                                        {"0.1234567890123456789", "0.1234567890123456789"},
-                                                        {"0e999", "0"},
-                                                        {"-4.05", "-4.05"},
-                                                        {"1e-99", "0." + std::string(98, '0') + "1"}}) {
+  for (const auto& [text, expected] : Rows<std::string, std::string>{{"12.90", "12.9"},
+                                                                     {"0059", "59"},
+                                                                     {"-0.00", "0"},
+                                                                     {"1.5e3", "1500"},
+                                                                     {"15E-1", "1.5"},
+                                                                     {"1e+2", "100"},
+                                                                     {"0.1234567890123456789", "0.1234567890123456789"},
+                                                                     {"0e999", "0"},
+                                                                     {"-4.05", "-4.05"},
+                                                                     {"1e-99", "0." + std::string(98, '0') + "1"}}) {
     SCOPED_TRACE(text);
     auto read = Decimal::parse(text);
     EXPECT_EQ(read ? read->text() : "", expected);
@@ -34,7 +34,7 @@ TEST(Decimal, ReadsNumbersAsJSONWritesThemAndNothingElse) {
 }
 
 TEST(Decimal, ReckonsExactly) {
-  const std::vector<std::pair<std::string, std::string>> rows = {
+  const Rows<std::string, std::string> rows = {
       {(d("0.1") + d("0.2")).text(), "0.3"},
       {(d("4.99") - d("5")).text(), "-0.01"},
       {(d("-4.99") + d("4.99")).text(), "0"},
@@ -70,13 +70,12 @@ TEST(Decimal, KeepsTheDigitsOfJSON) {
   EXPECT_EQ(value.repeatedKey(), "x");
   EXPECT_THROW(Decimal::read(value.at("s")), JSONError);
   EXPECT_EQ(JSONData::copied(value.at("a")).compact(), R"([1,4.10,{"b/c~":0.30000000000000000001}])");
-  for (const auto& [text, repeated] : std::vector<std::pair<std::string, std::string>>{
-           {R"({"a":{"b":1},"c":{"b":1}})", ""},
-           {R"([{"a":1},{"a":1}])", ""},
-           {R"({"p":{"countries":{"se":1,"no":2.5,"se":3}}})", "p.countries.se"},
-           {R"([1,{"a":[],"b":{},"a":2}])", "1.a"}}) {
+  for (const auto& [text, repeated] :
+       Rows<std::string, std::string>{{R"({"a":{"b":1},"c":{"b":1}})", ""},
+                                      {R"([{"a":1},{"a":1}])", ""},
+                                      {R"({"p":{"countries":{"se":1,"no":2.5,"se":3}}})", "p.countries.se"},
+                                      {R"([1,{"a":[],"b":{},"a":2}])", "1.a"}})
     EXPECT_EQ(JSONValue::parse(text).repeatedKey().value_or(""), repeated) << text;
-  }
 }
 
 } // namespace

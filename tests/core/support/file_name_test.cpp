@@ -1,4 +1,5 @@
 #include "core/support/file_name.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,11 +9,7 @@ namespace kestu::tests {
 namespace {
 
 TEST(FileName, KnowsWhatAMacTakesForOne) {
-  struct Row {
-    const char *a, *b;
-    bool sameKey, alike;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [a, b, sameKey, alike] : Rows<const char*, const char*, bool, bool>{
            {"01.png", "01.png", true, true},
            {"01.png", "01.PNG", false, true},
            {"caf\u00E9", "cafe\u0301", true, true},
@@ -25,10 +22,10 @@ TEST(FileName, KnowsWhatAMacTakesForOne) {
            {"a\xFF", "a\xFE", false, false},
            {"a\xFF", "a\uFFFD", false, false},
        }) {
-    SCOPED_TRACE(row.a);
+    SCOPED_TRACE(a);
     FileName::Less less;
-    EXPECT_EQ(!less(row.a, row.b) && !less(row.b, row.a), row.sameKey);
-    EXPECT_EQ(FileName::alike(row.a, row.b), row.alike);
+    EXPECT_EQ(!less(a, b) && !less(b, a), sameKey);
+    EXPECT_EQ(FileName::alike(a, b), alike);
   }
   EXPECT_EQ(FileName::composed("o\u0308.md"), "\u00F6.md");
 }

@@ -32,10 +32,7 @@ TEST(JSONData, WritesEachKindOfValue) {
       {JSONData::object({{"b", 1}, {"a", Texts{"x"}}, {"B", false}, {"b", 2}}), R"({"B":false,"a":["x"],"b":2})"},
       {JSONData().setGiven("a", std::optional<int>()).setGiven("b", std::optional(2)), R"({"b":2})"},
   };
-  for (const auto& [value, text] : cases) {
-    SCOPED_TRACE(text);
-    EXPECT_EQ(value.compact(), text);
-  }
+  for (const auto& [value, text] : cases) EXPECT_EQ(value.compact(), text) << text;
 }
 
 TEST(JSONData, LaysOutAndIsCopiedAsItWasRead) {
@@ -43,9 +40,8 @@ TEST(JSONData, LaysOutAndIsCopiedAsItWasRead) {
       "{\n  \"a\": [\n    1,\n    {\n      \"b\": {}\n    },\n    []\n  ],\n  \"c\\\"\": -5e-1\n}\n";
   JSONData copy = JSONData::copied(JSONValue::parse(R"({"c\"":-5e-1,"a":[1,{"b":{}},[]]})"));
   EXPECT_EQ(copy.pretty(), pretty);
-  for (std::string text : {"18446744073709551615", "[null,true,\"\\u0000\",1e+300]", "{\"\":{\"a\":0.1}}"}) {
+  for (std::string text : {"18446744073709551615", "[null,true,\"\\u0000\",1e+300]", "{\"\":{\"a\":0.1}}"})
     EXPECT_EQ(JSONData::copied(JSONValue::parse(text)).compact(), text);
-  }
 }
 
 TEST(JSONData, FindsAndErasesByKey) {

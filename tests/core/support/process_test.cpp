@@ -1,5 +1,6 @@
 #include "core/support/error.hpp"
 #include "core/support/process.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -22,13 +23,7 @@ ProcessResult shell(const std::string& script, std::size_t limit = 1 << 20, int 
 }
 
 TEST(Process, GivesWhatAProgramWroteAndHowItEnded) {
-  struct Row {
-    const char* script;
-    End end;
-    int status;
-    std::string out;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [script, end, status, out] : Rows<const char*, End, int, std::string>{
            {"printf '%s %s' \"$KESTU_TEST\" \"$PWD\"", End::exited, 0, "a b /"},
            {"cat; exit 3", End::exited, 3, ""},
            {"kill -TERM $$", End::killed, SIGTERM, ""},
@@ -37,11 +32,11 @@ TEST(Process, GivesWhatAProgramWroteAndHowItEnded) {
            {"printf 1234567890", End::exited, 0, "1234567890"},
            {"yes", End::tooMuchOutput, 0, "y\ny\ny\ny\ny\n"},
        }) {
-    SCOPED_TRACE(row.script);
-    auto result = shell(row.script, 10);
-    EXPECT_EQ(result.end, row.end);
-    EXPECT_EQ(result.status, row.status);
-    EXPECT_EQ(result.out, row.out);
+    SCOPED_TRACE(script);
+    auto result = shell(script, 10);
+    EXPECT_EQ(result.end, end);
+    EXPECT_EQ(result.status, status);
+    EXPECT_EQ(result.out, out);
   }
 }
 

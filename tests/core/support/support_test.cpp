@@ -3,6 +3,7 @@
 #include "core/support/json.hpp"
 #include "core/support/md5.hpp"
 #include "core/support/moments.hpp"
+#include "tests/support/rows.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -16,7 +17,7 @@ namespace kestu::tests {
 namespace {
 
 TEST(Moments, ParseISO8601AndNothingElse) {
-  for (const auto& [text, canonical] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [text, canonical] : Rows<std::string, std::string>{
            {"2026-11-21T14:00:00Z", "2026-11-21T14:00:00Z"},
            {"2026-11-21t14:00:00.999z", "2026-11-21T14:00:00Z"},
            {"2026-11-21T01:30:00+02:00", "2026-11-20T23:30:00Z"},
@@ -37,21 +38,17 @@ TEST(Moments, ParseISO8601AndNothingElse) {
 
 TEST(Files, NewOnesFollowTheUmaskAndOthersKeepTheirs) {
   TemporaryFolder folder;
-  struct Row {
-    mode_t umask;
-    int before; // the permissions of a file that is there; 0 for none
-    int after;
-  };
-  for (const Row& row : {Row{022, 0, 0644}, {077, 0, 0600}, {002, 0, 0664}, {077, 0640, 0640}, {0, 0600, 0600}}) {
-    SCOPED_TRACE(row.after);
+  for (const auto& [umask, before, after] :
+       Rows<mode_t, int, int>{{022, 0, 0644}, {077, 0, 0600}, {002, 0, 0664}, {077, 0640, 0640}, {0, 0600, 0600}}) {
+    SCOPED_TRACE(after);
     auto file = folder.path() / "new.json";
     std::filesystem::remove(file);
-    if (row.before != 0) folder.write("new.json", "old");
-    if (row.before != 0) std::filesystem::permissions(file, std::filesystem::perms(row.before));
-    mode_t usual = ::umask(row.umask);
+    if (before != 0) folder.write("new.json", "old");
+    if (before != 0) std::filesystem::permissions(file, std::filesystem::perms(before));
+    mode_t usual = ::umask(umask);
     Files::writeAtomically(file, "new");
     ::umask(usual);
-    EXPECT_EQ(static_cast<int>(std::filesystem::status(file).permissions()), row.after);
+    EXPECT_EQ(static_cast<int>(std::filesystem::status(file).permissions()), after);
     EXPECT_EQ(Files::entries(folder.path()).size(), 1U);
   }
 }

@@ -1,30 +1,27 @@
 #include "core/support/text.hpp"
+#include "tests/support/rows.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-namespace kestu {
+namespace kestu::tests {
 
 TEST(Text, MeasuresCharactersAndColumns) {
-  struct {
-    std::string_view text;
-    std::size_t characters, columns;
-  } rows[] = {
-      {"", 0, 0},
-      {"a\r\nb\n\n", 5, 2},
-      {"e\u0301t\u00e9", 3, 3},
-      {"日本", 2, 4},
-      {"👩‍👩‍👧🇩🇪", 2, 4},
-      {"❤\uFE0F!", 2, 3},
-      {"\uD55C\u1100\u1161", 2, 4},
-      {"a\xFF\xC3", 3, 3},
-      {"\xF0\x9F\x98", 1, 1},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    EXPECT_EQ(Text::characters(row.text), row.characters);
-    EXPECT_EQ(Text::columns(row.text), row.columns);
+  for (const auto& [text, characters, columns] : Rows<std::string_view, std::size_t, std::size_t>{
+           {"", 0, 0},
+           {"a\r\nb\n\n", 5, 2},
+           {"e\u0301t\u00e9", 3, 3},
+           {"日本", 2, 4},
+           {"👩‍👩‍👧🇩🇪", 2, 4},
+           {"❤\uFE0F!", 2, 3},
+           {"\uD55C\u1100\u1161", 2, 4},
+           {"a\xFF\xC3", 3, 3},
+           {"\xF0\x9F\x98", 1, 1},
+       }) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(Text::characters(text), characters);
+    EXPECT_EQ(Text::columns(text), columns);
   }
 }
 
@@ -67,4 +64,4 @@ TEST(Text, SplitsAndJoins) {
   EXPECT_EQ(Text::orList({"a", "b", "c"}), "a, b or c");
 }
 
-} // namespace kestu
+} // namespace kestu::tests
