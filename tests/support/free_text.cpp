@@ -1,44 +1,19 @@
 #include "tests/support/free_text.hpp"
 
+#include "core/support/text.hpp"
+
 #include <nlohmann/json.hpp>
 
-#include <set>
+#include <algorithm>
 
 namespace kestu::tests {
 
 bool isFreeText(const std::string& key) {
-  static const std::set<std::string> keys = {"name",
-                                             "title",
-                                             "message",
-                                             "text",
-                                             "notes",
-                                             "detail",
-                                             "subtitle",
-                                             "description",
-                                             "keywords",
-                                             "whatsNew",
-                                             "promotionalText",
-                                             "user",
-                                             "email",
-                                             "next",
-                                             "client",
-                                             "machine",
-                                             "fileName",
-                                             "copyright",
-                                             "before",
-                                             "after",
-                                             "lines",
-                                             "error",
-                                             "reason",
-                                             "label",
-                                             "metric",
-                                             "contactFirstName",
-                                             "contactLastName",
-                                             "shortDescription",
-                                             "longDescription",
-                                             "summary",
-                                             "group"};
-  return keys.contains(key);
+  static const std::vector<std::string> keys = Text::words(
+      "name title message text notes detail subtitle description keywords whatsNew promotionalText user email next "
+      "client machine fileName copyright before after lines error reason label metric contactFirstName "
+      "contactLastName shortDescription longDescription summary group");
+  return std::find(keys.begin(), keys.end(), key) != keys.end();
 }
 
 void appendToTexts(nlohmann::json& value, const std::function<bool(const std::string& key)>& chosen,
