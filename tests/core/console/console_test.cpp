@@ -14,6 +14,14 @@ namespace kestu::tests {
 using namespace std::chrono_literals;
 using Variables = std::map<std::string, std::string, std::less<>>;
 
+/// A console at a terminal of 100 columns.
+class AtATerminal : public testing::Test {
+ protected:
+  FakeTerminal terminal{100};
+  FakeClock clock;
+  Console console{terminal, Environment(), clock};
+};
+
 TEST(Console, DecidesByTerminalAndEnvironment) {
   struct {
     const char* name;
@@ -115,20 +123,14 @@ TEST(Console, TakesOnlyAYesForAYes) {
   }
 }
 
-TEST(Console, LeavesAStoppedQuestionsLine) {
-  FakeTerminal terminal(80);
-  FakeClock clock;
+TEST_F(AtATerminal, LeavesAStoppedQuestionsLine) {
   std::stop_source stopping;
   stopping.request_stop();
-  Console console(terminal, Environment(), clock);
   EXPECT_THROW(console.ask("Go?", stopping.get_token()), Stopped);
   EXPECT_EQ(terminal.errText(), "Go? [y/N] \n");
 }
 
-TEST(Console, SpinsWhileBusyAndKeepsWritesApart) {
-  FakeTerminal terminal(80);
-  FakeClock clock;
-  Console console(terminal, Environment(), clock);
+TEST_F(AtATerminal, SpinsWhileBusyAndKeepsWritesApart) {
   {
     Console::Busy first(console);
     console.during([&] { ASSERT_TRUE(terminal.awaitText("\r[|]\r[/]\r[─]")); });
@@ -142,10 +144,7 @@ TEST(Console, SpinsWhileBusyAndKeepsWritesApart) {
   EXPECT_TRUE(terminal.allText().ends_with("]\r\x1B[2Kno line feed")) << terminal.allText();
 }
 
-TEST(Console, ErasesTheSpinnerAtTheEnd) {
-  FakeTerminal terminal(80);
-  FakeClock clock;
-  Console console(terminal, Environment(), clock);
+TEST_F(AtATerminal, ErasesTheSpinnerAtTheEnd) {
   EXPECT_EQ(console.during([&] { return terminal.awaitText("\r[|]"); }), true);
   EXPECT_TRUE(terminal.errText().ends_with("]\r\x1B[2K"));
 }
@@ -167,10 +166,7 @@ TEST(Console, RedrawsItsStatus) {
   EXPECT_TRUE(terminal.allText().ends_with("\r\x1B[2Ka\r\x1B[2Kno line feed\n\r\x1B[2Ka\r\x1B[2K"));
 }
 
-TEST(Progress, ShowsAtATerminalAtMostTenTimesASecond) {
-  FakeTerminal terminal(100);
-  FakeClock clock;
-  Console console(terminal, Environment(), clock);
+TEST_F(AtATerminal, ShowsProgressAtMostTenTimesASecond) {
   Progress progress(console, clock, "Uploading", 1ULL << 30, 64);
   clock.advance(1000ms);
   progress.advance(45ULL << 20, 3);
@@ -199,10 +195,8 @@ TEST(Progress, TellsTheTimeLeftOnceItMeansSomething) {
   }
 }
 
-TEST(Progress, KeepsTheTimeLeftInANarrowWindow) {
-  FakeTerminal terminal(50);
-  FakeClock clock;
-  Console console(terminal, Environment(), clock);
+TEST_F(AtATerminal, KeepsTheTimeLeftInANarrowWindow) {
+  terminal.windowColumns = 50;
   Progress progress(console, clock, "Uploading", 1ULL << 30, 64);
   clock.advance(3000ms);
   progress.advance(135ULL << 20, 3);
@@ -257,21 +251,18 @@ TEST(TextStyle, CutsToOneLine) {
 }
 
 TEST(Printable, MakesControlsVisible) {
-  for (const auto& [text, line, lines] : Rows<std::string_view, std::string_view, std::string_view>{
-           {"👩‍👩‍👧 \u200Fعربي é", "👩‍👩‍👧 \u200Fعربي é",
-            "👩‍👩‍👧 \u200Fعربي é"},
-           {"a\x1B[2J\x7F", "a\\u{1b}[2J\\u{7f}", "a\\u{1b}[2J\\u{7f}"},
-           {"a\r\nb\tc\rd", "a b c\\u{d}d", "a\nb c\\u{d}d"},
-           {"\u009B2J\u2028\u202E\u2069", "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}",
-            "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}"},
-           {"a\xC3(\xED\xA0\x80\xF4\x90", "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD",
-            "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
-           {"\xC0\xAFx\xF0\x9F\x98", "\uFFFD\uFFFDx\uFFFD", "\uFFFD\uFFFDx\uFFFD"},
-           {"\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF"},
+  EXPECT_EQ(printable("a\r\nb\tc\rd"), "a b c\\u{d}d");
+  EXPECT_EQ(printableText("a\r\nb\tc\rd"), "a\nb c\\u{d}d");
+  for (const auto& [text, shown] : Rows<std::string_view, std::string_view>{
+           {"👩‍👩‍👧 \u200Fعربي é", "👩‍👩‍👧 \u200Fعربي é"},
+           {"a\x1B[2J\x7F", "a\\u{1b}[2J\\u{7f}"},
+           {"\u009B2J\u2028\u202E\u2069", "\\u{9b}2J\\u{2028}\\u{202e}\\u{2069}"},
+           {"a\xC3(\xED\xA0\x80\xF4\x90", "a\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+           {"\xC0\xAFx\xF0\x9F\x98", "\uFFFD\uFFFDx\uFFFD"},
+           {"\uFFFD\U0010FFFF\uD7FF", "\uFFFD\U0010FFFF\uD7FF"},
        }) {
-    SCOPED_TRACE(line);
-    EXPECT_EQ(printable(text), line);
-    EXPECT_EQ(printableText(text), lines);
+    EXPECT_EQ(printable(text), shown);
+    EXPECT_EQ(printableText(text), shown);
   }
 }
 
