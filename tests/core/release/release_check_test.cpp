@@ -87,25 +87,20 @@ TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
 }
 
 TEST(ReleaseCheck, FindsPlaceholders) {
-  for (const auto& [text, found] : Rows<std::string, std::string>{
+  for (const auto& [text, found] : Rows<const char*, const char*>{
            {"LOREM Ipsum dolor", "LOREM Ipsum"},
-           {"lorem  ipsum", ""}, // one blank, as written by generators of filler
-           {"florem ipsum", ""},
            {"Your Text", "Your Text"},
            {"(placeholder)", "placeholder"},
-           {"placeholderé", ""},
-           {"placeholder\u0301", ""}, // the mark belongs to the word
-           {"éplaceholder", ""},
-           {"プplaceholder", ""},
            {"★placeholder★", "placeholder"},
-           {"TODO", "TODO"},
-           {"TODOS", ""},
+           {"TODO\xFF", "TODO"},
            {"x TODO_ FIXME", "FIXME"},
            {"TBD later, text here", "text here"}, // filler before reminders
-           {"Todo, fixme, tbd", ""},
-           {"TODO\xFF", "TODO"},
        })
-    EXPECT_EQ(placeholderIn(text).value_or(""), found) << text;
+    EXPECT_EQ(placeholderIn(text), found) << text;
+  // Generators of filler write one blank, and a mark belongs to its word.
+  for (const char* text : {"lorem  ipsum", "florem ipsum", "placeholderé", "placeholder\u0301", "éplaceholder",
+                           "プplaceholder", "TODOS", "Todo, fixme, tbd"})
+    EXPECT_EQ(placeholderIn(text), std::nullopt) << text;
 }
 
 TEST(ReleaseCheck, TellsWebAddresses) {
