@@ -49,13 +49,8 @@ TEST(BuildNumber, SameVersionComparesWholeNumbers) {
 }
 
 TEST(BuildReference, ReadsEachWayToNameABuild) {
-  struct Row {
-    const char* given;
-    Text version, number, id;
-    const char* text;
-    const char* word;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [given, version, number, id, text, word] :
+       Rows<const char*, Text, Text, Text, const char*, const char*>{
            {"45", std::nullopt, "45", std::nullopt, "45", "45"},
            {" 1.0.8\n", std::nullopt, "1.0.8", std::nullopt, "1.0.8", "1.0.8"},
            {"1.2 (45)", "1.2", "45", std::nullopt, "1.2 (45)", "\"1.2 (45)\""},
@@ -67,13 +62,13 @@ TEST(BuildReference, ReadsEachWayToNameABuild) {
            {"...", std::nullopt, std::nullopt, "...", "...", "..."},
            {"6f9e\x1b[2J", std::nullopt, std::nullopt, "6f9e\x1b[2J", "6f9e\\u{1b}[2J", "'6f9e\\u{1b}[2J'"},
        }) {
-    SCOPED_TRACE(row.given);
-    BuildReference read = BuildReference::read(row.given);
-    EXPECT_EQ(read.version, row.version);
-    EXPECT_EQ(read.number, row.number);
-    EXPECT_EQ(read.id, row.id);
-    EXPECT_EQ(read.text(), row.text);
-    EXPECT_EQ(read.word(), row.word);
+    SCOPED_TRACE(given);
+    BuildReference read = BuildReference::read(given);
+    EXPECT_EQ(read.version, version);
+    EXPECT_EQ(read.number, number);
+    EXPECT_EQ(read.id, id);
+    EXPECT_EQ(read.text(), text);
+    EXPECT_EQ(read.word(), word);
   }
 }
 
@@ -265,15 +260,8 @@ TEST(BuildFile, SaysWhyAFileIsNoBuild) {
   auto encrypted =
       Process::run({.arguments = {"zip", "-q", "-r", "-P", "pw", "secret.ipa", "Payload"}, .folder = folder}, {});
   ASSERT_TRUE(encrypted.succeeded()) << encrypted.err;
-  const Texts none = {"/nowhere/unzip", "kestu-no-unzip"};
   const BuildFile::Given nothing, version = {"1", {}, {}}, both = {"1", "2", {}}, all = {"1", "2", "ios"};
-  struct Row {
-    const char* file;
-    BuildFile::Given given;
-    std::string message;
-    Texts programs = BuildArchive::unzipPrograms;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [file, given, expected] : Rows<const char*, BuildFile::Given, std::string>{
            {"app.zip", nothing, "app.zip isn't an .ipa or a .pkg."},
            {"gone.ipa", nothing, "No file at gone.ipa"},
            {"folder.ipa", nothing, "folder.ipa isn't a file."},
@@ -289,14 +277,14 @@ TEST(BuildFile, SaysWhyAFileIsNoBuild) {
            {"half.ipa", version, "1 (2) ios"},
            {"text.ipa", nothing, unread("text.ipa", " Its Info.plist isn't a property list.")},
            {"huge.ipa", nothing, unread("huge.ipa", " Its Info.plist is over 1 MB, which no app's is.")},
-           {"half.ipa", nothing, unread("half.ipa", " This machine has no unzip to look into it with: install unzip."),
-            none},
-           {"half.ipa", version, "1 (2) ios", {"/nowhere/unzip", "unzip"}},
-           {"half.ipa", version, "1 (2) ios", {(folder / "app.zip").string(), "unzip"}}, // not to be run
            {"huge.ipa", all, "huge.ipa can't be sent. Its Info.plist is over 1 MB, which no app's is."},
            {"secret.ipa", nothing, unread("secret.ipa", " Its Info.plist is encrypted.")},
        })
-    EXPECT_EQ(outcome(folder, row.file, row.given, row.programs), row.message) << row.file;
+    EXPECT_EQ(outcome(folder, file, given), expected) << file;
+  EXPECT_EQ(outcome(folder, "half.ipa", nothing, {"/nowhere/unzip", "kestu-no-unzip"}),
+            unread("half.ipa", " This machine has no unzip to look into it with: install unzip."));
+  for (const std::string& unusable : {std::string("/nowhere/unzip"), (folder / "app.zip").string()})
+    EXPECT_EQ(outcome(folder, "half.ipa", version, {unusable, "unzip"}), "1 (2) ios") << unusable;
 }
 
 TEST(BuildFile, NeedsAFolderForThePathsThatUnzipTakesForPatterns) {

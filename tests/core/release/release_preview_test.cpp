@@ -49,71 +49,65 @@ std::string page(const ReleasePreview& preview) {
 }
 
 TEST(ReleasePreview, TextsAreThoseThatCustomersWouldSee) {
-  struct {
-    const char* what;
-    std::optional<std::string> own, stored;
-    std::optional<std::string> state; // none: the version isn't there
-    ListingField field;
-    std::string expected; // standing, what is shown, what else there is
-  } rows[] = {
-      {"the same", "a", "a", "prepareforsubmission", name, "same a -"},
-      {"another", "b", "a", "prepareforsubmission", subtitle, "changed b a"},
-      {"none before", "b", std::nullopt, "rejected", description, "added b -"},
-      {"not in the repository", std::nullopt, "a", "prepareforsubmission", keywords, "stays a -"},
-      {"held back", "b", "a", "readyfordistribution", description, "held a b"},
-      {"held back, none before", "b", std::nullopt, "inreview", supportUrl, "held  b"},
-      {"taken in any state", "b", "a", "inreview", promotionalText, "changed b a"},
-      {"a version that isn't there", "b", "a", std::nullopt, description, "changed b a"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+  using Text = std::optional<std::string>;
+  // A version that isn't there has no state. Expected are the standing, what is shown and what else there is.
+  for (const auto& [what, own, stored, state, field, expected] :
+       Rows<const char*, Text, Text, Text, ListingField, std::string>{
+           {"the same", "a", "a", "prepareforsubmission", name, "same a -"},
+           {"another", "b", "a", "prepareforsubmission", subtitle, "changed b a"},
+           {"none before", "b", std::nullopt, "rejected", description, "added b -"},
+           {"not in the repository", std::nullopt, "a", "prepareforsubmission", keywords, "stays a -"},
+           {"held back", "b", "a", "readyfordistribution", description, "held a b"},
+           {"held back, none before", "b", std::nullopt, "inreview", supportUrl, "held  b"},
+           {"taken in any state", "b", "a", "inreview", promotionalText, "changed b a"},
+           {"a version that isn't there", "b", "a", std::nullopt, description, "changed b a"},
+       }) {
+    SCOPED_TRACE(what);
     RepoListing repository;
     StoreListing store;
-    if (row.state) store.version = versionIn(*row.state);
-    if (row.own) repository.texts["de-DE"][row.field] = row.own;
-    store.texts["de-DE"][row.field] = row.stored;
+    if (state) store.version = versionIn(*state);
+    if (own) repository.texts["de-DE"][field] = own;
+    store.texts["de-DE"][field] = stored;
     auto preview = ReleasePreview::of({.repository = repository, .store = &store});
-    const PreviewText* text = preview.languages.at(0).text(row.field);
+    const PreviewText* text = preview.languages.at(0).text(field);
     ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::string(rawValue(text->standing)) + " " + text->shown + " " + text->other.value_or("-"),
-              row.expected);
-    bool differs = !row.expected.starts_with("same") && !row.expected.starts_with("stays");
+    EXPECT_EQ(std::string(rawValue(text->standing)) + " " + text->shown + " " + text->other.value_or("-"), expected);
+    bool differs = !expected.starts_with("same") && !expected.starts_with("stays");
     EXPECT_EQ(preview.differences(), differs ? 1 : 0);
   }
 }
 
 TEST(ReleasePreview, AssetsAreComparedByWhatTheyAre) {
-  AssetFile pulled = file("p", "other bytes");
-  pulled.assetId = "id-p";
-  ShownAsset unsummed = shown("p");
-  unsummed.md5.reset();
-  AssetFile framed = file("f", "f");
-  framed.frame = "00:00:02:00";
-  for (const auto& [what, files, shown, expected] :
-       Rows<const char*, std::vector<AssetFile>, std::vector<ShownAsset>, std::string>{
-           {"the same", {file("1", "a"), file("2", "b")}, {shown("a"), shown("b")}, "1 same, 2 same"},
-           {"the last first",
-            {file("3", "c"), file("1", "a"), file("2", "b")},
-            {shown("a"), shown("b"), shown("c")},
-            "3 moved 3, 1 same, 2 same"},
-           {"one in between",
-            {file("1", "a"), file("n", "n"), file("2", "b")},
-            {shown("a"), shown("b")},
-            "1 same, n added, 2 same"},
-           {"one less", {file("2", "b")}, {shown("a"), shown("b")}, "2 same, a.png removed"},
-           {"twins are two", {file("1", "a"), file("2", "a")}, {shown("a")}, "1 same, 2 added"},
-           {"by what was pulled, where Apple tells no sum", {pulled}, {unsummed}, "p same"},
-           {"another poster frame", {framed}, {shown("f")}, "f changed"},
-           {"nothing shown", {file("1", "a")}, {}, "1 added"},
-       }) {
-    SCOPED_TRACE(what);
+  auto compared = [](const std::vector<AssetFile>& files, const std::vector<ShownAsset>& before) {
     Lines found;
-    for (const auto& each : comparedAssets(set(AssetKind::screenshots, "d", files), shown)) {
+    for (const auto& each : comparedAssets(set(AssetKind::screenshots, "d", files), before)) {
       found.push_back(each.file.name + " " + std::string(rawValue(each.standing)) +
                       (each.before ? " " + std::to_string(*each.before) : ""));
     }
-    EXPECT_EQ(Text::joined(found, ", "), expected);
+    return Text::joined(found, ", ");
+  };
+  // Each file has its name and its sum, each of those that are shown its sum.
+  for (const auto& [what, files, sums, expected] : Rows<const char*, const char*, const char*, const char*>{
+           {"the same", "1a 2b", "a b", "1 same, 2 same"},
+           {"the last first", "3c 1a 2b", "a b c", "3 moved 3, 1 same, 2 same"},
+           {"one in between", "1a nn 2b", "a b", "1 same, n added, 2 same"},
+           {"one less", "2b", "a b", "2 same, a.png removed"},
+           {"twins are two", "1a 2a", "a", "1 same, 2 added"},
+           {"nothing shown", "1a", "", "1 added"},
+       }) {
+    std::vector<AssetFile> ours;
+    std::vector<ShownAsset> theirs;
+    for (const std::string& word : Text::words(files)) ours.push_back(file(word.substr(0, 1), word.substr(1)));
+    for (const std::string& sum : Text::words(sums)) theirs.push_back(shown(sum));
+    EXPECT_EQ(compared(ours, theirs), expected) << what;
   }
+  AssetFile pulled = file("p", "other bytes"), framed = file("f", "f");
+  pulled.assetId = "id-p";
+  ShownAsset unsummed = shown("p");
+  unsummed.md5.reset();
+  EXPECT_EQ(compared({pulled}, {unsummed}), "p same") << "by what was pulled, where Apple tells no sum";
+  framed.frame = "00:00:02:00";
+  EXPECT_EQ(compared({framed}, {shown("f")}), "f changed") << "another poster frame";
 }
 
 TEST(ReleasePreview, LanguagesAndDisplaysStandInTheirOrder) {
