@@ -7,8 +7,8 @@
 #include "tests/support/command_lines.hpp"
 #include "tests/support/fake_clock.hpp"
 #include "tests/support/fake_terminal.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 

@@ -4,12 +4,9 @@
 #include "core/support/json.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/asset_files.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 namespace kestu::tests {
 namespace {

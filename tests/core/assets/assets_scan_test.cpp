@@ -8,19 +8,16 @@
 #include "core/support/md5.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/asset_files.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <string>
 #include <unordered_set>
 #include <utility>
-#include <vector>
 
 namespace kestu::tests {
 namespace {

@@ -3,8 +3,7 @@
 #include "core/builds/build_reference.hpp"
 #include "core/builds/info_plist.hpp"
 #include "tests/support/build_files.hpp"
-#include "tests/support/outcome.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 

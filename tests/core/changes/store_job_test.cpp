@@ -1,10 +1,8 @@
 #include "core/changes/plan.hpp"
 #include "core/support/json_data.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <vector>
 
 namespace kestu::tests {
 namespace {

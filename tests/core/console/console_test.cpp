@@ -5,7 +5,7 @@
 #include "core/support/text.hpp"
 #include "tests/support/fake_clock.hpp"
 #include "tests/support/fake_terminal.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "core/console/text_style.hpp"
 #include "core/support/json.hpp"
 #include "core/support/moments.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 

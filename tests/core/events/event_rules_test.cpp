@@ -5,9 +5,8 @@
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/asset_files.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 

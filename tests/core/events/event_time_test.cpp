@@ -1,10 +1,8 @@
 #include "core/events/event.hpp"
 #include "core/events/event_time.hpp"
 #include "core/support/moments.hpp"
-#include "tests/support/outcome.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 

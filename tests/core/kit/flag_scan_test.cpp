@@ -1,8 +1,7 @@
 #include "core/kit/flag_scan.hpp"
 #include "core/kit/source_blanker.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,7 @@
 #include "core/support/files.hpp"
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
-#include "tests/support/outcome.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "core/listing/listing_change.hpp"
 #include "core/listing/word_difference.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "core/pricing/offer_pricing.hpp"
 #include "core/pricing/offer_terms.hpp"
 #include "core/support/text.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 

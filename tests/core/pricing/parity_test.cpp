@@ -1,13 +1,9 @@
 #include "core/pricing/parity.hpp"
 #include "core/pricing/parity_text.hpp"
 #include "core/support/text.hpp"
-#include "tests/support/outcome.hpp"
-#include "tests/support/rows.hpp"
-#include "tests/support/texts.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <vector>
 
 namespace kestu::tests {
 namespace {

@@ -1,14 +1,11 @@
 #include "core/pricing/pricing_file.hpp"
-#include "tests/support/outcome.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>
-#include <vector>
 
 namespace kestu::tests {
 namespace {

@@ -1,13 +1,11 @@
 #include "core/pricing/region_words.hpp"
 #include "core/pricing/storefronts.hpp"
-#include "core/support/error.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <set>
-#include <vector>
 
 namespace kestu::tests {
 namespace {

@@ -1,5 +1,5 @@
 #include "core/project/apple_locales.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 

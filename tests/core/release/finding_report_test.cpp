@@ -1,10 +1,7 @@
 #include "core/release/finding_report.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 namespace kestu::tests {
 namespace {

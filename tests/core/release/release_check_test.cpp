@@ -4,9 +4,8 @@
 #include "core/release/web_address.hpp"
 #include "core/support/json.hpp"
 #include "tests/support/fake_clock.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tests/support/texts.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -3,7 +3,7 @@
 #include "core/support/base64.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/asset_files.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>

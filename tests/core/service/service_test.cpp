@@ -1,6 +1,5 @@
 #include "tests/support/command_test.hpp"
-#include "tests/support/outcome.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include "core/service/logged_transport.hpp"
 #include "core/service/part_uploader.hpp"

@@ -1,10 +1,7 @@
 #include "core/support/blotting.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <tuple>
-#include <vector>
 
 namespace kestu::tests {
 

@@ -1,11 +1,9 @@
 #include "core/support/decimal.hpp"
 #include "core/support/json.hpp"
 #include "core/support/json_data.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <vector>
 
 namespace kestu::tests {
 namespace {

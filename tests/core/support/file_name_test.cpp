@@ -1,9 +1,7 @@
 #include "core/support/file_name.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <vector>
 
 namespace kestu::tests {
 namespace {

@@ -1,6 +1,6 @@
 #include "core/support/error.hpp"
 #include "core/support/process.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "core/support/json.hpp"
 #include "core/support/md5.hpp"
 #include "core/support/moments.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,7 @@
 #include "sandbox/page/difference.hpp"
-#include "tests/support/rows.hpp"
+#include "tests/support/tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <string>
 
 namespace kestu::sandbox::Page {
 

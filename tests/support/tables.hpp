@@ -1,11 +1,36 @@
 #pragma once
 
+#include "core/support/error.hpp"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <vector>
 
+/// What the tables of tests are written with.
 namespace kestu::tests {
+
+/// A table's rows, whose columns the loop over them names.
+template <class... Columns>
+using Rows = std::vector<std::tuple<Columns...>>;
+
+/// What the work gives, "" where that is nothing, or what is said where it is refused.
+template <class Work>
+std::string outcomeOf(const Work& work) {
+  try {
+    if constexpr (std::is_void_v<decltype(work())>) {
+      work();
+      return "";
+    } else {
+      return work();
+    }
+  } catch (const CLIError& error) {
+    return error.description;
+  }
+}
 
 /// Whether the text has the part, or begins or ends with it; the text is shown where it was expected otherwise.
 inline testing::AssertionResult has(const std::string& text, const std::string& part) {
