@@ -18,7 +18,7 @@ template <class... Columns>
 using Rows = std::vector<std::tuple<Columns...>>;
 
 /// What the work gives, "" where that is nothing, or what is said where it is refused.
-template <class Work>
+template <class Error = CLIError, class Work>
 std::string outcomeOf(const Work& work) {
   try {
     if constexpr (std::is_void_v<decltype(work())>) {
@@ -27,8 +27,8 @@ std::string outcomeOf(const Work& work) {
     } else {
       return work();
     }
-  } catch (const CLIError& error) {
-    return error.description;
+  } catch (const Error& error) {
+    return error.what();
   }
 }
 

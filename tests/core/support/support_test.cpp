@@ -60,27 +60,19 @@ TEST(JSONValue, IsStrictOnTypesAndNamesThePath) {
   EXPECT_FALSE(value.find("no"));
   EXPECT_TRUE(value.whenTrue("yes"));
   EXPECT_FALSE(value.whenTrue("no"));
-  const std::vector<std::pair<std::function<void()>, std::string>> rows = {
-      {[&] { value.at("a").listAt("list", &JSONValue::integer); }, "a.list[2] isn't an integer"},
-      {[&] { value.at("a").at("list").list()[3].text(); }, "a.list[3] isn't a text"},
-      {[&] { value.at("big").integer(); }, "big isn't a 64-bit integer"},
-      {[&] { value.at("half").integer(); }, "half isn't an integer"},
-      {[&] { value.at("no"); }, "no is missing"},
-      {[&] { value.at("a").at("b"); }, "a.b is missing"},
-      {[&] { value.at("half").find("x"); }, "half isn't an object"},
-      {[&] { value.whenTrue("half"); }, "half isn't true or false"},
-      {[&] { value.list(); }, "the document isn't a list"},
-      {[&] { JSONValue::parse(std::string(513, '[') + std::string(513, ']')); }, "too deeply nested"},
-  };
-  for (const auto& [read, message] : rows) {
-    SCOPED_TRACE(message);
-    try {
-      read();
-      ADD_FAILURE();
-    } catch (const JSONError& error) {
-      EXPECT_EQ(error.what(), message);
-    }
-  }
+  for (const auto& [read, message] : Rows<std::function<void()>, std::string>{
+           {[&] { value.at("a").listAt("list", &JSONValue::integer); }, "a.list[2] isn't an integer"},
+           {[&] { value.at("a").at("list").list()[3].text(); }, "a.list[3] isn't a text"},
+           {[&] { value.at("big").integer(); }, "big isn't a 64-bit integer"},
+           {[&] { value.at("half").integer(); }, "half isn't an integer"},
+           {[&] { value.at("no"); }, "no is missing"},
+           {[&] { value.at("a").at("b"); }, "a.b is missing"},
+           {[&] { value.at("half").find("x"); }, "half isn't an object"},
+           {[&] { value.whenTrue("half"); }, "half isn't true or false"},
+           {[&] { value.list(); }, "the document isn't a list"},
+           {[&] { JSONValue::parse(std::string(513, '[') + std::string(513, ']')); }, "too deeply nested"},
+       })
+    EXPECT_EQ(outcomeOf<JSONError>(read), message);
   EXPECT_NO_THROW(JSONValue::parse(std::string(512, '[') + std::string(512, ']')));
   EXPECT_NO_THROW(JSONValue::parse(R"(["\"[[[[", ")" + std::string(600, '[') + "\"]"));
   EXPECT_EQ(JSON::pretty({{"b", "a/b"}, {"a", "\xFF"}}), "{\n  \"a\": \"\uFFFD\",\n  \"b\": \"a/b\"\n}\n");
