@@ -34,21 +34,20 @@ TEST(PriceOverride, IsReadByItsGrammarWithinItsLimits) {
 
 TEST(PriceOverriding, NamesEachCountryOnce) {
   const std::string twice = " is named twice: give each country one --override or --keep.";
+  const std::string malformed =
+      "se=4.999: a price has two decimals at most: 4.99\n--override is a country and its price: se=59, se=+2 (steps), "
+      "se=-10% or se=keep, not se\nxx" +
+      RegionWords::isNone();
+  const std::string currencies = "the countries in eu pay in more than one currency: give them a percentage, steps or "
+                                 "keep, or give eur an exact price in euros";
   using Words = std::vector<std::string>;
   for (const auto& [overrides, keeps, expected] : Rows<Words, Words, std::string>{
            {{"SWE=59", "no=-10%,jp=+2"}, {"us, CAN"}, "ca keep jp +2 no -10% se 59 us keep "},
            {{"uscanada=+5%"}, {}, "ca +5% us +5% "},
            {{"se=59"}, {"SWE"}, "se" + twice},
            {{"uscanada=+5%", "ca=keep"}, {"no", "us"}, "ca" + twice + "\nus" + twice},
-           {{"se=4.999", "se", "xx=1"},
-            {},
-            "se=4.999: a price has two decimals at most: 4.99\n--override is a country and its price: se=59, se=+2 "
-            "(steps), se=-10% or se=keep, not se\nxx" +
-                RegionWords::isNone()},
-           {{"eu=4.99"},
-            {},
-            "the countries in eu pay in more than one currency: give them a percentage, steps or keep, or give eur an "
-            "exact price in euros"},
+           {{"se=4.999", "se", "xx=1"}, {}, malformed},
+           {{"eu=4.99"}, {}, currencies},
        }) {
     std::string outcome = outcomeOf([&, given = overrides, kept = keeps] {
       std::string text;

@@ -9,15 +9,10 @@ namespace {
 using ReleaseCheck::Checked;
 using ReleaseCheck::Reporting;
 
+const std::string odd = "de-DE: \"A & B\" <c>\x1b[31m\n\xEF\xBF\xBF]]>100%";
 const Findings hostile = {
     {Level::note, "version", std::nullopt, "Fine."},
-    {Level::warning,
-     "limit",
-     "de-DE",
-     "de-DE: \"A & B\" <c>\x1b[31m\n\xEF\xBF\xBF]]>100%",
-     {},
-     "metadata/a,b:c%.json",
-     3},
+    {Level::warning, "limit", "de-DE", odd, {}, "metadata/a,b:c%.json", 3},
     {Level::error, "limit", "de-DE", "de-DE: second.", {}, "other.json"},
 };
 

@@ -116,23 +116,20 @@ TEST(ReleaseCheck, TellsWebAddresses) {
 
 TEST(ReleaseCheck, FindsWasteInKeywords) {
   const std::string spaces = "keywords have spaces after commas, which use up bytes of the 100.";
-  const std::string searched = " from the name or subtitle, which the App Store searches anyway.";
+  auto searched = [](const std::string& found) {
+    return "the keywords have " + found + " from the name or subtitle, which the App Store searches anyway.";
+  };
+  const std::string wide = "the keywords have full-width commas (，) and ideographic commas (、), and only a plain "
+                           "comma is sure to separate them, in 1 byte.";
   for (const auto& [words, ofName, ofSubtitle, messages] : Rows<std::string, std::string, std::string, Lines>{
            {"sun,rain", "Daylight", "Weather", {}},
            {"sun, rain", "", "", {spaces}},
            {" sun,rain ,,", "", "", {}},
            {"sun,\u3000rain", "", "", {spaces}},
            {"sun,Äpfel,äpfel,SUN,sun", "", "", {"the keywords repeat äpfel and sun twice."}},
-           {"weather,day,light rain",
-            "Daylight: Weather",
-            "Rain & light!",
-            {"the keywords have weather and light rain" + searched}},
-           {"Sun, sun", "Sun", "", {spaces, "the keywords repeat sun twice.", "the keywords have sun" + searched}},
-           {"天気，雨、雲",
-            "",
-            "",
-            {"the keywords have full-width commas (，) and ideographic commas (、), and only a plain comma is sure to "
-             "separate them, in 1 byte."}},
+           {"weather,day,light rain", "Daylight: Weather", "Rain & light!", {searched("weather and light rain")}},
+           {"Sun, sun", "Sun", "", {spaces, "the keywords repeat sun twice.", searched("sun")}},
+           {"天気，雨、雲", "", "", {wide}},
            {"", "", "", {}},
        }) {
     std::string expected;
@@ -352,6 +349,7 @@ TEST(ReleaseCheck, TheWhatsNewPage) {
   const std::string none = "No What's New page for 1.9, though earlier versions had one.";
   const std::string draft = "The 1.9 What's New page is a draft, so no one sees it: kestu kit whats-new publish 1.9";
   const std::string page = "a b/whatsnew";
+  const std::string upload = page + " isn't uploaded to kestu: kestu kit whats-new upload 'a b/whatsnew' --version 1.9";
   for (const auto& [pages, repositoryPage, warning] :
        Rows<std::vector<WhatsNewPage>, std::optional<std::string>, std::string>{
            {{}, std::nullopt, ""},
@@ -362,9 +360,7 @@ TEST(ReleaseCheck, TheWhatsNewPage) {
            {{{"1.9", {}, "published"}, {"1.8", {}, "published"}}, page, ""},
            {{{"1.9", {}, "published"}, {"1.9", "ios", "draft"}}, page, draft + " --platform ios"},
            {{{"1.9", "ios", "published"}, {"1.9", {}, "draft"}}, std::nullopt, ""},
-           {{{"1.8", {}, "published"}},
-            page,
-            "a b/whatsnew isn't uploaded to kestu: kestu kit whats-new upload 'a b/whatsnew' --version 1.9"},
+           {{{"1.8", {}, "published"}}, page, upload},
        })
     EXPECT_EQ(lines(ReleaseCheck::whatsNew(pages, "1.9", "ios", repositoryPage)),
               warning.empty() ? "" : "warning whatsnew: " + warning + "\n");
