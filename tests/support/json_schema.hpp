@@ -81,9 +81,15 @@ class JSONSchemas {
     return all;
   }
 
+  /// What the object has by the name; null where it hasn't.
+  static const json* member(const json& object, const std::string& name) {
+    auto found = object.find(name);
+    return found == object.end() ? nullptr : &*found;
+  }
+
   void checkType(const json& schema, const json& value, const std::string& at, std::vector<std::string>& found) {
-    auto types = schema.find("type");
-    if (types == schema.end()) return;
+    const json* types = member(schema, "type");
+    if (!types) return;
     json all = types->is_array() ? *types : json::array({*types});
     bool fits = std::any_of(all.begin(), all.end(), [&](const json& type) { return isOfType(value, type); });
     if (!fits) found.push_back(at + " is " + value.dump().substr(0, 60) + ", not " + types->dump());
@@ -94,28 +100,21 @@ class JSONSchemas {
     for (const json& name : schema.value("required", json::array())) {
       if (!value.contains(name)) found.push_back(at + " has no " + name.get<std::string>());
     }
-    static const json none = json::object();
-    auto listed = schema.find("properties");
-    const json& properties = listed == schema.end() ? none : *listed;
-    for (const auto& [name, member] : value.items()) {
-      if (auto known = properties.find(name); known != properties.end()) {
-        check({place.file, &*known}, member, at + "." + name, found);
-      } else if (auto others = schema.find("additionalProperties"); others != schema.end()) {
-        check({place.file, &*others}, member, at + "." + name, found);
-      }
+    const json* properties = member(schema, "properties");
+    for (const auto& [name, each] : value.items()) {
+      const json* known = properties ? member(*properties, name) : nullptr;
+      if (!known) known = member(schema, "additionalProperties");
+      if (known) check({place.file, known}, each, at + "." + name, found);
     }
   }
 
   void checkValue(const json& schema, const json& value, const std::string& at, std::vector<std::string>& found) {
-    if (auto same = schema.find("const"); same != schema.end() && *same != value) {
-      found.push_back(at + " isn't " + same->dump());
-    }
-    if (auto words = schema.find("enum");
-        words != schema.end() && std::find(words->begin(), words->end(), value) == words->end()) {
+    const json *same = member(schema, "const"), *words = member(schema, "enum"), *format = member(schema, "format");
+    if (same && *same != value) found.push_back(at + " isn't " + same->dump());
+    if (words && std::find(words->begin(), words->end(), value) == words->end()) {
       found.push_back(at + " is " + value.dump() + ", not of " + words->dump());
     }
-    if (auto format = schema.find("format"); format != schema.end() && value.is_string() &&
-                                             !std::regex_match(value.get<std::string>(), formats().at(*format))) {
+    if (format && value.is_string() && !std::regex_match(value.get<std::string>(), formats().at(*format))) {
       found.push_back(at + " is " + value.dump() + ", no " + format->get<std::string>());
     }
   }
@@ -126,18 +125,15 @@ class JSONSchemas {
       if (!schema.get<bool>()) found.push_back(at + " isn't known");
       return;
     }
-    if (auto reference = schema.find("$ref"); reference != schema.end()) {
-      check(referred(place, reference->get<std::string>()), value, at, found);
-    }
+    if (const json* reference = member(schema, "$ref")) check(referred(place, *reference), value, at, found);
     checkType(schema, value, at, found);
     checkValue(schema, value, at, found);
     if (value.is_object()) checkMembers(place, value, at, found);
-    if (auto items = schema.find("items"); items != schema.end() && value.is_array()) {
-      for (std::size_t i = 0; i < value.size(); ++i) {
-        check({place.file, &*items}, value[i], at + "[" + std::to_string(i) + "]", found);
-      }
+    const json* items = member(schema, "items");
+    for (std::size_t i = 0; items && value.is_array() && i < value.size(); ++i) {
+      check({place.file, items}, value[i], at + "[" + std::to_string(i) + "]", found);
     }
-    if (auto ways = schema.find("anyOf"); ways != schema.end()) {
+    if (const json* ways = member(schema, "anyOf")) {
       std::vector<std::string> all;
       for (const json& way : *ways) {
         std::vector<std::string> ofWay;

@@ -25,6 +25,8 @@ namespace {
 using enum AssetKind;
 using Texts = std::vector<std::string>;
 
+const std::string at = "metadata/screenshots/";
+
 AssetDisplay display(std::string group, std::string name, std::int64_t width, std::int64_t height, bool videos,
                      std::string platform = "ios") {
   AssetDisplay made{group, name, platform == "ios" ? "iphone" : "mac", platform, 2, {}, {}};
@@ -68,7 +70,6 @@ Texts shown(const AssetScan& scan) {
 
 TEST(AssetScan, findsSetsInOrder) {
   TemporaryFolder repo;
-  const std::string at = "metadata/screenshots/";
   for (const char* file : {"en-US/iPhone 6.9/10.png", "en-US/iPhone 6.9/2.PNG", "en-US/p55/.hidden.png", "fr-FR/z.png",
                            "de-DE/P69/1.png"}) {
     repo.write(at + file, png(6, 9));
@@ -122,7 +123,6 @@ TEST(AssetScan, tellsWhatIsWrongWithAFile) {
 }
 
 TEST(AssetScan, refusesFoldersThatCanBeNoLanguage) {
-  const std::string at = "metadata/screenshots/";
   const std::string toaster = at + "de-DE/Toaster: No display is called Toaster: kestu assets sizes lists them.";
   for (const auto& [file, problem, note, sets, groups] :
        Rows<const char*, std::string, std::string, std::size_t, Texts>{
@@ -174,10 +174,10 @@ TEST(AssetScan, goesByNamesAmongDisplaysOfOneSize) {
 
 TEST(AssetScan, framedPicturesStandForTheirOriginals) {
   TemporaryFolder repo;
-  const std::string at = "fastlane/screenshots/ja/";
+  const std::string ja = "fastlane/screenshots/ja/";
   std::filesystem::create_directories(repo.path() / "metadata/screenshots/en-US"); // empty, it hides nothing
   for (const char* file : {"1.png", "1_framed.png", "2.png", "3_framed.jpg.png", "2_frame.png", "2b.png"}) {
-    repo.write(at + file, png(5, 8, PNGColours::palette, static_cast<std::uint8_t>(file[0])));
+    repo.write(ja + file, png(5, 8, PNGColours::palette, static_cast<std::uint8_t>(file[0])));
   }
   AssetScan found = scan(repo, screenshots, {.hashing = true});
   EXPECT_EQ(shown(found),
@@ -189,7 +189,7 @@ TEST(AssetScan, framedPicturesStandForTheirOriginals) {
 TEST(AssetScan, groupsFilesWithTheSameFault) {
   // "@" stands for the folder of all of them.
   auto whole = [](std::string text) {
-    for (std::size_t at; (at = text.find('@')) != std::string::npos;) text.replace(at, 1, "metadata/screenshots/");
+    for (std::size_t place; (place = text.find('@')) != std::string::npos;) text.replace(place, 1, at);
     return text;
   };
   for (const auto& [problems, columns, lines] : Rows<const char*, int, const char*>{
@@ -209,7 +209,6 @@ TEST(AssetScan, groupsFilesWithTheSameFault) {
 
 TEST(AssetScan, goesOnPastProblemsWithFolders) {
   TemporaryFolder repo;
-  const std::string at = "metadata/screenshots/";
   for (const char* file :
        {"de-DE/P69/1.png", "de-DE/P69/2.png", "de-DE/P69/3.png", "en-US/P69/1.png", "en-US/iPhone 6.9/2.png", //
         "en-US/iPhone 6.9/3.png", "en-US/4.png", "fr-FR/Foo/1.png", "it/1.png", "it/2.png", "it/3.png"}) {
@@ -269,7 +268,6 @@ TEST(AssetScan, hashesEveryFileInItsPlace) {
 
 TEST(AssetScan, knowsPulledFilesByTheirBytes) {
   TemporaryFolder repo;
-  const std::string at = "metadata/screenshots/";
   auto first = repo.write(at + "en-US/P69/1.png", png(6, 9));
   repo.write(at + "en-US/2.png", png(5, 8));
   Pulled::write(screenshots, repo.path(), {{"en-US/P69/1.png", {"A1", MD5::hex(first)}}, {"en-US/2.png", {"A2", "0"}}});
@@ -296,24 +294,25 @@ TEST(Frames, areHoursMinutesSecondsAndFrames) {
 
 TEST(Frames, areCheckedAgainstTheFiles) {
   TemporaryFolder repo;
-  const std::string at = "metadata/previews/";
+  const std::string videos = "metadata/previews/";
   for (const char* file : {"en-US/V69/1.mov", "en-US/V69/2.mov", "en-US/V55/3.mov", "fr-FR/V69/1.mov"}) {
-    repo.write(at + file, std::string(file) == "en-US/V55/3.mov" ? "5 8" : "6 9");
+    repo.write(videos + file, std::string(file) == "en-US/V55/3.mov" ? "5 8" : "6 9");
   }
-  repo.write(at + "en-US/poster.png", png(6, 9));
-  repo.write(at + "frames.json",
+  repo.write(videos + "en-US/poster.png", png(6, 9));
+  repo.write(videos + "frames.json",
              R"({"en-US/V69/1.mov": "00:00:05:00", "en-US/V69/2.mov": "00:00:06:00", "en-US/V55/3.mov": "5",
     "en-US/poster.png": "00:00:01:00", "en-US/V69/9.mov": "00:00:01:00", "fr-FR/V69/1.mov": "00:00:07:00", "it/1.mov": "00:00:01:00"})");
   ScanOptions options{.hashing = true, .probe = measured};
   AssetScan found = scan(repo, previews, options);
-  EXPECT_EQ(found.problems,
-            (Texts{at + "en-US/poster.png is an image, and app previews are videos.",
-                   at + "frames.json gives en-US/V55/3.mov the poster frame 5, which isn't HH:MM:SS:FF (00:00:05:00).",
-                   at + "frames.json gives en-US/V69/9.mov a poster frame, and there's no such video.",
-                   at + "frames.json gives en-US/poster.png a poster frame, and it's an image.",
-                   at + "frames.json gives it/1.mov a poster frame, and there's no such video.",
-                   at + "en-US/V69/1.mov and " + at +
-                       "en-US/V69/2.mov are the same video with different poster frames in en-US; a video has one."}));
+  EXPECT_EQ(
+      found.problems,
+      (Texts{videos + "en-US/poster.png is an image, and app previews are videos.",
+             videos + "frames.json gives en-US/V55/3.mov the poster frame 5, which isn't HH:MM:SS:FF (00:00:05:00).",
+             videos + "frames.json gives en-US/V69/9.mov a poster frame, and there's no such video.",
+             videos + "frames.json gives en-US/poster.png a poster frame, and it's an image.",
+             videos + "frames.json gives it/1.mov a poster frame, and there's no such video.",
+             videos + "en-US/V69/1.mov and " + videos +
+                 "en-US/V69/2.mov are the same video with different poster frames in en-US; a video has one."}));
   EXPECT_EQ(found.sets.at(0).files.at(1).frame, "00:00:06:00");
   EXPECT_EQ(found.sets.at(1).files.at(0).frame, std::nullopt);
   options.locales = {"FR-fr"};

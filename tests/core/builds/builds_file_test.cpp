@@ -130,9 +130,8 @@ TEST(InfoPlist, ReadsXMLAndBinaryAlike) {
       EXPECT_EQ(info->platform, platform);
     }
   }
-  for (const std::string& bytes :
-       {std::string(), std::string("bplist00"), std::string("<plist><array/></plist>"),
-        std::string("{\"CFBundleVersion\": \"45\"}"), binaryPlist(plist("1", "2")).substr(9)})
+  for (const std::string& bytes : Texts{"", "bplist00", "<plist><array/></plist>", "{\"CFBundleVersion\": \"45\"}",
+                                        binaryPlist(plist("1", "2")).substr(9)})
     EXPECT_FALSE(InfoPlist::read(bytes)) << bytes;
 }
 

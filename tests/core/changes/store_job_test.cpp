@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace kestu::tests {
-namespace {
 
 TEST(StoreJob, SaysHowFarItIs) {
   for (const auto& [state, done, total, more, line] : Rows<const char*, int, int, const char*, const char*>{
@@ -41,5 +40,4 @@ TEST(StoreJob, ComesWithTheChangeThatStartedIt) {
   EXPECT_THROW(read(R"({"waits":true,"job":"0f8fad5b-d9cb-469f-a165-70867728950e/../x"})"), JSONError);
 }
 
-} // namespace
 } // namespace kestu::tests

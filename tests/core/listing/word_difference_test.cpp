@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace kestu::tests {
-namespace {
 
 TEST(WordDifference, IsOfWholeWordsAndOfSingleWideCharacters) {
   for (const auto& [before, after, text] : Rows<std::string, std::string, std::string>{
@@ -38,5 +37,4 @@ TEST(WordDifference, LeavesOutWhatStaysFarFromAChangeAndHidesWhatIsPersonal) {
   EXPECT_TRUE(text.ends_with("contact's phone\n    changes, not shown")) << text;
 }
 
-} // namespace
 } // namespace kestu::tests

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 namespace kestu::tests {
-namespace {
 
 TEST(LoadedLibrary, SaysWhatIsMissing) {
   struct Row {
@@ -20,5 +19,4 @@ TEST(LoadedLibrary, SaysWhatIsMissing) {
   }
 }
 
-} // namespace
 } // namespace kestu::tests

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 namespace kestu::tests {
-namespace {
 
 TEST(OfferTerms, ATypedDurationIsOneOfApples) {
   for (const auto& [typed, raw] : Rows<std::string, std::string>{
@@ -91,5 +90,4 @@ TEST(OfferTerms, OverridesBesideADiscountAreOffTheOwnPrice) {
   }
 }
 
-} // namespace
 } // namespace kestu::tests

@@ -8,7 +8,6 @@
 #include <set>
 
 namespace kestu::tests {
-namespace {
 
 TEST(Storefronts, AreInOrderAndFoundByEitherName) {
   const auto& all = Storefronts::all();
@@ -61,5 +60,4 @@ TEST(RegionWords, ListsHaveEachCountryOnceAndTellOfAllThatIsWrong) {
   }
 }
 
-} // namespace
 } // namespace kestu::tests

@@ -14,13 +14,6 @@ namespace {
 using enum ListingField;
 using Lines = std::vector<std::string>;
 
-StoreVersion versionIn(const std::string& state) {
-  StoreVersion version;
-  version.version = "1.2";
-  version.state = state;
-  return version;
-}
-
 AssetFile file(const std::string& name, const std::string& md5) {
   AssetFile file;
   file.name = name;
@@ -65,7 +58,7 @@ TEST(ReleasePreview, TextsAreThoseThatCustomersWouldSee) {
     SCOPED_TRACE(what);
     RepoListing repository;
     StoreListing store;
-    if (state) store.version = versionIn(*state);
+    if (state) store.version.emplace().state = *state;
     if (own) repository.texts["de-DE"][field] = own;
     store.texts["de-DE"][field] = stored;
     auto preview = ReleasePreview::of({.repository = repository, .store = &store});
@@ -191,7 +184,7 @@ TEST(ReleasePreview, NothingOfATextBecomesMarkup) {
             "&lt;a b=&quot;c&quot; d=&#39;e&#39;&gt;&amp;\n \uFFFD\\u{202e}");
   RepoListing repository;
   StoreListing store;
-  store.version = versionIn("prepareforsubmission");
+  store.version.emplace().state = "prepareforsubmission";
   store.copyright = hostile;
   for (const ListingFieldFacts& field : listingFields()) {
     repository.texts["de-DE"][field.field] = hostile;

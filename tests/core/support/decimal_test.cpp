@@ -32,27 +32,27 @@ TEST(Decimal, ReadsNumbersAsJSONWritesThemAndNothingElse) {
 }
 
 TEST(Decimal, ReckonsExactly) {
-  const Rows<std::string, std::string> rows = {
-      {(d("0.1") + d("0.2")).text(), "0.3"},
-      {(d("4.99") - d("5")).text(), "-0.01"},
-      {(d("-4.99") + d("4.99")).text(), "0"},
-      {(d("999.99") + d("0.01")).text(), "1000"},
-      {(d("1.15") * d("-9.99")).text(), "-11.4885"},
-      {(d("0") * d("-7")).text(), "0"},
-      {d("4.99").fixed(2), "4.99"},
-      {d("5").fixed(2), "5.00"},
-      {d("-0.005").fixed(2), "-0.01"},
-      {d("0.004").fixed(2), "0.00"},
-      {d("9.995").fixed(2), "10.00"},
-      {d("0.05").fixed(1), "0.1"},
-      {d("60").shifted(-2).text(), "0.6"},
-      {d("0.015").shifted(2).text(), "1.5"},
-      {d("-0.5").rounded().text(), "-1"},
-      {d("0.49999999999999999").rounded().text(), "0"},
-      {std::to_string(d("99999999999999999999").whole()), "9223372036854775807"},
-      {std::to_string(d("-2.5").whole()), "-3"},
-  };
-  for (const auto& [shown, expected] : rows) EXPECT_EQ(shown, expected);
+  for (const auto& [shown, expected] : Rows<std::string, std::string>{
+           {(d("0.1") + d("0.2")).text(), "0.3"},
+           {(d("4.99") - d("5")).text(), "-0.01"},
+           {(d("-4.99") + d("4.99")).text(), "0"},
+           {(d("999.99") + d("0.01")).text(), "1000"},
+           {(d("1.15") * d("-9.99")).text(), "-11.4885"},
+           {(d("0") * d("-7")).text(), "0"},
+           {d("4.99").fixed(2), "4.99"},
+           {d("5").fixed(2), "5.00"},
+           {d("-0.005").fixed(2), "-0.01"},
+           {d("0.004").fixed(2), "0.00"},
+           {d("9.995").fixed(2), "10.00"},
+           {d("0.05").fixed(1), "0.1"},
+           {d("60").shifted(-2).text(), "0.6"},
+           {d("0.015").shifted(2).text(), "1.5"},
+           {d("-0.5").rounded().text(), "-1"},
+           {d("0.49999999999999999").rounded().text(), "0"},
+           {std::to_string(d("99999999999999999999").whole()), "9223372036854775807"},
+           {std::to_string(d("-2.5").whole()), "-3"},
+       })
+    EXPECT_EQ(shown, expected);
   EXPECT_LT(d("-1"), d("0.5"));
   EXPECT_GT(d("10"), d("9.99"));
   EXPECT_EQ(d("59.00"), d("59"));

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 namespace kestu::tests {
-namespace {
 
 TEST(FileName, KnowsWhatAMacTakesForOne) {
   for (const auto& [a, b, sameKey, alike] : Rows<const char*, const char*, bool, bool>{
@@ -28,5 +27,4 @@ TEST(FileName, KnowsWhatAMacTakesForOne) {
   EXPECT_EQ(FileName::composed("o\u0308.md"), "\u00F6.md");
 }
 
-} // namespace
 } // namespace kestu::tests
