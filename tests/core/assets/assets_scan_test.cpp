@@ -339,12 +339,11 @@ TEST(Frames, areRewrittenEntryByEntry) {
   EXPECT_EQ(Frames::read(kind, root).frames.at("en-US/B/1.mov"), "00:00:01:00") << "what is there already stays";
   Frames::write(kind, root, {}, {"en-US/A/1.mov", "en-US/AB/1.mov", "en-US/B/1.mov"});
   EXPECT_EQ(file(), "gone");
+  const std::string problem = "metadata/previews/frames.json isn't each video's path and its poster frame, as "
+                              R"({"en-US/iPhone 6.9/01.mov": "00:00:05:00"}.)";
   for (const char* wrong : {"[]", R"({"en-US/1.mov": 5})", "", "{"}) {
     repo.write("metadata/previews/frames.json", wrong);
-    EXPECT_EQ(
-        Frames::read(kind, root).problems,
-        Texts{
-            R"(metadata/previews/frames.json isn't each video's path and its poster frame, as {"en-US/iPhone 6.9/01.mov": "00:00:05:00"}.)"});
+    EXPECT_EQ(Frames::read(kind, root).problems, Texts{problem});
     EXPECT_THROW(Frames::write(kind, root, {{"a", "b"}}, {}), CLIError) << wrong;
     EXPECT_EQ(file(), wrong);
   }

@@ -23,31 +23,26 @@ class AtATerminal : public testing::Test {
 };
 
 TEST(Console, DecidesByTerminalAndEnvironment) {
-  struct {
-    const char* name;
-    bool out, err;
-    Variables variables;
-    bool spins, redraws, styles;
-  } rows[] = {
-      {"both", true, true, {}, true, true, true},
-      {"out piped", false, true, {}, false, true, false},
-      {"err piped", true, false, {}, false, false, true},
-      {"dumb", true, true, {{"TERM", "dumb"}}, false, false, false},
-      {"empty TERM", true, true, {{"TERM", ""}}, true, true, true},
-      {"empty NO_COLOR", true, true, {{"NO_COLOR", ""}}, true, true, false},
-      {"CI", true, true, {{"CI", "true"}}, true, true, false},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, out, err, variables, spins, redraws, styles] :
+       Rows<const char*, bool, bool, Variables, bool, bool, bool>{
+           {"both", true, true, {}, true, true, true},
+           {"out piped", false, true, {}, false, true, false},
+           {"err piped", true, false, {}, false, false, true},
+           {"dumb", true, true, {{"TERM", "dumb"}}, false, false, false},
+           {"empty TERM", true, true, {{"TERM", ""}}, true, true, true},
+           {"empty NO_COLOR", true, true, {{"NO_COLOR", ""}}, true, true, false},
+           {"CI", true, true, {{"CI", "true"}}, true, true, false},
+       }) {
+    SCOPED_TRACE(name);
     FakeTerminal terminal;
-    terminal.outIsTerminal = row.out;
-    terminal.errIsTerminal = row.err;
+    terminal.outIsTerminal = out;
+    terminal.errIsTerminal = err;
     FakeClock clock;
-    Console console(terminal, Environment(row.variables), clock);
-    EXPECT_EQ(console.spins(), row.spins);
-    EXPECT_EQ(console.redraws(), row.redraws);
-    EXPECT_EQ(console.styles(), row.styles);
-    EXPECT_EQ(console.style().red("x"), row.styles ? "\x1B[31mx\x1B[39m" : "x");
+    Console console(terminal, Environment(variables), clock);
+    EXPECT_EQ(console.spins(), spins);
+    EXPECT_EQ(console.redraws(), redraws);
+    EXPECT_EQ(console.styles(), styles);
+    EXPECT_EQ(console.style().red("x"), styles ? "\x1B[31mx\x1B[39m" : "x");
     EXPECT_EQ(console.style().red(""), "");
   }
 }

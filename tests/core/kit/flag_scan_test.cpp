@@ -10,23 +10,16 @@ namespace {
 
 using Files = std::vector<std::pair<std::string, std::string>>;
 
-/// "key file:line" for each read, with blanks between.
-std::string shown(const std::vector<FlagRead>& reads) {
+/// "key file:line" for each read, with blanks between; without their files "key:line".
+std::string shown(const std::vector<FlagRead>& reads, bool withFiles = true) {
   std::string text;
   for (const FlagRead& read : reads) {
-    text += (text.empty() ? "" : " ") + read.key + " " + read.file + ":" + std::to_string(read.line);
+    text += (text.empty() ? "" : " ") + read.key + (withFiles ? " " + read.file : "") + ":" + std::to_string(read.line);
   }
   return text;
 }
 
-/// "key:line" for each read of one text.
-std::string readsOf(const std::string& source) {
-  std::string text;
-  for (const FlagRead& read : FlagScan::reads(Files{{"a.swift", source}})) {
-    text += (text.empty() ? "" : " ") + read.key + ":" + std::to_string(read.line);
-  }
-  return text;
-}
+std::string readsOf(const std::string& source) { return shown(FlagScan::reads(Files{{"a.swift", source}}), false); }
 
 TEST(SourceBlanker, BlanksCommentsAndNothingElse) {
   for (const auto& [source, blanked] : Rows<const char*, const char*>{

@@ -37,13 +37,7 @@ RepoListing same() {
 }
 
 TEST(ListingChange, HoldsOnlyWhatDiffers) {
-  struct Row {
-    std::string what;
-    std::function<void(RepoListing&)> edit;
-    const char* request;
-    ListingChange::Choice choice = {};
-  };
-  const ListingChange::Choice password = {{}, "secret", false}, asked = {{}, "secret", true};
+  const ListingChange::Choice none = {}, password = {{}, "secret", false}, asked = {{}, "secret", true};
   const ListingChange::Choice two = {{"fr-FR", "en-US"}, "secret", false};
   auto nothing = [](RepoListing&) {};
   auto defaults = [](RepoListing& repo) {
@@ -65,29 +59,30 @@ TEST(ListingChange, HoldsOnlyWhatDiffers) {
     repo.review->demoAccountRequired = true;
     repo.review->notes = "N";
   };
-  for (const Row& row : std::vector<Row>{
-           {"nothing", nothing, "{}"},
+  using Edit = std::function<void(RepoListing&)>;
+  for (const auto& [what, edit, request, choice] : Rows<const char*, Edit, const char*, ListingChange::Choice>{
+           {"nothing", nothing, "{}", none},
            {"a password alone", nothing, "{}", password},
            {"a password asked for", nothing, R"({"review": {"demoAccountPassword": "secret"}})", asked},
            {"a text", [](RepoListing& repo) { repo.texts["en-US"][name] = "B"; },
             R"({"locales": {"en-US": {"name": "B"}}})", password},
-           {"what the repository leaves out stays", [](RepoListing& repo) { repo = {}; }, "{}"},
+           {"what the repository leaves out stays", [](RepoListing& repo) { repo = {}; }, "{}", none},
            {"a new language", [](RepoListing& repo) { repo.texts["ja"][keywords] = "k"; },
-            R"({"locales": {"ja": {"keywords": "k"}}})"},
+            R"({"locales": {"ja": {"keywords": "k"}}})", none},
            {"defaults reach every language", defaults,
-            R"({"locales": {"de-DE": {"name": "A", "supportUrl": "u"}, "en-US": {"supportUrl": "u"}}})"},
+            R"({"locales": {"de-DE": {"name": "A", "supportUrl": "u"}, "en-US": {"supportUrl": "u"}}})", none},
            {"only some languages", several, R"({"locales": {"fr-FR": {"name": "F"}}})", two},
            {"app-wide values", appWide, R"({"copyright": "2027", "contentRights": "DOES_NOT_USE_THIRD_PARTY_CONTENT"})",
             password},
            {"App Review, with the password", review,
             R"({"review": {"demoAccountRequired": true, "notes": "N", "demoAccountPassword": "secret"}})", password},
        }) {
-    SCOPED_TRACE(row.what);
+    SCOPED_TRACE(what);
     RepoListing repo = same();
-    row.edit(repo);
-    ListingChange change = ListingChange::between(repo, store(), row.choice);
-    EXPECT_EQ(json::parse(change.request().compact()), json::parse(row.request));
-    EXPECT_EQ(change.isEmpty(), row.request == std::string("{}"));
+    edit(repo);
+    ListingChange change = ListingChange::between(repo, store(), choice);
+    EXPECT_EQ(json::parse(change.request().compact()), json::parse(request));
+    EXPECT_EQ(change.isEmpty(), request == std::string("{}"));
     EXPECT_TRUE(change.held.empty());
     for (const ListingDifference& each : change.differences) EXPECT_NE(each.after, "secret");
   }

@@ -123,27 +123,23 @@ TEST(ProxiedTransport, NamesWhoseProxyAFailureWentThrough) {
 }
 
 TEST(Retried, TriesThreeTimesWithItsWaitsWhereThatCanHelp) {
-  struct Row {
-    std::vector<int> statuses; // 0: no answer
-    std::string outcome;
-    std::vector<std::chrono::milliseconds> sleeps;
-    std::vector<std::string> waits = {}; // Retry-After of the answers
-  };
   using std::chrono::milliseconds;
   const milliseconds three(3000), four(4000), six(6000);
   const std::string expired = ": its address may have expired, and a new run gets a new one";
-  for (const Row& row : std::vector<Row>{
-           {{200}, "200", {}},
-           {{503, 299}, "299", {three}},
-           {{0, 409, 204}, "204", {three, six}},
-           {{500, 0, 418, 200}, "refused 418", {three, six}},
-           {{500, 500, 0, 200}, "failed broken", {three, six}},
-           {{400, 200}, "refused 400: Apple refuses it as it is", {}},
-           {{401, 200}, "refused 401" + expired, {}},
-           {{403, 200}, "refused 403" + expired, {}},
-           {{404, 200}, "refused 404" + expired, {}},
-           {{0, 410, 200}, "refused 410" + expired, {three}},
-           {{503, 413, 200}, "refused 413: Apple refuses it as it is", {three}},
+  // A status of 0 stands for no answer; the answers' Retry-After come last.
+  for (const auto& [statuses, expected, sleeps, waits] :
+       Rows<std::vector<int>, std::string, std::vector<milliseconds>, std::vector<std::string>>{
+           {{200}, "200", {}, {}},
+           {{503, 299}, "299", {three}, {}},
+           {{0, 409, 204}, "204", {three, six}, {}},
+           {{500, 0, 418, 200}, "refused 418", {three, six}, {}},
+           {{500, 500, 0, 200}, "failed broken", {three, six}, {}},
+           {{400, 200}, "refused 400: Apple refuses it as it is", {}, {}},
+           {{401, 200}, "refused 401" + expired, {}, {}},
+           {{403, 200}, "refused 403" + expired, {}, {}},
+           {{404, 200}, "refused 404" + expired, {}, {}},
+           {{0, 410, 200}, "refused 410" + expired, {three}, {}},
+           {{503, 413, 200}, "refused 413: Apple refuses it as it is", {three}, {}},
            {{503, 503, 200}, "200", {four, three}, {"4", "0"}},
            {{429, 503, 200}, "200", {six, six}, {"7", "99999999999999999999"}},
            {{503, 503, 200}, "200", {four, three}, {"Sat, 21 Nov 2026 12:00:04 GMT", "Sat, 21 Nov 2026 11:00:00 GMT"}},
@@ -156,22 +152,22 @@ TEST(Retried, TriesThreeTimesWithItsWaitsWhereThatCanHelp) {
        }) {
     FakeClock clock;
     std::size_t attempt = 0;
-    std::string outcome = outcomeOf([&] {
+    std::string outcome = outcomeOf([&, all = statuses, after = waits] {
       auto answer = retried(
           clock, {},
           [&] {
-            int status = row.statuses.at(attempt++);
+            int status = all.at(attempt++);
             if (status == 0) throw TransportError("broken");
             HTTPAnswer answer{status, {}, ""};
-            if (attempt <= row.waits.size()) answer.headers["retry-after"] = row.waits[attempt - 1];
+            if (attempt <= after.size()) answer.headers["retry-after"] = after[attempt - 1];
             return answer;
           },
           [](const TransferRefusal& refusal) { return CLIError(Kind::failed, "refused " + refusal.reason()); },
           [](const std::string& reason) { return CLIError(Kind::failed, "failed " + reason); });
       return std::to_string(answer.status);
     });
-    EXPECT_EQ(outcome, row.outcome);
-    EXPECT_EQ(clock.sleeps(), row.sleeps);
+    EXPECT_EQ(outcome, expected);
+    EXPECT_EQ(clock.sleeps(), sleeps);
   }
 }
 
