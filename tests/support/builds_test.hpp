@@ -27,20 +27,13 @@ class BuildsTest : public CommandTest {
   }
   sandbox::TestBuild build(const std::string& number) {
     sandbox::TestBuild found{};
-    server.withState([&](sandbox::State& state) {
-      for (const auto& each : state.testFlight.builds) {
-        if (each.number == number) found = each;
-      }
-    });
+    setBuild(number, [&](const sandbox::TestBuild& each) { found = each; });
     return found;
   }
   void setState(const std::string& number, const std::string& buildState) {
-    server.withState([&](sandbox::State& state) {
-      for (auto& each : state.testFlight.builds) {
-        if (each.number != number) continue;
-        each.state = buildState;
-        each.since = clock.now();
-      }
+    setBuild(number, [&](sandbox::TestBuild& each) {
+      each.state = buildState;
+      each.since = clock.now();
     });
   }
   std::string groupId(const std::string& name) {

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -85,6 +86,13 @@ class CommandTest : public ::testing::Test {
     return {status, terminal.outText().substr(out), terminal.errText().substr(err)};
   }
 
+  void setBuild(const std::string& number, const std::function<void(sandbox::TestBuild&)>& change) {
+    server.withState([&](sandbox::State& state) {
+      for (auto& build : state.testFlight.builds) {
+        if (build.number == number) change(build);
+      }
+    });
+  }
   std::vector<std::string> paths() {
     std::vector<std::string> paths;
     for (const auto& request : server.requests()) paths.push_back(request.method + " " + request.path);

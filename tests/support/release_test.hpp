@@ -38,13 +38,6 @@ class ReleaseRoadTest : public CommandTest {
       version.submittedAt = clock.now();
     });
   }
-  void setBuild(const std::string& number, const std::function<void(sandbox::TestBuild&)>& change) {
-    server.withState([&](sandbox::State& state) {
-      for (auto& build : state.testFlight.builds) {
-        if (build.number == number) change(build);
-      }
-    });
-  }
   void attach(const std::string& number) {
     std::string id;
     setBuild(number, [&](auto& build) { id = build.buildId; });
