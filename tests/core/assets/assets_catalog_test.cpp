@@ -105,14 +105,9 @@ TEST(AssetDisplay, checksImages) {
 }
 
 TEST(AssetDisplay, checksVideos) {
-  VideoSpec any{.dimensions = {886, 886, 1920, 1920}};
-  VideoSpec strict = any;
-  strict.minSeconds = 15;
-  strict.maxSeconds = 30;
-  strict.fps = {{23.976, 25}, {30, 30}};
-  strict.audio = true;
-  VideoSpec half = any;
-  half.minSeconds = 15;
+  const VideoSpec any{.dimensions = {886, 886, 1920, 1920}}, half{.dimensions = any.dimensions, .minSeconds = 15};
+  const VideoSpec strict{
+      .dimensions = any.dimensions, .fps = {{23.976, 25}, {30, 30}}, .minSeconds = 15, .maxSeconds = 30, .audio = true};
   for (const auto& [spec, facts, problems] : Rows<VideoSpec, VideoFacts, const char*>{
            {strict, {886, 1920, 30.04, 30.4, true}, ""},
            {strict, {886, 1920, 14.96, 23.5, true}, ""},

@@ -258,9 +258,7 @@ TEST(ListingFiles, WhatIsNotReadIsToldALineAFolder) {
 
 /// A listing with something in every field, in forty languages.
 ListingToWrite wholeListing() {
-  ListingToWrite listing;
-  listing.version = "1.2";
-  listing.platform = "ios";
+  ListingToWrite listing{"1.2", "ios", {}};
   listing.copyright = "2026 Ünlü & Söhne";
   listing.contentRights = ContentRights::doesNotUseThirdPartyContent;
   listing.review = {"Kim", "T\"arn", "+49 30 1", "a@b.c", "demo", std::nullopt, "Line 1\nLine 2 \\ / end"};
