@@ -1,7 +1,5 @@
 #pragma once
 
-#include <chrono>
-#include <cstdlib>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,5 @@
 #include "core/console/format.hpp"
 #include "core/console/table.hpp"
-#include "core/console/text_style.hpp"
 #include "core/support/json.hpp"
 #include "core/support/moments.hpp"
 #include "tests/support/tables.hpp"

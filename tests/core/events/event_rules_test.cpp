@@ -1,4 +1,3 @@
-#include "core/console/text_style.hpp"
 #include "core/events/event_media.hpp"
 #include "core/events/event_rules.hpp"
 #include "core/events/event_text.hpp"

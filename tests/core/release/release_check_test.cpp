@@ -2,7 +2,6 @@
 #include "core/release/placeholder.hpp"
 #include "core/release/release_check.hpp"
 #include "core/release/web_address.hpp"
-#include "core/support/json.hpp"
 #include "tests/support/fake_clock.hpp"
 #include "tests/support/tables.hpp"
 #include "tests/support/temporary_folder.hpp"

@@ -1,4 +1,3 @@
-#include "core/support/error.hpp"
 #include "core/support/files.hpp"
 #include "core/support/json.hpp"
 #include "core/support/md5.hpp"
