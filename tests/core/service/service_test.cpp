@@ -26,43 +26,43 @@ TEST(Refusal, MapsEveryRuleFirstMatchFirst) {
   const std::string old = "kestu CLI 1.1.2 is too old to use now";
   const std::string revoked = "kestu no longer takes this sign-in: it was revoked, went unused for 90 days, or was "
                               "never made. Run kestu login.";
-  for (const auto& [status, body, latest, kind, message] :
-       Rows<int, std::string, std::optional<std::string>, Kind, std::string>{
-           {401, R"({"message":"other"})", std::nullopt, Kind::signedOut, revoked},
-           {426, "", std::nullopt, Kind::outdated, old + ". Update it: kestu update"},
-           {426, R"({"message":"x"})", "1.2.0", Kind::outdated, old + ": 1.2.0 is out. Update it: kestu update"},
-           {403, R"({"error":"scope_required","scope":"feedback","message":"x"})", std::nullopt, Kind::notAllowed,
+  using enum CLIError::Kind;
+  for (const auto& [status, body, kind, message] : Rows<int, std::string, Kind, std::string>{
+           {401, R"({"message":"other"})", signedOut, revoked},
+           {426, "", outdated, old + ". Update it: kestu update"},
+           {403, R"({"error":"scope_required","scope":"feedback","message":"x"})", notAllowed,
             "This sign-in can't do that. Run kestu login again and tick Support Email as you approve it."},
-           {403, R"({"error":"scope_required","scope":"ads"})", std::nullopt, Kind::notAllowed,
+           {403, R"({"error":"scope_required","scope":"ads"})", notAllowed,
             "This sign-in can't do that. Run kestu login again and tick what it needs as you approve it."},
-           {403, R"({"error":"app_not_granted"})", std::nullopt, Kind::notAllowed,
+           {403, R"({"error":"app_not_granted"})", notAllowed,
             "This sign-in doesn't cover that app. Run kestu login again and include it."},
-           {404, R"({"error":"app_not_granted"})", std::nullopt, Kind::notFound, "Not found."},
-           {429, R"({"error":"agent_quota","limit":"week"})", std::nullopt, Kind::quota,
-            "Over the account's calls for this week."},
-           {429, R"({"error":"agent_quota","limit":"window","message":"x"})", std::nullopt, Kind::quota,
+           {404, R"({"error":"app_not_granted"})", notFound, "Not found."},
+           {429, R"({"error":"agent_quota","limit":"week"})", quota, "Over the account's calls for this week."},
+           {429, R"({"error":"agent_quota","limit":"window","message":"x"})", quota,
             "Over the account's calls for this 5-hour window."},
-           {429, R"({"error":"agent_quota"})", std::nullopt, Kind::quota, "Over this sign-in's calls a minute."},
-           {403, R"({"message":"No."})", std::nullopt, Kind::notAllowed, "No."},
-           {404, R"({"message":"No."})", std::nullopt, Kind::notFound, "No."},
-           {429, R"({"message":"No."})", std::nullopt, Kind::quota, "No."},
-           {409, R"({"message":"No."})", std::nullopt, Kind::failed, "No."},
-           {500, R"({"message":"No."})", std::nullopt, Kind::unavailable, "No."},
-           {409, "{\"message\":\"a\\u001b[2Jb\"}", std::nullopt, Kind::failed, "a\\u{1b}[2Jb"},
-           {500, R"({"message":")" + std::string(9'999, 'x') + "ü" + std::string(3 << 20, 'x') + "\"}", std::nullopt,
-            Kind::unavailable, std::string(9'999, 'x') + "… (3 MB in all)"},
-           {429, "<html>", std::nullopt, Kind::quota, "Too many requests. Try again in a minute."},
-           {503, "<html>", std::nullopt, Kind::unavailable, "kestu couldn't answer (503). Try again in a moment."},
-           {0, "", std::nullopt, Kind::unavailable, "kestu couldn't answer (0). Try again in a moment."},
-           {302, "", std::nullopt, Kind::failed, "kestu refused that (302)."},
-           {418, R"({"error":"teapot"})", std::nullopt, Kind::failed, "kestu refused that (418, teapot)."},
-           {418, R"({"error":7,"message":"x"})", std::nullopt, Kind::failed, "kestu refused that (418)."},
+           {429, R"({"error":"agent_quota"})", quota, "Over this sign-in's calls a minute."},
+           {403, R"({"message":"No."})", notAllowed, "No."},
+           {404, R"({"message":"No."})", notFound, "No."},
+           {429, R"({"message":"No."})", quota, "No."},
+           {409, R"({"message":"No."})", failed, "No."},
+           {500, R"({"message":"No."})", unavailable, "No."},
+           {409, "{\"message\":\"a\\u001b[2Jb\"}", failed, "a\\u{1b}[2Jb"},
+           {500, R"({"message":")" + std::string(9'999, 'x') + "ü" + std::string(3 << 20, 'x') + "\"}", unavailable,
+            std::string(9'999, 'x') + "… (3 MB in all)"},
+           {429, "<html>", quota, "Too many requests. Try again in a minute."},
+           {503, "<html>", unavailable, "kestu couldn't answer (503). Try again in a moment."},
+           {0, "", unavailable, "kestu couldn't answer (0). Try again in a moment."},
+           {302, "", failed, "kestu refused that (302)."},
+           {418, R"({"error":"teapot"})", failed, "kestu refused that (418, teapot)."},
+           {418, R"({"error":7,"message":"x"})", failed, "kestu refused that (418)."},
        }) {
     SCOPED_TRACE(std::to_string(status) + " " + body);
-    CLIError error = Refusal::read(body).asError(status, latest, Moment());
+    CLIError error = Refusal::read(body).asError(status, std::nullopt, Moment());
     EXPECT_EQ(error.description, message);
     EXPECT_EQ(error.kind, kind);
   }
+  EXPECT_EQ(Refusal::read(R"({"message":"x"})").asError(426, "1.2.0", Moment()).description,
+            old + ": 1.2.0 is out. Update it: kestu update");
 }
 
 TEST(AnnouncedVersion, IsNewerByItsNumbers) {
