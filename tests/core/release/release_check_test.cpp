@@ -67,8 +67,10 @@ TEST(ReleaseCheck, LimitsCountCharactersAndKeywordBytes) {
            {description, repeated("ä", 4001), "description is 4001 characters, 4000 at most."},
            {promotionalText, std::string(171, 'p'), "promotional text is 171 characters, 170 at most."},
            {marketingUrl, "https://example.com/" + std::string(5000, 'u'), ""},
-       })
-    EXPECT_EQ(found(field, value, KeywordCount::bytes), line("error limit", message)) << message;
+       }) {
+    for (KeywordCount count : {KeywordCount::bytes, KeywordCount::characters})
+      EXPECT_EQ(found(field, value, count), line("error limit", message)) << message;
+  }
   const std::string seen =
       " App Store Connect has been seen to take 100 characters: kestu config keywords characters counts so.";
   const std::string inBytes = " bytes, 100 at most.", tooMany = "keywords are 101 characters, 100 at most.";
