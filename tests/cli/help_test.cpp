@@ -82,7 +82,7 @@ TEST(Examples, EachCommandHasSomeThatItTakes) {
     EXPECT_GE(command.examples.size(), isBuilt(command) ? 1U : 0U);
     EXPECT_LE(command.examples.size(), isBuilt(command) ? 3U : 0U);
     for (const Example& example : command.examples) {
-      EXPECT_TRUE(example.text.ends_with('.')) << example.text;
+      EXPECT_TRUE(ends(example.text, "."));
       Command root = rootCommand("*"); // what a line sets stays set
       try {
         EXPECT_TRUE(begins(parse(root, typed(example.line)).command->path + " ", command.path + " "));

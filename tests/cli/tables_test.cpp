@@ -35,7 +35,7 @@ std::map<std::string, Cells> readByPython(const std::filesystem::path& folder) {
 Cells readMarkdown(const std::string& text) {
   Cells rows;
   for (const std::string& line : Text::split(text.substr(0, text.rfind('\n')), '\n')) {
-    EXPECT_TRUE(line.starts_with("| ")) << line;
+    EXPECT_TRUE(begins(line, "| "));
     std::vector<std::string> cells = {""};
     for (std::size_t i = 1; i < line.size(); ++i) {
       if (line[i] == '|') {

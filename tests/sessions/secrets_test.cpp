@@ -279,7 +279,7 @@ TEST_F(SecretsTest, ReachATokensNewHolderAlone) {
     for (const auto& [each, grant] : state.tokens) made = grant.appIds ? each : made;
   });
   EXPECT_EQ(Files::read(records / "gh.input", 1000), made);
-  EXPECT_NE(Files::read(records / "gh", 100'000).value_or("").find("HOME="), std::string::npos) << "no record";
+  EXPECT_TRUE(has(Files::read(records / "gh", 100'000).value_or(""), "HOME=")) << "no record";
 }
 
 TEST_F(SecretsTest, AreNotForWhatOpensThePreview) {
@@ -288,7 +288,7 @@ TEST_F(SecretsTest, AreNotForWhatOpensThePreview) {
   EXPECT_EQ(ran.status, 0) << ran.err;
   std::string record;
   for (const char* opener : {"open", "xdg-open"}) record += Files::read(records / opener, 100'000).value_or("");
-  EXPECT_NE(record.find("HOME="), std::string::npos) << "no record";
+  EXPECT_TRUE(has(record, "HOME=")) << "no record";
   expectNoneInFiles(secrets());
 }
 

@@ -163,7 +163,7 @@ TEST(Project, FindsWhatLiesElsewhere) {
     SCOPED_TRACE(row.file);
     auto found = Project::elsewhere(row.contents, folder.path());
     ASSERT_EQ(found.size(), row.begins.empty() ? 0U : 1U);
-    if (!found.empty()) EXPECT_TRUE(begins(found[0], row.begins)) << found[0];
+    if (!found.empty()) EXPECT_TRUE(begins(found[0], row.begins));
   }
 }
 
@@ -252,12 +252,12 @@ TEST_F(ProjectTest, MarksTheLinkedAppFromASubfolderToo) {
   EXPECT_TRUE(has(run("apps").out, "●  Daylight Weather"));
   terminal.outIsTerminal = true;
   terminal.windowColumns = 50;
-  EXPECT_EQ(TextStyle::plain(run("apps").out)
-                .find("●  Daylight Weather\n     App Store ID 1234567890\n     Bundle ID com.example.daylight\n"
-                      "     Platforms ios, macos  Language en-US\n   Tidepool"),
-            0U);
+  EXPECT_TRUE(begins(TextStyle::plain(run("apps").out),
+                     "●  Daylight Weather\n     App Store ID 1234567890\n     Bundle ID com.example.daylight\n"
+                     "     Platforms ios, macos  Language en-US\n   Tidepool"));
   terminal.windowColumns = 40;
-  EXPECT_EQ(run("config").out.find("App                 com.example.daylight\n                    (1234567890)\n"), 0U);
+  EXPECT_TRUE(
+      begins(run("config").out, "App                 com.example.daylight\n                    (1234567890)\n"));
 }
 
 TEST_F(ProjectTest, AFolderOfItsOwnIsLinkedOnItsOwn) {
@@ -268,7 +268,7 @@ TEST_F(ProjectTest, AFolderOfItsOwnIsLinkedOnItsOwn) {
   EXPECT_EQ(run("link --here").out, "✓ Linked this folder to Ledger (3456789012)\nNext: kestu status\n");
   EXPECT_TRUE(has(run("apps").out, "●  Ledger"));
   EXPECT_EQ(run("config screenshot-folders ids").status, 0);
-  EXPECT_NE(Files::read(here / "kestu.json", 1000)->find("ids"), std::string::npos);
+  EXPECT_TRUE(has(*Files::read(here / "kestu.json", 1000), "ids"));
   here = repo.path() / "apps";
   EXPECT_TRUE(has(run("apps").out, "●  Daylight Weather"));
 }

@@ -2,12 +2,7 @@
 #include "core/support/folder_lock.hpp"
 #include "core/support/md5.hpp"
 #include "sandbox/assets/catalog.hpp"
-#include "tests/support/command_test.hpp"
-
-#include <nlohmann/json.hpp>
-
-#include <fstream>
-#include <sstream>
+#include "tests/support/linked_test.hpp"
 
 namespace fs = std::filesystem;
 
@@ -15,6 +10,8 @@ namespace kestu::tests {
 namespace {
 
 using Tree = std::map<std::string, std::string>;
+using nlohmann::json;
+using sandbox::Fault;
 
 const std::string shots = "metadata/screenshots/";
 const std::string phone = shots + "en-US/iPhone 6.9/";
@@ -22,20 +19,14 @@ const std::string phoneID = shots + "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/"
 
 std::string shot(std::uint8_t shade) { return png(1290, 2796, PNGColours::palette, shade); }
 
-class PullTest : public CommandTest {
+class PullTest : public LinkedTest {
  protected:
-  PullTest() {
-    signIn();
-    link();
-  }
-
   Tree tree(bool withPulled = true) const {
     Tree files;
     for (const auto& entry : fs::recursive_directory_iterator(repo.path() / "metadata")) {
       if (!entry.is_regular_file() || (!withPulled && entry.path().filename() == "pulled.json")) continue;
-      std::ostringstream bytes;
-      bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-      files[entry.path().lexically_relative(repo.path()).generic_string()] = bytes.str();
+      std::string name = entry.path().lexically_relative(repo.path()).generic_string();
+      files[name] = contents(name);
     }
     return files;
   }
@@ -57,6 +48,7 @@ class PullTest : public CommandTest {
     server.forgetRequests();
     return run("assets pull 1.2 " + more);
   }
+  void expectInSync() { EXPECT_TRUE(has(run("assets push 1.2").out, "nothing to upload")); }
   std::size_t downloads() { return calls("GET /files/"); }
   void useIDs(bool ids) { ASSERT_EQ(run({"config", "screenshot-folders", ids ? "ids" : "names"}).status, 0); }
 };
@@ -81,19 +73,13 @@ TEST_F(PullTest, ARoundTripIsByteForByteTheSame) {
   for (const std::string platform : {"ios", "macos"}) push(platform);
   fs::remove_all(repo.path() / "metadata");
   auto both = [&] {
-    for (const std::string platform : {"ios", "macos"}) {
-      Ran ran = pull("--platform '" + platform + "'");
-      EXPECT_EQ(ran.status, 0) << ran.err;
-    }
+    for (const char* platform : {"--platform ios", "--platform macos"}) EXPECT_EQ(pull(platform).status, 0);
   };
   both();
   EXPECT_EQ(names(tree(false)), names(files));
   EXPECT_EQ(tree(false), files);
-  for (const std::string platform : {"ios", "macos"}) {
-    server.forgetRequests();
-    Ran ran = run("assets push 1.2 --platform '" + platform + "'");
-    EXPECT_TRUE(has(ran.out, "nothing to upload"));
-  }
+  expectInSync();
+  EXPECT_TRUE(has(run("assets push 1.2 --platform macos").out, "nothing to upload"));
   Tree pulled = tree();
   EXPECT_TRUE(pulled.contains("metadata/previews/pulled.json"));
   both();
@@ -145,14 +131,12 @@ TEST_F(PullTest, FilesThatAreThereAreRenamedNotFetched) {
   for (const Row& row : std::vector<Row>{
            {"none", {}, 3},
            {"two changed places",
-            {{phone + "01.png", shot(2)}, {phone + "02.png", shot(1)}, {phone + "03.png", shot(3)}},
-            0},
+            Tree{{phone + "01.png", shot(2)}, {phone + "02.png", shot(1)}, {phone + "03.png", shot(3)}}, 0},
            {"a chain", {{phone + "02.png", shot(1)}, {phone + "03.png", shot(2)}}, 1},
            {"in the language's folder", {{shots + "en-US/z.png", shot(1)}, {phone + "x.png", shot(2)}}, 1},
            {"in both folders", {{phone + "01.png", shot(1)}, {phoneID + "02.png", shot(2)}}, 1},
            {"a copy that a kill left",
-            {{phone + "01.png", shot(2)}, {phone + "02.png", shot(2)}, {phone + "04.png", shot(1)}},
-            1},
+            Tree{{phone + "01.png", shot(2)}, {phone + "02.png", shot(2)}, {phone + "04.png", shot(1)}}, 1},
            {"in another's case", {{shots + "en-US/iphone  6.9/01.png", shot(1)}}, 2},
        }) {
     SCOPED_TRACE(row.what);
@@ -165,41 +149,33 @@ TEST_F(PullTest, FilesThatAreThereAreRenamedNotFetched) {
     for (const auto& [name, content] : wanted) expected.push_back(content);
     EXPECT_EQ(bytes, expected);
     if (std::string(row.what) != "in another's case") EXPECT_EQ(names(tree(false)), names(wanted));
-    Ran again = run("assets push 1.2");
-    EXPECT_TRUE(has(again.out, "nothing to upload"));
+    expectInSync();
   }
 }
 
 TEST_F(PullTest, OtherFilesAreOnlyWrittenOverWithForce) {
-  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}});
+  const Tree wanted = {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}};
+  put(wanted);
   push();
-  const std::string reason = "App Store Connect doesn't show these for 1.2 for iOS, so nothing was written:\n";
   struct Row {
     Tree before;
-    std::vector<std::string> listed;
-    Tree after;
+    std::string listed;
   };
-  const Tree wanted = {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}};
-  Tree withNotes = wanted;
-  withNotes[phone + "notes.txt"] = "mine";
   for (const Row& row : std::vector<Row>{
-           {{{phone + "01.png", shot(9)}, {phone + "02.png", shot(1)}}, {phone + "01.png"}, wanted},
-           {{{phone + "01.png", shot(1)}, {phone + "2.png", shot(2)}, {phone + "3.jpg", "x"}},
-            {phone + "3.jpg"},
-            wanted},
-           {{{phoneID + "7.png", shot(7)}, {phone + "01.png", shot(1)}}, {phoneID + "7.png"}, wanted},
-           {{{shots + "en-US/loose.png", shot(7)}}, {shots + "en-US/loose.png"}, wanted},
+           {{{phone + "01.png", shot(9)}, {phone + "02.png", shot(1)}}, phone + "01.png"},
+           {{{phone + "01.png", shot(1)}, {phone + "2.png", shot(2)}, {phone + "3.jpg", "x"}}, phone + "3.jpg"},
+           {{{phoneID + "7.png", shot(7)}, {phone + "01.png", shot(1)}}, phoneID + "7.png"},
+           {{{shots + "en-US/loose.png", shot(7)}}, shots + "en-US/loose.png"},
        }) {
-    SCOPED_TRACE(row.listed.front());
+    SCOPED_TRACE(row.listed);
     put(row.before);
     Ran ran = pull();
     EXPECT_EQ(ran.status, 1);
-    std::string listed;
-    for (const auto& name : row.listed) listed += "  " + name + "\n";
-    EXPECT_EQ(ran.err, reason + listed + "--force removes them, or writes over them.\n");
+    EXPECT_EQ(ran.err, "App Store Connect doesn't show these for 1.2 for iOS, so nothing was written:\n  " +
+                           row.listed + "\n--force removes them, or writes over them.\n");
     EXPECT_EQ(tree(), row.before) << "nothing may be written, folders not renamed either";
     EXPECT_EQ(pull("--force").status, 0);
-    EXPECT_EQ(tree(false), row.after);
+    EXPECT_EQ(tree(false), wanted);
   }
   put({{phone + "01.png/inside.png", shot(9)}});
   EXPECT_EQ(pull("--force").err, phone + "01.png is a folder, where a file goes.\n");
@@ -230,12 +206,10 @@ TEST_F(PullTest, OnlyWhatIsAskedForIsPulled) {
     Tree untouched = row.before.empty() ? Tree() : tree(false);
     EXPECT_EQ(pull(row.options + " --dry-run").status, 0);
     EXPECT_EQ(fs::exists(repo.path() / "metadata") ? tree() : Tree(), untouched) << "a dry run writes nothing";
-    Ran ran = pull(row.options);
-    EXPECT_EQ(ran.status, 0) << ran.err;
-    auto left = names(tree(false));
-    EXPECT_EQ(left, row.after);
+    EXPECT_EQ(pull(row.options).status, 0);
+    EXPECT_EQ(names(tree(false)), row.after);
   }
-  EXPECT_EQ(pull("--locale german").err.find("--locale german can't be a language: it's written de-DE."), 0U);
+  EXPECT_TRUE(begins(pull("--locale german").err, "--locale german can't be a language: it's written de-DE."));
   EXPECT_EQ(pull("--display Toaster").err, "No display is called Toaster: kestu assets sizes lists them.\n");
   EXPECT_EQ(pull("--locale ja").out, "App Store Connect shows no assets for ja for 1.2 for iOS yet.\n");
 }
@@ -244,27 +218,27 @@ TEST_F(PullTest, ADryRunTellsWhatAPullWouldDo) {
   put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {shots + "de-DE/iPad 13/01.png", png(2064, 2752)}});
   push();
   put({{phoneID + "9.png", shot(1)}, {phoneID + "8.png", shot(8)}});
-  Ran ran = pull("--dry-run --force");
-  EXPECT_EQ(ran.out, "  renamed  " + phoneID.substr(0, phoneID.size() - 1) + " → " + phone.substr(0, phone.size() - 1) +
-                         "\n  renamed  " + phone + "9.png → " + phone + "01.png\n  new      " + shots +
-                         "de-DE/iPad 13/01.png\n  new      " + phone + "02.png\n  removed  " + phone +
-                         "8.png\nDry run: would download 2 files (1 MB) into metadata/screenshots, rename 1 folder, "
-                         "rename 1 file, remove 1 file.\n");
-  auto changes = nlohmann::json::parse(pull("--dry-run --force --json").out)["changes"];
+  const std::string place = phone.substr(0, phone.size() - 1);
+  EXPECT_EQ(pull("--dry-run --force").out,
+            "  renamed  " + phoneID.substr(0, phoneID.size() - 1) + " → " + place + "\n  renamed  " + phone +
+                "9.png → " + phone + "01.png\n  new      " + shots + "de-DE/iPad 13/01.png\n  new      " + phone +
+                "02.png\n  removed  " + phone +
+                "8.png\nDry run: would download 2 files (1 MB) into metadata/screenshots, rename 1 folder, rename 1 "
+                "file, remove 1 file.\n");
+  auto changes = json::parse(pull("--dry-run --force --json").out)["changes"];
   ASSERT_EQ(changes.size(), 5U);
-  EXPECT_EQ(changes[4], (nlohmann::json{{"place", phone.substr(0, phone.size() - 1)},
-                                        {"field", "file"},
-                                        {"from", phone + "8.png"},
-                                        {"to", nullptr}}));
+  EXPECT_EQ(changes[4].dump(),
+            R"({"field":"file","from":")" + phone + R"(8.png","place":")" + place + R"(","to":null})");
   EXPECT_EQ(pull("--dry-run").status, 1) << "as the pull would, it stops at files of one's own";
-  EXPECT_EQ(pull("--force").out.find("  removed  " + phone + "8.png\n"), 0U);
+  EXPECT_TRUE(begins(pull("--force").out, "  removed  " + phone + "8.png\n"));
   EXPECT_EQ(pull("--dry-run").out, "Dry run: nothing to download, nothing to write.\n");
   repo.write(phone + "02.png", shot(7));
-  EXPECT_EQ(pull("--dry-run --force").out.find("  replaced " + phone + "02.png\nDry run: would download 1 file ("), 0U);
-  auto replacing = nlohmann::json::parse(pull("--dry-run --force --json").out)["changes"];
-  EXPECT_EQ(replacing.dump(), R"([{"field":"file","from":")" + phone + R"(02.png","place":")" +
-                                  phone.substr(0, phone.size() - 1) + R"(","to":")" + phone + R"(02.png"}])");
-  EXPECT_TRUE(pull("--force").out.find("into metadata/screenshots, replaced 1 file.\n") != std::string::npos);
+  EXPECT_TRUE(
+      begins(pull("--dry-run --force").out, "  replaced " + phone + "02.png\nDry run: would download 1 file ("));
+  auto replacing = json::parse(pull("--dry-run --force --json").out)["changes"];
+  EXPECT_EQ(replacing.dump(), R"([{"field":"file","from":")" + phone + R"(02.png","place":")" + place + R"(","to":")" +
+                                  phone + R"(02.png"}])");
+  EXPECT_TRUE(has(pull("--force").out, "into metadata/screenshots, replaced 1 file.\n"));
 }
 
 TEST_F(PullTest, AnUnusablePulledFileIsMended) {
@@ -276,8 +250,7 @@ TEST_F(PullTest, AnUnusablePulledFileIsMended) {
   for (const std::string bad : {"", "[]", "{\"a\": 1}", "<<<<<<< HEAD"}) {
     SCOPED_TRACE(bad);
     repo.write(shots + "pulled.json", bad);
-    Ran ran = pull();
-    EXPECT_TRUE(has(ran.out, "updated " + shots + "pulled.json"));
+    EXPECT_TRUE(has(pull().out, "updated " + shots + "pulled.json"));
     EXPECT_EQ(tree(), whole);
   }
 }
@@ -320,30 +293,28 @@ TEST_F(PullTest, RenamesThatEndEarlyLeaveTheirFrames) {
   CurlTransport transport;
   stopping.request_stop();
   EXPECT_THROW(AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), stopping.get_token(), {}), Stopped);
-  EXPECT_EQ(nlohmann::json::parse(tree().at(frames)), nlohmann::json::parse(byID));
+  EXPECT_EQ(json::parse(contents(frames)), json::parse(byID));
   AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), {}, {});
-  EXPECT_EQ(tree().at(frames), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
+  EXPECT_EQ(contents(frames), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
 }
 
 TEST_F(PullTest, NamesThatAreOneOnAMacAreNeverTwo) {
   put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}});
   push();
   struct Row {
-    Tree before, after;
+    Tree before;
+    const char* first; ///< as it is called afterwards
   };
   for (const Row& row : std::vector<Row>{
-           {{{phone + "01.PNG", shot(9)}}, {{phone + "01.PNG", shot(1)}, {phone + "02.png", shot(2)}}},
-           {{{phone + "01.PNG", shot(2)}, {phone + "02.PNG", shot(1)}},
-            {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}}},
-           {{{phone + "01.PNG", shot(9)}, {phone + "3.png", shot(1)}, {phone + "4.png", shot(2)}},
-            {{phone + "01.PNG", shot(1)}, {phone + "02.png", shot(2)}}},
-           {{{phone + "01.PNG", shot(1)}, {phone + "1.png", shot(9)}},
-            {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}}},
+           {{{phone + "01.PNG", shot(9)}}, "01.PNG"},
+           {{{phone + "01.PNG", shot(2)}, {phone + "02.PNG", shot(1)}}, "01.png"},
+           {{{phone + "01.PNG", shot(9)}, {phone + "3.png", shot(1)}, {phone + "4.png", shot(2)}}, "01.PNG"},
+           {{{phone + "01.PNG", shot(1)}, {phone + "1.png", shot(9)}}, "01.png"},
        }) {
-    SCOPED_TRACE(row.before.begin()->first);
+    SCOPED_TRACE(json(row.before).begin().key());
     put(row.before);
     EXPECT_EQ(pull("--force").status, 0);
-    EXPECT_EQ(tree(false), row.after);
+    EXPECT_EQ(tree(false), (Tree{{phone + row.first, shot(1)}, {phone + "02.png", shot(2)}}));
   }
   const Tree misnamed = {{shots + "en-us/iPhone 6.9/01.png", shot(1)}};
   put(misnamed);
@@ -359,10 +330,9 @@ TEST_F(PullTest, AccentsAreTheSameInEitherForm) {
   put({{previews + decomposed, "one"}, {previews + "frames.json", frames(composed)}});
   push();
   put({{previews + composed, "one"}, {previews + "frames.json", frames(decomposed)}});
-  Ran ran = pull();
-  EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(calls("GET /files/"), 0U);
-  EXPECT_TRUE(has(tree().at(previews + "frames.json"), "00:00:03:00"));
+  EXPECT_EQ(pull().status, 0);
+  EXPECT_EQ(downloads(), 0U);
+  EXPECT_TRUE(has(contents(previews + "frames.json"), "00:00:03:00"));
   EXPECT_EQ(run("assets push 1.2 --yes").status, 0);
 }
 
@@ -373,40 +343,42 @@ TEST_F(PullTest, APosterFrameOfOnesOwnIsKept) {
   push();
   const std::string mine = R"({"en-US/iPhone 6.9/01.mov": "00:00:09:00"})";
   repo.write(frames, mine);
-  Ran ran = pull();
-  EXPECT_TRUE(has(ran.err, "  " + frames + "\n"));
-  EXPECT_EQ(tree().at(frames), mine);
+  EXPECT_TRUE(has(pull().err, "  " + frames + "\n"));
+  EXPECT_EQ(contents(frames), mine);
   EXPECT_EQ(pull("--force").status, 0);
-  EXPECT_TRUE(has(tree().at(frames), "00:00:03:00"));
+  EXPECT_TRUE(has(contents(frames), "00:00:03:00"));
   repo.write(frames, "[]");
   EXPECT_TRUE(has(pull("--force").err, "isn't each video's path"));
 }
 
 TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
-  put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}});
+  const Tree wanted = {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}};
+  put(wanted);
   push();
+  auto expectWhole = [&](const Tree& left) {
+    for (const auto& [name, bytes] : left)
+      EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
+  };
   struct Row {
-    sandbox::Fault fault;
+    Fault fault; ///< after two calls that are answered
     std::string reason;
     int status = 9;
   };
-  for (const Row& row : std::vector<Row>{
-           {{.path = "/files/", .skip = 2, .times = 1, .status = 404}, "(404: its address may have expired", 1},
-           {{.path = "/files/", .skip = 2, .times = 1, .status = 400},
-            "(400: Apple refuses it as it is). What came whole is kept.\n",
-            1},
-           {{.path = "/files/", .skip = 2, .times = -1, .status = 429},
-            "(429). What came whole is kept; run it again to go on.\n"},
-           {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = "short"}, "(only a part of it came)"},
-           {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = std::string(shot(1).size(), 'x')},
-            "(it came with another checksum)"},
-           {{.path = "/files/", .skip = 2, .times = -1, .status = 200, .body = std::string(shot(1).size() + 1, 'x')},
-            "(more came than it has)"},
-           {{.path = "/files/", .skip = 2, .times = -1, .half = true}, "Couldn't download "},
-           {{.path = "/files/", .skip = 2, .times = 2, .half = true}, "", 0},
+  const std::string other(shot(1).size(), 'x');
+  for (Row row : std::vector<Row>{
+           {Fault{.times = 1, .status = 404}, "(404: its address may have expired", 1},
+           {Fault{.times = 1, .status = 400}, "(400: Apple refuses it as it is). What came whole is kept.\n", 1},
+           {Fault{.times = -1, .status = 429}, "(429). What came whole is kept; run it again to go on.\n"},
+           {Fault{.times = -1, .status = 200, .body = "short"}, "(only a part of it came)"},
+           {Fault{.times = -1, .status = 200, .body = other}, "(it came with another checksum)"},
+           {Fault{.times = -1, .status = 200, .body = other + "x"}, "(more came than it has)"},
+           {Fault{.times = -1, .half = true}, "Couldn't download "},
+           {Fault{.times = 2, .half = true}, "", 0},
        }) {
     SCOPED_TRACE(row.reason);
     put({});
+    row.fault.path = "/files/";
+    row.fault.skip = 2;
     server.onNext(row.fault);
     Ran ran = pull();
     EXPECT_TRUE(has(ran.err, row.reason));
@@ -414,19 +386,17 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
     server.faults().clear();
     if (row.reason.empty()) continue;
     Tree left = tree(false);
-    for (const auto& [name, bytes] : left)
-      EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
+    expectWhole(left);
     EXPECT_EQ(pull().status, 0);
     EXPECT_EQ(downloads() + left.size(), 3U);
-    EXPECT_EQ(names(tree(false)), (std::vector<std::string>{phone + "01.png", phone + "02.png", phone + "03.png"}));
+    EXPECT_EQ(names(tree(false)), names(wanted));
   }
   put({});
   server.onNext({.path = "/files/", .skip = 1, .times = -1, .status = 500});
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   EXPECT_THROW(pull(), Stopped);
   EXPECT_TRUE(has(terminal.errText(), " came and are kept. Run it again to go on from there.\n"));
-  for (const auto& [name, bytes] : tree(false))
-    EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
+  expectWhole(tree(false));
   stopping = std::stop_source();
   clock.onSleep = nullptr;
   server.faults().clear();
@@ -448,7 +418,7 @@ TEST_F(PullTest, AssetsWithoutAChecksumAreKnownByPulledJson) {
   EXPECT_EQ(pull().status, 0);
   EXPECT_EQ(downloads(), 0U);
   EXPECT_EQ(tree(), before);
-  EXPECT_TRUE(has(run("assets push 1.2").out, "nothing to upload"));
+  expectInSync();
   fs::remove(repo.path() / (shots + "pulled.json"));
   EXPECT_EQ(pull().status, 1) << "without it they may be anybody's";
 }
@@ -461,7 +431,7 @@ TEST_F(PullTest, TheBooksKnowEveryFileHoweverThePullEnds) {
     put({{phone + "01.png", shot(2)}}); // makes room for the one that is downloaded
     if (std::string(ends) == "early") server.onNext({.path = "/files/", .skip = 1, .status = 404});
     EXPECT_EQ(pull().status, std::string(ends) == "early");
-    auto books = nlohmann::json::parse(tree().at(shots + "pulled.json"));
+    auto books = json::parse(contents(shots + "pulled.json"));
     for (const auto& [name, bytes] : tree(false)) {
       EXPECT_EQ(books[name.substr(shots.size())].value("md5", ""), MD5::hex(std::string_view(bytes))) << name;
     }
@@ -490,8 +460,8 @@ TEST_F(PullTest, LinkedLanguagesShareWhatTheyShow) {
 
 TEST_F(PullTest, ANameThatTwoDisplaysShareIsNone) {
   repo.write("metadata/header/en-US/Header/01.png", png(2000, 900));
-  for (const std::string platform : {"ios", "macos"}) {
-    Ran ran = run("assets push 1.2 --platform '" + platform + "'");
+  for (const char* line : {"assets push 1.2", "assets push 1.2 --platform macos"}) {
+    Ran ran = run(line);
     EXPECT_EQ(ran.status, 1);
     EXPECT_TRUE(has(ran.err, "metadata/header/en-US/Header: HEADER_IPHONE and HEADER_MAC are both called Header: an ID "
                              "says which one is meant."));
@@ -514,15 +484,6 @@ TEST_F(PullTest, WhatAKillLeftGoesAway) {
 }
 
 TEST_F(PullTest, AnswersNeverLeaveTheFolder) {
-  put({{phone + "01.png", shot(1)}});
-  push();
-  put({});
-  nlohmann::json asset = {{"assetId", "a"},
-                          {"fileName", "01.png"},
-                          {"md5", std::string(32, '0')},
-                          {"size", 5},
-                          {"url", server.origin() + "/files/a"}};
-  nlohmann::json display = {{"kind", "screenshots"}, {"group", "IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE"}};
   struct Row {
     const char* where;
     const char* key;
@@ -530,32 +491,31 @@ TEST_F(PullTest, AnswersNeverLeaveTheFolder) {
     int status;
   };
   for (const Row& row : std::vector<Row>{
-           {"language", "locale", "../../en", 9},
-           {"language", "locale", ".git", 9},
-           {"display", "group", "../../../x", 0},
-           {"display", "kind", "icons", 9},
-           {"asset", "md5", "../x", 9},
-           {"asset", "url", "file:///etc/passwd", 9},
-           {"asset", "url", "http://example.com/x", 9},
-           {"asset", "fileName", "../../../01.png", 1},
+           {"", "locale", "../../en", 9},
+           {"", "locale", ".git", 9},
+           {"/displays/0", "group", "../../../x", 0},
+           {"/displays/0", "kind", "icons", 9},
+           {"/displays/0/assets/0", "md5", "../x", 9},
+           {"/displays/0/assets/0", "url", "file:///etc/passwd", 9},
+           {"/displays/0/assets/0", "url", "http://example.com/x", 9},
+           {"/displays/0/assets/0", "fileName", "../../../01.png", 1},
        }) {
     SCOPED_TRACE(std::string(row.key) + " " + row.value);
-    nlohmann::json one = asset, shown = display, language = {{"locale", "en-US"}};
-    (row.where == std::string("asset")     ? one
-     : row.where == std::string("display") ? shown
-                                           : language)[row.key] = row.value;
-    shown["assets"] = nlohmann::json::array({one});
-    language["displays"] = nlohmann::json::array({shown});
+    json language = json::parse(R"({"locale": "en-US", "displays": [{"kind": "screenshots",
+        "group": "IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE", "assets": [{"assetId": "a", "fileName": "01.png", "size": 5}]}]})");
+    json& asset = language["displays"][0]["assets"][0];
+    asset["md5"] = std::string(32, '0');
+    asset["url"] = server.origin() + "/files/a";
+    language[json::json_pointer(row.where)][row.key] = row.value;
     server.onNext({.path = "/v1/apps/1234567890/assets",
                    .method = "GET",
                    .status = 200,
-                   .body = nlohmann::json{{"languages", nlohmann::json::array({language})}}.dump(),
+                   .body = json{{"languages", json::array({language})}}.dump(),
                    .exact = true});
-    fs::remove_all(repo.path() / "metadata");
-    Ran ran = run("assets pull 1.2");
-    EXPECT_EQ(ran.status, row.status) << ran.err;
+    EXPECT_EQ(run("assets pull 1.2").status, row.status);
     for (const auto& entry : fs::recursive_directory_iterator(repo.path()))
       EXPECT_FALSE(entry.is_regular_file() && entry.path().filename() != "kestu.json") << entry.path();
+    fs::remove_all(repo.path() / "metadata");
   }
 }
 

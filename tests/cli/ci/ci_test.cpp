@@ -59,7 +59,7 @@ TEST_F(CITest, TheTokenGoesToTheToolsInputAlone) {
     ASSERT_EQ(after.size(), before.size() + 1);
     std::string token = kept("input");
     EXPECT_NE(std::find(after.begin(), after.end(), token), after.end());
-    EXPECT_TRUE(ends(kept("calls"), row.call)) << kept("calls");
+    EXPECT_TRUE(ends(kept("calls"), row.call));
     EXPECT_FALSE(has(kept("calls") + ran.out + ran.err, token));
     server.withState([&](sandbox::State& state) {
       EXPECT_EQ(state.tokens[token].scopes, (std::vector<std::string>{"testflight", "release"}));

@@ -80,15 +80,14 @@ TEST_F(IntroOffersTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
     SCOPED_TRACE(row.says.front());
     Ran ran = intro(row.arguments);
     EXPECT_EQ(ran.status, 2);
-    for (const std::string& each : row.says) EXPECT_NE(ran.err.find(each), std::string::npos) << ran.err;
+    for (const std::string& each : row.says) EXPECT_TRUE(has(ran.err, each));
   }
   repo.write("metadata/pricing.json",
              R"({"intro-offers":{"com.example.daylight.pro.monthly":{"countries":{"se":"+2"}}}})");
   Ran file = intro({"create", "--product", pro, "--mode", "pay-up-front", "--duration", "1m", "--discount", "40"});
-  EXPECT_TRUE(file.err.starts_with("metadata/pricing.json: intro-offers: " + pro + ": se's steps count from Apple's"))
-      << file.err;
+  EXPECT_TRUE(begins(file.err, "metadata/pricing.json: intro-offers: " + pro + ": se's steps count from Apple's"));
   repo.write("metadata/pricing.json", R"({"intro-offers":{"com.example.daylight.pro.monthly":1}})");
-  EXPECT_NE(intro({"create", "--product", pro}).err.find("\nmetadata/pricing.json: intro-offers: "), std::string::npos);
+  EXPECT_TRUE(has(intro({"create", "--product", pro}).err, "\nmetadata/pricing.json: intro-offers: "));
   EXPECT_TRUE(server.requests().empty());
 }
 
@@ -133,45 +132,35 @@ TEST_F(IntroOffersTest, WhatDoesntFitTheSubscriptionIsRefusedBeforeAnythingIsSen
 }
 
 TEST_F(IntroOffersTest, AnOfferIsMadeFollowedShownAndTakenBack) {
-  Ran made = create({"--mode", "free", "--duration", "1w", "--from", "2026-12-01", "--until", "2026-12-01", "--keep",
-                     "ru", "--wait"});
+  Ran made = create("--mode free --duration 1w --from 2026-12-01 --until 2026-12-01 --keep ru --wait");
   EXPECT_EQ(made.status, 0) << made.err;
   std::string job = jobIn(made.out);
-  EXPECT_NE(made.out.find("\nUndo: kestu intro-offers undo " + job + "\n"), std::string::npos) << made.out;
-  EXPECT_NE(made.out.find("✓ Done, all 174 countries.\n  Daylight Pro, monthly (" + pro +
-                          "): 1 week free, from 1 Dec 2026, until 1 Dec 2026\n"),
-            std::string::npos)
-      << made.out;
+  EXPECT_TRUE(has(made.out, "\nUndo: kestu intro-offers undo " + job + "\n"));
+  EXPECT_TRUE(has(made.out, "✓ Done, all 174 countries.\n  Daylight Pro, monthly (" + pro +
+                                "): 1 week free, from 1 Dec 2026, until 1 Dec 2026\n"));
   EXPECT_EQ(lastBody().dump(), R"({"duration":"oneweek","from":"2026-12-01","mode":"freetrial","overrides":)"
                                R"([{"keep":true,"storefront":"ru"}],"periods":1,"product":")" +
                                    pro + R"(","until":"2026-12-01"})");
   EXPECT_EQ(intro({"list", "--product", pro}).out,
             "Daylight Pro, monthly (" + pro + "), renewed every month\n1 week free, on 1 Dec 2026: 174 countries\n");
-  EXPECT_NE(
-      create({"--mode", "free", "--duration", "1w", "--countries", "se"})
-          .err.find("Leave it out with --keep, let this one start after 1 Dec 2026 or take that one off first:\n"),
-      std::string::npos);
+  EXPECT_TRUE(has(create("--mode free --duration 1w --countries se").err,
+                  "Leave it out with --keep, let this one start after 1 Dec 2026 or take that one off first:\n"));
   Ran undone = intro({"undo", job, "--yes", "--wait"});
-  EXPECT_NE(undone.out.find("✓ Undoing it: Kestu deletes the new offers over the next few minutes.\n"),
-            std::string::npos)
-      << undone.out << undone.err;
+  EXPECT_TRUE(has(undone.out, "✓ Undoing it: Kestu deletes the new offers over the next few minutes.\n"));
   server.forgetRequests();
   EXPECT_EQ(intro({"undo", job}).err, "It's undone already.\n") << "nobody is asked";
   EXPECT_EQ(calls("POST"), 0U);
-  EXPECT_NE(intro({"list", "--product", pro}).out.find("\nNo introductory offers.\n\nNext: kestu intro-offers create "),
-            std::string::npos);
+  EXPECT_TRUE(
+      has(intro({"list", "--product", pro}).out, "\nNo introductory offers.\n\nNext: kestu intro-offers create "));
 
   server.scriptNextPlan({});
   Ran gone = intro({"delete", "--product", yearly, "--countries", "uscanada,ca", "--yes", "--wait"});
   EXPECT_EQ(gone.status, 0) << gone.err;
-  EXPECT_TRUE(gone.err.starts_with("! --countries names ca twice.\n")) << gone.err;
-  EXPECT_EQ(gone.out.find("Undo: "), std::string::npos) << gone.out;
-  EXPECT_NE(intro({"list", "--product", yearly}).out.find("1 week free, since 1 Sep 2026: 173 countries\n"),
-            std::string::npos);
-  EXPECT_NE(
-      intro({"delete", "--product", yearly, "--countries", "se,ca,us", "--dry-run"})
-          .out.find("1 week free, since 1 Sep 2026: Sweden\n! There is none to take off in 2 countries (ca, us).\n"),
-      std::string::npos);
+  EXPECT_TRUE(begins(gone.err, "! --countries names ca twice.\n"));
+  EXPECT_FALSE(has(gone.out, "Undo: "));
+  EXPECT_TRUE(has(intro({"list", "--product", yearly}).out, "1 week free, since 1 Sep 2026: 173 countries\n"));
+  EXPECT_TRUE(has(intro({"delete", "--product", yearly, "--countries", "se,ca,us", "--dry-run"}).out,
+                  "1 week free, since 1 Sep 2026: Sweden\n! There is none to take off in 2 countries (ca, us).\n"));
 }
 
 TEST_F(IntroOffersTest, PricesComeFromTheFileAndTheCommandLineAndAreShownFirst) {
@@ -193,7 +182,7 @@ TEST_F(IntroOffersTest, PricesComeFromTheFileAndTheCommandLineAndAreShownFirst) 
                 "1 country from metadata/pricing.json.\n"
                 "Dry run: would make the introductory offer of " +
                 pro + ", after your approval.\n");
-  EXPECT_NE(shown.err.find("has extra, which kestu doesn't read"), std::string::npos) << shown.err;
+  EXPECT_TRUE(has(shown.err, "has extra, which kestu doesn't read"));
   EXPECT_EQ(server.requests().back().query, "round=closest&dryRun=true");
   dry.push_back("--json");
   auto changes = nlohmann::json::parse(intro(dry).out)["changes"];
@@ -231,7 +220,7 @@ TEST_F(IntroOffersTest, APriceNamesTheCountryThatItIsOf) {
     Words all = {"create", "--product", pro, "--mode", "pay-as-you-go", "--periods", "3", "--dry-run"};
     all.insert(all.end(), row.arguments.begin(), row.arguments.end());
     Ran ran = intro(all);
-    EXPECT_NE(ran.out.find(row.says), std::string::npos) << ran.out << ran.err;
+    EXPECT_TRUE(has(ran.out, row.says));
     EXPECT_EQ(lastBody().value("country", ""), row.country);
   }
 }

@@ -75,7 +75,7 @@ TEST_F(OfferCodesTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
     SCOPED_TRACE(row.says.front());
     Ran ran = codes(row.arguments);
     EXPECT_EQ(ran.status, row.status);
-    for (const std::string& each : row.says) EXPECT_NE(ran.err.find(each), std::string::npos) << ran.err;
+    for (const std::string& each : row.says) EXPECT_TRUE(has(ran.err, each));
   }
   EXPECT_TRUE(server.requests().empty());
 }
@@ -96,7 +96,7 @@ TEST_F(OfferCodesTest, WhatTheProductsKindForbidsIsRefused) {
     SCOPED_TRACE(message);
     Ran ran = codes(arguments);
     EXPECT_NE(ran.status, 0);
-    EXPECT_TRUE(ran.err.starts_with(message)) << ran.err;
+    EXPECT_TRUE(begins(ran.err, message));
   }
   EXPECT_EQ(calls("POST"), 0U);
 }
@@ -112,44 +112,39 @@ TEST_F(OfferCodesTest, CodesGoFromTheirOfferToAFileAndToTheirEnd) {
       << made.err;
   makeOffer();
   server.withState([](sandbox::State& state) { state.offers.codesAfter = 12; });
-  Ran generated = approved({"generate", "Spring", "--count", "3", "--expires", "2027-05-21", "--to", "codes.txt"});
+  Ran generated = approved("generate Spring --count 3 --expires 2027-05-21 --to codes.txt");
   EXPECT_EQ(generated.status, 0) << generated.err;
   EXPECT_TRUE(
-      generated.out.ends_with("✓ Wrote 3 codes to codes.txt. Each is worth an offer: keep the file to yourself.\n"))
-      << generated.out;
+      ends(generated.out, "✓ Wrote 3 codes to codes.txt. Each is worth an offer: keep the file to yourself.\n"));
   EXPECT_EQ(std::filesystem::status(repo.path() / "codes.txt").permissions(), std::filesystem::perms(0600));
   std::string text = file("codes.txt");
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3);
-  EXPECT_EQ(codes({"download", "Spring", "--to", "-"}).out, text);
-  EXPECT_EQ(codes({"download", "Spring", "--to", "codes.txt"}).status, 1);
+  EXPECT_EQ(codes("download Spring --to -").out, text);
+  EXPECT_EQ(codes("download Spring --to codes.txt").status, 1);
   std::string first = text.substr(0, text.find('\n'));
-  EXPECT_EQ(codes({"download", "Spring", "--to", "codes.csv"}).out,
+  EXPECT_EQ(codes("download Spring --to codes.csv").out,
             "✓ Wrote 3 codes of the offer Spring of " + pro + " to codes.csv.\n");
-  EXPECT_TRUE(file("codes.csv")
-                  .starts_with("Code,Link\n" + first +
-                               ",https://apps.apple.com/redeem?ctx=offercodes&id="
-                               "1234567890&code=" +
-                               first + "\n"));
-  Ran custom = approved({"generate", "Spring", "--custom", "SPRING26", "--count", "1000"});
-  EXPECT_NE(custom.out.find("✓ Made SPRING26 (1,000 times) for the offer Spring of " + pro +
-                            ".\nNext: kestu offer-codes "
-                            "view Spring\n"),
-            std::string::npos)
-      << custom.out << custom.err;
-  EXPECT_EQ(codes({"generate", "Spring", "--custom", "SPRING26", "--count", "5", "--yes"}).err,
+  EXPECT_TRUE(begins(file("codes.csv"), "Code,Link\n" + first +
+                                            ",https://apps.apple.com/redeem?ctx=offercodes&id="
+                                            "1234567890&code=" +
+                                            first + "\n"));
+  Ran custom = approved("generate Spring --custom SPRING26 --count 1000");
+  EXPECT_TRUE(has(custom.out, "✓ Made SPRING26 (1,000 times) for the offer Spring of " + pro +
+                                  ".\nNext: kestu offer-codes "
+                                  "view Spring\n"));
+  EXPECT_EQ(codes("generate Spring --custom SPRING26 --count 5 --yes").err,
             "The offer Spring of " + pro +
                 " has the code SPRING26 (1,000 times) already. Nothing sent.\nNext: kestu offer-codes view Spring\n");
-  EXPECT_EQ(codes({"download", "Spring", "--codes", "SPRING26", "--to", "-"}).status, 2);
-  EXPECT_EQ(approved({"deactivate", "Spring", "--codes", "SPRING26"}).status, 0);
-  EXPECT_NE(codes({"list"}).out.find("3 one-time codes; SPRING26 (1,000 times) (off)"), std::string::npos);
-  Ran more = approved({"generate", "Spring", "--count", "2", "--expires", "2027-05-21", "--to", "more.txt", "--json"});
+  EXPECT_EQ(codes("download Spring --codes SPRING26 --to -").status, 2);
+  EXPECT_EQ(approved("deactivate Spring --codes SPRING26").status, 0);
+  EXPECT_TRUE(has(codes("list").out, "3 one-time codes; SPRING26 (1,000 times) (off)"));
+  Ran more = approved("generate Spring --count 2 --expires 2027-05-21 --to more.txt --json");
   auto written = nlohmann::json::parse(more.out);
   EXPECT_EQ(written["file"].dump() + written["count"].dump(), "\"more.txt\"2");
-  EXPECT_EQ(approved({"deactivate", "Spring"}).status, 0);
-  EXPECT_NE(codes({"view", "Spring"}).out.find("3 one-time codes, made just now, until 21 May 2027, off\n"),
-            std::string::npos);
-  EXPECT_EQ(codes({"deactivate", "Spring"}).out, "✓ It's off already: nothing sent.\n");
-  EXPECT_EQ(approved({"generate", "Spring", "--count", "3", "--expires", "2027-01-01"}).err,
+  EXPECT_EQ(approved("deactivate Spring").status, 0);
+  EXPECT_TRUE(has(codes("view Spring").out, "3 one-time codes, made just now, until 21 May 2027, off\n"));
+  EXPECT_EQ(codes("deactivate Spring").out, "✓ It's off already: nothing sent.\n");
+  EXPECT_EQ(approved("generate Spring --count 3 --expires 2027-01-01").err,
             "The offer Spring of " + pro + " is off for good. Nothing sent.\n");
 }
 
@@ -161,7 +156,7 @@ TEST_F(OfferCodesTest, CodesThatAreMadeAreNeverLost) {
   server.withState([](sandbox::State& state) { state.offers.codesAfter = 3600; });
   Ran late = approved(generate);
   EXPECT_EQ(late.status, 10);
-  EXPECT_NE(late.err.find("Apple is still making the codes.\n" + next), std::string::npos) << late.err;
+  EXPECT_TRUE(has(late.err, "Apple is still making the codes.\n" + next));
   server.withState([](sandbox::State& state) { state.offers.codesAfter = 0; });
   server.onNext({.path = "/v1/apps/1234567890/offer-codes/",
                  .method = "GET",
@@ -169,16 +164,15 @@ TEST_F(OfferCodesTest, CodesThatAreMadeAreNeverLost) {
                  .body = R"({"state":"ready","codes":["OK","\u001b[2J"]})"});
   Ran hostile = approved(generate);
   EXPECT_EQ(hostile.status, 9);
-  EXPECT_NE(hostile.err.find(next), std::string::npos) << hostile.err;
+  EXPECT_TRUE(has(hostile.err, next));
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "codes.txt"));
-  EXPECT_EQ(codes({"download", "Spring", "--to", "codes.txt"}).status, 0);
+  EXPECT_EQ(codes("download Spring --to codes.txt").status, 0);
   server.withState([](sandbox::State& state) { state.offers.codes.back().name = "Spr\x1bing"; });
-  EXPECT_EQ(codes({"view", "Spr\x1bing"}).out.find("download 'Spr"), std::string::npos);
+  EXPECT_FALSE(has(codes("view Spr\x1bing").out, "download 'Spr"));
   approved({"create", "Quarter", "--product", pro, "--mode", "pay-up-front", "--duration", "3m", "--price", "9.99"});
-  EXPECT_NE(codes({"view", "Quarter"}).out.find("United States    14.97 →   9.99 USD  -33%\n"), std::string::npos)
-      << codes({"view", "Quarter"}).out;
+  EXPECT_TRUE(has(codes("view Quarter").out, "United States    14.97 →   9.99 USD  -33%\n"));
   makeOffer("-f");
-  EXPECT_EQ(codes({"view", "--", "-f"}).out.find("generate -f"), std::string::npos);
+  EXPECT_FALSE(has(codes("view -- -f").out, "generate -f"));
 }
 
 } // namespace

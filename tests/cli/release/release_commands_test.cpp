@@ -302,7 +302,7 @@ TEST_F(ReleaseTest, ValidateUsesWhatItCanHave) {
   ran = run("metadata validate");
   EXPECT_EQ(ran.status, 7);
   EXPECT_TRUE(has(ran.out, "1.png isn't a PNG or a JPEG."));
-  EXPECT_EQ(ran.err.find("No listing in the repo."), 0U) << ran.err;
+  EXPECT_TRUE(begins(ran.err, "No listing in the repo."));
   repo.write("kestu.json", "{");
   EXPECT_EQ(run("metadata validate").status, 1);
 }

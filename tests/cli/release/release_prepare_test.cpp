@@ -88,12 +88,10 @@ TEST_F(PrepareTest, ShowsTheWholePlanFirstAndMakesEachStepOnce) {
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(states(ran.out), "unchanged unchanged unchanged unchanged unchanged unchanged");
   ran = prepare();
-  EXPECT_TRUE(
-      ran.out.starts_with("✓ version       App Store Connect already has what the repo says.\n✓ build         1.2 "
-                          "already has what the repo says.\n"))
-      << ran.out;
-  EXPECT_TRUE(ran.out.ends_with("✓ What to Test  1.2 (43) already has what the repo says.\n✓ 1.2 for iOS was prepared "
-                                "already: nothing sent.\nNext: kestu release check 1.2\n"));
+  EXPECT_TRUE(begins(ran.out, "✓ version       App Store Connect already has what the repo says.\n✓ build         1.2 "
+                              "already has what the repo says.\n"));
+  EXPECT_TRUE(ends(ran.out, "✓ What to Test  1.2 (43) already has what the repo says.\n✓ 1.2 for iOS was prepared "
+                            "already: nothing sent.\nNext: kestu release check 1.2\n"));
   EXPECT_EQ(changes(), before);
 }
 
@@ -133,7 +131,7 @@ TEST_F(PrepareTest, GoesOnWhereItStopped) {
     Ran ran = prepare({"--yes", "--json"});
     EXPECT_EQ(ran.status, stop.status);
     EXPECT_EQ(states(ran.out), stop.states);
-    EXPECT_TRUE(ran.err.ends_with(stop.end)) << ran.err;
+    EXPECT_TRUE(ends(ran.err, stop.end));
     server.faults().clear();
   }
   Ran ran = prepare({"--yes", "--json"});
@@ -146,33 +144,29 @@ TEST_F(PrepareTest, AnInterruptionTellsHowFarItCame) {
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   EXPECT_THROW(prepare({"--yes", "--json"}), Stopped);
   EXPECT_EQ(states(terminal.outText()), "unchanged done done waiting planned planned");
-  EXPECT_TRUE(terminal.errText().ends_with("Stopped.\nDone: version, build, release.\nNot done: assets, What to Test. "
-                                           "Run it again to go on from there.\n"))
-      << terminal.errText();
+  EXPECT_TRUE(ends(terminal.errText(), "Stopped.\nDone: version, build, release.\nNot done: assets, What to Test. "
+                                       "Run it again to go on from there.\n"));
 }
 
 TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
   repo.write("metadata/releases/1.3/en-US.json", R"({"whatsNew": "Dusk."})");
   Ran ran = prepare({"--yes", "--no-wait", "--no-assets"}, "1.3");
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_NE(ran.out.find("\n  version       rename 1.2, the version being prepared, to 1.3\n"), std::string::npos);
-  EXPECT_NE(
-      ran.out.find("\n✓ version       1.2, which was being prepared, renamed to 1.3\n  build         none of 1.3 that "
-                   "Apple has processed yet: kestu builds upload sends one.\n"),
-      std::string::npos)
-      << ran.out;
-  EXPECT_NE(ran.out.find(
-                "\n● listing       2 values from the repo, waits for your approval in the kestu app\n  assets        "
-                "stay as they are (--no-assets).\n  What to Test  the repo has none.\n● Waiting for your approval "
-                "in the kestu app.\nNext: kestu builds upload <file>\n"),
-            std::string::npos);
+  EXPECT_TRUE(has(ran.out, "\n  version       rename 1.2, the version being prepared, to 1.3\n"));
+  EXPECT_TRUE(has(ran.out,
+                  "\n✓ version       1.2, which was being prepared, renamed to 1.3\n  build         none of 1.3 that "
+                  "Apple has processed yet: kestu builds upload sends one.\n"));
+  EXPECT_TRUE(has(ran.out,
+                  "\n● listing       2 values from the repo, waits for your approval in the kestu app\n  assets        "
+                  "stay as they are (--no-assets).\n  What to Test  the repo has none.\n● Waiting for your approval "
+                  "in the kestu app.\nNext: kestu builds upload <file>\n"));
 
   setState("1.3", "readyfordistribution");
   server.withState([](sandbox::State& state) { state.review.unlisted = 3; });
   ran = prepare({"--yes", "--json"}, "1.4");
   EXPECT_EQ(ran.status, 10) << ran.err;
   EXPECT_EQ(states(ran.out), "done left planned planned planned left");
-  EXPECT_TRUE(ran.err.ends_with("1.4 is made, but App Store Connect doesn't list it yet. Run it again in a minute.\n"));
+  EXPECT_TRUE(ends(ran.err, "1.4 is made, but App Store Connect doesn't list it yet. Run it again in a minute.\n"));
   ran = prepare({"--yes", "--json"}, "1.4");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(states(ran.out), "unchanged left unchanged done done left");
@@ -188,7 +182,7 @@ TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
     EXPECT_EQ(prepare({"--yes", "--json"}, number).status, 9);
     ran = prepare({"--yes", "--json"}, number);
     EXPECT_EQ(ran.status, status) << ran.err;
-    EXPECT_TRUE(states(ran.out).starts_with(made)) << ran.out;
+    EXPECT_TRUE(begins(states(ran.out), made)) << ran.out;
     EXPECT_EQ(ran.err.find("has a version " + number + " for iOS already") != std::string::npos, status == 1)
         << ran.err;
   }
@@ -199,7 +193,7 @@ TEST_F(PrepareTest, WhatIsTooLateIsRefused) {
             "1.1 for iOS is on the App Store already, which takes no lower number after it.\n");
   Ran past = prepare({"--release-type", "scheduled", "--earliest", "2026-01-01T09:00:00Z", "--dry-run"});
   EXPECT_EQ(past.status, 2);
-  EXPECT_TRUE(past.err.ends_with("has passed: give a moment that's still to come.\n")) << past.err;
+  EXPECT_TRUE(ends(past.err, "has passed: give a moment that's still to come.\n"));
   EXPECT_EQ(changes(), 0U);
 }
 
@@ -272,7 +266,7 @@ TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {
     arguments.emplace_back("--yes");
     Ran ran = prepare(arguments);
     EXPECT_EQ(ran.status, each.status);
-    EXPECT_TRUE(ran.err.starts_with(each.message)) << ran.err;
+    EXPECT_TRUE(begins(ran.err, each.message));
     EXPECT_EQ(ran.out, "");
     repo.write("metadata/screenshots/en-US/iPhone 6.9/02.png", png(1290, 2796, PNGColours::palette, 1));
   }
