@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kestu::tests {
@@ -29,6 +30,15 @@ inline void expectErrors(const std::function<Ran(const std::string&)>& run,
     EXPECT_EQ(ran.status, row.status);
     EXPECT_TRUE(says(ran.err, row.err));
   }
+}
+
+/// The same of lines that are all used wrongly, each with what it says.
+inline void expectWrongUse(const std::function<Ran(const std::string&)>& run,
+                           testing::AssertionResult (*says)(const std::string&, const std::string&),
+                           const std::vector<std::pair<std::string, std::string>>& rows) {
+  std::vector<ErrorRow> all;
+  for (const auto& [line, err] : rows) all.push_back({line, 2, err});
+  expectErrors(run, says, all);
 }
 
 } // namespace kestu::tests
