@@ -24,11 +24,11 @@ class LinkedTest : public CommandTest {
   }
   /// The body of the last POST to a path that ends so.
   nlohmann::json lastBody(const std::string& ending = "") {
-    nlohmann::json body;
+    std::string body = "null";
     for (const auto& request : server.requests()) {
-      if (request.method == "POST" && request.path.ends_with(ending)) body = nlohmann::json::parse(request.body);
+      if (request.method == "POST" && request.path.ends_with(ending)) body = request.body;
     }
-    return body;
+    return nlohmann::json::parse(body);
   }
   std::string contents(const std::string& file) const {
     return Files::read(repo.path() / file, 1 << 22).value_or("none");

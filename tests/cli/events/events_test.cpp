@@ -1,8 +1,7 @@
 #include "core/console/text_style.hpp"
 #include "core/pricing/region_words.hpp"
-#include "tests/support/command_test.hpp"
-
-#include <nlohmann/json.hpp>
+#include "tests/support/error_rows.hpp"
+#include "tests/support/linked_test.hpp"
 
 namespace kestu::tests {
 namespace {
@@ -10,32 +9,25 @@ namespace {
 using nlohmann::json;
 
 /// The demo's events of Daylight Weather; the service's time is that of the command.
-class EventsTest : public CommandTest {
+class EventsTest : public LinkedTest {
  protected:
-  EventsTest() : CommandTest({.partSize = 100'000, .now = [this] { return clock.now(); }}) {
-    signIn();
-    link();
+  EventsTest() : LinkedTest({.partSize = 100'000, .now = [this] { return clock.now(); }}) {
     environment["TZ"] = "Europe/Stockholm";
     repo.write("card.png", png(1920, 1080));
     repo.write("page.png", png(1080, 1920));
   }
 
-  Ran events(CommandWords arguments) {
-    arguments.insert(arguments.begin(), "events");
-    return run(arguments);
-  }
+  std::function<Ran(const std::string&)> events = [this](const auto& line) { return run("events " + line); };
   /// The same, confirmed; it has to succeed.
-  std::string done(CommandWords arguments) {
-    arguments.emplace_back("--yes");
-    Ran ran = events(arguments);
+  std::string done(const std::string& line) {
+    Ran ran = events(line + " --yes");
     EXPECT_EQ(ran.status, 0) << ran.err << ran.out;
     return ran.out;
   }
-  json lastBody() { return json::parse(server.requests().back().body); }
   void make(const std::string& name, const std::string& state) {
-    done({"create", name, "--starts", "2026-12-01 10:00", "--ends", "2026-12-05", "--badge", "challenge",
-          "--display-name", "The Cup", "--short-description", "Be quick.", "--long-description", "Be quicker.",
-          "--card", "card.png", "--details-page", "page.png"});
+    done("create '" + name +
+         "' --starts '2026-12-01 10:00' --ends 2026-12-05 --badge challenge --display-name 'The Cup' "
+         "--short-description 'Be quick.' --long-description 'Be quicker.' --card card.png --details-page page.png");
     clock.advance(std::chrono::seconds(5));
     server.withState([&](sandbox::State& held) { held.events.events.front().state = state; });
   }
@@ -61,15 +53,15 @@ TEST_F(EventsTest, FromMakingToDeleting) {
   EXPECT_TRUE(has(out, "  name               Cupen\n"));
   EXPECT_TRUE(has(out, "✓ Gave \"Fall Cup\" its sv.\nNext: kestu events card 'Fall Cup' <file> --language sv\n"));
   EXPECT_EQ(events("submit 'Fall Cup'").status, 1);
-  for (const char* language : {"en-US", "sv"}) {
-    EXPECT_TRUE(has(done({"card", "Fall Cup", "card.png", "--language", language}),
+  for (const std::string language : {"en-US", "sv"}) {
+    EXPECT_TRUE(has(done("card 'Fall Cup' card.png --language " + language),
                     "✓ Sent card.png. Apple checks it: kestu events view 'Fall Cup' says when it's ready.\n"));
-    done({"details", "Fall Cup", "page.png", "--language", language});
+    done("details 'Fall Cup' page.png --language " + language);
   }
-  Ran view = events("view 'Fall Cup'");
-  EXPECT_TRUE(has(view.out, "a long description in en-US"));
-  EXPECT_TRUE(has(view.out, "card.png, Apple is checking it"));
-  EXPECT_TRUE(has(view.out, "Next: kestu events localize 'Fall Cup' --language en-US --long-description <text>\n"));
+  std::string view = events("view 'Fall Cup'").out;
+  EXPECT_TRUE(has(view, "a long description in en-US"));
+  EXPECT_TRUE(has(view, "card.png, Apple is checking it"));
+  EXPECT_TRUE(has(view, "Next: kestu events localize 'Fall Cup' --language en-US --long-description <text>\n"));
   done("localize 'Fall Cup' --long-description 'Be quicker.'");
   clock.advance(std::chrono::seconds(5));
   EXPECT_TRUE(ends(events("view 'Fall Cup'").out, "\n\nNext: kestu events submit 'Fall Cup'\n"));
@@ -102,8 +94,9 @@ TEST_F(EventsTest, FromMakingToDeleting) {
 
 TEST_F(EventsTest, WrongUseIsToldAllAtOnceBeforeAnyCall) {
   const std::string dates = " --starts '2026-12-01 10:00' --ends 2026-12-05";
-  for (
-      const auto& [line, message] : std::vector<std::pair<std::string, std::string>>{
+  expectWrongUse(
+      events, begins,
+      {
           {"create Cup", "Give its dates: --starts and --ends.\n"},
           {"create Cup --starts '2026-12-05 10:00' --ends '2026-12-05 10:14'", "An event lasts 15 minutes"},
           {"create Cup --promote-from 2026-11-01" + dates, "--promote-from is up to 14 days before the start"},
@@ -142,13 +135,8 @@ TEST_F(EventsTest, WrongUseIsToldAllAtOnceBeforeAnyCall) {
           {"details Cup card.png", "card.png is 1920 × 1080"},
           {"card Cup none.png", "No file at none.png"},
           {"view ' '", "The event is empty."},
-      }) {
-    SCOPED_TRACE(message);
-    Ran ran = events(line);
-    EXPECT_EQ(ran.status, 2);
-    EXPECT_TRUE(begins(ran.err, message));
-    EXPECT_EQ(ran.out, "");
-  }
+      });
+  EXPECT_EQ(terminal.outText(), "");
   environment["TZ"] = "Mars/Base";
   EXPECT_EQ(events("create Cup --starts 2026-12-05 --ends 2026-12-06").err,
             "This machine's time zone isn't known (TZ is Mars/Base): give --time-zone (Europe/Stockholm).\n");
@@ -159,47 +147,34 @@ TEST_F(EventsTest, WrongUseIsToldAllAtOnceBeforeAnyCall) {
 TEST_F(EventsTest, WhatTheEventDoesNotAllowIsRefusedBeforeItIsSent) {
   make("Fall Cup", "approved");
   done("create 'Spring Cup' --starts 2027-03-01 --ends 2027-03-02");
-  std::size_t sent = server.requests().size();
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string message;
-  };
-  for (const Row& row : std::vector<Row>{
-           {"view 'Cup\x1b[31m'", 7, "The app has no event named Cup\\u{1b}[31m: kestu events lists them.\n"},
-           {"create 'FALL CUP' --starts 2026-12-05 --ends 2026-12-06", 1,
-            "The app has an event named Fall Cup already, which is approved."},
-           {"set 'Spring Cup' --name 'fall cup'", 1, "The app has another event named Fall Cup already.\n"},
-           {"set 'Spring Cup' --ends 2027-04-02", 2, "An event lasts 15 minutes to 31 days; this one would last"},
-           {"set 'Fall Cup' --badge premiere --priority high", 1,
-            "\"Fall Cup\" is approved: only its countries, priority and dates to come change now, not its badge.\n"},
-           {"localize 'Fall Cup' --display-name x", 1, "\"Fall Cup\" is approved: only"},
-           {"card 'Fall Cup' card.png", 1, "\"Fall Cup\" is approved: only"},
-           {"card 'Spring Cup' card.png", 7,
-            "\"Spring Cup\" isn't in en-US. To give it the language: kestu events localize"},
-           {"localize 'Spring Cup' --language sv --long-description x", 2, "A language needs its --display-name"},
-           {"localize 'Spring Cup' --language sv --remove", 7, "\"Spring Cup\" isn't in sv"},
-           {"submit 'Fall Cup'", 1, "\"Fall Cup\" is approved: there's nothing to submit.\n"},
-           {"submit 'Spring Cup'", 1, "\"Spring Cup\" isn't ready for App Review. It still needs:\n  a badge\n"},
-           {"cancel 'Spring Cup'", 1, "\"Spring Cup\" isn't with App Review: it's a draft.\n"},
-           {"delete 'Meteor Night 2026'", 1, "\"Meteor Night 2026\" is on the App Store, and Apple deletes"},
-           {"set 'Meteor Night 2026' --starts 2026-12-01", 1,
-            "\"Meteor Night 2026\" has started: only its end changes now"},
-           {"set 'Spring Cup' --priority normal", 0, ""},
-           {"delete 'Fall Cup'", 6,
-            "Delete \"Fall Cup\" of Daylight Weather (com.example.daylight), which is approved. Can't be undone.\n"},
-       }) {
-    SCOPED_TRACE(row.arguments + " " + row.message);
-    Ran ran = events(row.arguments);
-    EXPECT_EQ(ran.status, row.status) << ran.out;
-    EXPECT_TRUE(begins(ran.err, row.message));
-  }
-  for (const auto& request : server.requests()) {
-    if (sent == 0) {
-      EXPECT_EQ(request.method, "GET") << request.path;
-    }
-    sent -= sent > 0 ? 1 : 0;
-  }
+  server.forgetRequests();
+  expectErrors(
+      events, begins,
+      {
+          {"view 'Cup\x1b[31m'", 7, "The app has no event named Cup\\u{1b}[31m: kestu events lists them.\n"},
+          {"create 'FALL CUP' --starts 2026-12-05 --ends 2026-12-06", 1,
+           "The app has an event named Fall Cup already, which is approved."},
+          {"set 'Spring Cup' --name 'fall cup'", 1, "The app has another event named Fall Cup already.\n"},
+          {"set 'Spring Cup' --ends 2027-04-02", 2, "An event lasts 15 minutes to 31 days; this one would last"},
+          {"set 'Fall Cup' --badge premiere --priority high", 1,
+           "\"Fall Cup\" is approved: only its countries, priority and dates to come change now, not its badge.\n"},
+          {"localize 'Fall Cup' --display-name x", 1, "\"Fall Cup\" is approved: only"},
+          {"card 'Fall Cup' card.png", 1, "\"Fall Cup\" is approved: only"},
+          {"card 'Spring Cup' card.png", 7,
+           "\"Spring Cup\" isn't in en-US. To give it the language: kestu events localize"},
+          {"localize 'Spring Cup' --language sv --long-description x", 2, "A language needs its --display-name"},
+          {"localize 'Spring Cup' --language sv --remove", 7, "\"Spring Cup\" isn't in sv"},
+          {"submit 'Fall Cup'", 1, "\"Fall Cup\" is approved: there's nothing to submit.\n"},
+          {"submit 'Spring Cup'", 1, "\"Spring Cup\" isn't ready for App Review. It still needs:\n  a badge\n"},
+          {"cancel 'Spring Cup'", 1, "\"Spring Cup\" isn't with App Review: it's a draft.\n"},
+          {"delete 'Meteor Night 2026'", 1, "\"Meteor Night 2026\" is on the App Store, and Apple deletes"},
+          {"set 'Meteor Night 2026' --starts 2026-12-01", 1,
+           "\"Meteor Night 2026\" has started: only its end changes now"},
+          {"set 'Spring Cup' --priority normal", 0, ""},
+          {"delete 'Fall Cup'", 6,
+           "Delete \"Fall Cup\" of Daylight Weather (com.example.daylight), which is approved. Can't be undone.\n"},
+      });
+  for (const std::string& call : paths()) EXPECT_TRUE(begins(call, "GET "));
   server.withState([](sandbox::State& state) {
     auto& event = state.events.events.front();
     event.own[{"us"}] = *event.dates;
@@ -220,11 +195,10 @@ TEST_F(EventsTest, DryRunsAndDataSayAllOfIt) {
                             {"place":"Cup en-US","field":"card","from":null,"to":"card.png"}])"));
   EXPECT_EQ(events("view Cup").status, 7) << "nothing was made";
   make("Fall Cup", "draft");
-  Ran card = events("card 'Fall Cup' card.png --dry-run");
-  EXPECT_EQ(card.out, "Dry run: would send card.png as the card of \"Fall Cup\" of Daylight Weather "
-                      "(com.example.daylight) in en-US.\n");
-  Ran made = events("submit 'Fall Cup' --with-version --yes --json");
-  EXPECT_EQ(json::parse(made.out), json({{"waits", false}}));
+  EXPECT_EQ(events("card 'Fall Cup' card.png --dry-run").out,
+            "Dry run: would send card.png as the card of \"Fall Cup\" of Daylight Weather "
+            "(com.example.daylight) in en-US.\n");
+  EXPECT_EQ(json::parse(done("submit 'Fall Cup' --with-version --json")), json({{"waits", false}}));
   EXPECT_EQ(lastBody(), json({{"withVersion", true}}));
   EXPECT_TRUE(ends(events("submit 'Fall Cup' --with-version --app 1234567890 --yes").out,
                    "nothing sent.\nNext: kestu submit <version> --event 'Fall Cup' --app 1234567890\n"));
