@@ -1,8 +1,6 @@
-#include "core/support/files.hpp"
 #include "sandbox/metadata/listing.hpp"
-#include "tests/support/command_test.hpp"
-
-#include <nlohmann/json.hpp>
+#include "tests/support/error_rows.hpp"
+#include "tests/support/linked_test.hpp"
 
 #include <cstdlib>
 
@@ -15,16 +13,12 @@ using nlohmann::json;
 
 const std::string path = "/v1/apps/1234567890/listing";
 
-class MetadataTest : public CommandTest {
+class MetadataTest : public LinkedTest {
  protected:
-  MetadataTest() {
-    signIn();
-    link();
-  }
-  std::string contents(const std::string& file) { return Files::read(repo.path() / file, 1 << 22).value_or("(none)"); }
-  void edit(const std::string& file, const std::function<void(json&)>& change) {
+  /// Changes values of a file's object; null takes one out.
+  void edit(const std::string& file, const json& changes) {
     json object = json::parse(contents(file));
-    change(object);
+    object.merge_patch(changes);
     repo.write(file, object.dump());
   }
   std::map<std::string, std::string> everything() {
@@ -51,23 +45,20 @@ TEST_F(MetadataTest, APullAfterAPullWritesNothingInAnyLayout) {
                                          {"json", "metadata/version/1.2/ja.json"},
                                          {"fastlane", "fastlane/metadata/ja/description.txt"}}) {
     SCOPED_TRACE(row.layout);
-    Ran ran = run("metadata pull 1.2 --layout '" + row.layout + "'");
-    EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_TRUE(has(ran.out, "  new      " + row.file + "\n"));
+    const std::string layout = " --layout " + row.layout;
+    EXPECT_TRUE(has(run("metadata pull 1.2" + layout).out, "  new      " + row.file + "\n"));
     auto before = everything();
-    ran = run("metadata pull --layout '" + row.layout + "' --json");
-    EXPECT_EQ(json::parse(ran.out)["written"], json::array());
+    EXPECT_EQ(json::parse(run("metadata pull --json" + layout).out)["written"], json::array());
     EXPECT_EQ(everything(), before);
-    ran = run("metadata push --layout '" + row.layout + "'");
-    EXPECT_EQ(ran.out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n") << ran.err;
+    EXPECT_EQ(run("metadata push" + layout).out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n");
   }
   EXPECT_TRUE(pushed().empty());
 }
 
 TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
   run("metadata pull 1.1");
-  edit("metadata/listing/en-US.json", [](json& object) { object["description"] = "Mine"; });
-  edit("metadata/listing/de-DE.json", [](json& object) { object.erase("subtitle"); });
+  edit("metadata/listing/en-US.json", {{"description", "Mine"}});
+  edit("metadata/listing/de-DE.json", {{"subtitle", nullptr}});
   repo.write("metadata/app.json", "mine");
   auto before = everything();
   Ran ran = run("metadata pull 1.1");
@@ -75,9 +66,9 @@ TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
   EXPECT_EQ(ran.err, "These files say something else than 1.1 for iOS in App Store Connect, so nothing was written:\n"
                      "  metadata/app.json\n  metadata/listing/en-US.json\n--force writes over them.\n");
   EXPECT_EQ(everything(), before) << "not even the file whose value was only missing";
-  ran = run("metadata pull 1.1 --locale de-DE");
-  EXPECT_EQ(ran.out, "  changed  metadata/listing/de-DE.json\n✓ Wrote 1.1 for iOS in kestu's layout: 1 file, and 1 "
-                     "file already so.\n");
+  EXPECT_EQ(run("metadata pull 1.1 --locale de-DE").out,
+            "  changed  metadata/listing/de-DE.json\n✓ Wrote 1.1 for iOS in kestu's layout: 1 file, and 1 "
+            "file already so.\n");
   EXPECT_EQ(contents("metadata/app.json"), "mine");
   EXPECT_EQ(run("metadata pull 1.1 --force").status, 0);
   EXPECT_EQ(json::parse(contents("metadata/app.json"))["copyright"], "2026 Example");
@@ -106,12 +97,12 @@ TEST_F(MetadataTest, APullNeverWritesBesideANameThatIsTheSameOnAMac) {
 
 TEST_F(MetadataTest, APullThatCantBeFinishedLeavesNoTrace) {
   run("metadata pull");
-  edit("metadata/app.json", [](json& object) { object.erase("copyright"); });
-  edit("metadata/listing/de-DE.json", [](json& object) { object.erase("name"); });
+  edit("metadata/app.json", {{"copyright", nullptr}});
+  edit("metadata/listing/de-DE.json", {{"name", nullptr}});
   repo.write("metadata/releases", "a file where a folder belongs");
   auto before = everything();
-  Ran ran = run("metadata pull 1.1");
-  EXPECT_EQ(ran.err, "metadata/releases/1.1/de-DE.json can't be written (Not a directory), so nothing was written.\n");
+  EXPECT_EQ(run("metadata pull 1.1").err,
+            "metadata/releases/1.1/de-DE.json can't be written (Not a directory), so nothing was written.\n");
   EXPECT_EQ(everything(), before);
 }
 
@@ -153,25 +144,22 @@ TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
   EXPECT_EQ(run("metadata push").err,
             "No listing in the repo. kestu metadata pull writes one in kestu's layout (metadata/).\n");
   run("metadata pull");
-  edit("metadata/listing/en-US.json", [](json& object) { object["subtitle"] = "Sky"; });
-  edit("metadata/review.json", [](json& object) { object["notes"] = "Tap it."; });
+  edit("metadata/listing/en-US.json", {{"subtitle", "Sky"}});
+  edit("metadata/review.json", {{"notes", "Tap it."}});
   repo.write("metadata/listing/ar-SA.json", R"({"name": "طقس"})");
   environment["KESTU_REVIEW_DEMO_PASSWORD"] = "pa55";
-  Ran ran = run("metadata push --dry-run");
-  EXPECT_EQ(ran.out, "  ar-SA       name                     طقس\n"
-                     "  en-US       subtitle                 The sky, hour by hour → Sky\n"
-                     "  App Review  notes                    Tap it.\n"
-                     "  App Review  demo account's password  sent, never shown\n"
-                     "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would take 4 values from the repo, "
-                     "after your approval.\n");
-  ran = run("metadata push");
-  EXPECT_EQ(ran.status, 6);
+  EXPECT_EQ(run("metadata push --dry-run").out,
+            "  ar-SA       name                     طقس\n"
+            "  en-US       subtitle                 The sky, hour by hour → Sky\n"
+            "  App Review  notes                    Tap it.\n"
+            "  App Review  demo account's password  sent, never shown\n"
+            "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would take 4 values from the repo, "
+            "after your approval.\n");
+  EXPECT_EQ(run("metadata push").status, 6);
   EXPECT_EQ(pushed().size(), 1U) << "the dry run";
   server.scriptNextPlan({.waitingPolls = 1});
-  ran = run("metadata push --yes");
-  EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_TRUE(
-      ends(ran.out, "✓ 1.2 for iOS has the repo's listing, 4 values changed.\nNext: kestu release check 1.2\n"));
+  EXPECT_TRUE(ends(run("metadata push --yes").out,
+                   "✓ 1.2 for iOS has the repo's listing, 4 values changed.\nNext: kestu release check 1.2\n"));
   EXPECT_EQ(pushed().back(), (json{{"locales", {{"ar-SA", {{"name", "طقس"}}}, {"en-US", {{"subtitle", "Sky"}}}}},
                                    {"review", {{"notes", "Tap it."}, {"demoAccountPassword", "pa55"}}}}));
   EXPECT_EQ(run("metadata push").out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n");
@@ -183,18 +171,10 @@ TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
 TEST_F(MetadataTest, APushIsLimitedAsAsked) {
   run("metadata pull");
   for (const char* locale : {"en-US", "de-DE"}) {
-    edit("metadata/listing/" + std::string(locale) + ".json", [](json& object) {
-      object["promotionalText"] = "New";
-      object["name"] = "Other";
-    });
+    edit("metadata/listing/" + std::string(locale) + ".json", {{"promotionalText", "New"}, {"name", "Other"}});
   }
-  edit("metadata/app.json", [](json& object) { object["copyright"] = "2027"; });
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string said;
-  };
-  for (const Row& row : std::vector<Row>{
+  edit("metadata/app.json", {{"copyright", "2027"}});
+  for (const auto& [options, status, said] : std::vector<ErrorRow>{
            {"--locale fr-FR", 7, "The repo's listing has no fr-FR, so nothing was sent.\n"},
            {"--locale de-DE", 0, "would take 2 values from the repo"},
            {"1.1", 0,
@@ -209,35 +189,27 @@ TEST_F(MetadataTest, APushIsLimitedAsAsked) {
            {"--platform linux", 2, "--platform is ios, macos, tvos or visionos, not linux."},
            {"--layout fastlane", 7, "No listing in the repo."},
        }) {
-    Ran ran = run("metadata push --dry-run " + row.arguments);
-    EXPECT_EQ(ran.status, row.status) << row.said;
-    EXPECT_TRUE(has(ran.out + ran.err, row.said));
+    Ran ran = run("metadata push --dry-run " + options);
+    EXPECT_EQ(ran.status, status) << said;
+    EXPECT_TRUE(has(ran.out + ran.err, said));
   }
 }
 
 TEST_F(MetadataTest, APushRefusesWhatAppleWouldntTake) {
   run("metadata pull");
-  edit("metadata/listing/en-US.json", [](json& object) { object["name"] = std::string(31, 'n'); });
-  edit("metadata/listing/de-DE.json", [](json& object) { object["supportUrl"] = "daylight.example"; });
+  edit("metadata/listing/en-US.json", {{"name", std::string(31, 'n')}});
+  edit("metadata/listing/de-DE.json", {{"supportUrl", "daylight.example"}});
   const std::string german = "de-DE: support URL isn't a web address: daylight.example\n";
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string err;
-  };
   const std::string lead = "Apple wouldn't take these, so nothing was sent:\n";
-  for (const Row& row : std::vector<Row>{
-           {"", 1, lead + german + "en-US: name is 31 characters, 30 at most.\n"},
-           {"--dry-run --json", 1, lead + german + "en-US: name is 31 characters, 30 at most.\n"},
-           {"--locale de-DE --yes", 1, lead + german},
-           {"--locale ja", 0, ""},
-           {"--dry-run --no-check", 0, ""},
-           {"1.1 --dry-run", 0, "1.1 for iOS is on the App Store"},
-       }) {
-    Ran ran = run("metadata push " + row.arguments);
-    EXPECT_EQ(ran.status, row.status) << row.err << ran.err;
-    EXPECT_TRUE(begins(ran.err, row.err));
-  }
+  expectErrors([&](const auto& options) { return run("metadata push " + options); }, begins,
+               {
+                   {"", 1, lead + german + "en-US: name is 31 characters, 30 at most.\n"},
+                   {"--dry-run --json", 1, lead + german + "en-US: name is 31 characters, 30 at most.\n"},
+                   {"--locale de-DE --yes", 1, lead + german},
+                   {"--locale ja", 0, ""},
+                   {"--dry-run --no-check", 0, ""},
+                   {"1.1 --dry-run", 0, "1.1 for iOS is on the App Store"},
+               });
   EXPECT_EQ(pushed().size(), 1U) << "the dry run with --no-check";
 }
 
@@ -247,20 +219,14 @@ TEST_F(MetadataTest, WhatTheFilesCantTellApartIsSaid) {
     info.review["notes"] = "Mac: open the demo.";
   });
   run("metadata pull 1.2");
-  edit("metadata/review.json", [](json& object) { object["notes"] = "iOS: tap the demo."; });
-  Ran ran = run("metadata pull 1.2 --platform macos");
-  EXPECT_TRUE(has(ran.err, "a push would send it: App Review notes"));
-  ran = run("metadata pull 1.2 --platform macos");
-  EXPECT_TRUE(begins(ran.out, "✓ Nothing written for 1.2 for macOS"));
+  edit("metadata/review.json", {{"notes", "iOS: tap the demo."}});
+  EXPECT_TRUE(has(run("metadata pull 1.2 --platform macos").err, "a push would send it: App Review notes"));
+  EXPECT_TRUE(begins(run("metadata pull 1.2 --platform macos").out, "✓ Nothing written for 1.2 for macOS"));
 }
 
 TEST_F(MetadataTest, WhatIsNotReadIsTold) {
   run("metadata pull 1.2");
-  edit("metadata/listing/en-US.json", [](json& object) {
-    object["whatsNew"] = "Faster";
-    object["describtion"] = "?";
-    object["macos"] = {{"titel", "?"}};
-  });
+  edit("metadata/listing/en-US.json", {{"whatsNew", "Faster"}, {"describtion", "?"}, {"macos", {{"titel", "?"}}}});
   repo.write("metadata/releases/1.2/en-US.json", R"({"name": "A", "whatToTest": "All"})");
   Ran ran = run("metadata push");
   EXPECT_EQ(ran.err,
@@ -318,33 +284,26 @@ TEST_F(MetadataTest, KeywordsAreCountedAsTheRepositorySays) {
 TEST_F(MetadataTest, WhatDiffersIsShownAsWideAsThereIsRoomAndNothingPersonal) {
   run("metadata pull");
   const std::string old = json::parse(contents("metadata/listing/en-US.json"))["description"];
-  edit("metadata/listing/en-US.json", [&](json& object) { object["description"] = old + "\nAnd a widget."; });
-  edit("metadata/review.json", [](json& object) { object["contactPhone"] = "+49 30 5550199"; });
-  Ran ran = run("metadata push --yes --no-wait");
-  EXPECT_TRUE(has(ran.out, "And a widget.")) << "a pipe gets it whole: " << ran.out;
-  EXPECT_TRUE(has(ran.out, "contact's phone"));
-  ran = run("metadata push --dry-run --json");
-  const json answer = json::parse(ran.out);
+  edit("metadata/listing/en-US.json", {{"description", old + "\nAnd a widget."}});
+  edit("metadata/review.json", {{"contactPhone", "+49 30 5550199"}});
+  std::string out = run("metadata push --yes --no-wait").out;
+  EXPECT_TRUE(has(out, "And a widget.")) << "a pipe gets it whole";
+  EXPECT_TRUE(has(out, "contact's phone"));
+  const json answer = json::parse(run("metadata push --dry-run --json").out);
   for (const json& change : answer["changes"]) {
-    bool hidden = change["place"] == "App Review";
-    EXPECT_EQ(change.contains("to"), !hidden) << change;
-    if (!hidden) {
-      EXPECT_EQ(change["to"], old + "\nAnd a widget.");
-    }
+    EXPECT_EQ(change.value("to", ""), change["place"] == "App Review" ? "" : old + "\nAnd a widget.") << change;
   }
-  ran = run("metadata push --diff");
-  EXPECT_TRUE(has(ran.err, "{+\n    And a widget.+}"));
+  EXPECT_TRUE(has(run("metadata push --diff").err, "{+\n    And a widget.+}"));
   EXPECT_FALSE(has(terminal.allText(), "5550199"));
 }
 
 TEST_F(MetadataTest, ADryRunOfAPullWritesNothing) {
-  Ran ran = run("metadata pull --dry-run");
-  EXPECT_TRUE(begins(ran.out, "  new      metadata/app.json\n"));
+  EXPECT_TRUE(begins(run("metadata pull --dry-run").out, "  new      metadata/app.json\n"));
   EXPECT_FALSE(fs::exists(repo.path() / "metadata"));
   run("metadata pull");
-  edit("metadata/listing/en-US.json", [](json& object) { object["subtitle"] = "Mine own"; });
+  edit("metadata/listing/en-US.json", {{"subtitle", "Mine own"}});
   auto before = everything();
-  ran = run("metadata pull --dry-run --diff");
+  Ran ran = run("metadata pull --dry-run --diff");
   EXPECT_EQ(ran.status, 0);
   EXPECT_TRUE(
       has(ran.out, "  metadata/listing/en-US.json  subtitle\n    [-Mine-]{+The+} [-own-]{+sky, hour by hour+}\n"));
@@ -357,7 +316,7 @@ TEST_F(MetadataTest, ADryRunOfAPullWritesNothing) {
 
 TEST_F(MetadataTest, ATrackedPasswordIsWarnedOf) {
   run("metadata pull");
-  edit("metadata/review.json", [](json& object) { object["demoAccountPassword"] = "pa55"; });
+  edit("metadata/review.json", {{"demoAccountPassword", "pa55"}});
   fs::remove(repo.path() / ".git");
   std::string git = "cd '" + repo.path().string() + "' && git init -q";
   ASSERT_EQ(std::system(git.c_str()), 0);
