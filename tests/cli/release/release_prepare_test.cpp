@@ -24,10 +24,8 @@ class PrepareTest : public ReleaseRoadTest {
     repo.write("metadata/screenshots/en-US/iPhone 6.9/01.png", png(1290, 2796));
   }
 
-  Ran prepare(std::vector<std::string> more = {}, const std::string& number = "1.2") {
-    std::vector<std::string> arguments = {"release", "prepare", number};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return run(arguments);
+  Ran prepare(const std::string& options = "", const std::string& number = "1.2") {
+    return run("release prepare " + number + " " + options);
   }
   /// "unchanged done …", the steps' states in order.
   static std::string states(const std::string& body) {
@@ -56,18 +54,17 @@ const std::string plan = R"(  version       App Store Connect already has what t
 )";
 
 TEST_F(PrepareTest, ShowsTheWholePlanFirstAndMakesEachStepOnce) {
-  Ran ran = prepare({"--dry-run"});
-  EXPECT_EQ(ran.out, plan + "Dry run: would prepare " + title + "; nothing was sent.\n") << ran.err;
-  ran = prepare();
+  EXPECT_EQ(prepare("--dry-run").out, plan + "Dry run: would prepare " + title + "; nothing was sent.\n");
+  Ran ran = prepare();
   EXPECT_EQ(ran.status, 6);
   EXPECT_EQ(ran.err, "Prepare " + title + ":\n" + plan +
                          "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n");
   EXPECT_EQ(changes(), 0U);
-  auto changed = json::parse(prepare({"--dry-run", "--json"}).out)["changes"];
+  auto changed = json::parse(prepare("--dry-run --json").out)["changes"];
   EXPECT_EQ(changed.size(), 8U);
   EXPECT_EQ(changed[0], (json{{"place", "1.2 for iOS"}, {"field", "build"}, {"from", nullptr}, {"to", "43"}}));
 
-  ran = prepare({"--yes"});
+  ran = prepare("--yes");
   EXPECT_EQ(ran.status, 0) << ran.err;
   const std::string waits = "waits for your approval in the kestu app, until tomorrow, 12:00.\n";
   EXPECT_EQ(ran.out.substr(ran.out.find("✓")),
@@ -84,57 +81,52 @@ TEST_F(PrepareTest, ShowsTheWholePlanFirstAndMakesEachStepOnce) {
                 "✓ 1.2 for iOS is prepared.\nNext: kestu release check 1.2\n");
   EXPECT_TRUE(version("1.2").phased);
   std::size_t before = changes();
-  ran = prepare({"--json"});
-  EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(states(ran.out), "unchanged unchanged unchanged unchanged unchanged unchanged");
-  ran = prepare();
-  EXPECT_TRUE(begins(ran.out, "✓ version       App Store Connect already has what the repo says.\n✓ build         1.2 "
-                              "already has what the repo says.\n"));
-  EXPECT_TRUE(ends(ran.out, "✓ What to Test  1.2 (43) already has what the repo says.\n✓ 1.2 for iOS was prepared "
-                            "already: nothing sent.\nNext: kestu release check 1.2\n"));
+  EXPECT_EQ(states(prepare("--json").out), "unchanged unchanged unchanged unchanged unchanged unchanged");
+  std::string again = prepare().out;
+  EXPECT_TRUE(begins(again, "✓ version       App Store Connect already has what the repo says.\n✓ build         1.2 "
+                            "already has what the repo says.\n"));
+  EXPECT_TRUE(ends(again, "✓ What to Test  1.2 (43) already has what the repo says.\n✓ 1.2 for iOS was prepared "
+                          "already: nothing sent.\nNext: kestu release check 1.2\n"));
   EXPECT_EQ(changes(), before);
 }
 
 TEST_F(PrepareTest, GoesOnWhereItStopped) {
+  std::string id;
+  setBuild("43", [&](auto& build) { id = build.buildId; });
   struct Stop {
-    std::string at, fault;
+    std::function<void()> before;
     int status;
     std::string states, end;
   };
+  const std::string app = "/v1/apps/1234567890/", again = ". Run it again to go on from there.\n";
+  auto decides = [&](const std::string& state) { return [&, state] { server.scriptNextPlan({0, state, ""}); }; };
+  auto fails = [&](const std::string& path) {
+    return [&, path] { server.onNext({.path = path, .times = -1, .status = 503}); };
+  };
   for (const Stop& stop : std::vector<Stop>{
-           {"listing", R"({"plan": {"state": "denied"}})", 5, "unchanged done done denied planned planned",
+           {decides("denied"), 5, "unchanged done done denied planned planned",
             "Denied in the kestu app: listing stays as it was.\nDone: version, build, release.\nNot done: listing, "
-            "assets, "
-            "What to Test. Run it again to go on from there.\n"},
-           {"assets", "commit", 9, "unchanged unchanged unchanged done failed planned",
-            "Not done: assets, What to Test. Run it again to go on from there.\n"},
-           {"nobody", R"({"plan": {"state": "expired"}})", 1, "unchanged unchanged unchanged unchanged failed planned",
+            "assets, What to Test" +
+                again},
+           {fails(app + "assets/commit"), 9, "unchanged unchanged unchanged done failed planned",
+            "Not done: assets, What to Test" + again},
+           {decides("expired"), 1, "unchanged unchanged unchanged unchanged failed planned",
             "assets: No one decided it in time, so nothing changed. Run it again to ask again.\nDone: version, build, "
-            "release, listing.\nNot done: assets, What to Test. Run it again to go on from there.\n"},
-           {"What to Test", "test-notes", 9, "unchanged unchanged unchanged unchanged done failed",
-            "Done: version, build, release, listing, assets.\nNot done: What to Test. Run it again to go on from "
-            "there.\n"},
+            "release, listing.\nNot done: assets, What to Test" +
+                again},
+           {fails(app + "testflight/builds/" + id + "/test-notes"), 9,
+            "unchanged unchanged unchanged unchanged done failed",
+            "Done: version, build, release, listing, assets.\nNot done: What to Test" + again},
        }) {
-    SCOPED_TRACE(stop.at);
-    server.withState([&](sandbox::State& state) {
-      if (stop.at == "listing") state.nextPlan = sandbox::Script{0, "denied", ""};
-      if (stop.at == "nobody") state.nextPlan = sandbox::Script{0, "expired", ""};
-    });
-    std::string id;
-    setBuild("43", [&](auto& build) { id = build.buildId; });
-    if (stop.at == "assets")
-      server.faults().add({.path = "/v1/apps/1234567890/assets/commit", .times = -1, .status = 503});
-    if (stop.at == "What to Test") {
-      server.faults().add(
-          {.path = "/v1/apps/1234567890/testflight/builds/" + id + "/test-notes", .times = -1, .status = 503});
-    }
-    Ran ran = prepare({"--yes", "--json"});
+    SCOPED_TRACE(stop.end);
+    stop.before();
+    Ran ran = prepare("--yes --json");
     EXPECT_EQ(ran.status, stop.status);
     EXPECT_EQ(states(ran.out), stop.states);
     EXPECT_TRUE(ends(ran.err, stop.end));
     server.faults().clear();
   }
-  Ran ran = prepare({"--yes", "--json"});
+  Ran ran = prepare("--yes --json");
   EXPECT_EQ(states(ran.out), "unchanged unchanged unchanged unchanged unchanged done");
   EXPECT_EQ(json::parse(ran.out)["steps"][5]["answers"][0]["waits"], false);
 }
@@ -142,7 +134,7 @@ TEST_F(PrepareTest, GoesOnWhereItStopped) {
 TEST_F(PrepareTest, AnInterruptionTellsHowFarItCame) {
   server.scriptNextPlan({.waitingPolls = 9});
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
-  EXPECT_THROW(prepare({"--yes", "--json"}), Stopped);
+  EXPECT_THROW(prepare("--yes --json"), Stopped);
   EXPECT_EQ(states(terminal.outText()), "unchanged done done waiting planned planned");
   EXPECT_TRUE(ends(terminal.errText(), "Stopped.\nDone: version, build, release.\nNot done: assets, What to Test. "
                                        "Run it again to go on from there.\n"));
@@ -150,7 +142,7 @@ TEST_F(PrepareTest, AnInterruptionTellsHowFarItCame) {
 
 TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
   repo.write("metadata/releases/1.3/en-US.json", R"({"whatsNew": "Dusk."})");
-  Ran ran = prepare({"--yes", "--no-wait", "--no-assets"}, "1.3");
+  Ran ran = prepare("--yes --no-wait --no-assets", "1.3");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_TRUE(has(ran.out, "\n  version       rename 1.2, the version being prepared, to 1.3\n"));
   EXPECT_TRUE(has(ran.out,
@@ -163,11 +155,11 @@ TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
 
   setState("1.3", "readyfordistribution");
   server.withState([](sandbox::State& state) { state.review.unlisted = 3; });
-  ran = prepare({"--yes", "--json"}, "1.4");
+  ran = prepare("--yes --json", "1.4");
   EXPECT_EQ(ran.status, 10) << ran.err;
   EXPECT_EQ(states(ran.out), "done left planned planned planned left");
   EXPECT_TRUE(ends(ran.err, "1.4 is made, but App Store Connect doesn't list it yet. Run it again in a minute.\n"));
-  ran = prepare({"--yes", "--json"}, "1.4");
+  ran = prepare("--yes --json", "1.4");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(states(ran.out), "unchanged left unchanged done done left");
 
@@ -179,96 +171,67 @@ TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
     setState(unlisted == 1 ? "1.4" : "1.5", "readyfordistribution");
     server.withState([hidden = unlisted](sandbox::State& state) { state.review.unlisted = hidden; });
     server.onNext({.path = versions, .method = "POST", .cut = true, .exact = true, .made = true});
-    EXPECT_EQ(prepare({"--yes", "--json"}, number).status, 9);
-    ran = prepare({"--yes", "--json"}, number);
+    EXPECT_EQ(prepare("--yes --json", number).status, 9);
+    ran = prepare("--yes --json", number);
     EXPECT_EQ(ran.status, status) << ran.err;
     EXPECT_TRUE(begins(states(ran.out), made)) << ran.out;
-    EXPECT_EQ(ran.err.find("has a version " + number + " for iOS already") != std::string::npos, status == 1)
-        << ran.err;
+    EXPECT_EQ(has(ran.err, "has a version " + number + " for iOS already"), status == 1);
   }
 }
 
 TEST_F(PrepareTest, WhatIsTooLateIsRefused) {
-  EXPECT_EQ(prepare({"--dry-run"}, "1.0").err,
+  EXPECT_EQ(prepare("--dry-run", "1.0").err,
             "1.1 for iOS is on the App Store already, which takes no lower number after it.\n");
-  Ran past = prepare({"--release-type", "scheduled", "--earliest", "2026-01-01T09:00:00Z", "--dry-run"});
+  Ran past = prepare("--release-type scheduled --earliest 2026-01-01T09:00:00Z --dry-run");
   EXPECT_EQ(past.status, 2);
   EXPECT_TRUE(ends(past.err, "has passed: give a moment that's still to come.\n"));
   EXPECT_EQ(changes(), 0U);
 }
 
 TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {
-  struct Case {
-    const char* what;
+  auto process = [&] {
+    for (const char* number : {"43", "44"}) {
+      setBuild(number, [&](auto& build) {
+        build.state = "processing";
+        build.since = clock.now();
+      });
+    }
+  };
+  auto expire = [&] { setBuild("43", [](auto& build) { build.state = "expired"; }); };
+  const std::string shot = "metadata/screenshots/en-US/iPhone 6.9/02.png";
+  struct Row {
     std::function<void()> before;
-    std::vector<std::string> arguments;
+    std::string options;
     int status;
     std::string message;
   };
-  for (const Case& each : std::vector<Case>{
-           {"no moment",
-            {},
-            {"--release-type", "scheduled"},
-            2,
+  for (const Row& row : std::vector<Row>{
+           {nullptr, "--release-type scheduled", 2,
             "A scheduled release needs --earliest, or earliestReleaseDate in release.json.\n"},
-           {"a moment of another kind",
-            {},
-            {"--earliest", "2026-12-01T09:00:00Z"},
-            2,
+           {nullptr, "--earliest 2026-12-01T09:00:00Z", 2,
             "--earliest is for a scheduled release: give --release-type scheduled with it.\n"},
-           {"no such build",
-            {},
-            {"--build", "99"},
-            7,
+           {nullptr, "--build 99", 7,
             "1.2 for iOS has no build 99 that Apple has processed yet: kestu builds lists them.\n"},
-           {"another version's build",
-            {},
-            {"--build", "42"},
-            7,
+           {nullptr, "--build 42", 7, // another version's
             "1.2 for iOS has no build 42 that Apple has processed yet: kestu builds lists them.\n"},
-           {"none processed",
-            [&] {
-              for (const char* number : {"43", "44"})
-                setBuild(number, [&](auto& build) {
-                  build.state = "processing";
-                  build.since = clock.now();
-                });
-            },
-            {"--build", "latest"},
-            7,
+           {process, "--build latest", 7,
             "1.2 for iOS has no build that Apple has processed yet: kestu builds lists them.\n"},
-           {"an expired build",
-            [&] { setBuild("43", [](auto& build) { build.state = "expired"; }); },
-            {"--build", "43"},
-            1,
+           {expire, "--build 43", 1,
             "1.2 (43) for iOS can't go to App Review (expired): kestu builds upload sends another one.\n"},
-           {"assets that Apple wouldn't take",
-            [&] { repo.write("metadata/screenshots/en-US/iPhone 6.9/02.png", png(10, 10)); },
-            {},
-            1,
-            "Apple wouldn't take these, so nothing was sent:\n"},
-           {"in review",
-            [&] { setState("1.2", "inreview"); },
-            {},
-            1,
+           {[&] { repo.write(shot, png(10, 10)); }, "", 1, "Apple wouldn't take these, so nothing was sent:\n"},
+           {[&] { setState("1.2", "inreview"); }, "", 1,
             "1.2 for iOS is in review, so it can't be prepared now. App Review decides first: kestu status shows when "
-            "it has. "
-            "kestu submit 1.2 --withdraw takes it back.\n"},
-           {"out",
-            [&] { setState("1.2", "readyfordistribution"); },
-            {},
-            1,
+            "it has. kestu submit 1.2 --withdraw takes it back.\n"},
+           {[&] { setState("1.2", "readyfordistribution"); }, "", 1,
             "1.2 for iOS is on the App Store, so the next one needs another number.\n"},
        }) {
-    SCOPED_TRACE(each.what);
-    if (each.before) each.before();
-    std::vector<std::string> arguments = each.arguments;
-    arguments.emplace_back("--yes");
-    Ran ran = prepare(arguments);
-    EXPECT_EQ(ran.status, each.status);
-    EXPECT_TRUE(begins(ran.err, each.message));
+    SCOPED_TRACE(row.message);
+    if (row.before) row.before();
+    Ran ran = prepare("--yes " + row.options);
+    EXPECT_EQ(ran.status, row.status);
+    EXPECT_TRUE(begins(ran.err, row.message));
     EXPECT_EQ(ran.out, "");
-    repo.write("metadata/screenshots/en-US/iPhone 6.9/02.png", png(1290, 2796, PNGColours::palette, 1));
+    repo.write(shot, png(1290, 2796, PNGColours::palette, 1));
   }
   EXPECT_EQ(changes(), 0U);
 }
