@@ -2,11 +2,15 @@
 #include "core/support/files.hpp"
 #include "core/support/md5.hpp"
 #include "tests/support/builds_test.hpp"
+#include "tests/support/error_rows.hpp"
 
 #include <thread>
 
 namespace kestu::tests {
 namespace {
+
+using nlohmann::json;
+using sandbox::Fault;
 
 class UploadTest : public BuildsTest {
  protected:
@@ -37,18 +41,16 @@ TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
   for (const auto& request : server.requests()) {
     if (request.path.starts_with("/upload/")) EXPECT_FALSE(request.headers.contains("authorization"));
   }
-  EXPECT_EQ(bodies("POST", "/uploads").back(), (nlohmann::json{{"platform", "ios"},
-                                                               {"version", "1.3"},
-                                                               {"build", "50"},
-                                                               {"fileName", "Daylight.ipa"},
-                                                               {"fileSize", bytes.size()}}));
+  EXPECT_EQ(bodies("POST", "/uploads").back().dump(), R"({"build":"50","fileName":"Daylight.ipa","fileSize":)" +
+                                                          std::to_string(bytes.size()) +
+                                                          R"(,"platform":"ios","version":"1.3"})");
   ran = builds("upload Daylight.ipa");
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(ran.err,
             "Apple has Daylight Weather 1.3 (50) for iOS already, and takes each build number of a version once.\n");
   repo.write("Mac.pkg", "xar!");
   ran = builds("upload Mac.pkg --version 1.3 --build 50 --json");
-  auto answer = nlohmann::json::parse(ran.out);
+  auto answer = json::parse(ran.out);
   EXPECT_EQ(answer["platform"], "macos");
   EXPECT_TRUE(answer["uploadId"].is_string());
   EXPECT_EQ(ran.err, "Mac.pkg: Daylight Weather (com.example.daylight) 1.3 (50) for macOS, 0 KB, straight to Apple…\n");
@@ -83,7 +85,7 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
   ran = builds("upload Daylight.ipa --wait --json");
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_GE(clock.continuous() - begun, std::chrono::minutes(7));
-  EXPECT_EQ(nlohmann::json::parse(ran.out)["processed"]["state"], "missingcompliance");
+  EXPECT_EQ(json::parse(ran.out)["processed"]["state"], "missingcompliance");
   make("51");
   begun = clock.continuous();
   ran = builds("upload Daylight.ipa --wait --timeout 5");
@@ -101,107 +103,90 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
 
 TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {
   make("59", "A.ipa");
-  auto size = static_cast<std::int64_t>(bytes.size());
-  using Ranges = std::vector<std::pair<std::int64_t, std::int64_t>>;
-  for (const Ranges& ranges : {Ranges{}, Ranges{{0, size - 1}}, Ranges{{0, size + 1}}, Ranges{{0, 9}, {10, size - 10}},
-                               Ranges{{0, 9}, {8, size - 8}}}) {
-    nlohmann::json reserved = {{"uploadId", "U"}, {"parts", nlohmann::json::array()}};
-    SCOPED_TRACE(nlohmann::json(ranges).dump());
-    for (auto [offset, length] : ranges) {
-      reserved["parts"].push_back({{"method", "PUT"},
-                                   {"url", server.origin() + "/upload/1"},
-                                   {"offset", offset},
-                                   {"length", length},
-                                   {"headers", nlohmann::json::object()}});
-    }
-    server.onNext({.path = base + "uploads", .method = "POST", .status = 200, .body = reserved.dump(), .exact = true});
-    Ran ran = builds("upload A.ipa");
-    EXPECT_EQ(ran.status, 9);
-    EXPECT_TRUE(has(ran.err, "stays at Apple until it's removed: kestu builds remove"));
-    EXPECT_EQ(parts() + calls("POST " + base + "uploads/U/commit"), 0U);
-  }
+  json part = {{"method", "PUT"}, {"url", server.origin() + "/upload/1"}, {"offset", 0}, {"length", bytes.size() - 1}};
+  part["headers"] = json::object();
+  const json reserved = {{"uploadId", "U"}, {"parts", json::array({part})}};
+  server.onNext({.path = base + "uploads", .method = "POST", .status = 200, .body = reserved.dump(), .exact = true});
+  Ran ran = builds("upload A.ipa");
+  EXPECT_EQ(ran.status, 9);
+  EXPECT_TRUE(has(ran.err, "stays at Apple until it's removed: kestu builds remove"));
+  EXPECT_EQ(parts() + calls("POST " + base + "uploads/U/commit"), 0U);
 }
 
 TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
-  auto namedUpload = [&] {
-    std::string id;
-    server.withState([&](sandbox::State& state) { id = state.testFlight.uploads.back().uploadId; });
-    return " --upload " + id;
+  int number = 60;
+  auto remedy = [&](bool isNamed = true) {
+    std::string line = "kestu builds remove \"1.3 (" + std::to_string(number) + ")\" --platform ios --app 1234567890";
+    server.withState([&](sandbox::State& state) {
+      if (isNamed) line += " --upload " + state.testFlight.uploads.back().uploadId;
+    });
+    return line + "\n";
   };
   struct Row {
-    const char* name;
-    sandbox::Fault fault;
+    Fault fault;
     std::string reason;
-    std::size_t sent;
+    std::size_t commits = 0;
     int status = 1;
   };
-  const std::string commit = base + "uploads/";
-  int number = 60;
+  const std::string commit = base + "uploads/", none = "Apple took no part of A.ipa (";
   for (const Row& row : std::vector<Row>{
-           {"refused parts",
-            {.path = "/upload/", .times = -1, .status = 403},
-            "Apple took no part of A.ipa (403: its ",
-            0},
-           {"a part refused late",
-            {.path = "/upload/", .skip = 5, .times = -1, .status = 500},
-            "A.ipa (500). Run it again to send it anew.\nThe unfinished",
-            0,
-            9},
-           {"refused as it is",
-            {.path = "/upload/", .times = -1, .status = 413},
-            "Apple took no part of A.ipa (413: Apple refuses it as it is).\nThe unfinished",
-            0},
-           {"a commit refused",
-            {.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"},
-            "Torn.",
-            9},
+           {Fault{.path = "/upload/", .times = -1, .status = 403}, none + "403: its "},
+           {Fault{.path = "/upload/", .skip = 5, .times = -1, .status = 500},
+            "A.ipa (500). Run it again to send it anew.\nThe unfinished", 0, 9},
+           {Fault{.path = "/upload/", .times = -1, .status = 413},
+            none + "413: Apple refuses it as it is).\nThe unfinished"},
+           {Fault{.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"}, "Torn.", 1},
        }) {
-    SCOPED_TRACE(row.name);
-    make(std::to_string(++number), "A.ipa");
+    SCOPED_TRACE(row.reason);
+    ++number;
+    make(std::to_string(number), "A.ipa");
     server.forgetRequests();
     server.onNext(row.fault);
     Ran ran = builds("upload A.ipa --app 1234567890");
     EXPECT_EQ(ran.status, row.status);
     EXPECT_TRUE(has(ran.err, row.reason));
-    EXPECT_TRUE(has(ran.err, "The unfinished upload stays at Apple until it's removed: kestu builds remove \"1.3 (" +
-                                 std::to_string(number) + ")\" --platform ios --app 1234567890" + namedUpload() +
-                                 "\n"));
-    EXPECT_EQ(calls("POST " + commit), row.sent > 0 ? 1U : 0U);
+    EXPECT_TRUE(has(ran.err, "The unfinished upload stays at Apple until it's removed: " + remedy()));
+    EXPECT_EQ(calls("POST " + commit), row.commits);
     server.faults().clear();
   }
   // Where no answer came, nobody knows what the service did.
   struct Unsure {
-    sandbox::Fault fault;
+    Fault fault;
     std::string note;
     bool isNamed;
   };
   for (const Unsure& row : std::vector<Unsure>{
-           {{.path = base + "uploads", .method = "POST", .half = true, .exact = true},
+           {Fault{.path = base + "uploads", .method = "POST", .half = true, .exact = true},
             "An unfinished upload may be at Apple now. kestu builds list --app 1234567890 shows it; to remove it: ",
             false},
-           {{.path = commit, .method = "POST", .cut = true},
+           {Fault{.path = commit, .method = "POST", .cut = true},
             "Whether Apple has the whole file now isn't known. kestu builds list --app 1234567890 shows where it is; "
             "if it's still uploading, remove it: ",
             true},
        }) {
     SCOPED_TRACE(row.note);
-    make(std::to_string(++number), "A.ipa");
+    ++number;
+    make(std::to_string(number), "A.ipa");
     server.withState([](sandbox::State& state) { state.testFlight.uploads.clear(); });
     server.onNext(row.fault);
     Ran ran = builds("upload A.ipa --app 1234567890");
     EXPECT_EQ(ran.status, 9);
-    EXPECT_TRUE(ends(ran.err, "\n" + row.note + "kestu builds remove \"1.3 (" + std::to_string(number) +
-                                  ")\" --platform ios --app 1234567890" + (row.isNamed ? namedUpload() : "") + "\n"));
+    EXPECT_TRUE(ends(ran.err, "\n" + row.note + remedy(row.isNamed)));
     EXPECT_FALSE(has(ran.err, "stays"));
     server.withState([&](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 1U); });
     server.faults().clear();
   }
+}
+
+TEST_F(UploadTest, AnInterruptionSaysHowToClearUp) {
   make("70");
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   server.onNext({.path = "/upload/", .times = -1, .status = 500});
   EXPECT_THROW(builds("upload Daylight.ipa"), Stopped);
+  std::string id;
+  server.withState([&](sandbox::State& state) { id = state.testFlight.uploads.back().uploadId; });
   EXPECT_TRUE(
-      ends(terminal.errText(), "removed: kestu builds remove \"1.3 (70)\" --platform ios" + namedUpload() + "\n"));
+      ends(terminal.errText(), "removed: kestu builds remove \"1.3 (70)\" --platform ios --upload " + id + "\n"));
   repo.write("Mac.pkg", "xar!");
   stopping = {};
   server.faults().clear();
@@ -257,46 +242,35 @@ TEST_F(UploadTest, AFileThatChangedSinceItWasReadIsNotSent) {
 
 TEST_F(UploadTest, RemoveClearsTheOneUploadThatIsMeant) {
   server.withState([](sandbox::State& state) {
-    auto add = [&](const std::string& id, const std::string& platform, const std::string& version,
-                   const std::string& number) {
-      state.testFlight.uploads.push_back(
-          {id, 1234567890, platform, version, number, state.clock() - std::chrono::hours(3)});
-    };
-    add("u1", "ios", "1.3", "50");
-    add("u2", "ios", "1.3", "50");
-    add("u3", "macos", "1.3", "50");
-    add("u4", "ios", "1.2", "51");
-    add("u5", "ios", "", "52");
+    auto begun = state.clock() - std::chrono::hours(3);
+    state.testFlight.uploads = {{"u1", 1234567890, "ios", "1.3", "50", begun},
+                                {"u2", 1234567890, "ios", "1.3", "50", begun},
+                                {"u3", 1234567890, "macos", "1.3", "50", begun},
+                                {"u4", 1234567890, "ios", "1.2", "51", begun},
+                                {"u5", 1234567890, "ios", "", "52", begun}};
   });
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string err;
-  };
-  for (const Row& row : std::vector<Row>{
-           {"50", 2,
-            "3 unfinished uploads of 50. Name one with --upload:\n"
-            "  u1  1.3 (50)  iOS    3 hours ago\n"
-            "  u2  1.3 (50)  iOS    3 hours ago\n"
-            "  u3  1.3 (50)  macOS  3 hours ago\n"},
-           {"'1.2 (50)'", 7, "There's no unfinished upload of 1.2 (50).\n"},
-           {"51 --platform macos", 7, "There's no unfinished upload of 51.\n"},
-           {"50 --upload u4", 7, "u4 isn't an unfinished upload of 50.\n"},
-           {"52", 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
-           {"'1.3 (50)' --platform macos", 6,
-            "Remove the unfinished upload of Daylight Weather (com.example.daylight) 1.3 (50) for macOS, begun 3 hours "
-            "ago. Can't be undone.\n"
-            "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
-       }) {
-    Ran ran = builds("remove " + row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.err, row.err);
-  }
+  expectErrors(
+      [&](const auto& options) { return builds("remove " + options); }, equals,
+      {
+          {"50", 2,
+           "3 unfinished uploads of 50. Name one with --upload:\n"
+           "  u1  1.3 (50)  iOS    3 hours ago\n"
+           "  u2  1.3 (50)  iOS    3 hours ago\n"
+           "  u3  1.3 (50)  macOS  3 hours ago\n"},
+          {"'1.2 (50)'", 7, "There's no unfinished upload of 1.2 (50).\n"},
+          {"51 --platform macos", 7, "There's no unfinished upload of 51.\n"},
+          {"50 --upload u4", 7, "u4 isn't an unfinished upload of 50.\n"},
+          {"52", 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
+          {"'1.3 (50)' --platform macos", 6,
+           "Remove the unfinished upload of Daylight Weather (com.example.daylight) 1.3 (50) for macOS, begun 3 hours "
+           "ago. Can't be undone.\n"
+           "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
+      });
   EXPECT_EQ(calls("DELETE "), 0U);
   server.scriptNextPlan({.waitingPolls = -1});
   Ran ran = builds("remove 50 --upload u2 --yes");
   EXPECT_TRUE(ends(ran.out, "\n✓ Removed the unfinished upload of 1.3 (50).\n"));
-  EXPECT_EQ(bodies("DELETE", "/u2").at(0), (nlohmann::json{{"platform", "ios"}, {"version", "1.3"}, {"build", "50"}}));
+  EXPECT_EQ(bodies("DELETE", "/u2").at(0), (json{{"platform", "ios"}, {"version", "1.3"}, {"build", "50"}}));
   server.withState([](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 4U); });
 }
 
