@@ -1,4 +1,5 @@
 #include "tests/support/builds_test.hpp"
+#include "tests/support/error_rows.hpp"
 
 #include <array>
 
@@ -9,21 +10,20 @@ namespace kestu::tests {
 namespace {
 
 TEST_F(BuildsTest, ListShowsWhereEachBuildIs) {
-  Ran ran = builds("list");
-  EXPECT_EQ(ran.status, 0) << ran.err;
+  std::string all = builds("list").out;
   EXPECT_TRUE(has(
-      ran.out,
+      all,
       "Build     Platform  State                                             Uploaded     Expires        Groups\n"));
-  EXPECT_TRUE(has(ran.out, "1.2 (44)  iOS       export compliance isn't answered                  2 hours ago"));
-  EXPECT_TRUE(has(ran.out, "ready for internal testers, for external testers"));
-  EXPECT_TRUE(has(ran.out, "Team, Friends & Family\n"));
-  EXPECT_FALSE(has(ran.out, " \n")) << "no blanks at a line's end";
-  EXPECT_TRUE(ends(ran.out, "\nNext: kestu builds compliance \"1.2 (44)\" --platform ios\n"));
+  EXPECT_TRUE(has(all, "1.2 (44)  iOS       export compliance isn't answered                  2 hours ago"));
+  EXPECT_TRUE(has(all, "ready for internal testers, for external testers"));
+  EXPECT_TRUE(has(all, "Team, Friends & Family\n"));
+  EXPECT_FALSE(has(all, " \n")) << "no blanks at a line's end";
+  EXPECT_TRUE(ends(all, "\nNext: kestu builds compliance \"1.2 (44)\" --platform ios\n"));
 
-  ran = builds("list --platform macos --output CSV");
-  EXPECT_TRUE(begins(ran.out, "Version,Build,Platform,State,Uploaded,Expires,Groups,ID\n"
-                              "1.2,12,macos,ready for internal testers,2026-11-21T07:00:00Z,"));
-  EXPECT_EQ(std::count(ran.out.begin(), ran.out.end(), '\n'), 3);
+  std::string csv = builds("list --platform macos --output CSV").out;
+  EXPECT_TRUE(begins(csv, "Version,Build,Platform,State,Uploaded,Expires,Groups,ID\n"
+                          "1.2,12,macos,ready for internal testers,2026-11-21T07:00:00Z,"));
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 3);
   EXPECT_TRUE(ends(builds("list --app 1234567890").out, " --platform ios --app 1234567890\n"));
   EXPECT_EQ(builds("list --app 2345678901").out, "No builds yet: kestu builds upload sends one.\n");
 
@@ -47,66 +47,49 @@ TEST_F(BuildsTest, ListFitsTheWindow) {
 }
 
 TEST_F(BuildsTest, ScriptsGetOneThingAlone) {
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string out, err;
-  };
   server.withState([](sandbox::State& state) {
     state.testFlight.uploads.push_back({"u", 1234567890, "ios", "1.3", "50", state.clock()});
   });
-  const std::string none = "No build for tvOS yet: kestu builds upload sends one.\n";
-  for (const Row& row : std::vector<Row>{
-           {"latest", 0, "1.2 (44)\n", ""}, // an upload that Apple hasn't got whole is no build
-           {"latest --platform macos", 0, "1.2 (12)\n", ""},
-           {"latest --platform tvos", 7, "", none},
-           {"next-number", 0, "51\n", ""},
-           {"next-number --platform macos", 0, "13\n", ""},
-           {"next-number --version 1.1", 0, "43\n", ""},
-           {"next-number --version 7", 0, "1\n", ""},
-           {"next-number --json", 0, "{\n  \"number\": \"51\",\n  \"platform\": \"ios\"\n}\n", ""},
+  for (const auto& [line, out] : std::map<std::string, std::string>{
+           {"latest", "1.2 (44)\n"}, // an upload that Apple hasn't got whole is no build
+           {"latest --platform macos", "1.2 (12)\n"},
+           {"next-number", "51\n"},
+           {"next-number --platform macos", "13\n"},
+           {"next-number --version 1.1", "43\n"},
+           {"next-number --version 7", "1\n"},
+           {"next-number --json", "{\n  \"number\": \"51\",\n  \"platform\": \"ios\"\n}\n"},
        }) {
-    SCOPED_TRACE(row.arguments);
-    Ran ran = builds(row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.out, row.out);
-    EXPECT_EQ(ran.err, row.err);
+    SCOPED_TRACE(line);
+    EXPECT_EQ(builds(line).out, out);
   }
+  EXPECT_EQ(terminal.errText(), "");
+  Ran none = builds("latest --platform tvos");
+  EXPECT_EQ(none.status, 7);
+  EXPECT_EQ(none.out + none.err, "No build for tvOS yet: kestu builds upload sends one.\n");
   EXPECT_EQ(nlohmann::json::parse(builds("latest -ojson").out)["number"], "44");
 }
 
 TEST_F(BuildsTest, WrongUseEndsBeforeAnyCall) {
-  struct Row {
-    std::string arguments;
-    std::string message;
-  };
-  for (const Row& row : std::vector<Row>{
-           {"distribute 45", "Name a group with --add or --remove."},
-           {"distribute 45 --add ' '", "--add needs a value."},
-           {"test-notes 45 text --file notes.txt", "Give the text, or --file, but not both."},
-           {"test-notes 45", "Give the text, or --file."},
-           {"wait --timeout 5m", "--timeout is a number of minutes from 0 to 10,080, not 5m."},
-           {"upload a.ipa --timeout 5", "--timeout is for --wait: give both, or neither."},
-           {"upload ''", "The file's path is empty."},
-           {"expire", "Missing <build>"},
-           {"expire ' '", "The build is empty."},
-           {"upload a.pkg --build 46 --version --dry-run", "--version needs a value."},
-           {"upload a.pkg --version=--dry-run", "--dry-run can't be a version: it's a number, as 1.2."},
-           {"upload a.pkg --version v1.2", "v1.2 can't be a version: it's a number, as 1.2."},
-           {"upload a.pkg --build 1.0.", "1.0. can't be a build number: it's one as 45 or 1.0.8."},
-           {"test-notes 45 Rain. --locale de_DE", "de_DE can't be a language: it's written de-DE."},
-           {"list -a 'Day\x1b[2J'", "--app is an app's App Store ID, bundle ID or name, not Day?[2J."},
-       }) {
-    SCOPED_TRACE(row.message);
-    Ran ran = builds(row.arguments);
-    EXPECT_EQ(ran.status, 2);
-    EXPECT_TRUE(begins(ran.err, row.message));
-    EXPECT_EQ(ran.out, "");
-  }
+  expectWrongUse([&](const auto& line) { return builds(line); }, begins,
+                 {
+                     {"distribute 45", "Name a group with --add or --remove."},
+                     {"distribute 45 --add ' '", "--add needs a value."},
+                     {"test-notes 45 text --file notes.txt", "Give the text, or --file, but not both."},
+                     {"test-notes 45", "Give the text, or --file."},
+                     {"wait --timeout 5m", "--timeout is a number of minutes from 0 to 10,080, not 5m."},
+                     {"upload a.ipa --timeout 5", "--timeout is for --wait: give both, or neither."},
+                     {"upload ''", "The file's path is empty."},
+                     {"expire", "Missing <build>"},
+                     {"expire ' '", "The build is empty."},
+                     {"upload a.pkg --build 46 --version --dry-run", "--version needs a value."},
+                     {"upload a.pkg --version=--dry-run", "--dry-run can't be a version: it's a number, as 1.2."},
+                     {"upload a.pkg --version v1.2", "v1.2 can't be a version: it's a number, as 1.2."},
+                     {"upload a.pkg --build 1.0.", "1.0. can't be a build number: it's one as 45 or 1.0.8."},
+                     {"test-notes 45 Rain. --locale de_DE", "de_DE can't be a language: it's written de-DE."},
+                     {"list -a 'Day\x1b[2J'", "--app is an app's App Store ID, bundle ID or name, not Day?[2J."},
+                 });
+  EXPECT_EQ(terminal.outText(), "");
   EXPECT_TRUE(paths().empty());
-  Ran ran = builds("");
-  EXPECT_EQ(ran.status, 0);
-  EXPECT_TRUE(has(ran.out, "next-number"));
 }
 
 TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
@@ -157,8 +140,7 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
   }
   EXPECT_EQ(build("44").notes["de-DE"], "Try the map.\nAnd\tthe rain.");
   EXPECT_EQ(build("44").groupIds, std::set<std::string>{team});
-  Ran ran = builds("test-notes 44 Sun. --dry-run");
-  EXPECT_EQ(ran.out,
+  EXPECT_EQ(builds("test-notes 44 Sun. --dry-run").out,
             "Dry run: would set What to Test for Daylight Weather (com.example.daylight) 1.2 (44) for iOS in en-US.\n");
   EXPECT_EQ(build("44").notes["en-US"], "- Rain.\n- Sun.");
   terminal.inIsTerminal = true;
@@ -198,38 +180,30 @@ TEST_F(BuildsTest, TestNotesComeThroughAPipeToo) {
 }
 
 TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string err;
-  };
   repo.write("long.txt", std::string(4001, 'x'));
   repo.write("vast.txt", std::string(3'000'000, 'x'));
   repo.write("latin.txt", "caf\xE9");
   repo.write("nul.txt", std::string("a\0b", 3));
-  for (const Row& row : std::vector<Row>{
-           {"expire 99", 7, "No build is 99: kestu builds list lists them.\n"},
-           {"distribute 44 --add A --add Team --add ' B' --remove C", 7,
-            "No groups are called \"A\", \"B\", \"C\". The app's groups: Team, Friends & Family.\n"},
-           {"distribute 43 --add Team --remove team", 2, "\"Team\" is in both --add and --remove.\n"},
-           {"distribute 43 --add 'Friends & Family' --yes", 1,
-            "Friends & Family is for external testers: submit Daylight Weather 1.2 (43) for iOS to Beta App Review "
-            "first.\n"},
-           {"test-notes 44 --file gone.txt", 7, "No file at gone.txt\n"},
-           {"test-notes 44 --file long.txt", 2, "What to Test is 4,001 characters, 4,000 at most.\n"},
-           {"test-notes 44 ' \n'", 2, "The text is empty.\n"},
-           {"test-notes 44 --file vast.txt", 2, "What to Test is over 4,000 characters, 4,000 at most.\n"},
-           {"test-notes 44 --file latin.txt", 2, "latin.txt isn't UTF-8 text.\n"},
-           {"test-notes 44 --file nul.txt", 2, "nul.txt has a control character in it (\\u{0}).\n"},
-           {"test-notes 44 'a\x1b[2J'", 2, "The text has a control character in it (\\u{1b}).\n"},
-           {"test-notes 44 --file .", 1, ". isn't a file.\n"},
-           {"compliance 43 -y", 1, "Daylight Weather 1.2 (43) for iOS doesn't wait for that answer.\n"},
-       }) {
-    SCOPED_TRACE(row.err);
-    Ran ran = builds(row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.err, row.err);
-  }
+  expectErrors(
+      [&](const auto& line) { return builds(line); }, equals,
+      {
+          {"expire 99", 7, "No build is 99: kestu builds list lists them.\n"},
+          {"distribute 44 --add A --add Team --add ' B' --remove C", 7,
+           "No groups are called \"A\", \"B\", \"C\". The app's groups: Team, Friends & Family.\n"},
+          {"distribute 43 --add Team --remove team", 2, "\"Team\" is in both --add and --remove.\n"},
+          {"distribute 43 --add 'Friends & Family' --yes", 1,
+           "Friends & Family is for external testers: submit Daylight Weather 1.2 (43) for iOS to Beta App Review "
+           "first.\n"},
+          {"test-notes 44 --file gone.txt", 7, "No file at gone.txt\n"},
+          {"test-notes 44 --file long.txt", 2, "What to Test is 4,001 characters, 4,000 at most.\n"},
+          {"test-notes 44 ' \n'", 2, "The text is empty.\n"},
+          {"test-notes 44 --file vast.txt", 2, "What to Test is over 4,000 characters, 4,000 at most.\n"},
+          {"test-notes 44 --file latin.txt", 2, "latin.txt isn't UTF-8 text.\n"},
+          {"test-notes 44 --file nul.txt", 2, "nul.txt has a control character in it (\\u{0}).\n"},
+          {"test-notes 44 'a\x1b[2J'", 2, "The text has a control character in it (\\u{1b}).\n"},
+          {"test-notes 44 --file .", 1, ". isn't a file.\n"},
+          {"compliance 43 -y", 1, "Daylight Weather 1.2 (43) for iOS doesn't wait for that answer.\n"},
+      });
   server.withState([](sandbox::State& state) { state.apps[0].primaryLocale = ""; });
   server.onNext({.path = base + "builds",
                  .status = 200,
