@@ -1,45 +1,15 @@
-#include "tests/support/command_test.hpp"
-
 #include "core/kit/experiments.hpp"
-
-#include <nlohmann/json.hpp>
+#include "tests/support/kit_test.hpp"
 
 namespace kestu::tests {
 namespace {
 
 /// The demo app has the experiments "Radar first", which is running, and "Longer forecast", a draft; and a prompt for
 /// iOS that is on.
-class KitChanges : public CommandTest {
- protected:
-  struct Row {
-    std::string line;
-    int status;
-    std::string text;      ///< how what is written ends
-    std::string body = ""; ///< of the last POST
-  };
-
-  KitChanges() {
-    signIn();
-    link();
-  }
-  void expect(const std::string& group, const std::vector<Row>& rows) {
-    for (const Row& row : rows) {
-      SCOPED_TRACE(row.line + " " + row.text);
-      server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{0}; });
-      std::size_t before = server.requests().size();
-      auto ran = run("kit " + group + " " + row.line);
-      EXPECT_EQ(ran.status, row.status) << ran.err;
-      EXPECT_TRUE(ends(ran.out + ran.err.substr(0, ran.err.find("\n\nUsage")), row.text));
-      if (row.status == 2 && !row.text.ends_with('\n')) EXPECT_EQ(server.requests().size(), before);
-      std::string sent;
-      for (const auto& request : server.requests()) sent = request.method == "POST" ? request.body : sent;
-      if (!row.body.empty()) EXPECT_EQ(sent, row.body);
-    }
-  }
-};
+class KitChanges : public KitTest {};
 
 TEST_F(KitChanges, Experiments) {
-  expect(
+  expectKit(
       "experiments",
       {
           {"create --flag hourly-limit --metric m --variant a=24:33.3 --variant b=48:66.7 --yes -- -R", 0,
@@ -72,31 +42,28 @@ TEST_F(KitChanges, Experiments) {
     all.push_back(all.front());
     all.back().experimentId = "other";
   });
-  expect("experiments", {{"view 'longer forecast'", 2,
-                          "Several experiments are called longer forecast. Use an ID: exp-limit or other.\n"}});
-  auto made = run("kit experiments create 'longer FORECAST' --flag new-radar --metric m --variant a=true:50 --variant "
-                  "b=false:50 --yes");
-  EXPECT_TRUE(has(made.out, "\nNext: kestu kit experiments start exp-"));
+  expectKit("experiments", {{"view 'longer forecast'", 2,
+                             "Several experiments are called longer forecast. Use an ID: exp-limit or other.\n"}});
+  EXPECT_TRUE(has(run("kit experiments create 'longer FORECAST' --flag new-radar --metric m --variant a=true:50 "
+                      "--variant b=false:50 --yes")
+                      .out,
+                  "\nNext: kestu kit experiments start exp-"));
 }
 
 TEST_F(KitChanges, AnExperimentIsSeenWithBars) {
   server.withState([&](sandbox::State& state) {
     state.kit.experiments[1234567890][0].startedAt = clock.now() - std::chrono::hours(24 * 9);
   });
-  auto view = run("kit experiments view 'Radar first'");
-  EXPECT_EQ(view.out, "Radar first: running, started 9 days ago.\nTells apart the flag new-radar by purchases.\n"
-                      "Variant  Value  Share  Users  Rate                        Lift    Sure\n"
-                      "control  false  50%    1,204  4.2%  ████████████████▏\n"
-                      "radar    true   50%    1,187  5.1%  ████████████████████  +23.9%  96.2%\n"
-                      "Next: kestu kit experiments stop --keep=radar 'Radar first'\n");
+  EXPECT_EQ(run("kit experiments view 'Radar first'").out,
+            "Radar first: running, started 9 days ago.\nTells apart the flag new-radar by purchases.\n"
+            "Variant  Value  Share  Users  Rate                        Lift    Sure\n"
+            "control  false  50%    1,204  4.2%  ████████████████▏\n"
+            "radar    true   50%    1,187  5.1%  ████████████████████  +23.9%  96.2%\n"
+            "Next: kestu kit experiments stop --keep=radar 'Radar first'\n");
   EXPECT_EQ(nlohmann::json::parse(run("kit experiments view exp-limit --json").out)["state"], "draft");
-  struct Row {
-    double part, whole;
-    std::string bar;
-  };
-  for (const Row& row :
-       std::vector<Row>{{0, 1, ""}, {1, 0, ""}, {1, 1, "████"}, {9, 1, "████"}, {1, 32, "▏"}, {1, 3, "█▍"}}) {
-    EXPECT_EQ(Experiments::bar(row.part, row.whole, 4), row.bar) << row.part;
+  for (auto [part, whole, bar] :
+       {std::tuple(0, 1, ""), {1, 0, ""}, {1, 1, "████"}, {9, 1, "████"}, {1, 32, "▏"}, {1, 3, "█▍"}}) {
+    EXPECT_EQ(Experiments::bar(part, whole, 4), bar) << part;
   }
 }
 
@@ -104,34 +71,35 @@ TEST_F(KitChanges, UpdatePrompts) {
   EXPECT_EQ(run("kit update-prompts list").out,
             "Prompt    Platform  Below  On  Required  Languages  Shown  Updated\n"
             "prompt-1  iOS       1.1    on  no        en-US      5,120  2,204 (43%)\n");
-  expect("update-prompts",
-         {
-             {"create --platform macos --below 1.2 --message de-DE=Neu=besser --yes", 0,
-              "✓ Made the update prompt for macOS below 1.2, off.\nNext: kestu kit update-prompts set macos --on\n",
-              R"({"below":"1.2","messages":{"de-DE":"Neu=besser"},"platform":"macos","required":false})"},
-             {"create --below 1.2", 2, "--message says what it says, as --message en-US=\"…\"."},
-             {"create --message en-US=x", 2, "--below says which versions it's for: those below it."},
-             {"create --below 1.x", 2, "--below is a version, as 1.2, not 1.x."},
-             {"set ios --message 'en-US= '", 2, "--message is a language and its text, as en-US=\"…\"."},
-             {"set ios --message en-US=a --message en-US=b", 2, "--message has en-US twice."},
-             {"set ios --required --optional", 2, "--required or --optional, but not both."},
-             {"set ios", 2, "--required, --optional, --message or --remove-message."},
-             {"set ios --remove-message en-US", 1, "delete it: kestu kit update-prompts delete prompt-1\n"},
-             {"set ios --remove-message ja --yes", 7, "It has no message in ja: it has en-US.\n"},
-             {"set ios --remove-message ja --message ja=x", 2, "--message and --remove-message both name ja."},
-             {"set macos --message ja=x --remove-message de-DE --yes", 0,
-              "✓ Changed the update prompt for macOS below 1.2: it's off now.\n", R"({"messages":{"ja":"x"}})"},
-             {"set ios --on --below 1.1", 0, "✓ It's so already: nothing sent.\n"},
-             {"set macos --required", 6, "--yes to make it.\n"},
-             {"set macos --on", 6, "--yes to send it for approval in the kestu app.\n"},
-             {"set prompt-1 --off", 6, "--yes to send it for approval in the kestu app.\n"},
-             {"set ios --message de-DE=Neu --yes", 0, "✓ Changed the update prompt for iOS below 1.1: it's on now.\n",
-              R"({"messages":{"de-DE":"Neu","en-US":"A new Daylight is out."}})"},
-             {"delete macos", 6, "--yes to make it.\n"},
-             {"delete tvos", 7,
-              "KestuKit has no update prompt tvos for the app. kestu kit update-prompts list shows those it has.\n"},
-             {"delete ios --yes", 0, "✓ Deleted the update prompt for iOS below 1.1.\n"},
-         });
+  expectKit(
+      "update-prompts",
+      {
+          {"create --platform macos --below 1.2 --message de-DE=Neu=besser --yes", 0,
+           "✓ Made the update prompt for macOS below 1.2, off.\nNext: kestu kit update-prompts set macos --on\n",
+           R"({"below":"1.2","messages":{"de-DE":"Neu=besser"},"platform":"macos","required":false})"},
+          {"create --below 1.2", 2, "--message says what it says, as --message en-US=\"…\"."},
+          {"create --message en-US=x", 2, "--below says which versions it's for: those below it."},
+          {"create --below 1.x", 2, "--below is a version, as 1.2, not 1.x."},
+          {"set ios --message 'en-US= '", 2, "--message is a language and its text, as en-US=\"…\"."},
+          {"set ios --message en-US=a --message en-US=b", 2, "--message has en-US twice."},
+          {"set ios --required --optional", 2, "--required or --optional, but not both."},
+          {"set ios", 2, "--required, --optional, --message or --remove-message."},
+          {"set ios --remove-message en-US", 1, "delete it: kestu kit update-prompts delete prompt-1\n"},
+          {"set ios --remove-message ja --yes", 7, "It has no message in ja: it has en-US.\n"},
+          {"set ios --remove-message ja --message ja=x", 2, "--message and --remove-message both name ja."},
+          {"set macos --message ja=x --remove-message de-DE --yes", 0,
+           "✓ Changed the update prompt for macOS below 1.2: it's off now.\n", R"({"messages":{"ja":"x"}})"},
+          {"set ios --on --below 1.1", 0, "✓ It's so already: nothing sent.\n"},
+          {"set macos --required", 6, "--yes to make it.\n"},
+          {"set macos --on", 6, "--yes to send it for approval in the kestu app.\n"},
+          {"set prompt-1 --off", 6, "--yes to send it for approval in the kestu app.\n"},
+          {"set ios --message de-DE=Neu --yes", 0, "✓ Changed the update prompt for iOS below 1.1: it's on now.\n",
+           R"({"messages":{"de-DE":"Neu","en-US":"A new Daylight is out."}})"},
+          {"delete macos", 6, "--yes to make it.\n"},
+          {"delete tvos", 7,
+           "KestuKit has no update prompt tvos for the app. kestu kit update-prompts list shows those it has.\n"},
+          {"delete ios --yes", 0, "✓ Deleted the update prompt for iOS below 1.1.\n"},
+      });
 }
 
 } // namespace

@@ -1,26 +1,13 @@
-#include "tests/support/command_test.hpp"
-
-#include <nlohmann/json.hpp>
+#include "tests/support/kit_test.hpp"
 
 namespace kestu::tests {
 namespace {
 
 /// The demo app has the flags new-radar, hourly-limit and welcome-text.
-class Kit : public CommandTest {
- protected:
-  Kit() {
-    signIn();
-    link();
-  }
-};
+class Kit : public KitTest {};
 
 TEST_F(Kit, SaysWhatTheCodeReadsAndKestuLacks) {
-  struct Row {
-    const char* source;
-    int status;
-    std::string out;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [source, status, out] : std::vector<std::tuple<std::string, int, std::string>>{
            {"", 0, "The code under App reads no flags through KestuFlags.\n"},
            {"KestuFlags.isOn(\"new-radar\") || KestuFlags.isOn(\"new-radar\")", 0,
             "The code reads 1 flag; Kestu has 3.\n✓ Every flag the code reads is in Kestu.\n"},
@@ -35,11 +22,11 @@ TEST_F(Kit, SaysWhatTheCodeReadsAndKestuLacks) {
             "a is read in Store/A.swift:2 but isn't in Kestu.\n"
             "Next: kestu kit flags create <key> for each, with --type for text, a number or JSON.\n"},
        }) {
-    SCOPED_TRACE(row.source);
-    repo.write("App/Store/A.swift", row.source);
-    auto ran = run("kit flags check App");
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.out, row.out);
+    SCOPED_TRACE(source);
+    repo.write("App/Store/A.swift", source);
+    Ran ran = run("kit flags check App");
+    EXPECT_EQ(ran.status, status);
+    EXPECT_EQ(ran.out, out);
     EXPECT_EQ(ran.err, "");
   }
   server.withState([](sandbox::State& state) { state.kit.flags[1234567890] = {{"a"}, {"b"}}; });
@@ -49,9 +36,8 @@ TEST_F(Kit, SaysWhatTheCodeReadsAndKestuLacks) {
 TEST_F(Kit, GivesItsFindingsAsJSON) {
   repo.write("B.swift", "\nKestuFlags.isOn(\"x\")\nKestuFlags.string(\"welcome-text\")");
   repo.write("A.swift", "KestuFlags.isOn(\"x\")");
-  for (auto arguments : std::vector<std::vector<std::string>>{{"--json"}, {"--output", "json", "."}}) {
-    arguments.insert(arguments.begin(), {"kit", "flags", "check"});
-    auto ran = run(arguments);
+  for (const char* line : {"kit flags check --json", "kit flags check --output json ."}) {
+    Ran ran = run(line);
     EXPECT_EQ(ran.status, 1) << ran.err;
     EXPECT_EQ(nlohmann::json::parse(ran.out), nlohmann::json::parse(R"({"flags": 3,
       "missing": [{"key": "x", "file": "A.swift", "line": 1}],
@@ -84,54 +70,42 @@ TEST_F(Kit, ListsFlagsAndWhereTheCodeReadsThem) {
                                        "hourly-limit  number  off  100%     24\n"
                                        "welcome-text  text    off  100%     Good morning\n");
   repo.write("A.swift", "KestuFlags.isOn(\"new-radar\")\nKestuFlags.isOn(\"new-radar\")\nKestuFlags.isOn(\"x\")");
-  auto ran = run("kit flags list");
-  EXPECT_TRUE(has(ran.out, "new-radar     bool    on   100%                   A.swift:1 and 1 more\n"));
-  EXPECT_TRUE(has(ran.out, "Good morning  not read\n"));
-  EXPECT_TRUE(ends(ran.out, "The code reads a flag that KestuKit doesn't have.\nNext: kestu kit flags check\n"));
+  std::string list = run("kit flags list").out;
+  EXPECT_TRUE(has(list, "new-radar     bool    on   100%                   A.swift:1 and 1 more\n"));
+  EXPECT_TRUE(has(list, "Good morning  not read\n"));
+  EXPECT_TRUE(ends(list, "The code reads a flag that KestuKit doesn't have.\nNext: kestu kit flags check\n"));
   EXPECT_TRUE(begins(run("kit flags list -o csv").out,
                      "Flag,Type,On,Rollout,Value,Read in,Notes\nnew-radar,bool,on,100%,,\"A.swift:1, A.swift:2\",\n"));
 }
 
 TEST_F(Kit, ChangesFlags) {
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string text, body;
-  };
-  for (const Row& row : std::vector<Row>{
-           {"create beta", 6, "Nothing sent. Run it again with --yes to make it.\n", ""},
-           {"create beta --on", 6, "Run it again with --yes to send it for approval in the kestu app.\n", ""},
-           {"create --yes -- -beta", 0, "✓ Made the flag -beta: bool, off.\nNext: kestu kit flags set --on -- -beta\n",
-            R"({"key":"-beta","type":"bool"})"},
-           {"create end. --yes", 0, "✓ Made the flag end: bool, off.\nNext: kestu kit flags set --on end\n",
-            R"({"key":"end","type":"bool"})"},
-           {"create 'a b.c' --type text --value '' --yes", 0,
-            "✓ Made the flag a b.c: text \"\", off.\nNext: kestu kit flags set --on 'a b.c'\n",
-            R"({"key":"a b.c","type":"text","value":""})"},
-           {"create limit --type number --value=-2.50 --rollout 12.5% --on --yes", 0,
-            "✓ Made the flag limit: number -2.50, on for 12.5%.\n",
-            R"({"key":"limit","on":true,"rollout":12.5,"type":"number","value":-2.50})"},
-           {"create new-radar --yes", 1, "already.\nNext: kestu kit flags list\n", ""},
-           {"set welcome-text --value Hi --yes", 0, "✓ Changed the flag welcome-text: it's off now.\n",
-            R"({"value":"Hi"})"},
-           {"set welcome-text --value Hi --off --yes", 0, "✓ The flag welcome-text is so already: nothing sent.\n", ""},
-           {"set hourly-limit --notes hours", 6, "--yes to make it.\n", ""},
-           {"set hourly-limit --on", 6, "--yes to send it for approval in the kestu app.\n", ""},
-           {"set new-radar --value true", 2, "A bool flag has no value: it's --on or --off.\n", ""},
-           {"set hourly-limit --value ten", 2, "--value is a number, as 12.5, not ten.\n", ""},
-           {"set New-Radar --on", 7, "KestuKit has no flag New-Radar for the app. Did you mean new-radar?\n", ""},
-           {"delete new-radar", 6, "--yes to send it for approval in the kestu app.\n", ""},
-           {"set welcome-text --value= --yes", 0, "welcome-text: it's off now.\n", R"({"value":""})"},
-       }) {
-    SCOPED_TRACE(row.arguments);
-    server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{0}; });
-    auto ran = run("kit flags " + row.arguments);
-    EXPECT_EQ(ran.status, row.status) << ran.err;
-    EXPECT_TRUE(ends(ran.out + ran.err, row.text));
-    std::string sent;
-    for (const auto& request : server.requests()) sent = request.method == "POST" ? request.body : sent;
-    if (!row.body.empty()) EXPECT_EQ(sent, row.body);
-  }
+  expectKit(
+      "flags",
+      {
+          {"create beta", 6, "Nothing sent. Run it again with --yes to make it.\n"},
+          {"create beta --on", 6, "Run it again with --yes to send it for approval in the kestu app.\n"},
+          {"create --yes -- -beta", 0, "✓ Made the flag -beta: bool, off.\nNext: kestu kit flags set --on -- -beta\n",
+           R"({"key":"-beta","type":"bool"})"},
+          {"create end. --yes", 0, "✓ Made the flag end: bool, off.\nNext: kestu kit flags set --on end\n",
+           R"({"key":"end","type":"bool"})"},
+          {"create 'a b.c' --type text --value '' --yes", 0,
+           "✓ Made the flag a b.c: text \"\", off.\nNext: kestu kit flags set --on 'a b.c'\n",
+           R"({"key":"a b.c","type":"text","value":""})"},
+          {"create limit --type number --value=-2.50 --rollout 12.5% --on --yes", 0,
+           "✓ Made the flag limit: number -2.50, on for 12.5%.\n",
+           R"({"key":"limit","on":true,"rollout":12.5,"type":"number","value":-2.50})"},
+          {"create new-radar --yes", 1, "already.\nNext: kestu kit flags list\n"},
+          {"set welcome-text --value Hi --yes", 0, "✓ Changed the flag welcome-text: it's off now.\n",
+           R"({"value":"Hi"})"},
+          {"set welcome-text --value Hi --off --yes", 0, "✓ The flag welcome-text is so already: nothing sent.\n"},
+          {"set hourly-limit --notes hours", 6, "--yes to make it.\n"},
+          {"set hourly-limit --on", 6, "--yes to send it for approval in the kestu app.\n"},
+          {"set new-radar --value true", 2, "A bool flag has no value: it's --on or --off.\n"},
+          {"set hourly-limit --value ten", 2, "--value is a number, as 12.5, not ten.\n"},
+          {"set New-Radar --on", 7, "KestuKit has no flag New-Radar for the app. Did you mean new-radar?\n"},
+          {"delete new-radar", 6, "--yes to send it for approval in the kestu app.\n"},
+          {"set welcome-text --value= --yes", 0, "welcome-text: it's off now.\n", R"({"value":""})"},
+      });
   server.forgetRequests();
   for (const std::string line : {"create -beta2", "create ..", "create 'a\x1b[31mb'", "create 'a\tb'",
                                  "create 'a\u00a0b'", "create ' a'", "create 'a\"b'", "create x --type text --value",

@@ -1,23 +1,14 @@
-#include "tests/support/command_test.hpp"
-
 #include "core/kit/markdown.hpp"
-
-#include <nlohmann/json.hpp>
+#include "core/support/text.hpp"
+#include "tests/support/kit_test.hpp"
 
 namespace kestu::tests {
 namespace {
 
 /// The demo app has a draft of 1.2 and a published page of 1.1, each for every platform.
-class WhatsNewTest : public CommandTest {
+class WhatsNewTest : public KitTest {
  protected:
-  WhatsNewTest() {
-    signIn();
-    link();
-  }
-  Ran pages(CommandWords arguments) {
-    arguments.insert(arguments.begin(), {"kit", "whats-new"});
-    return run(arguments);
-  }
+  Ran pages(const std::string& line) { return run("kit whats-new " + line); }
   std::string stateOf(const std::string& version, const std::string& platform = "") {
     std::string found = "gone";
     server.withState([&](sandbox::State& state) {
@@ -31,37 +22,31 @@ class WhatsNewTest : public CommandTest {
 
 TEST(Markdown, TakesTheTitleOutAndFindsImages) {
   struct Row {
-    const char *text, *title, *body;
-    std::vector<std::string> images;
+    const char *text, *title, *body, *images;
   };
   for (const Row& row : std::vector<Row>{
-           {"# What's new ##\n\nText\n", "What's new", "Text\n", {}},
-           {"Before\n\nTitle\n=====\r\nAfter", "Title", "Before\n\nAfter\n", {}},
-           {"```\n# code ![](no.png)\n```\n### C#\n![a](b.png \"t\") `![](no.png)`",
-            "C#",
-            "```\n# code ![](no.png)\n```\n![a](b.png \"t\") `![](no.png)`\n",
-            {"b.png"}},
-           {"#tag\n# T\n![[x]](<a b.png>)![r][L] ![l] ![gone]\n\n[l]: c(1).png\n<IMG alt=x\nSRC='d.jpg'>",
-            "T",
+           {"# What's new ##\n\nText\n", "What's new", "Text\n", ""},
+           {"Before\n\nTitle\n=====\r\nAfter", "Title", "Before\n\nAfter\n", ""},
+           {"```\n# code ![](no.png)\n```\n### C#\n![a](b.png \"t\") `![](no.png)`", "C#",
+            "```\n# code ![](no.png)\n```\n![a](b.png \"t\") `![](no.png)`\n", "b.png"},
+           {"#tag\n# T\n![[x]](<a b.png>)![r][L] ![l] ![gone]\n\n[l]: c(1).png\n<IMG alt=x\nSRC='d.jpg'>", "T",
             "#tag\n![[x]](<a b.png>)![r][L] ![l] ![gone]\n\n[l]: c(1).png\n<IMG alt=x\nSRC='d.jpg'>\n",
-            {"a b.png", "c(1).png", "d.jpg"}},
+            "a b.png|c(1).png|d.jpg"},
            {"# T\n<picture><source srcset='https://x.test/1.png 1x, b.png'></picture><img alt=\"a>b\" "
             "src=//h/2.png>\n` ![](3.png)\n\n` \\` ![](<4.png>) ` ![a][L  x]\n\n> [l x]:\n  5.png\n",
             "T",
             "<picture><source srcset='https://x.test/1.png 1x, b.png'></picture><img alt=\"a>b\" src=//h/2.png>\n"
             "` ![](3.png)\n\n` \\` ![](<4.png>) ` ![a][L  x]\n\n> [l x]:\n  5.png\n",
-            {"3.png", "4.png", "5.png", "https://x.test/1.png", "b.png", "//h/2.png"}},
-           {"# T\n![](a(1).png) \\![](no.png) ![](\\(x.png)",
-            "T",
-            "![](a(1).png) \\![](no.png) ![](\\(x.png)\n",
-            {"a(1).png", "(x.png"}},
+            "3.png|4.png|5.png|https://x.test/1.png|b.png|//h/2.png"},
+           {"# T\n![](a(1).png) \\![](no.png) ![](\\(x.png)", "T", "![](a(1).png) \\![](no.png) ![](\\(x.png)\n",
+            "a(1).png|(x.png"},
        }) {
     SCOPED_TRACE(row.text);
     auto titled = Markdown::titled(row.text);
     ASSERT_TRUE(titled);
     EXPECT_EQ(titled->title, row.title);
     EXPECT_EQ(titled->body, row.body);
-    EXPECT_EQ(Markdown::images(titled->body), row.images);
+    EXPECT_EQ(Text::joined(Markdown::images(titled->body), "|"), row.images);
   }
   for (const char* text : {"", "Text", "#\n# Later", "    # code", "- a\n---", "#######", "~~~\n# a"}) {
     EXPECT_FALSE(Markdown::titled(text)) << text;
@@ -101,8 +86,8 @@ TEST_F(WhatsNewTest, TellsAllThatIsWrongBeforeAnyCall) {
   std::filesystem::create_directory(repo.path() / "empty");
   EXPECT_EQ(pages("upload empty --version 1.3").status, 1);
   EXPECT_EQ(pages("upload page").status, 2);
-  for (const char* version : {"..", "1.x", "1\n2", "1/2"}) {
-    EXPECT_EQ(pages({"upload", "page", "--version", version}).status, 2) << version;
+  for (const std::string version : {"..", "1.x", "1\n2", "1/2"}) {
+    EXPECT_EQ(pages("upload page --version '" + version + "'").status, 2) << version;
   }
   EXPECT_EQ(paths(), std::vector<std::string>{});
 }
@@ -124,10 +109,7 @@ TEST_F(WhatsNewTest, SendsTextsAndImages) {
   EXPECT_TRUE(ends(ran.out, "\nNext: kestu kit whats-new publish 1.3 --platform ios\n"));
   EXPECT_EQ(calls("PUT"), 2U) << "each image once";
   EXPECT_TRUE(ends(paths().back(), "/kit/whats-new/1.3/commit"));
-  nlohmann::json sent;
-  for (const auto& request : server.requests()) {
-    if (request.path.ends_with("/kit/whats-new/1.3")) sent = nlohmann::json::parse(request.body);
-  }
+  auto sent = lastBody("/kit/whats-new/1.3");
   EXPECT_EQ(sent["languages"]["en-US"],
             (nlohmann::json{{"title", "New"}, {"body", "![](img/a%20b.png) ![](./c.png)\n"}}));
   EXPECT_EQ(sent["images"].size(), 3U);
@@ -138,40 +120,29 @@ TEST_F(WhatsNewTest, SendsTextsAndImages) {
   EXPECT_EQ(nlohmann::json::parse(ran.out)["uploads"].size(), 1U);
   EXPECT_FALSE(has(ran.out, "signature"));
   server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{1}; });
-  ran = pages("publish 1.3 --platform ios --yes");
-  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(pages("publish 1.3 --platform ios --yes").status, 0);
   EXPECT_EQ(stateOf("1.3", "ios"), "published");
   ran = pages("upload page --version 1.3 --platform ios");
-  EXPECT_EQ(ran.err.substr(0, 8), "Replace ");
+  EXPECT_TRUE(begins(ran.err, "Replace "));
   EXPECT_TRUE(has(ran.err, "--yes to send it for approval")) << "a published page waits";
 }
 
 TEST_F(WhatsNewTest, PagesArePublishedTakenBackAndDeleted) {
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string text, after;
-  };
-  for (const Row& row : std::vector<Row>{
-           {"publish 1.2 --platform ios --yes", 7,
-            "There's no What's New page of 1.2 for iOS. There's one with no --platform, as it's every platform's.\n",
+  for (const auto& [row, after] : std::vector<std::pair<Row, std::string>>{
+           {{"publish 1.2 --platform ios --yes", 7,
+             "There's no What's New page of 1.2 for iOS. There's one with no --platform, as it's every platform's.\n"},
             "draft"},
-           {"publish 1.2", 6, "--yes to send it for approval in the kestu app.\n", "draft"},
-           {"publish 1.2 --yes", 0, "✓ Published the What's New page of 1.2 for every platform.\n", "published"},
-           {"publish 1.2 --yes", 0, "✓ It's published already: nothing sent.\n", "published"},
-           {"unpublish 1.2 --yes", 0, "it's a draft again.\n", "draft"},
-           {"delete 1.2", 6, "--yes to make it.\n", "draft"},
-           {"delete 1.2 --yes", 0, "✓ Deleted the What's New page of 1.2 for every platform.\n", "gone"},
+           {{"publish 1.2", 6, "--yes to send it for approval in the kestu app.\n"}, "draft"},
+           {{"publish 1.2 --yes", 0, "✓ Published the What's New page of 1.2 for every platform.\n"}, "published"},
+           {{"publish 1.2 --yes", 0, "✓ It's published already: nothing sent.\n"}, "published"},
+           {{"unpublish 1.2 --yes", 0, "it's a draft again.\n"}, "draft"},
+           {{"delete 1.2", 6, "--yes to make it.\n"}, "draft"},
+           {{"delete 1.2 --yes", 0, "✓ Deleted the What's New page of 1.2 for every platform.\n"}, "gone"},
        }) {
-    SCOPED_TRACE(row.arguments + " " + row.text);
-    server.withState([](sandbox::State& state) { state.nextPlan = sandbox::Script{0}; });
-    auto ran = pages(row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(ends(ran.out + ran.err, row.text));
-    EXPECT_EQ(stateOf("1.2"), row.after);
+    expectKit("whats-new", {row});
+    EXPECT_EQ(stateOf("1.2"), after) << row.line;
   }
-  auto list = pages("list");
-  EXPECT_EQ(list.out, "Version  Platform  State      Languages\n1.1      every     published  de-DE, en-US\n");
+  EXPECT_EQ(pages("list").out, "Version  Platform  State      Languages\n1.1      every     published  de-DE, en-US\n");
 }
 
 } // namespace
