@@ -2,10 +2,10 @@
 #include "core/support/text.hpp"
 #include "tests/support/command_lines.hpp"
 #include "tests/support/json_schema.hpp"
+#include "tests/support/process_variables.hpp"
 #include "tests/support/release_test.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <functional>
 #include <iterator>
 #include <set>
@@ -90,6 +90,8 @@ TEST_F(SchemasTest, EachAnswerIsAsItsSchemaSays) {
   auto build = [&](const std::string& number, const std::string& state) {
     return [=, this] { setBuild(number, [&](auto& each) { each.state = state; }); };
   };
+  ProcessVariables variables;
+  variables.setTools(repo.path() / "tools");
   auto released = [this] { setState("1.2", "pendingdeveloperrelease"); };
   struct Scene {
     Words lines; // one after the other
@@ -122,8 +124,8 @@ TEST_F(SchemasTest, EachAnswerIsAsItsSchemaSays) {
            {{"builds list", "builds latest", "builds next-number", "builds wait 43", "builds test-notes 44 Sun.",
              "builds compliance 44", "builds expire 42 --no-wait"}},
            {{"builds submit 43", "builds distribute 43 --add Team"}, build("43", "readyforinternal")},
-           {{"builds upload Mac.pkg --version 1.3 --build 50"}, [this] { repo.write("Mac.pkg", "xar!"); }},
-           {{"builds upload Mac.pkg --version 1.3 --build 51 --wait"}, [this] { repo.write("Mac.pkg", "xar!"); }},
+           {{"builds upload Mac.pkg --version 1.3 --build 50", "builds upload Mac.pkg --version 1.3 --build 51 --wait"},
+            [this] { repo.write("Mac.pkg", "xar!"); }},
            {{"builds remove 50"},
             [this] {
               server.withState([](auto& state) {
@@ -182,10 +184,7 @@ TEST_F(SchemasTest, EachAnswerIsAsItsSchemaSays) {
        }) {
     begin();
     if (row.before) row.before();
-    const std::string path = std::getenv("PATH");
-    ::setenv("PATH", ((repo.path() / "tools").string() + ":" + path).c_str(), 1);
     for (const std::string& line : row.lines) perform(line);
-    ::setenv("PATH", path.c_str(), 1);
   }
   std::set<std::string> commands, files;
   eachGiving(tree, "json", [&](const Command& each) { commands.insert(fileOf(each)); });

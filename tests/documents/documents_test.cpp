@@ -4,6 +4,8 @@
 #include "core/support/files.hpp"
 #include "core/support/text.hpp"
 #include "tests/support/build_files.hpp"
+#include "tests/support/every_command_test.hpp"
+#include "tests/support/process_variables.hpp"
 #include "tests/support/release_test.hpp"
 
 #include <algorithm>
@@ -64,21 +66,13 @@ class Documents : public ReleaseRoadTest, public ::testing::WithParamInterface<P
 
   void perform(const Shown& step) {
     meanwhile(step.line);
-    if (step.words.size() == 3 && step.words[0] == "mkdir" && step.words[1] == "-p") {
-      EXPECT_TRUE(std::filesystem::create_directories(here / step.words[2]));
+    const std::string& program = step.words.at(0);
+    if (program == "mkdir" || program == "cp" || program == "rm") {
+      auto done = Process::run({.arguments = step.words, .folder = here}, {});
+      EXPECT_TRUE(done.succeeded()) << done.err;
       return;
     }
-    if (step.words.size() == 3 && step.words[0] == "cp") {
-      EXPECT_TRUE(std::filesystem::copy_file(here / step.words[1], here / step.words[2]));
-      return;
-    }
-    if (step.words.size() > 2 && step.words[0] == "rm" && step.words[1] == "-r") {
-      for (std::size_t i = 2; i < step.words.size(); ++i) {
-        EXPECT_GT(std::filesystem::remove_all(here / step.words[i]), 0) << step.words[i];
-      }
-      return;
-    }
-    ASSERT_EQ(step.words.at(0), "kestu");
+    ASSERT_EQ(program, "kestu");
     terminal.inIsTerminal = true;
     terminal.type("y");
     Ran ran = run(std::vector<std::string>(step.words.begin() + 1, step.words.end()));
@@ -123,30 +117,22 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 /// The examples of the help, each in the repository that they are about and against the sandbox as it starts.
-class HelpExamples : public CommandTest, public ::testing::WithParamInterface<std::string> {
+class HelpExamples : public EveryCommandTest, public ::testing::WithParamInterface<std::string> {
  protected:
-  using Words = std::vector<std::string>;
   TemporaryFolder files;
-  const std::string pathBefore = std::getenv("PATH");
+  ProcessVariables variables;
 
-  HelpExamples()
-      : CommandTest({.approve = sandbox::Approve::all,
-                     .partSize = 1000,
-                     .now = [this] { return clock.now(); },
-                     .holdsWaits = false,
-                     .examples = true}) {
+  HelpExamples() : EveryCommandTest(true) {
     environment["XDG_CACHE_HOME"] = (repo.path() / ".cache").string();
-    ::setenv("PATH", ((files.path() / "tools").string() + ":" + pathBefore).c_str(), 1);
+    variables.setTools(files.path() / "tools");
     files.write("kestu.json", R"({"appId": 1234567890, "bundleId": "com.example.daylight"})");
     files.write("App/Daylight.xcodeproj/project.pbxproj", "PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight;\n");
     files.write("Sources/Radar.swift", "import KestuKit\nlet radar = KestuFlags.isOn(\"new-radar\")\n");
     files.write("notes.txt", "Bitte das Radar ansehen.\n");
     layAssets();
     layListing();
-    for (Words words :
-         {Words{"init", "-q"}, Words{"remote", "add", "origin", "https://github.com/example/daylight.git"}}) {
-      words.insert(words.begin(), "git");
-      EXPECT_TRUE(Process::run({.arguments = words, .folder = files.path()}, {}).succeeded());
+    for (const char* line : {"git init -q", "git remote add origin https://github.com/example/daylight.git"}) {
+      EXPECT_TRUE(Process::run({.arguments = wordsOf(line), .folder = files.path()}, {}).succeeded());
     }
     files.write("Daylight.pkg", "xar!" + std::string(3000, 'k'));
     ipa(files.path() / "Daylight.ipa", {{"Payload/Daylight.app/Info.plist", plist("1.2", "45", "iPhoneOS")}});
@@ -155,26 +141,21 @@ class HelpExamples : public CommandTest, public ::testing::WithParamInterface<st
                                    std::filesystem::perms::owner_all);
     }
   }
-  ~HelpExamples() override { ::setenv("PATH", pathBefore.c_str(), 1); }
 
   void layAssets() {
-    for (const char* locale : {"en-US", "de-DE"}) {
-      auto lay = [&](const std::string& kind, const std::string& name, const std::string& bytes) {
-        files.write("metadata/" + kind + "/" + locale + "/" + name, bytes);
-      };
-      lay("screenshots", "iPhone 6.9/01.png", png(1290, 2796));
-      lay("previews", "iPhone 6.9/01.mov", "a video");
-      lay("header", "HEADER_IPHONE/header.png", png(4320, 1620));
-      lay("search-results", "Search Results/results.png", png(3840, 2160));
+    for (const std::string locale : {"/en-US/", "/de-DE/"}) {
+      files.write("metadata/screenshots" + locale + "iPhone 6.9/01.png", png(1290, 2796));
+      files.write("metadata/previews" + locale + "iPhone 6.9/01.mov", "a video");
+      files.write("metadata/header" + locale + "HEADER_IPHONE/header.png", png(4320, 1620));
+      files.write("metadata/search-results" + locale + "Search Results/results.png", png(3840, 2160));
     }
     files.write("card.png", png(1920, 1080));
     files.write("page.png", png(1080, 1920));
     for (const char* name : {"card.mov", "page.mov"}) files.write(name, "a video");
   }
   void layListing() {
-    for (const char* locale : {"en-US", "de-DE", "ja"})
-      files.write("metadata/releases/1.2/" + std::string(locale) + ".json",
-                  R"({"whatsNew": "Storms, minutes ahead."})");
+    for (const std::string locale : {"en-US", "de-DE", "ja"})
+      files.write("metadata/releases/1.2/" + locale + ".json", R"({"whatsNew": "Storms, minutes ahead."})");
     files.write("metadata/listing/en-US.json", R"({"subtitle": "Light, hour by hour"})");
     files.write("metadata/review.json", R"({"contactPhone": "+43 1 234 5678"})");
     files.write("metadata/releases/1.2/whatsnew/en-US.md", "# The radar\n\nIt has colours.\n");
@@ -183,16 +164,15 @@ class HelpExamples : public CommandTest, public ::testing::WithParamInterface<st
 
   /// What has to be done before a line, which its page says.
   void prepare(const std::string& line) {
-    std::vector<Words> before;
+    std::vector<std::string> before;
     if (line.starts_with("kestu metadata pull")) std::filesystem::remove_all(repo.path() / "metadata");
     if (line.starts_with("kestu submit")) {
-      before = {{"release", "prepare", "1.2", "--build", "43", "--yes"},
-                {"metadata", "content-rights", "set", "--third-party-content", "no", "--yes"}};
+      before = {"release prepare 1.2 --build 43 --yes", "metadata content-rights set --third-party-content no --yes"};
     }
-    if (line.ends_with("--withdraw")) before.push_back({"submit", "1.2", "--yes"});
-    for (const Words& words : before) {
-      Ran ran = run(words);
-      EXPECT_EQ(ran.status, 0) << Text::joined(words, " ") << "\n" << ran.out << ran.err;
+    if (line.ends_with("--withdraw")) before.emplace_back("submit 1.2 --yes");
+    for (const std::string& each : before) {
+      Ran ran = run(each);
+      EXPECT_EQ(ran.status, 0) << each << "\n" << ran.out << ran.err;
     }
   }
 
@@ -261,11 +241,7 @@ TEST_P(HelpExamples, EachRunsOnItsOwn) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, HelpExamples, ::testing::ValuesIn(families()), [](const auto& row) {
-  std::string name = row.param;
-  std::erase(name, '-');
-  return name;
-});
+INSTANTIATE_TEST_SUITE_P(Families, HelpExamples, ::testing::ValuesIn(families()), familyName);
 
 } // namespace
 } // namespace kestu::tests

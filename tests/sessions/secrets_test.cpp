@@ -1,12 +1,11 @@
-#include "cli/command_rows.hpp"
 #include "core/platform/state_folder.hpp"
 #include "core/service/answer_memory.hpp"
 #include "core/service/logged_transport.hpp"
 #include "core/support/files.hpp"
 #include "core/support/text.hpp"
-#include "tests/support/command_test.hpp"
-#include "tests/support/every_command.hpp"
+#include "tests/support/every_command_test.hpp"
 #include "tests/support/free_text.hpp"
+#include "tests/support/process_variables.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -29,49 +28,30 @@ const std::string token = "kst_MARKEDTOKEN5b1f0c7e92d34a68";
 const std::string kept = "kst_MARKEDKEPT40c9a6e85d3b271f"; // in the keyring
 const std::string password = "MARKED-pass \"word\" ü";
 
-/// The variables of this process, as children get them, for as long as this lives.
-class Variables {
- public:
-  ~Variables() {
-    for (const auto& [name, value] : before_) value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
-  }
-  void set(const std::string& name, const std::string& value) {
-    const char* before = std::getenv(name.c_str());
-    before_.emplace(name, before ? std::optional<std::string>(before) : std::nullopt);
-    setenv(name.c_str(), value.c_str(), 1);
-  }
-
- private:
-  std::map<std::string, std::optional<std::string>> before_;
-};
-
 /// Every command, with a token and a password that are known wherever they turn up.
-class SecretsTest : public CommandTest {
+class SecretsTest : public EveryCommandTest {
  protected:
   enum class Service { answers, echoes, refuses };
+  using Secrets = std::map<std::string, std::string>;
 
   TemporaryFolder folder;
   const fs::path home = folder.path() / "home", temporary = folder.path() / "tmp", records = folder.path() / "records";
-  Variables variables;
+  ProcessVariables variables;
   std::string deviceCode; ///< of the last sign-in
 
-  SecretsTest()
-      : CommandTest({.approve = sandbox::Approve::all,
-                     .partSize = 1000,
-                     .now = [this] { return clock.now(); },
-                     .holdsWaits = false}) {
+  SecretsTest() {
     for (const auto& each : {home, temporary, records}) fs::create_directories(each);
     for (const char* name : {"git", "gh", "glab", "brew", "unzip", "xdg-open", "open"}) layRecorder(name);
     server.accept(token);
-    for (const auto& [name, value] :
-         std::map<std::string, std::string>{{"PATH", (folder.path() / "bin").string() + ":" + std::getenv("PATH")},
-                                            {"HOME", home.string()},
-                                            {"XDG_STATE_HOME", (home / "state").string()},
-                                            {"XDG_CACHE_HOME", (home / "cache").string()},
-                                            {"TMPDIR", temporary.string()},
-                                            {"KESTU_TOKEN", token},
-                                            {"KESTU_REVIEW_DEMO_PASSWORD", password},
-                                            {"KESTU_DEBUG", "1"}}) {
+    variables.setTools(folder.path() / "bin");
+    for (const auto& [name, value] : std::map<std::string, std::string>{{"PATH", std::getenv("PATH")},
+                                                                        {"HOME", home.string()},
+                                                                        {"XDG_STATE_HOME", (home / "state").string()},
+                                                                        {"XDG_CACHE_HOME", (home / "cache").string()},
+                                                                        {"TMPDIR", temporary.string()},
+                                                                        {"KESTU_TOKEN", token},
+                                                                        {"KESTU_REVIEW_DEMO_PASSWORD", password},
+                                                                        {"KESTU_DEBUG", "1"}}) {
       variables.set(name, value);
       environment[name] = value;
     }
@@ -116,7 +96,6 @@ class SecretsTest : public CommandTest {
   }
 
   Ran runLogged(const Words& words) {
-    environment["KESTU_API_URL"] = server.origin();
     Environment captured(environment);
     FakeTerminal screen(80); // for progress and the word on a newer version too
     screen.inIsTerminal = false;
@@ -170,20 +149,9 @@ class SecretsTest : public CommandTest {
     setrlimit(RLIMIT_CORE, &any);
   }
 
-  /// A store job that is there, in the words.
-  Words resolved(Words words) {
-    server.withState([&](sandbox::State& state) {
-      for (std::string& word : words) {
-        if (word == "{job}" && !state.plans.empty()) word = state.plans.back().job;
-      }
-    });
-    return words;
-  }
-
   /// Whatever nobody but the service and the keyring may have, each with what it is.
-  std::map<std::string, std::string> secrets() {
-    std::map<std::string, std::string> all = {
-        {token, "token"}, {kept, "token"}, {password, "password"}, {"MARKED-pass", "password"}};
+  Secrets secrets() {
+    Secrets all = {{token, "token"}, {kept, "token"}, {password, "password"}, {"MARKED-pass", "password"}};
     server.withState([&](sandbox::State& state) {
       for (const auto& [each, grant] : state.tokens) all.emplace(each, "token");
       for (const auto& [id, asset] : state.assets) {
@@ -193,8 +161,6 @@ class SecretsTest : public CommandTest {
     if (!deviceCode.empty()) all.emplace(deviceCode, "device code");
     return all;
   }
-
-  using Secrets = std::map<std::string, std::string>;
 
   static void expectNone(const std::string& text, const std::string& where, const Secrets& all) {
     for (const auto& [secret, what] : all) {
@@ -259,16 +225,7 @@ TEST_P(SecretsOfAFamily, AreShownAndKeptNowhere) {
   }
 }
 
-std::vector<std::string> families() {
-  std::vector<std::string> words;
-  for (const CommandRow& row : commandRows()) words.emplace_back(row.word);
-  return words;
-}
-INSTANTIATE_TEST_SUITE_P(All, SecretsOfAFamily, testing::ValuesIn(families()), [](const auto& each) {
-  std::string name = each.param;
-  std::erase(name, '-');
-  return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, SecretsOfAFamily, testing::ValuesIn(commandFamilies()), familyName);
 
 TEST_F(SecretsTest, ReachATokensNewHolderAlone) {
   lay();

@@ -1,9 +1,7 @@
-#include "cli/command_rows.hpp"
 #include "core/console/text_style.hpp"
 #include "core/support/text.hpp"
 #include "core/support/utf8.hpp"
-#include "tests/support/command_test.hpp"
-#include "tests/support/every_command.hpp"
+#include "tests/support/every_command_test.hpp"
 #include "tests/support/free_text.hpp"
 
 #include <nlohmann/json.hpp>
@@ -48,15 +46,9 @@ std::string harm(const std::string& written, bool redraws) {
                                                                                                         : "";
 }
 
-class HostileText : public CommandTest, public testing::WithParamInterface<std::string> {
+class HostileText : public EveryCommandTest, public testing::WithParamInterface<std::string> {
  protected:
   int shown = 0; ///< outputs with something of the hostile text in them
-
-  HostileText()
-      : CommandTest({.approve = sandbox::Approve::all,
-                     .partSize = 1000,
-                     .now = [this] { return clock.now(); },
-                     .holdsWaits = false}) {}
 
   void serve(const std::function<bool(const std::string&)>& chosen, const std::string& text) {
     server.onAnswer([chosen, text](const sandbox::Request&, sandbox::Answer& answer) {
@@ -71,7 +63,7 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
     std::filesystem::remove_all(repo.path());
     std::filesystem::create_directories(repo.path() / ".git");
     layRepository(repo, hostile, "secret");
-    std::string name = hostileBytes;
+    const std::string& name = hostileBytes;
     repo.write("metadata/listing/" + name + ".json", "{\"subtitle\": \"" + hostileBytes + "\"}");
     repo.write("metadata/screenshots/en-US/iPhone 6.9/" + name + ".jpg", jpeg(1290, 2796));
     repo.write("metadata/screenshots/" + name + "/iPhone 6.9/01.jpg", "no picture");
@@ -83,19 +75,13 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
     signIn();
   }
 
-  Ran runOn(FakeTerminal& screen, Words words) {
-    server.withState([&](sandbox::State& state) {
-      for (std::string& word : words) {
-        if (word == "{job}" && !state.plans.empty()) word = state.plans.back().job;
-      }
-    });
-    environment["KESTU_API_URL"] = server.origin();
+  Ran runOn(FakeTerminal& screen, const Words& words) {
     Environment captured(environment);
     Console console(screen, captured, clock);
     CurlTransport transport;
     AnnouncedVersion announced;
     Context context{captured, here, clock, console, transport, store, announced, nullptr, stopping.get_token()};
-    int status = runEntry(context, words);
+    int status = runEntry(context, resolved(words));
     return {status, screen.outText(), screen.errText()};
   }
 
@@ -115,12 +101,9 @@ class HostileText : public CommandTest, public testing::WithParamInterface<std::
       const bool atTerminal = at == forms.size();
       lay();
       serve([](const std::string&) { return false; }, "");
+      FakeTerminal unseen;
       Words before = command.before;
-      if (!before.empty()) {
-        FakeTerminal unseen;
-        before.emplace_back("--yes");
-        runOn(unseen, before);
-      }
+      if (!before.empty()) before.emplace_back("--yes"), runOn(unseen, before);
       serve(chosen, hostile);
       FakeTerminal screen(60), pipe;
       screen.type("n");
@@ -150,16 +133,7 @@ TEST_P(HostileText, DoesNoHarm) {
   }
 }
 
-std::vector<std::string> families() {
-  std::vector<std::string> words;
-  for (const CommandRow& row : commandRows()) words.emplace_back(row.word);
-  return words;
-}
-INSTANTIATE_TEST_SUITE_P(All, HostileText, testing::ValuesIn(families()), [](const auto& each) {
-  std::string name = each.param;
-  std::erase(name, '-');
-  return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, HostileText, testing::ValuesIn(commandFamilies()), familyName);
 
 class LongText : public HostileText {};
 

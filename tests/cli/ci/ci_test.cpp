@@ -1,16 +1,13 @@
-#include "tests/support/command_test.hpp"
-
 #include "core/overview/ci_secrets.hpp"
 #include "core/support/files.hpp"
+#include "tests/support/error_rows.hpp"
+#include "tests/support/process_variables.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <thread>
 
 #include <sys/stat.h>
-
-#include <nlohmann/json.hpp>
 
 namespace kestu::tests {
 namespace {
@@ -19,10 +16,12 @@ namespace {
 class CITest : public CommandTest {
  protected:
   TemporaryFolder tools;
-  const std::string pathBefore = std::getenv("PATH");
+  ProcessVariables variables;
 
-  CITest() { ::setenv("PATH", (tools.path().string() + ":" + pathBefore).c_str(), 1); }
-  ~CITest() override { ::setenv("PATH", pathBefore.c_str(), 1); }
+  CITest() {
+    variables.setTools(tools.path());
+    link();
+  }
 
   void tool(const std::string& name, const std::string& onList, const std::string& onSet) {
     std::string folder = tools.path().string();
@@ -43,23 +42,20 @@ class CITest : public CommandTest {
 };
 
 TEST_F(CITest, TheTokenGoesToTheToolsInputAlone) {
-  struct Row {
-    std::string provider, tool, call;
-  };
-  link();
-  for (const Row& row : std::vector<Row>{{"github", "gh", "secret set KESTU_TOKEN unset\n"},
-                                         {"gitlab", "glab", "variable set KESTU_TOKEN --masked unset\n"}}) {
-    SCOPED_TRACE(row.tool);
-    tool(row.tool, "exit 0", "exit 0");
+  for (const auto& [program, provider, call] :
+       {std::tuple<std::string, std::string, std::string>("gh", "github", "secret set KESTU_TOKEN unset\n"),
+        {"glab", "gitlab", "variable set KESTU_TOKEN --masked unset\n"}}) {
+    SCOPED_TRACE(program);
+    tool(program, "exit 0", "exit 0");
     server.scriptNextSignIn({});
     auto before = tokens();
-    Ran ran = run("ci token --provider '" + row.provider + "' --scopes testflight,release");
+    Ran ran = run("ci token --scopes testflight,release --provider " + provider);
     EXPECT_EQ(ran.status, 0) << ran.err;
     auto after = tokens();
     ASSERT_EQ(after.size(), before.size() + 1);
     std::string token = kept("input");
     EXPECT_NE(std::find(after.begin(), after.end(), token), after.end());
-    EXPECT_TRUE(ends(kept("calls"), row.call));
+    EXPECT_TRUE(ends(kept("calls"), call));
     EXPECT_FALSE(has(kept("calls") + ran.out + ran.err, token));
     server.withState([&](sandbox::State& state) {
       EXPECT_EQ(state.tokens[token].scopes, (std::vector<std::string>{"testflight", "release"}));
@@ -75,54 +71,39 @@ TEST_F(CITest, TheTokenGoesToTheToolsInputAlone) {
 }
 
 TEST_F(CITest, NobodyIsAskedWhereTheTokenHasNowhereToGo) {
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string err;
-  };
   tool("gh", "echo 'not logged in' >&2; exit 4", "exit 0");
-  link();
   terminal.outIsTerminal = true;
-  for (const Row& row : std::vector<Row>{
-           {"--print", 2, "--print would show the token on this terminal."},
-           {"", 2, "This repo's origin is at neither GitHub nor GitLab"},
-           {"--provider github", 1, "gh can't get at the repository's secrets for Actions (not logged in)."},
-           {"--provider jenkins", 2, "--provider is github or gitlab, not jenkins."},
-           {"--scopes testflight,ads --print", 2, "There's no scope ads: "},
-           {"--force", 2, "--force is for --print."},
-           {"--print --json", 2, "--print writes the token alone"},
-       }) {
-    SCOPED_TRACE(row.err);
-    Ran ran = run("ci token " + row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(begins(ran.err, row.err));
-  }
-  ::setenv("PATH", "/nowhere", 1);
+  expectErrors([&](const auto& options) { return run("ci token " + options); }, begins,
+               {
+                   {"--print", 2, "--print would show the token on this terminal."},
+                   {"", 2, "This repo's origin is at neither GitHub nor GitLab"},
+                   {"--provider github", 1, "gh can't get at the repository's secrets for Actions (not logged in)."},
+                   {"--provider jenkins", 2, "--provider is github or gitlab, not jenkins."},
+                   {"--scopes testflight,ads --print", 2, "There's no scope ads: "},
+                   {"--force", 2, "--force is for --print."},
+                   {"--print --json", 2, "--print writes the token alone"},
+               });
+  variables.set("PATH", "/nowhere");
   EXPECT_TRUE(begins(run("ci token --provider gitlab").err, "GitLab's tool glab couldn't be run ("));
   EXPECT_EQ(paths(), std::vector<std::string>{});
   EXPECT_EQ(run("ci token --print --force --app Ledger").status, 3);
 }
 
 TEST_F(CITest, ATokenThatIsNotKeptIsTakenBack) {
-  struct Row {
-    const char *says, *shown;
-  };
-  link();
-  for (const Row& row :
-       std::vector<Row>{{"cat", "it failed"}, {"fold -w 20", "it failed"}, {"sed 's/kst_.*/no room/'", "no room"}}) {
-    SCOPED_TRACE(row.says);
-    tool("gh", "exit 0", row.says + (" " + (tools.path() / "input").string()) + " >&2; exit 1");
+  for (auto [says, shown] :
+       {std::pair("cat", "it failed"), {"fold -w 20", "it failed"}, {"sed 's/kst_.*/no room/'", "no room"}}) {
+    SCOPED_TRACE(says);
+    tool("gh", "exit 0", says + (" " + (tools.path() / "input").string()) + " >&2; exit 1");
     server.scriptNextSignIn({});
     Ran ran = run("ci token --provider github");
     EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.err, "gh didn't take KESTU_TOKEN (" + std::string(row.shown) +
+    EXPECT_EQ(ran.err, "gh didn't take KESTU_TOKEN (" + std::string(shown) +
                            ").\nThe token was taken back, so approve another next time.\n");
     EXPECT_TRUE(tokens().empty());
   }
 }
 
 TEST_F(CITest, ATokenThatNobodySurelyGotIsTakenBack) {
-  link();
   std::string reached = (tools.path() / "reached").string();
   ASSERT_EQ(::mkfifo(reached.c_str(), 0600), 0);
   tool("gh", "exit 0", ": >" + reached + "; exec tail -f /dev/null");
@@ -138,18 +119,15 @@ TEST_F(CITest, ATokenThatNobodySurelyGotIsTakenBack) {
 }
 
 TEST(CISecrets, KnowsTheProviderByTheRemote) {
-  struct Row {
-    const char *address, *word;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (auto [address, word] : std::vector<std::pair<const char*, const char*>>{
            {"git@github.com:a/b.git", "github"},
            {"https://robin:x@GitHub.com/a/gitlab.com", "github"},
            {"ssh://git@gitlab.com:22/a/b", "gitlab"},
            {"https://notgithub.com/a", ""},
            {"/srv/github.com", ""},
        }) {
-    const CIProvider* found = CISecrets::ofRemote(row.address);
-    EXPECT_EQ(found ? found->word : "", row.word) << row.address;
+    const CIProvider* found = CISecrets::ofRemote(address);
+    EXPECT_EQ(found ? found->word : "", word) << address;
   }
 }
 
