@@ -3,10 +3,7 @@
 #include "core/console/text_style.hpp"
 #include "core/project/app_choice.hpp"
 #include "core/project/project_search.hpp"
-#include "core/support/files.hpp"
-#include "tests/support/command_test.hpp"
-
-#include <nlohmann/json.hpp>
+#include "tests/support/linked_test.hpp"
 
 namespace fs = std::filesystem;
 
@@ -16,8 +13,7 @@ namespace {
 TEST(Project, ReadsBundleIDs) {
   const std::string key = "PRODUCT_BUNDLE_IDENTIFIER = ";
   for (const auto& [text, ids] : std::vector<std::pair<std::string, std::set<std::string>>>{
-           {key + "com.example.app;\n\t" + key + "\"com.example.app.widget\";",
-            {"com.example.app", "com.example.app.widget"}},
+           {key + "com.example.app;\n\t" + key + "\"com.example.app.b\";", {"com.example.app", "com.example.app.b"}},
            {key + "\"$(BASE).app\"; " + key + "\"com.a-b\";", {"com.a-b"}},
            {key + "\"\"; " + key + ";", {}},
            {key + "com.example\n;" + key + "a.b", {}},
@@ -44,49 +40,47 @@ TEST(Project, SearchesThreeLevelsAndNotTheSkippedFolders) {
 
 TEST(Project, ItsRootIsTheNearestLinkedFolderOfTheRepository) {
   struct Row {
-    std::vector<std::string> files;
-    std::string folder, root;
+    std::string files, from, root;
   };
   for (const Row& row : std::vector<Row>{
-           {{".git/HEAD"}, "a/b", ""},
-           {{".git/HEAD", "kestu.json"}, "a/b", ""},
-           {{".git/HEAD", "kestu.json", "a/kestu.json"}, "a/b", "a"},
-           {{".git/HEAD", "a/kestu.json"}, "a/b", "a"},
-           {{".git/HEAD", "a/kestu.json", "a/b/kestu.json"}, "a/b", "a/b"},
-           {{".git/HEAD", "a/kestu.json"}, "c/d", ""},
-           {{".git/HEAD", "kestu.json", "a/.git"}, "a/b", "a"}, // a repository inside another, as a submodule is
-           {{"kestu.json"}, "a/b", "a/b"},                      // no repository at all
+           {".git/HEAD", "a/b", ""},
+           {".git/HEAD kestu.json", "a/b", ""},
+           {".git/HEAD kestu.json a/kestu.json", "a/b", "a"},
+           {".git/HEAD a/kestu.json", "a/b", "a"},
+           {".git/HEAD a/kestu.json a/b/kestu.json", "a/b", "a/b"},
+           {".git/HEAD a/kestu.json", "c/d", ""},
+           {".git/HEAD kestu.json a/.git", "a/b", "a"}, // a repository inside another, as a submodule is
+           {"kestu.json", "a/b", "a/b"},                // no repository at all
        }) {
     TemporaryFolder folder;
-    for (const std::string& file : row.files) folder.write(file, "{}");
-    SCOPED_TRACE(row.folder + " of " + nlohmann::json(row.files).dump());
-    fs::create_directories(folder.path() / row.folder);
-    EXPECT_EQ(Project::root(folder.path() / row.folder), row.root.empty() ? folder.path() : folder.path() / row.root);
+    for (const std::string& file : wordsOf(row.files)) folder.write(file, "{}");
+    SCOPED_TRACE(row.from + " of " + row.files);
+    fs::create_directories(folder.path() / row.from);
+    EXPECT_EQ(Project::root(folder.path() / row.from), row.root.empty() ? folder.path() : folder.path() / row.root);
   }
 }
 
 TEST(Project, SaysWhereAnIDComesFrom) {
   struct Row {
-    std::string file, text;
-    std::vector<std::string> sources;
+    std::string file, text, source;
   };
   const std::string set = "PRODUCT_BUNDLE_IDENTIFIER = ";
   for (const Row& row : std::vector<Row>{
-           {"a/App.xcodeproj/project.pbxproj",
-            set + "\"$(ID).app\";",
-            {"a/App.xcodeproj takes it from a variable: $(ID).app."}},
-           {"A.xcodeproj/project.pbxproj", set + "com.example.app;", {}},
-           {"Config/Base.xcconfig", "A = b\n " + set + " com.a.b // ours", {"Config/Base.xcconfig sets it: com.a.b."}},
-           {"Base.xcconfig", "PRODUCT_BUNDLE_IDENTIFIER[config=Debug]=a.b", {"Base.xcconfig sets it: a.b."}},
-           {"Base.xcconfig", "// " + set + "a.b\nPRODUCT_BUNDLE_IDENTIFIER_BASE = a.b\n" + set, {}},
-           {"project.yml", "", {"project.yml makes the Xcode project, which isn't here yet (xcodegen generate)."}},
-           {"i/Project.swift", "", {"i/Project.swift makes the Xcode project, which isn't here yet (tuist generate)."}},
-           {"Pods/Base.xcconfig", set + "a.b", {}},
+           {"a/App.xcodeproj/project.pbxproj", set + "\"$(ID).app\";",
+            "a/App.xcodeproj takes it from a variable: $(ID).app."},
+           {"A.xcodeproj/project.pbxproj", set + "com.example.app;", ""},
+           {"Config/Base.xcconfig", "A = b\n " + set + " com.a.b // ours", "Config/Base.xcconfig sets it: com.a.b."},
+           {"Base.xcconfig", "PRODUCT_BUNDLE_IDENTIFIER[config=Debug]=a.b", "Base.xcconfig sets it: a.b."},
+           {"Base.xcconfig", "// " + set + "a.b\nPRODUCT_BUNDLE_IDENTIFIER_BASE = a.b\n" + set, ""},
+           {"project.yml", "", "project.yml makes the Xcode project, which isn't here yet (xcodegen generate)."},
+           {"i/Project.swift", "", "i/Project.swift makes the Xcode project, which isn't here yet (tuist generate)."},
+           {"Pods/Base.xcconfig", set + "a.b", ""},
        }) {
     TemporaryFolder folder;
     folder.write(row.file, row.text);
     SCOPED_TRACE(row.file + ": " + row.text);
-    EXPECT_EQ(Project::bundleIDSources(folder.path()), row.sources);
+    auto found = Project::bundleIDSources(folder.path());
+    EXPECT_EQ(found, row.source.empty() ? std::vector<std::string>{} : std::vector{row.source});
   }
 }
 
@@ -193,7 +187,10 @@ TEST(AppChoice, MatchesByTheFirstRuleThatFinds) {
   }
 }
 
-class ProjectTest : public CommandTest {};
+class ProjectTest : public CommandTest {
+ protected:
+  std::string config() { return *Files::read(repo.path() / "kestu.json", 1000); }
+};
 
 TEST_F(ProjectTest, LinksTheAppWhoseBundleIDTheRepositorySets) {
   signIn();
@@ -211,8 +208,7 @@ TEST_F(ProjectTest, LinksTheAppWhoseBundleIDTheRepositorySets) {
       "(2345678901). Name one: kestu link <app>.\nWhere each has a folder of its own: kestu link --here in each.\n");
   EXPECT_FALSE(fs::exists(repo.path() / "kestu.json"));
   set("PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight; PRODUCT_BUNDLE_IDENTIFIER = com.example.daylight.widget;");
-  Ran ran = run("link");
-  EXPECT_EQ(ran.out, "✓ Linked this repo to Daylight Weather (1234567890)\nNext: kestu status\n");
+  EXPECT_EQ(run("link").out, "✓ Linked this repo to Daylight Weather (1234567890)\nNext: kestu status\n");
   EXPECT_EQ(*Files::read(repo.path() / "kestu.json", 1000),
             "{\n  \"appId\": 1234567890,\n  \"bundleId\": \"com.example.daylight\"\n}\n");
 }
@@ -220,8 +216,7 @@ TEST_F(ProjectTest, LinksTheAppWhoseBundleIDTheRepositorySets) {
 TEST_F(ProjectTest, ConfigKeepsWhatItDoesNotKnow) {
   EXPECT_EQ(run("config").err, "This repo has no kestu.json: kestu link writes it.\n");
   repo.write("kestu.json", R"({"appId": 1, "bundleId": "a/b", "later": [1]})");
-  Ran ran = run("config screenshot-folders ids");
-  EXPECT_EQ(ran.out, "✓ Set screenshot-folders to ids\n");
+  EXPECT_EQ(run("config screenshot-folders ids").out, "✓ Set screenshot-folders to ids\n");
   EXPECT_EQ(*Files::read(repo.path() / "kestu.json", 1000),
             "{\n  \"appId\": 1,\n  \"bundleId\": \"a/b\",\n  \"later\": [\n    1\n  ],\n  \"screenshotFolders\": "
             "\"ids\"\n}\n");
@@ -236,7 +231,7 @@ TEST_F(ProjectTest, ConfigKeepsWhatItDoesNotKnow) {
     SCOPED_TRACE(bad);
     repo.write("kestu.json", bad);
     EXPECT_EQ(run("config").err, "kestu.json isn't a kestu.json this CLI can read. Run kestu link again.\n");
-    EXPECT_EQ(*Files::read(repo.path() / "kestu.json", 1000), bad);
+    EXPECT_EQ(config(), bad);
     run("link Ledger");
     EXPECT_EQ(run("config").status, 0);
   }
