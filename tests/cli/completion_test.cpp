@@ -19,9 +19,8 @@ class CompletionTest : public CommandTest {
   }
 
   /// What the shell is told for the words: "files:… | value value …".
-  std::string offered(std::vector<std::string> words) {
-    words.insert(words.begin(), {"--complete", "bash"});
-    Ran ran = run(words);
+  std::string offered(const std::string& typed) {
+    Ran ran = run("--complete bash " + typed);
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.err, "");
     std::vector<std::string> values;
@@ -59,58 +58,54 @@ TEST_F(CompletionTest, OffersWhatTheWordMayBecome) {
            R"({"groups": [], "primaryLocale": "en-US", "builds": [)" + build("ios", "1.3", "45") + "," +
                build("macos", "1.2", "45") + "," + build("ios", "1.2", "44") + "," + build("ios", "1.1", "9") + "," +
                build("macos", "1.1", "9") + "]}");
-  struct Row {
-    std::vector<std::string> words;
-    std::string offered;
-  };
-  for (const Row& row : std::vector<Row>{
-           {{"asse"}, "files: | assets"},
-           {{"assets", "p"}, "files: | push | pull | previews"},
-           {{"assets", "push", "1"}, "files: | 1.2 | 1.10"},
-           {{"assets", "push", "1.2", ""}, "files:"},
-           {{"assets", "push", "1.2", "--dr"}, "files: | --dry-run"},
-           {{"assets", "push", "--display", ""}, "files: | Header | iPhone 6.9"},
-           {{"assets", "push", "--locale", "", ""}, "files: | 1.2 | 1.10"},
-           {{"assets", "push", "--locale", "1.2", "--locale="}, "files: | --locale=de-DE | --locale=en-US"},
-           {{"assets", "push", "--yes=", ""}, "files: | 1.2 | 1.10"},
-           {{"assets", "push", "--", "-"}, "files:"},
-           {{"builds", "expire", "45", "-yo", ""}, "files: | json"},
-           {{"builds", "expire", "45", "-ojson", "--dr"}, "files: | --dry-run"},
-           {{"builds", "list", "-o", ""}, "files: | json | csv | md"},
-           {{"apps", "-oc"}, "files: | -ocsv"},
-           {{"builds", "expire", "45", "-yoj"}, "files: | -yojson"},
-           {{"assets", "push", "1.2", "--locale", "en-US,d"}, "files: | en-US,de-DE"},
-           {{"assets", "push", "1.2", "--locale=de-DE,"}, "files: | --locale=de-DE,en-US"},
-           {{"events", "localize", "x", "--language", "en-US,d"}, "files:"},
-           {{"prices", "ppp", "--stren"}, "files: | --strength"},
-           {{"prices", "parity", "--countries", "se,d"}, "files: | se,de | se,dk | se,dm | se,do | se,dz"},
-           {{"offer-codes", "create", "--eligibility", "new,ex"}, "files: | new,existing | new,expired"},
-           {{"release", "prepare", "1.2", "--build", "l"}, "files: | latest"},
-           {{"builds", "expire", ""}, "files: | 1.3 (45) | 1.2 (45) | 44 | 1.1 (9)"},
-           {{"builds", "expire", "--platform", "ios", ""}, "files: | 45 | 44 | 9"},
-           {{"builds", "expire", "1.2 (4"}, "files: | 1.2 (45) | 1.2 (44)"},
-           {{"assets", "header", "push", "--display", ""}, "files: | Header"},
-           {{"logout", "-"}, "files: | -o | --output | --help"},
-           {{"builds", "list", "--platform=t"}, "files: | --platform=tvos"},
-           {{"builds", "upload", ""}, "files:files ipa pkg"},
-           {{"kit", "whats-new", "upload", ""}, "files:folders"},
-           {{"builds", "distribute", "45", "--add", ""}, "files: | Team A"},
-           {{"builds", "distribute", "45", "--app", "tide", "--add", ""}, "files: | Tide's"},
-           {{"apps", "--app", "com"}, "files:"},
-           {{"status", "--app", ""}, "files: | com.x.tide"},
-           {{"status", "--app", "com"}, "files: | com.x.tide"},
-           {{"status", "--app", "Ti"}, "files: | Tide"},
-           {{"status", "--app=Ti"}, "files: | --app=Tide"},
-           {{"--generate-completion-script", "b"}, "files: | bash"},
-           {{"--generate-completion-script=z"}, "files: | --generate-completion-script=zsh"},
-           {{"--generate-completion-script", "zsh", ""}, "files:"},
-           {{"--ge"}, "files: | --generate-completion-script"},
-           {{"help", "ex"}, "files: | exit-codes"},
-           {{"help", "kit", "wh"}, "files: | whats-new"},
-           {{"nothing", "x", ""}, "files:"},
+  for (const auto& [line, values] : std::vector<std::pair<std::string, std::string>>{
+           {"asse", "files: | assets"},
+           {"assets p", "files: | push | pull | previews"},
+           {"assets push 1", "files: | 1.2 | 1.10"},
+           {"assets push 1.2 ''", "files:"},
+           {"assets push 1.2 --dr", "files: | --dry-run"},
+           {"assets push --display ''", "files: | Header | iPhone 6.9"},
+           {"assets push --locale '' ''", "files: | 1.2 | 1.10"},
+           {"assets push --locale 1.2 --locale=", "files: | --locale=de-DE | --locale=en-US"},
+           {"assets push --yes= ''", "files: | 1.2 | 1.10"},
+           {"assets push -- -", "files:"},
+           {"builds expire 45 -yo ''", "files: | json"},
+           {"builds expire 45 -ojson --dr", "files: | --dry-run"},
+           {"builds list -o ''", "files: | json | csv | md"},
+           {"apps -oc", "files: | -ocsv"},
+           {"builds expire 45 -yoj", "files: | -yojson"},
+           {"assets push 1.2 --locale en-US,d", "files: | en-US,de-DE"},
+           {"assets push 1.2 --locale=de-DE,", "files: | --locale=de-DE,en-US"},
+           {"events localize x --language en-US,d", "files:"},
+           {"prices ppp --stren", "files: | --strength"},
+           {"prices parity --countries se,d", "files: | se,de | se,dk | se,dm | se,do | se,dz"},
+           {"offer-codes create --eligibility new,ex", "files: | new,existing | new,expired"},
+           {"release prepare 1.2 --build l", "files: | latest"},
+           {"builds expire ''", "files: | 1.3 (45) | 1.2 (45) | 44 | 1.1 (9)"},
+           {"builds expire --platform ios ''", "files: | 45 | 44 | 9"},
+           {"builds expire '1.2 (4'", "files: | 1.2 (45) | 1.2 (44)"},
+           {"assets header push --display ''", "files: | Header"},
+           {"logout -", "files: | -o | --output | --help"},
+           {"builds list --platform=t", "files: | --platform=tvos"},
+           {"builds upload ''", "files:files ipa pkg"},
+           {"kit whats-new upload ''", "files:folders"},
+           {"builds distribute 45 --add ''", "files: | Team A"},
+           {"builds distribute 45 --app tide --add ''", "files: | Tide's"},
+           {"apps --app com", "files:"},
+           {"status --app ''", "files: | com.x.tide"},
+           {"status --app com", "files: | com.x.tide"},
+           {"status --app Ti", "files: | Tide"},
+           {"status --app=Ti", "files: | --app=Tide"},
+           {"--generate-completion-script b", "files: | bash"},
+           {"--generate-completion-script=z", "files: | --generate-completion-script=zsh"},
+           {"--generate-completion-script zsh ''", "files:"},
+           {"--ge", "files: | --generate-completion-script"},
+           {"help ex", "files: | exit-codes"},
+           {"help kit wh", "files: | whats-new"},
+           {"nothing x ''", "files:"},
        }) {
-    SCOPED_TRACE(testing::PrintToString(row.words));
-    EXPECT_EQ(offered(row.words), row.offered);
+    SCOPED_TRACE(line);
+    EXPECT_EQ(offered(line), values);
   }
   EXPECT_TRUE(server.requests().empty());
 }
@@ -119,21 +114,17 @@ TEST_F(CompletionTest, AnAnswerIsForADayAndForItsService) {
   const std::string body = "{}", path = "/v1/apps/7/testflight/builds";
   AnswerMemory memory(cache.path(), "https://a.b:1");
   Moment now = std::chrono::system_clock::now();
-  struct Row {
-    std::string url;
-    bool kept;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [url, kept] : std::vector<std::pair<std::string, bool>>{
            {"https://a.b:1" + path, true},
            {"https://a.b:12" + path, false},
            {"https://a.b:1/v1/apps/7/../../x/testflight/builds", false},
            {"https://a.b:1/v1/apps/7/prices", false},
            {"https://a.b:1/v1/apps//testflight/builds", false},
        }) {
-    SCOPED_TRACE(row.url);
+    SCOPED_TRACE(url);
     std::filesystem::remove_all(cache.path());
-    memory.keep(row.url, body);
-    EXPECT_EQ(std::filesystem::exists(cache.path()), row.kept);
+    memory.keep(url, body);
+    EXPECT_EQ(std::filesystem::exists(cache.path()), kept);
   }
   memory.keep("https://a.b:1" + path, body);
   EXPECT_EQ(memory.find(path, now), body);

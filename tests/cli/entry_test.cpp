@@ -6,24 +6,20 @@ namespace kestu::tests {
 namespace {
 
 TEST(Arguments, RewritesRetiredWords) {
-  struct Row {
-    std::vector<std::string> before, after;
-    std::string notice;
-  };
-  for (const Row& row : std::vector<Row>{
-           {{"whatsnew", "list"}, {"kit", "whats-new", "list"}, "kestu whatsnew is now kestu kit whats-new."},
-           {{"help", "flags"}, {"help", "kit", "flags"}, "kestu flags is now kestu kit flags."},
-           {{"help"}, {"help"}, ""},
-           {{}, {}, ""},
-           {{"prices", "ppp", "--x"}, {"prices", "parity", "--x"}, ""},
-           {{"help", "prices", "ppp"}, {"help", "prices", "parity"}, ""},
-           {{"prices"}, {"prices"}, ""},
-           {{"prices", "list", "ppp"}, {"prices", "list", "ppp"}, ""},
-           {{"apps", "flags"}, {"apps", "flags"}, ""},
+  for (const auto& [before, after, notice] : std::vector<std::tuple<std::string, std::string, std::string>>{
+           {"whatsnew list", "kit whats-new list", "kestu whatsnew is now kestu kit whats-new."},
+           {"help flags", "help kit flags", "kestu flags is now kestu kit flags."},
+           {"help", "help", ""},
+           {"", "", ""},
+           {"prices ppp --x", "prices parity --x", ""},
+           {"help prices ppp", "help prices parity", ""},
+           {"prices", "prices", ""},
+           {"prices list ppp", "prices list ppp", ""},
+           {"apps flags", "apps flags", ""},
        }) {
-    Rewritten result = rewritten(row.before);
-    EXPECT_EQ(result.arguments, row.after);
-    EXPECT_EQ(result.notice, row.notice);
+    Rewritten result = rewritten(wordsOf(before));
+    EXPECT_EQ(result.arguments, wordsOf(after));
+    EXPECT_EQ(result.notice, notice);
   }
 }
 

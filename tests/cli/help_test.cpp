@@ -25,11 +25,11 @@ std::vector<Page> everyPage() {
   return pages;
 }
 
-Page pageOf(std::string path, std::string abstract = "", std::string usage = "") {
+Page pageOf(const std::string& path, const std::string& abstract = "", const std::string& usage = "") {
   Page page;
-  page.path = std::move(path);
-  page.abstract = std::move(abstract);
-  page.usage = std::move(usage);
+  page.path = path;
+  page.abstract = abstract;
+  page.usage = usage;
   return page;
 }
 
@@ -98,21 +98,21 @@ TEST_F(HelpTest, WhatIsRequiredIsRefusedWhenLeftOut) {
   std::size_t count = 0;
   eachCommand(rootCommand("*"), [&](const Command& command) {
     for (const Words& names : command.needed) {
+      const Words whole = typed(command.examples[0].line);
       Words words;
       bool isDropped = false;
-      for (const std::string& word : typed(command.examples[0].line)) {
+      for (const std::string& word : whole) {
         bool isValue = std::exchange(isDropped, false);
         isDropped = std::find(names.begin(), names.end(), word) != names.end();
         if (!isDropped && !isValue) words.push_back(word);
       }
       if (names[0].starts_with('<')) words.pop_back();
       SCOPED_TRACE(Text::joined(words, " "));
-      EXPECT_NE(words, typed(command.examples[0].line));
+      EXPECT_NE(words, whole);
       Ran ran = run(words);
       EXPECT_EQ(ran.status, 2);
-      bool isNamed = std::any_of(names.begin(), names.end(),
-                                 [&](const std::string& name) { return ran.err.find(name) != std::string::npos; });
-      EXPECT_TRUE(isNamed) << ran.err;
+      EXPECT_TRUE(std::any_of(names.begin(), names.end(), [&](const auto& name) { return has(ran.err, name); }))
+          << ran.err;
       ++count;
     }
   });
@@ -133,11 +133,8 @@ TEST(Topics, TellEveryVariableThatIsRead) {
 }
 
 TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
-  struct Row {
-    std::string words;
-    std::string path; // empty where the program is asked
-  };
-  for (const Row& row : std::vector<Row>{
+  // Each with the page's path, empty where the program is asked.
+  for (const auto& [line, path] : std::vector<std::pair<std::string, std::string>>{
            {"", "kestu"},
            {"-h", "kestu"},
            {"help", "kestu"},
@@ -161,12 +158,10 @@ TEST_F(HelpTest, OnlyACommandsWordsAndHelpAreAnsweredWithoutTheProgram) {
            {"flags --help", ""}, // a retired word
            {"prices ppp -h", ""},
        }) {
-    SCOPED_TRACE(row.words);
-    auto found = StoredPages::askedFor(wordsOf(row.words));
-    EXPECT_EQ(found ? found->path : "", row.path);
-    if (found) {
-      EXPECT_EQ(run(row.words).out, laidOut(*found, 80));
-    }
+    SCOPED_TRACE(line);
+    auto found = StoredPages::askedFor(wordsOf(line));
+    EXPECT_EQ(found ? found->path : "", path);
+    if (found) EXPECT_EQ(run(line).out, laidOut(*found, 80));
   }
 }
 

@@ -15,14 +15,13 @@ namespace {
 /// The built program in a process of its own, its output in files.
 class Program {
  public:
-  Program(const TemporaryFolder& folder, std::vector<std::string> words, const std::vector<std::string>& variables,
+  Program(const TemporaryFolder& folder, std::vector<std::string> words, std::vector<std::string> variables,
           const std::string& file = KESTU_PROGRAM)
       : out_(folder.path() / "session.out"), err_(folder.path() / "session.err") {
     words.insert(words.begin(), file);
     std::vector<char*> arguments, environment;
     for (std::string& word : words) arguments.push_back(word.data());
-    std::vector<std::string> settings = variables;
-    for (std::string& setting : settings) environment.push_back(setting.data());
+    for (std::string& variable : variables) environment.push_back(variable.data());
     arguments.push_back(nullptr);
     environment.push_back(nullptr);
     process_ = fork();
@@ -60,15 +59,11 @@ TEST_F(Session, TheFrontAndTheProgramSayTheSame) {
   EXPECT_EQ(version.wait(), 0);
   EXPECT_EQ(version.out(), "1.1.2\n");
   environment["COLUMNS"] = "72";
-  for (const std::vector<std::string>& words : {std::vector<std::string>{"--help"},
-                                                {"help", "assets", "push"},
-                                                {"kit"},
-                                                {"assets", "push", "1.2", "-h"},
-                                                {"asets"}}) {
-    SCOPED_TRACE(words.back());
-    Program program(repo, words, variables);
+  for (const char* line : {"--help", "help assets push", "kit", "assets push 1.2 -h", "asets"}) {
+    SCOPED_TRACE(line);
+    Program program(repo, wordsOf(line), variables);
     int status = WEXITSTATUS(program.wait());
-    Ran same = run(words);
+    Ran same = run(line);
     EXPECT_EQ(status, same.status);
     EXPECT_EQ(program.out(), same.out);
     EXPECT_EQ(program.err(), same.err);
@@ -119,13 +114,10 @@ TEST_F(Session, AnInterruptWhileItWaitsIsTheSignalsStatus) {
 TEST_F(Session, TheTokenStaysOutOfWhatIsWritten) {
   link();
   std::string token = variables[1].substr(variables[1].find('=') + 1);
-  for (const std::vector<std::string>& words : {std::vector<std::string>{"whoami", "--json"},
-                                                {"apps"},
-                                                {"assets", "push", "1.2"},
-                                                {"assets", "sizes", "-ojson"}}) {
-    Program program(repo, words, variables);
+  for (const char* line : {"whoami --json", "apps", "assets push 1.2", "assets sizes -ojson"}) {
+    Program program(repo, wordsOf(line), variables);
     program.wait();
-    EXPECT_FALSE(has((program.out() + program.err()), token));
+    EXPECT_FALSE(has(program.out() + program.err(), token));
   }
 }
 
