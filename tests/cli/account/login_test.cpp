@@ -1,4 +1,5 @@
 #include "tests/support/command_test.hpp"
+#include "tests/support/endings.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -87,16 +88,14 @@ TEST_F(LoginTest, NoKeyringIsSaidBeforeAnybodyIsAsked) {
   store.broken = true;
   for (const char* command : {"login", "apps", "whoami", "logout"}) {
     SCOPED_TRACE(command);
-    Ran ran = run({command});
-    EXPECT_EQ(ran.status, 3);
-    EXPECT_EQ(ran.err, "Not signed in: this machine's keyring can't be reached (no keyring here). Set KESTU_TOKEN, or "
-                       "sign in where there is one.\n");
+    EXPECT_TRUE(ended(run({command}), 3, equals,
+                      "Not signed in: this machine's keyring can't be reached (no keyring here). Set KESTU_TOKEN, or "
+                      "sign in where there is one.\n"));
   }
   environment["KESTU_TOKEN"] = "any";
-  Ran ran = run("login");
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "This machine's keyring can't be reached (no keyring here), so a sign-in can't be kept here. "
-                     "Commands use KESTU_TOKEN, which is set: give it another token to sign in otherwise.\n");
+  EXPECT_TRUE(ended(run("login"), 1, equals,
+                    "This machine's keyring can't be reached (no keyring here), so a sign-in can't be kept here. "
+                    "Commands use KESTU_TOKEN, which is set: give it another token to sign in otherwise.\n"));
   EXPECT_TRUE(server.requests().empty());
 }
 
@@ -111,9 +110,7 @@ TEST_F(LoginTest, TheProbeOfTheKeyringHasANameOfItsOwn) {
 TEST_F(LoginTest, ATokenThatIsRefusedIsNamedAsTheThingToMend) {
   const std::string mend = "\nKESTU_TOKEN is this sign-in: set it to another token, or unset it.\n";
   environment["KESTU_TOKEN"] = "stale";
-  Ran ran = run("apps");
-  EXPECT_EQ(ran.status, 3);
-  EXPECT_TRUE(ends(ran.err, "Run kestu login." + mend));
+  EXPECT_TRUE(ended(run("apps"), 3, ends, "Run kestu login." + mend));
   environment["KESTU_TOKEN"] = server.tokenFor({"sales"});
   link();
   EXPECT_TRUE(ends(run("builds list").err, "as you approve it." + mend));

@@ -2,6 +2,7 @@
 #include "core/support/folder_lock.hpp"
 #include "core/support/md5.hpp"
 #include "sandbox/assets/catalog.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
 namespace fs = std::filesystem;
@@ -169,10 +170,9 @@ TEST_F(PullTest, OtherFilesAreOnlyWrittenOverWithForce) {
        }) {
     SCOPED_TRACE(row.listed);
     put(row.before);
-    Ran ran = pull();
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.err, "App Store Connect doesn't show these for 1.2 for iOS, so nothing was written:\n  " +
-                           row.listed + "\n--force removes them, or writes over them.\n");
+    EXPECT_TRUE(ended(pull(), 1, equals,
+                      "App Store Connect doesn't show these for 1.2 for iOS, so nothing was written:\n  " + row.listed +
+                          "\n--force removes them, or writes over them.\n"));
     EXPECT_EQ(tree(), row.before) << "nothing may be written, folders not renamed either";
     EXPECT_EQ(pull("--force").status, 0);
     EXPECT_EQ(tree(false), wanted);
@@ -461,10 +461,9 @@ TEST_F(PullTest, LinkedLanguagesShareWhatTheyShow) {
 TEST_F(PullTest, ANameThatTwoDisplaysShareIsNone) {
   repo.write("metadata/header/en-US/Header/01.png", png(2000, 900));
   for (const char* line : {"assets push 1.2", "assets push 1.2 --platform macos"}) {
-    Ran ran = run(line);
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_TRUE(has(ran.err, "metadata/header/en-US/Header: HEADER_IPHONE and HEADER_MAC are both called Header: an ID "
-                             "says which one is meant."));
+    EXPECT_TRUE(ended(run(line), 1, has,
+                      "metadata/header/en-US/Header: HEADER_IPHONE and HEADER_MAC are both called Header: an ID "
+                      "says which one is meant."));
   }
   fs::rename(repo.path() / "metadata/header/en-US/Header", repo.path() / "metadata/header/en-US/HEADER_MAC");
   EXPECT_TRUE(has(run("assets push 1.2 --platform macos --dry-run").out, "1 added"));

@@ -1,6 +1,7 @@
 #include "core/assets/asset_push.hpp"
 #include "core/support/md5.hpp"
 #include "sandbox/plans.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
 #include <algorithm>
@@ -50,9 +51,7 @@ class PushTest : public LinkedTest {
 TEST_F(PushTest, SendsEachFileOnceThenNothing) {
   twoLanguages();
   server.scriptNextPlan({.waitingPolls = 2});
-  Ran ran = push();
-  EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_TRUE(has(ran.out, "✓ 1.2 for iOS shows the repo's assets, 2 files ("));
+  EXPECT_TRUE(ended(push(), 0, has, "✓ 1.2 for iOS shows the repo's assets, 2 files ("));
   EXPECT_EQ(parts(), 2U) << "the same picture in two languages goes once";
   for (const auto& request : server.requests()) {
     if (request.path.starts_with("/upload/")) EXPECT_FALSE(request.headers.contains("authorization"));
@@ -146,9 +145,7 @@ TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
     server.onNext(fault);
     EXPECT_EQ(has(push().err, "See whether it was made"), told) << fault.status;
   }
-  Ran ran = push("--yes --no-wait");
-  EXPECT_EQ(ran.status, 0);
-  EXPECT_TRUE(ends(ran.out, "1 added\n● Waiting for your approval in the kestu app.\n"));
+  EXPECT_TRUE(ended(push("--yes --no-wait"), 0, ends, "1 added\n● Waiting for your approval in the kestu app.\n"));
 }
 
 TEST_F(PushTest, PollsEveryFiveSecondsForTwoMinutesThenEveryFifteen) {
@@ -339,9 +336,7 @@ TEST_F(PushTest, AFileCutShortIsNoticed) {
   picture(folder + "01.png", 1);
   server.onNext({.path = "/upload/", .status = 500});
   clock.onSleep = [&](std::chrono::milliseconds) { fs::resize_file(repo.path() / (folder + "01.png"), 100); };
-  Ran ran = push();
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "01.png changed while it was being sent.\n");
+  EXPECT_TRUE(ended(push(), 1, equals, "01.png changed while it was being sent.\n"));
   EXPECT_EQ(calls(commit), 0U);
 }
 

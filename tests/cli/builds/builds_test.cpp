@@ -1,5 +1,5 @@
 #include "tests/support/builds_test.hpp"
-#include "tests/support/error_rows.hpp"
+#include "tests/support/endings.hpp"
 
 #include <array>
 
@@ -128,13 +128,9 @@ TEST_F(BuildsTest, ImmediateChangesAreAskedAboutThenMade) {
     SCOPED_TRACE(row.would);
     const std::string call = "POST " + base + "builds/" + build("44").buildId + "/" + row.action;
     server.forgetRequests();
-    Ran ran = builds(row.line);
-    EXPECT_EQ(ran.status, 6);
-    EXPECT_EQ(ran.err, row.would + "Nothing sent. Run it again with --yes to make it.\n");
+    EXPECT_TRUE(ended(builds(row.line), 6, equals, row.would + "Nothing sent. Run it again with --yes to make it.\n"));
     EXPECT_EQ(calls(call), 0U);
-    ran = builds(row.line.insert(row.line.find(' '), " --yes"));
-    EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_EQ(ran.out, row.would + row.done);
+    EXPECT_TRUE(ended(builds(row.line.insert(row.line.find(' '), " --yes")), 0, equals, row.would + row.done));
     ASSERT_EQ(calls(call), 1U);
     if (!row.body.empty()) EXPECT_EQ(bodies("POST", "/" + row.action).back().dump(), row.body);
   }
@@ -209,19 +205,16 @@ TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
                  .status = 200,
                  .body = R"({"groups":[],"builds":[{"buildId":"b","platform":"ios","number":"1","state":"expired",)"
                          R"("uploadedAt":"2026-11-21T10:00:00Z","expiresAt":"2026-11-22T10:00:00Z","groupIds":[]}]})"});
-  Ran ran = builds("test-notes 1 Rain. --yes");
-  EXPECT_EQ(ran.status, 2);
-  EXPECT_EQ(ran.err, "Name its language with --locale (en-US).\n");
+  EXPECT_TRUE(ended(builds("test-notes 1 Rain. --yes"), 2, equals, "Name its language with --locale (en-US).\n"));
   signIn({"release"});
   EXPECT_EQ(builds("list").status, 4);
 }
 
 TEST_F(BuildsTest, ExpiringWaitsForTheApproval) {
-  Ran ran = builds("expire 42");
-  EXPECT_EQ(ran.status, 6);
-  EXPECT_EQ(ran.err, "Expire Daylight Weather (com.example.daylight) 1.1 (42) for iOS. Testers can't install it any "
-                     "more, nor open it. Can't be undone.\n"
-                     "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n");
+  EXPECT_TRUE(ended(builds("expire 42"), 6, equals,
+                    "Expire Daylight Weather (com.example.daylight) 1.1 (42) for iOS. Testers can't install it any "
+                    "more, nor open it. Can't be undone.\n"
+                    "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"));
   EXPECT_EQ(builds("expire 42 --dry-run").out,
             "Dry run: would expire Daylight Weather (com.example.daylight) 1.1 (42) for iOS, after your approval.\n");
   server.scriptNextPlan({.state = "denied"});
@@ -235,7 +228,7 @@ TEST_F(BuildsTest, ExpiringWaitsForTheApproval) {
   EXPECT_TRUE(ends(builds("expire 42 -y --no-wait").out, "\n● Waiting for your approval in the kestu app.\n"));
   EXPECT_EQ(build("42").state, "readyforexternal");
   server.scriptNextPlan({.waitingPolls = 1});
-  ran = builds("expire 42 --yes");
+  Ran ran = builds("expire 42 --yes");
   EXPECT_TRUE(ends(ran.out, "✓ Expired 1.1 (42). Testers can't install or open it any more.\n"));
   EXPECT_EQ(build("42").state, "expired");
 }

@@ -2,7 +2,7 @@
 #include "core/support/files.hpp"
 #include "core/support/md5.hpp"
 #include "tests/support/builds_test.hpp"
-#include "tests/support/error_rows.hpp"
+#include "tests/support/endings.hpp"
 
 #include <thread>
 
@@ -30,12 +30,10 @@ class UploadTest : public BuildsTest {
 
 TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
   make("50");
-  Ran ran = builds("upload Daylight.ipa");
-  EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(ran.out,
-            "Daylight.ipa: Daylight Weather (com.example.daylight) 1.3 (50) for iOS, 8 KB, straight to Apple…\n"
-            "✓ Uploaded 1.3 (50) for iOS. Apple is processing it, usually 5 to 30 minutes.\n"
-            "Next: kestu builds wait \"1.3 (50)\" --platform ios\n");
+  EXPECT_TRUE(ended(builds("upload Daylight.ipa"), 0, equals,
+                    "Daylight.ipa: Daylight Weather (com.example.daylight) 1.3 (50) for iOS, 8 KB, straight to Apple…\n"
+                    "✓ Uploaded 1.3 (50) for iOS. Apple is processing it, usually 5 to 30 minutes.\n"
+                    "Next: kestu builds wait \"1.3 (50)\" --platform ios\n"));
   EXPECT_EQ(parts(), (bytes.size() + 999) / 1000);
   EXPECT_EQ(build("50").md5, MD5::hex(std::string_view(bytes)));
   for (const auto& request : server.requests()) {
@@ -44,12 +42,11 @@ TEST_F(UploadTest, SendsEveryByteStraightToAppleAndCommits) {
   EXPECT_EQ(bodies("POST", "/uploads").back().dump(), R"({"build":"50","fileName":"Daylight.ipa","fileSize":)" +
                                                           std::to_string(bytes.size()) +
                                                           R"(,"platform":"ios","version":"1.3"})");
-  ran = builds("upload Daylight.ipa");
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err,
-            "Apple has Daylight Weather 1.3 (50) for iOS already, and takes each build number of a version once.\n");
+  EXPECT_TRUE(
+      ended(builds("upload Daylight.ipa"), 1, equals,
+            "Apple has Daylight Weather 1.3 (50) for iOS already, and takes each build number of a version once.\n"));
   repo.write("Mac.pkg", "xar!");
-  ran = builds("upload Mac.pkg --version 1.3 --build 50 --json");
+  Ran ran = builds("upload Mac.pkg --version 1.3 --build 50 --json");
   auto answer = json::parse(ran.out);
   EXPECT_EQ(answer["platform"], "macos");
   EXPECT_TRUE(answer["uploadId"].is_string());
@@ -96,9 +93,8 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
   EXPECT_EQ(clock.continuous() - begun, std::chrono::minutes(5));
   // The file alone says that it is for macOS; the command that is named next must too.
   repo.write("Mac.pkg", "xar!");
-  ran = builds("upload Mac.pkg --version 1.3 --build 52 --wait --timeout 0");
-  EXPECT_EQ(ran.status, 10);
-  EXPECT_TRUE(ends(ran.err, " To keep waiting: kestu builds wait \"1.3 (52)\" --platform macos\n"));
+  EXPECT_TRUE(ended(builds("upload Mac.pkg --version 1.3 --build 52 --wait --timeout 0"), 10, ends,
+                    " To keep waiting: kestu builds wait \"1.3 (52)\" --platform macos\n"));
 }
 
 TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {
@@ -107,9 +103,7 @@ TEST_F(UploadTest, PartsThatArentTheFileAreRefusedBeforeAnyIsSent) {
   part["headers"] = json::object();
   const json reserved = {{"uploadId", "U"}, {"parts", json::array({part})}};
   server.onNext({.path = base + "uploads", .method = "POST", .status = 200, .body = reserved.dump(), .exact = true});
-  Ran ran = builds("upload A.ipa");
-  EXPECT_EQ(ran.status, 9);
-  EXPECT_TRUE(has(ran.err, "stays at Apple until it's removed: kestu builds remove"));
+  EXPECT_TRUE(ended(builds("upload A.ipa"), 9, has, "stays at Apple until it's removed: kestu builds remove"));
   EXPECT_EQ(parts() + calls("POST " + base + "uploads/U/commit"), 0U);
 }
 
@@ -223,9 +217,7 @@ TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
     make(std::to_string(++number));
     server.onNext({.path = "/upload/", .status = 500});
     clock.onSleep = [&](std::chrono::milliseconds) { row.change(repo.path() / "Daylight.ipa"); };
-    Ran ran = builds("upload Daylight.ipa");
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_TRUE(has(ran.err, "Daylight.ipa changed while it was being sent.\n"));
+    EXPECT_TRUE(ended(builds("upload Daylight.ipa"), 1, has, "Daylight.ipa changed while it was being sent.\n"));
     EXPECT_TRUE(bodies("POST", "/commit").empty());
   }
 }

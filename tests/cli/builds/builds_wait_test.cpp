@@ -1,4 +1,5 @@
 #include "tests/support/builds_test.hpp"
+#include "tests/support/endings.hpp"
 
 namespace kestu::tests {
 namespace {
@@ -93,9 +94,7 @@ TEST_F(WaitTest, TheNewestIsNoUnfinishedUpload) {
 TEST_F(WaitTest, EndsWhenTheTimeIsUp) {
   processingFor(std::chrono::hours(9));
   auto begun = clock.continuous();
-  Ran ran = builds("wait 44 --timeout 2");
-  EXPECT_EQ(ran.status, 10);
-  EXPECT_EQ(ran.err, timeUp);
+  EXPECT_TRUE(ended(builds("wait 44 --timeout 2"), 10, equals, timeUp));
   EXPECT_EQ(clock.continuous() - begun, std::chrono::minutes(2));
   EXPECT_EQ(asked().back()["seconds"], 5) << "no call is asked to be held for longer than there is time";
   begun = clock.continuous();

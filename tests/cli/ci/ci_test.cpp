@@ -1,6 +1,6 @@
 #include "core/overview/ci_secrets.hpp"
 #include "core/support/files.hpp"
-#include "tests/support/error_rows.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/process_variables.hpp"
 
 #include <algorithm>
@@ -95,10 +95,9 @@ TEST_F(CITest, ATokenThatIsNotKeptIsTakenBack) {
     SCOPED_TRACE(says);
     tool("gh", "exit 0", says + (" " + (tools.path() / "input").string()) + " >&2; exit 1");
     server.scriptNextSignIn({});
-    Ran ran = run("ci token --provider github");
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.err, "gh didn't take KESTU_TOKEN (" + std::string(shown) +
-                           ").\nThe token was taken back, so approve another next time.\n");
+    EXPECT_TRUE(ended(run("ci token --provider github"), 1, equals,
+                      "gh didn't take KESTU_TOKEN (" + std::string(shown) +
+                          ").\nThe token was taken back, so approve another next time.\n"));
     EXPECT_TRUE(tokens().empty());
   }
 }

@@ -1,6 +1,6 @@
 #include "core/console/text_style.hpp"
 #include "core/pricing/region_words.hpp"
-#include "tests/support/error_rows.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
 namespace kestu::tests {
@@ -34,11 +34,12 @@ class EventsTest : public LinkedTest {
 };
 
 TEST_F(EventsTest, FromMakingToDeleting) {
-  Ran ran = events("create 'Fall Cup' --starts '2026-12-01 4pm' --ends 2026-12-05 --promote-from 2026-11-28 --badge "
-                   "'Live Event' --countries no,SWE --purpose everyone --yes");
-  EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_TRUE(has(ran.out, "✓ Made \"Fall Cup\", a draft: 1 Dec, 16:00 to 5 Dec, 23:59 (Europe/Stockholm).\n"
-                           "Next: kestu events localize 'Fall Cup' --display-name <name>\n"));
+  EXPECT_TRUE(
+      ended(events("create 'Fall Cup' --starts '2026-12-01 4pm' --ends 2026-12-05 --promote-from 2026-11-28 --badge "
+                   "'Live Event' --countries no,SWE --purpose everyone --yes"),
+            0, has,
+            "✓ Made \"Fall Cup\", a draft: 1 Dec, 16:00 to 5 Dec, 23:59 (Europe/Stockholm).\n"
+            "Next: kestu events localize 'Fall Cup' --display-name <name>\n"));
   EXPECT_EQ(lastBody(), json({{"name", "Fall Cup"},
                               {"badge", "liveevent"},
                               {"purpose", "appropriateforallusers"},
@@ -75,10 +76,9 @@ TEST_F(EventsTest, FromMakingToDeleting) {
 
   server.scriptNextPlan({});
   EXPECT_TRUE(has(done("submit 'Winter Cup'"), "✓ Sent \"Winter Cup\" to App Review.\n"));
-  Ran refused = events("set 'Winter Cup' --badge premiere --yes --app 1234567890");
-  EXPECT_EQ(refused.status, 1);
-  EXPECT_EQ(refused.err, "\"Winter Cup\" is waiting for App Review, so nothing of it changes. Take it back first: "
-                         "kestu events cancel 'Winter Cup' --app 1234567890\n");
+  EXPECT_TRUE(ended(events("set 'Winter Cup' --badge premiere --yes --app 1234567890"), 1, equals,
+                    "\"Winter Cup\" is waiting for App Review, so nothing of it changes. Take it back first: "
+                    "kestu events cancel 'Winter Cup' --app 1234567890\n"));
   EXPECT_TRUE(has(done("cancel 'Winter Cup'"), "It can change now.\nNext: kestu events submit 'Winter Cup'\n"));
   server.scriptNextPlan({});
   done("submit 'Winter Cup'");
@@ -218,11 +218,11 @@ TEST_F(EventsTest, DryRunsAndDataSayAllOfIt) {
 
 TEST_F(EventsTest, AnUploadThatFailsSaysWhatItLeaves) {
   server.onNext({.path = "/upload/", .times = 9, .status = 403});
-  Ran ran = events("create 'Fall Cup' --starts 2026-12-05 --ends 2026-12-06 --display-name C --card card.png "
-                   "--details-page page.png --yes");
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_TRUE(has(ran.err, "The event is made, without its card and its details page. To send them again:\n"
-                           "  kestu events card 'Fall Cup' "));
+  EXPECT_TRUE(ended(events("create 'Fall Cup' --starts 2026-12-05 --ends 2026-12-06 --display-name C --card card.png "
+                           "--details-page page.png --yes"),
+                    1, has,
+                    "The event is made, without its card and its details page. To send them again:\n"
+                    "  kestu events card 'Fall Cup' "));
   EXPECT_TRUE(has(events("view 'Fall Cup'").out, "Card          none yet"));
   server.faults().clear();
   server.onNext({.path = "/v1/apps/1234567890/events/6500000002/languages/en-US/media/", .times = 9, .cut = true});

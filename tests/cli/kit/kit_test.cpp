@@ -1,4 +1,5 @@
 #include "tests/support/kit_test.hpp"
+#include "tests/support/endings.hpp"
 
 namespace kestu::tests {
 namespace {
@@ -53,9 +54,7 @@ TEST_F(Kit, GivesItsFindingsAsJSON) {
 
 TEST_F(Kit, FailsBeforeOrWithTheService) {
   for (const std::string folder : {"Nowhere", "kestu.json"}) {
-    Ran ran = run("kit flags check " + folder);
-    EXPECT_EQ(ran.status, 7);
-    EXPECT_EQ(ran.err, "There is no folder " + folder + ".\n");
+    EXPECT_TRUE(ended(run("kit flags check " + folder), 7, equals, "There is no folder " + folder + ".\n"));
   }
   EXPECT_EQ(paths(), std::vector<std::string>{});
   store.items.clear();

@@ -1,5 +1,5 @@
 #include "sandbox/metadata/listing.hpp"
-#include "tests/support/error_rows.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
 #include <cstdlib>
@@ -61,10 +61,9 @@ TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
   edit("metadata/listing/de-DE.json", {{"subtitle", nullptr}});
   repo.write("metadata/app.json", "mine");
   auto before = everything();
-  Ran ran = run("metadata pull 1.1");
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "These files say something else than 1.1 for iOS in App Store Connect, so nothing was written:\n"
-                     "  metadata/app.json\n  metadata/listing/en-US.json\n--force writes over them.\n");
+  EXPECT_TRUE(ended(run("metadata pull 1.1"), 1, equals,
+                    "These files say something else than 1.1 for iOS in App Store Connect, so nothing was written:\n"
+                    "  metadata/app.json\n  metadata/listing/en-US.json\n--force writes over them.\n"));
   EXPECT_EQ(everything(), before) << "not even the file whose value was only missing";
   EXPECT_EQ(run("metadata pull 1.1 --locale de-DE").out,
             "  changed  metadata/listing/de-DE.json\n✓ Wrote 1.1 for iOS in kestu's layout: 1 file, and 1 "
@@ -135,9 +134,8 @@ TEST_F(MetadataTest, TheVersionLeftOutIsTheOneThatCanBeEdited) {
     EXPECT_TRUE(begins(ran.err, row.err));
   }
   EXPECT_EQ(run("metadata pull ../x").status, 2);
-  Ran ran = run("metadata pull 7");
-  EXPECT_EQ(ran.status, 7);
-  EXPECT_EQ(ran.err, "App Store Connect has no 7 for iOS yet: kestu release prepare 7 makes it.\n");
+  EXPECT_TRUE(ended(run("metadata pull 7"), 7, equals,
+                    "App Store Connect has no 7 for iOS yet: kestu release prepare 7 makes it.\n"));
 }
 
 TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
@@ -243,16 +241,15 @@ TEST_F(MetadataTest, ALanguageThatCantBeOneIsRefused) {
   repo.write("fastlane/metadata/pt-br/name.txt", "Tempo");
   repo.write("fastlane/metadata/fy/name.txt", "Waar");
   const std::string lead = "Apple wouldn't take these, so nothing was sent:\n";
-  Ran ran = run("metadata push");
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, lead + "fastlane/metadata/de_AT can't be a language: it's written de-DE.\n"
-                            "fastlane/metadata/pt-br can't be a language: it's written pt-BR.\n");
+  EXPECT_TRUE(ended(run("metadata push"), 1, equals,
+                    lead + "fastlane/metadata/de_AT can't be a language: it's written de-DE.\n"
+                           "fastlane/metadata/pt-br can't be a language: it's written pt-BR.\n"));
   EXPECT_EQ(run("metadata push --locale pt-br").err,
             "pt-br can't be a language: it's written pt-BR.\n\nUsage: kestu metadata push [<version>] [options]\n"
             "See kestu metadata push --help.\n");
   EXPECT_EQ(run("metadata push --locale pt-BR").err,
             lead + "fastlane/metadata/pt-br can't be a language: it's written pt-BR.\n");
-  ran = run("metadata push --locale fy --dry-run");
+  Ran ran = run("metadata push --locale fy --dry-run");
   EXPECT_EQ(ran.status, 0);
   EXPECT_EQ(ran.err, "fy isn't one of Apple's languages, so Apple may not take it.\n");
   ran = run("metadata push --no-check --dry-run --json");

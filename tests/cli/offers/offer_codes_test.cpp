@@ -1,3 +1,4 @@
+#include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
 #include <algorithm>
@@ -98,10 +99,8 @@ TEST_F(OfferCodesTest, CodesGoFromTheirOfferToAFileAndToTheirEnd) {
   makeOffer();
   const std::string it = "the offer Spring of " + pro;
   server.withState([](sandbox::State& state) { state.offers.codesAfter = 12; });
-  Ran generated = made("generate Spring --count 3 --expires 2027-05-21 --to codes.txt");
-  EXPECT_EQ(generated.status, 0) << generated.err;
-  EXPECT_TRUE(
-      ends(generated.out, "✓ Wrote 3 codes to codes.txt. Each is worth an offer: keep the file to yourself.\n"));
+  EXPECT_TRUE(ended(made("generate Spring --count 3 --expires 2027-05-21 --to codes.txt"), 0, ends,
+                    "✓ Wrote 3 codes to codes.txt. Each is worth an offer: keep the file to yourself.\n"));
   EXPECT_EQ(std::filesystem::status(repo.path() / "codes.txt").permissions(), std::filesystem::perms(0600));
   std::string text = contents("codes.txt"), first = text.substr(0, text.find('\n'));
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3);
@@ -134,17 +133,13 @@ TEST_F(OfferCodesTest, CodesThatAreMadeAreNeverLost) {
   const std::string next =
       "The codes are made, and stay in App Store Connect.\nNext: kestu offer-codes download Spring --codes ";
   server.withState([](sandbox::State& state) { state.offers.codesAfter = 3600; });
-  Ran late = made(generate);
-  EXPECT_EQ(late.status, 10);
-  EXPECT_TRUE(has(late.err, "Apple is still making the codes.\n" + next));
+  EXPECT_TRUE(ended(made(generate), 10, has, "Apple is still making the codes.\n" + next));
   server.withState([](sandbox::State& state) { state.offers.codesAfter = 0; });
   server.onNext({.path = "/v1/apps/1234567890/offer-codes/",
                  .method = "GET",
                  .status = 200,
                  .body = R"({"state":"ready","codes":["OK","\u001b[2J"]})"});
-  Ran hostile = made(generate);
-  EXPECT_EQ(hostile.status, 9);
-  EXPECT_TRUE(has(hostile.err, next));
+  EXPECT_TRUE(ended(made(generate), 9, has, next));
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "codes.txt"));
   EXPECT_EQ(codes("download Spring --to codes.txt").status, 0);
   server.withState([](sandbox::State& state) { state.offers.codes.back().name = "Spr\x1bing"; });

@@ -1,4 +1,4 @@
-#include "tests/support/error_rows.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "core/project/apple_locales.hpp"
 #include "core/support/process.hpp"
 #include "sandbox/metadata/listing.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
 namespace kestu::tests {
@@ -195,16 +196,14 @@ TEST_F(ReleaseTest, ValidateChecksFortyLanguagesOffline) {
   };
   for (const AppleLocale& each : AppleLocales::all())
     write(std::string(each.code), {{"name", "Name"}, {"keywords", "a,b"}});
-  Ran ran = run("metadata validate --strict");
-  EXPECT_EQ(ran.status, 0) << ran.out;
   EXPECT_TRUE(
-      ends(ran.out,
-           "note  en-US was taken for the primary language, which only kestu knows: Not signed in. Run kestu login.\n"
-           "note  The screenshots weren't checked against Apple's specs: Not signed in. Run kestu login.\n"
-           "✓ The repo's listing keeps to Apple's limits.\n"));
+      ended(run("metadata validate --strict"), 0, ends,
+            "note  en-US was taken for the primary language, which only kestu knows: Not signed in. Run kestu login.\n"
+            "note  The screenshots weren't checked against Apple's specs: Not signed in. Run kestu login.\n"
+            "✓ The repo's listing keeps to Apple's limits.\n"));
   write("ja", {{"name", "N"}, {"description", "TODO"}, {"keywords", "a, A"}});
   write("da", {{"keywords", "a,b"}});
-  ran = run("metadata validate --json");
+  Ran ran = run("metadata validate --json");
   EXPECT_EQ(ran.status, 1);
   std::string found;
   for (const auto& finding : json::parse(ran.out)) {
@@ -309,11 +308,10 @@ TEST_F(ReleaseTest, ValidateWithGitAndTheCatalog) {
   std::filesystem::remove_all(repo.path() / "fastlane/screenshots");
   repo.write("fastlane/metadata/en-US/name.txt", "Daylight Now\n");
   commit("2026-01-02T00:00:00Z");
-  Ran ran = run("metadata validate");
-  EXPECT_EQ(ran.status, 0);
-  EXPECT_EQ(ran.out, "warning  de-DE  de-DE: name last changed before en-US's, so may not say what it says now.\n✓ The "
-                     "repo's listing keeps to Apple's limits, with 1 warning.\n");
-  ran = run("metadata validate --layout fastlane --strict -o csv");
+  EXPECT_TRUE(ended(run("metadata validate"), 0, equals,
+                    "warning  de-DE  de-DE: name last changed before en-US's, so may not say what it says now.\n✓ The "
+                    "repo's listing keeps to Apple's limits, with 1 warning.\n"));
+  Ran ran = run("metadata validate --layout fastlane --strict -o csv");
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(ran.out, "Level,Language,Message\nwarning,de-DE,\"de-DE: name last changed before en-US's, so may not say "
                      "what it says now.\"\n");

@@ -1,6 +1,7 @@
 #include "core/release/release_prepare.hpp"
 #include "core/support/moments.hpp"
 #include "core/support/text.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/release_test.hpp"
 
 #include <nlohmann/json.hpp>
@@ -55,16 +56,15 @@ const std::string plan = R"(  version       App Store Connect already has what t
 
 TEST_F(PrepareTest, ShowsTheWholePlanFirstAndMakesEachStepOnce) {
   EXPECT_EQ(prepare("--dry-run").out, plan + "Dry run: would prepare " + title + "; nothing was sent.\n");
-  Ran ran = prepare();
-  EXPECT_EQ(ran.status, 6);
-  EXPECT_EQ(ran.err, "Prepare " + title + ":\n" + plan +
-                         "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n");
+  EXPECT_TRUE(ended(prepare(), 6, equals,
+                    "Prepare " + title + ":\n" + plan +
+                        "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"));
   EXPECT_EQ(changes(), 0U);
   auto changed = json::parse(prepare("--dry-run --json").out)["changes"];
   EXPECT_EQ(changed.size(), 8U);
   EXPECT_EQ(changed[0], (json{{"place", "1.2 for iOS"}, {"field", "build"}, {"from", nullptr}, {"to", "43"}}));
 
-  ran = prepare("--yes");
+  Ran ran = prepare("--yes");
   EXPECT_EQ(ran.status, 0) << ran.err;
   const std::string waits = "waits for your approval in the kestu app, until tomorrow, 12:00.\n";
   EXPECT_EQ(ran.out.substr(ran.out.find("✓")),
@@ -182,9 +182,8 @@ TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
 TEST_F(PrepareTest, WhatIsTooLateIsRefused) {
   EXPECT_EQ(prepare("--dry-run", "1.0").err,
             "1.1 for iOS is on the App Store already, which takes no lower number after it.\n");
-  Ran past = prepare("--release-type scheduled --earliest 2026-01-01T09:00:00Z --dry-run");
-  EXPECT_EQ(past.status, 2);
-  EXPECT_TRUE(ends(past.err, "has passed: give a moment that's still to come.\n"));
+  EXPECT_TRUE(ended(prepare("--release-type scheduled --earliest 2026-01-01T09:00:00Z --dry-run"), 2, ends,
+                    "has passed: give a moment that's still to come.\n"));
   EXPECT_EQ(changes(), 0U);
 }
 

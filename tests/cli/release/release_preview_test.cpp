@@ -1,5 +1,6 @@
 #include "core/support/files.hpp"
 #include "tests/support/command_test.hpp"
+#include "tests/support/endings.hpp"
 #include "tests/support/process_variables.hpp"
 
 #include <nlohmann/json.hpp>
@@ -133,9 +134,8 @@ TEST_F(PreviewTest, OpenTakesTheSystemsOpener) {
   EXPECT_EQ(preview("--open --out 'a b;$(c).html'").status, 0);
   EXPECT_EQ(textOf(repo.path() / "bin/opened"), (repo.path() / "a b;$(c).html").string());
   variables.set("STATUS", "3");
-  Ran ran = preview("--open");
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_TRUE(ends(ran.err, "It's written, and can't be opened from here (" + opener + " ended with 3).\n"));
+  EXPECT_TRUE(ended(preview("--open"), 1, ends,
+                    "It's written, and can't be opened from here (" + opener + " ended with 3).\n"));
 }
 
 } // namespace

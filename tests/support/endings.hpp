@@ -20,9 +20,17 @@ inline testing::AssertionResult equals(const std::string& text, const std::strin
   return testing::AssertionResult(text == whole) << text;
 }
 
-/// Runs each line; `says` is `equals`, `begins`, `ends` or `has`.
-inline void expectErrors(const std::function<Ran(const std::string&)>& run,
-                         testing::AssertionResult (*says)(const std::string&, const std::string&),
+using Says = testing::AssertionResult(const std::string& text, const std::string& part);
+
+/// Whether it ended so and says that, on standard output where it succeeds, else on standard error; `says` is `equals`,
+/// `begins`, `ends` or `has`.
+inline testing::AssertionResult ended(const Ran& ran, int status, Says& says, const std::string& text) {
+  bool isSaid = says(status == 0 ? ran.out : ran.err, text);
+  return testing::AssertionResult(isSaid && ran.status == status) << ran.status << "\n" << ran.out << ran.err;
+}
+
+/// Runs each line.
+inline void expectErrors(const std::function<Ran(const std::string&)>& run, Says& says,
                          const std::vector<ErrorRow>& rows) {
   for (const ErrorRow& row : rows) {
     SCOPED_TRACE(row.line + ": " + row.err);
@@ -33,8 +41,7 @@ inline void expectErrors(const std::function<Ran(const std::string&)>& run,
 }
 
 /// The same of lines that are all used wrongly, each with what it says.
-inline void expectWrongUse(const std::function<Ran(const std::string&)>& run,
-                           testing::AssertionResult (*says)(const std::string&, const std::string&),
+inline void expectWrongUse(const std::function<Ran(const std::string&)>& run, Says& says,
                            const std::vector<std::pair<std::string, std::string>>& rows) {
   std::vector<ErrorRow> all;
   for (const auto& [line, err] : rows) all.push_back({line, 2, err});
