@@ -38,12 +38,8 @@ TEST(CLIError, HelpListsElevenKinds) {
 class EntryTest : public CommandTest {};
 
 TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
-  struct Row {
-    std::string arguments;
-    int status;
-    std::string out, err; // how they begin
-  };
-  for (const Row& row : std::vector<Row>{
+  // With how both outputs begin.
+  for (const auto& [arguments, status, out, err] : std::vector<std::tuple<std::string, int, std::string, std::string>>{
            {"--version", 0, "1.1.2\n", ""},
            {"", 0, "kestu from the terminal: your apps", ""},
            {"help assets push", 0, "Send the repo's assets to a version", ""},
@@ -89,13 +85,13 @@ TEST_F(EntryTest, AnswersWhatNeedsNoServiceAndSendsNothing) {
            {"builds latest --platform=-20", 2, "", "--platform is ios, macos, tvos or visionos, not -20."},
            {"'x\x1b[2J'", 2, "", "kestu has no command x?[2J."},
        }) {
-    SCOPED_TRACE(row.arguments);
-    Ran ran = run(row.arguments);
-    EXPECT_EQ(ran.status, row.status) << ran.err;
-    EXPECT_EQ(ran.out.substr(0, row.out.size()), row.out);
-    EXPECT_EQ(ran.err.substr(0, row.err.size()), row.err);
-    EXPECT_EQ(ran.out.empty(), row.out.empty());
-    EXPECT_EQ(ran.err.empty(), row.err.empty());
+    SCOPED_TRACE(arguments);
+    Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, status) << ran.err;
+    EXPECT_EQ(ran.out.substr(0, out.size()), out);
+    EXPECT_EQ(ran.err.substr(0, err.size()), err);
+    EXPECT_EQ(ran.out.empty(), out.empty());
+    EXPECT_EQ(ran.err.empty(), err.empty());
   }
   EXPECT_TRUE(server.requests().empty());
 }

@@ -206,10 +206,8 @@ TEST(JSONSchemas, RefuseWhatDoesntFitAndWhatTheyDontKnow) {
   TemporaryFolder folder;
   folder.write("shared.json",
                R"({"$defs": {"name": {"type": "string"}, "names": {"items": {"$ref": "#/$defs/name"}}}})");
-  struct Row {
-    const char *schema, *value, *problem; // "!" for a schema that is refused
-  };
-  for (const Row& row : std::vector<Row>{
+  // The problem is "!" for a schema that is refused.
+  for (const auto& [schema, value, problem] : std::vector<std::tuple<const char*, const char*, const char*>>{
            {R"({"type": "integer"})", "1.5", "$ is 1.5, not \"integer\""},
            {R"({"properties": {"a": {"enum": [1]}}, "required": ["a", "b"]})", R"({"a": 2})",
             "$ has no b; $.a is 2, not of [1]"},
@@ -222,16 +220,16 @@ TEST(JSONSchemas, RefuseWhatDoesntFitAndWhatTheyDontKnow) {
            {R"({"format": "date"})", R"("2026-11-2")", "$ is \"2026-11-2\", no date"},
            {R"({"properties": {"a": {"pattern": "x"}}})", "{}", "!"},
        }) {
-    SCOPED_TRACE(std::string(row.schema) + " " + row.value);
-    folder.write("schema.json", row.schema);
+    SCOPED_TRACE(std::string(schema) + " " + value);
+    folder.write("schema.json", schema);
     JSONSchemas schemas(folder.path());
     std::string found;
     try {
-      found = Text::joined(schemas.problems("schema.json", json::parse(row.value)), "; ");
+      found = Text::joined(schemas.problems("schema.json", json::parse(value)), "; ");
     } catch (const std::exception&) {
       found = "!";
     }
-    EXPECT_EQ(found, row.problem);
+    EXPECT_EQ(found, problem);
   }
 }
 

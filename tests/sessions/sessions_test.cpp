@@ -77,25 +77,23 @@ TEST_F(Session, TheFrontTakesTheProgramOfItsBuildAlone) {
   std::filesystem::create_directories(bin);
   std::filesystem::create_directories(kestu);
   std::filesystem::copy_file(KESTU_PROGRAM, bin / "kestu");
-  struct Row {
-    std::string installed, left; // what lib/kestu and lib have
-    int status;
-    std::string message;
-  };
   const std::string older = " is of an older build than this kestu, 1.1.2+";
-  for (const Row& row : std::vector<Row>{{own, other, 2, "has no command asets"},
-                                         {other, own, 2, "has no command asets"},
-                                         {other, "", 1, (kestu / own).string() + older},
-                                         {"", other, 1, (lib / own).string() + older},
-                                         {"", "", 1, "libkestu-program isn't there. Install kestu again."}}) {
-    SCOPED_TRACE(row.installed + ", " + row.left);
-    for (const auto& [folder, target] : {std::pair(kestu, row.installed), std::pair(lib, row.left)}) {
+  // With what lib/kestu and lib have.
+  for (const auto& [installed, left, status, message] :
+       std::vector<std::tuple<std::string, std::string, int, std::string>>{
+           {own, other, 2, "has no command asets"},
+           {other, own, 2, "has no command asets"},
+           {other, "", 1, (kestu / own).string() + older},
+           {"", other, 1, (lib / own).string() + older},
+           {"", "", 1, "libkestu-program isn't there. Install kestu again."}}) {
+    SCOPED_TRACE(installed + ", " + left);
+    for (const auto& [folder, target] : {std::pair(kestu, installed), std::pair(lib, left)}) {
       std::filesystem::remove(folder / own);
       if (!target.empty()) std::filesystem::create_symlink(built / target, folder / own);
     }
     Program program(repo, {"asets"}, variables, bin / "kestu");
-    EXPECT_EQ(WEXITSTATUS(program.wait()), row.status);
-    EXPECT_TRUE(has(program.err(), row.message));
+    EXPECT_EQ(WEXITSTATUS(program.wait()), status);
+    EXPECT_TRUE(has(program.err(), message));
   }
 }
 

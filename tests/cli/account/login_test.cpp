@@ -14,13 +14,8 @@ class LoginTest : public CommandTest {
 };
 
 TEST_F(LoginTest, FollowsTheSignInToItsEnd) {
-  struct Row {
-    std::string words;
-    int status;
-    std::string err;
-    std::vector<int> waits;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [words, status, err, waits] :
+       std::vector<std::tuple<std::string, int, std::string, std::vector<int>>>{
            {"", 0, "", {5}},
            {"authorization_pending authorization_pending", 0, "", {5, 5, 5}},
            {"slow_down authorization_pending", 0, "", {5, 10, 10}},
@@ -28,29 +23,23 @@ TEST_F(LoginTest, FollowsTheSignInToItsEnd) {
            {"expired_token", 1, "The code expired before it was approved. Run it again for a new one.\n", {5}},
            {"invalid_grant", 1, "kestu no longer knows this sign-in. Run it again.\n", {5}},
        }) {
-    SCOPED_TRACE(row.words);
+    SCOPED_TRACE(words);
     store.items.clear();
-    server.scriptNextSignIn(wordsOf(row.words));
+    server.scriptNextSignIn(wordsOf(words));
     std::size_t before = clock.sleeps().size();
     Ran ran = run("login");
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.err, row.err);
-    EXPECT_EQ(store.items.size(), row.status == 0 ? 1U : 0U);
+    EXPECT_EQ(ran.status, status);
+    EXPECT_EQ(ran.err, err);
+    EXPECT_EQ(store.items.size(), status == 0 ? 1U : 0U);
     auto sleeps = clock.sleeps();
-    ASSERT_EQ(sleeps.size() - before, row.waits.size());
-    for (std::size_t i = 0; i < row.waits.size(); ++i)
-      EXPECT_EQ(sleeps[before + i], std::chrono::seconds(row.waits[i]));
+    ASSERT_EQ(sleeps.size() - before, waits.size());
+    for (std::size_t i = 0; i < waits.size(); ++i) EXPECT_EQ(sleeps[before + i], std::chrono::seconds(waits[i]));
   }
 }
 
 TEST_F(LoginTest, WhatPassesAtAPollIsPolledAgain) {
-  struct Row {
-    sandbox::Fault fault;
-    int status;
-    std::string err; // how it begins
-    std::size_t polls;
-  };
-  for (const Row& row : std::vector<Row>{
+  // With how standard error begins.
+  for (const auto& [fault, status, err, polls] : std::vector<std::tuple<sandbox::Fault, int, std::string, std::size_t>>{
            {{.path = token, .times = 2, .status = 503, .body = "<html>"}, 0, "", 3},
            {{.path = token, .cut = true}, 0, "", 2},
            {{.path = token, .status = 429}, 0, "", 2},
@@ -60,16 +49,16 @@ TEST_F(LoginTest, WhatPassesAtAPollIsPolledAgain) {
            {{.path = token, .status = 200, .body = "{}"}, 9, "kestu's answer wasn't what this version", 1},
            {{.path = token, .times = -1, .status = 502}, 9, "kestu couldn't answer (502). Try again in a moment.\n", 9},
        }) {
-    SCOPED_TRACE(row.err + std::to_string(row.fault.status));
+    SCOPED_TRACE(err + std::to_string(fault.status));
     server.faults().clear();
     server.forgetRequests();
     server.scriptNextSignIn({});
-    server.onNext(row.fault);
+    server.onNext(fault);
     Ran ran = run("login");
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(begins(ran.err, row.err));
-    EXPECT_GE(calls("POST " + token), row.polls);
-    if (row.polls == 1) EXPECT_EQ(calls("POST " + token), 1U);
+    EXPECT_EQ(ran.status, status);
+    EXPECT_TRUE(begins(ran.err, err));
+    EXPECT_GE(calls("POST " + token), polls);
+    if (polls == 1) EXPECT_EQ(calls("POST " + token), 1U);
   }
 }
 

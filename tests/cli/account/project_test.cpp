@@ -39,10 +39,7 @@ TEST(Project, SearchesThreeLevelsAndNotTheSkippedFolders) {
 }
 
 TEST(Project, ItsRootIsTheNearestLinkedFolderOfTheRepository) {
-  struct Row {
-    std::string files, from, root;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [files, from, root] : std::vector<std::tuple<std::string, std::string, std::string>>{
            {".git/HEAD", "a/b", ""},
            {".git/HEAD kestu.json", "a/b", ""},
            {".git/HEAD kestu.json a/kestu.json", "a/b", "a"},
@@ -53,19 +50,16 @@ TEST(Project, ItsRootIsTheNearestLinkedFolderOfTheRepository) {
            {"kestu.json", "a/b", "a/b"},                // no repository at all
        }) {
     TemporaryFolder folder;
-    for (const std::string& file : wordsOf(row.files)) folder.write(file, "{}");
-    SCOPED_TRACE(row.from + " of " + row.files);
-    fs::create_directories(folder.path() / row.from);
-    EXPECT_EQ(Project::root(folder.path() / row.from), row.root.empty() ? folder.path() : folder.path() / row.root);
+    for (const std::string& file : wordsOf(files)) folder.write(file, "{}");
+    SCOPED_TRACE(from + " of " + files);
+    fs::create_directories(folder.path() / from);
+    EXPECT_EQ(Project::root(folder.path() / from), root.empty() ? folder.path() : folder.path() / root);
   }
 }
 
 TEST(Project, SaysWhereAnIDComesFrom) {
-  struct Row {
-    std::string file, text, source;
-  };
   const std::string set = "PRODUCT_BUNDLE_IDENTIFIER = ";
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [file, text, source] : std::vector<std::tuple<std::string, std::string, std::string>>{
            {"a/App.xcodeproj/project.pbxproj", set + "\"$(ID).app\";",
             "a/App.xcodeproj takes it from a variable: $(ID).app."},
            {"A.xcodeproj/project.pbxproj", set + "com.example.app;", ""},
@@ -77,10 +71,10 @@ TEST(Project, SaysWhereAnIDComesFrom) {
            {"Pods/Base.xcconfig", set + "a.b", ""},
        }) {
     TemporaryFolder folder;
-    folder.write(row.file, row.text);
-    SCOPED_TRACE(row.file + ": " + row.text);
+    folder.write(file, text);
+    SCOPED_TRACE(file + ": " + text);
     auto found = Project::bundleIDSources(folder.path());
-    EXPECT_EQ(found, row.source.empty() ? std::vector<std::string>{} : std::vector{row.source});
+    EXPECT_EQ(found, source.empty() ? std::vector<std::string>{} : std::vector{source});
   }
 }
 
@@ -133,11 +127,7 @@ TEST(AppChoice, ListsAreFolded) {
 
 TEST(Project, FindsWhatLiesElsewhere) {
   using enum Project::Contents;
-  struct Row {
-    Project::Contents contents;
-    std::string file, begins;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [contents, file, start] : std::vector<std::tuple<Project::Contents, std::string, std::string>>{
            {listing, "fastlane/metadata/ios/en-US/name.txt", "fastlane/metadata/ios holds a listing, and kestu reads"},
            {listing, "fastlane/metadata/android/en-US/title.txt", ""},
            {listing, "fastlane/metadata/en-US/name.txt", ""},
@@ -153,11 +143,11 @@ TEST(Project, FindsWhatLiesElsewhere) {
            {screenshots, "node_modules/x/fastlane/screenshots/ja/1.png", ""},
        }) {
     TemporaryFolder folder;
-    folder.write(row.file, "");
-    SCOPED_TRACE(row.file);
-    auto found = Project::elsewhere(row.contents, folder.path());
-    ASSERT_EQ(found.size(), row.begins.empty() ? 0U : 1U);
-    if (!found.empty()) EXPECT_TRUE(begins(found[0], row.begins));
+    folder.write(file, "");
+    SCOPED_TRACE(file);
+    auto found = Project::elsewhere(contents, folder.path());
+    ASSERT_EQ(found.size(), start.empty() ? 0U : 1U);
+    if (!found.empty()) EXPECT_TRUE(begins(found[0], start));
   }
 }
 

@@ -124,12 +124,7 @@ TEST_F(PullTest, FilesThatAreThereAreRenamedNotFetched) {
   put({{phone + "1.png", shot(1)}, {phone + "2.png", shot(2)}, {phone + "3.png", shot(3)}});
   push();
   const Tree wanted = {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}, {phone + "03.png", shot(3)}};
-  struct Row {
-    const char* what;
-    Tree before;
-    std::size_t downloads;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [what, before, fetched] : std::vector<std::tuple<const char*, Tree, std::size_t>>{
            {"none", {}, 3},
            {"two changed places",
             Tree{{phone + "01.png", shot(2)}, {phone + "02.png", shot(1)}, {phone + "03.png", shot(3)}}, 0},
@@ -140,16 +135,16 @@ TEST_F(PullTest, FilesThatAreThereAreRenamedNotFetched) {
             Tree{{phone + "01.png", shot(2)}, {phone + "02.png", shot(2)}, {phone + "04.png", shot(1)}}, 1},
            {"in another's case", {{shots + "en-US/iphone  6.9/01.png", shot(1)}}, 2},
        }) {
-    SCOPED_TRACE(row.what);
-    put(row.before);
+    SCOPED_TRACE(what);
+    put(before);
     Ran ran = pull();
     EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_EQ(downloads(), row.downloads);
+    EXPECT_EQ(downloads(), fetched);
     std::vector<std::string> bytes, expected;
     for (const auto& [name, content] : tree(false)) bytes.push_back(content);
     for (const auto& [name, content] : wanted) expected.push_back(content);
     EXPECT_EQ(bytes, expected);
-    if (std::string(row.what) != "in another's case") EXPECT_EQ(names(tree(false)), names(wanted));
+    if (std::string(what) != "in another's case") EXPECT_EQ(names(tree(false)), names(wanted));
     expectInSync();
   }
 }
@@ -158,22 +153,18 @@ TEST_F(PullTest, OtherFilesAreOnlyWrittenOverWithForce) {
   const Tree wanted = {{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}};
   put(wanted);
   push();
-  struct Row {
-    Tree before;
-    std::string listed;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [before, listed] : std::vector<std::pair<Tree, std::string>>{
            {{{phone + "01.png", shot(9)}, {phone + "02.png", shot(1)}}, phone + "01.png"},
            {{{phone + "01.png", shot(1)}, {phone + "2.png", shot(2)}, {phone + "3.jpg", "x"}}, phone + "3.jpg"},
            {{{phoneID + "7.png", shot(7)}, {phone + "01.png", shot(1)}}, phoneID + "7.png"},
            {{{shots + "en-US/loose.png", shot(7)}}, shots + "en-US/loose.png"},
        }) {
-    SCOPED_TRACE(row.listed);
-    put(row.before);
+    SCOPED_TRACE(listed);
+    put(before);
     EXPECT_TRUE(ended(pull(), 1, equals,
-                      "App Store Connect doesn't show these for 1.2 for iOS, so nothing was written:\n  " + row.listed +
+                      "App Store Connect doesn't show these for 1.2 for iOS, so nothing was written:\n  " + listed +
                           "\n--force removes them, or writes over them.\n"));
-    EXPECT_EQ(tree(), row.before) << "nothing may be written, folders not renamed either";
+    EXPECT_EQ(tree(), before) << "nothing may be written, folders not renamed either";
     EXPECT_EQ(pull("--force").status, 0);
     EXPECT_EQ(tree(false), wanted);
   }
@@ -187,12 +178,7 @@ TEST_F(PullTest, OnlyWhatIsAskedForIsPulled) {
   const std::string pad = shots + "en-US/iPad 13/01.png", german = shots + "de-DE/iPhone 6.9/01.png";
   put({{phone + "01.png", shot(1)}, {pad, png(2064, 2752)}, {german, shot(2)}});
   push();
-  struct Row {
-    std::string options;
-    Tree before;
-    std::vector<std::string> after;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [options, before, after] : std::vector<std::tuple<std::string, Tree, std::vector<std::string>>>{
            {"--locale de-de", {}, {german}},
            {"--display 'iPad 13'", {}, {pad}},
            {"--display 'iPhone 6.9' --locale en-US", {}, {phone + "01.png"}},
@@ -201,13 +187,13 @@ TEST_F(PullTest, OnlyWhatIsAskedForIsPulled) {
            {"--display 'iPad 13'", {{shots + "en-US/iPhone 6.9", "a file"}}, {pad, shots + "en-US/iPhone 6.9"}},
            {"--locale de-DE", {{phoneID + "9.png", shot(9)}}, {german, phoneID + "9.png"}},
        }) {
-    SCOPED_TRACE(row.options);
-    put(row.before);
-    Tree untouched = row.before.empty() ? Tree() : tree(false);
-    EXPECT_EQ(pull(row.options + " --dry-run").status, 0);
+    SCOPED_TRACE(options);
+    put(before);
+    Tree untouched = before.empty() ? Tree() : tree(false);
+    EXPECT_EQ(pull(options + " --dry-run").status, 0);
     EXPECT_EQ(fs::exists(repo.path() / "metadata") ? tree() : Tree(), untouched) << "a dry run writes nothing";
-    EXPECT_EQ(pull(row.options).status, 0);
-    EXPECT_EQ(names(tree(false)), row.after);
+    EXPECT_EQ(pull(options).status, 0);
+    EXPECT_EQ(names(tree(false)), after);
   }
   EXPECT_TRUE(begins(pull("--locale german").err, "--locale german can't be a language: it's written de-DE."));
   EXPECT_EQ(pull("--display Toaster").err, "No display is called Toaster: kestu assets sizes lists them.\n");
@@ -301,20 +287,17 @@ TEST_F(PullTest, RenamesThatEndEarlyLeaveTheirFrames) {
 TEST_F(PullTest, NamesThatAreOneOnAMacAreNeverTwo) {
   put({{phone + "01.png", shot(1)}, {phone + "02.png", shot(2)}});
   push();
-  struct Row {
-    Tree before;
-    const char* first; ///< as it is called afterwards
-  };
-  for (const Row& row : std::vector<Row>{
+  // With what the first one is called afterwards.
+  for (const auto& [before, first] : std::vector<std::pair<Tree, const char*>>{
            {{{phone + "01.PNG", shot(9)}}, "01.PNG"},
            {{{phone + "01.PNG", shot(2)}, {phone + "02.PNG", shot(1)}}, "01.png"},
            {{{phone + "01.PNG", shot(9)}, {phone + "3.png", shot(1)}, {phone + "4.png", shot(2)}}, "01.PNG"},
            {{{phone + "01.PNG", shot(1)}, {phone + "1.png", shot(9)}}, "01.png"},
        }) {
-    SCOPED_TRACE(json(row.before).begin().key());
-    put(row.before);
+    SCOPED_TRACE(json(before).begin().key());
+    put(before);
     EXPECT_EQ(pull("--force").status, 0);
-    EXPECT_EQ(tree(false), (Tree{{phone + row.first, shot(1)}, {phone + "02.png", shot(2)}}));
+    EXPECT_EQ(tree(false), (Tree{{phone + first, shot(1)}, {phone + "02.png", shot(2)}}));
   }
   const Tree misnamed = {{shots + "en-us/iPhone 6.9/01.png", shot(1)}};
   put(misnamed);
@@ -483,13 +466,7 @@ TEST_F(PullTest, WhatAKillLeftGoesAway) {
 }
 
 TEST_F(PullTest, AnswersNeverLeaveTheFolder) {
-  struct Row {
-    const char* where;
-    const char* key;
-    const char* value;
-    int status;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [where, key, value, status] : std::vector<std::tuple<const char*, const char*, const char*, int>>{
            {"", "locale", "../../en", 9},
            {"", "locale", ".git", 9},
            {"/displays/0", "group", "../../../x", 0},
@@ -499,19 +476,19 @@ TEST_F(PullTest, AnswersNeverLeaveTheFolder) {
            {"/displays/0/assets/0", "url", "http://example.com/x", 9},
            {"/displays/0/assets/0", "fileName", "../../../01.png", 1},
        }) {
-    SCOPED_TRACE(std::string(row.key) + " " + row.value);
+    SCOPED_TRACE(std::string(key) + " " + value);
     json language = json::parse(R"({"locale": "en-US", "displays": [{"kind": "screenshots",
         "group": "IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE", "assets": [{"assetId": "a", "fileName": "01.png", "size": 5}]}]})");
     json& asset = language["displays"][0]["assets"][0];
     asset["md5"] = std::string(32, '0');
     asset["url"] = server.origin() + "/files/a";
-    language[json::json_pointer(row.where)][row.key] = row.value;
+    language[json::json_pointer(where)][key] = value;
     server.onNext({.path = "/v1/apps/1234567890/assets",
                    .method = "GET",
                    .status = 200,
                    .body = json{{"languages", json::array({language})}}.dump(),
                    .exact = true});
-    EXPECT_EQ(run("assets pull 1.2").status, row.status);
+    EXPECT_EQ(run("assets pull 1.2").status, status);
     for (const auto& entry : fs::recursive_directory_iterator(repo.path()))
       EXPECT_FALSE(entry.is_regular_file() && entry.path().filename() != "kestu.json") << entry.path();
     fs::remove_all(repo.path() / "metadata");

@@ -103,14 +103,9 @@ TEST_F(PushTest, NothingLeavesBeforeItIsConfirmed) {
 }
 
 TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
-  struct Row {
-    sandbox::Script script;
-    int status;
-    std::string err;
-  };
   using sandbox::Script;
   std::uint8_t shade = 100;
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [script, status, err] : std::vector<std::tuple<sandbox::Script, int, std::string>>{
            {Script{0, "denied", ""}, 5, "Denied in the kestu app. Nothing changed.\n"},
            {Script{1, "expired", ""}, 1, "No one decided it in time, so nothing changed. Run it again to ask again.\n"},
            {Script{0, "failed", "changed"}, 1,
@@ -123,12 +118,12 @@ TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
            {Script{0, "failed", "quota"}, 1, "kestu couldn't apply it (quota). Nothing changed.\n"},
            {Script{0, "lost", ""}, 1, "kestu couldn't apply it (lost). Nothing changed.\n"},
        }) {
-    SCOPED_TRACE(row.err);
+    SCOPED_TRACE(err);
     picture(folder + "01.png", ++shade);
-    server.scriptNextPlan(row.script);
+    server.scriptNextPlan(script);
     Ran ran = push();
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.err, row.err);
+    EXPECT_EQ(ran.status, status);
+    EXPECT_EQ(ran.err, err);
   }
   server.scriptNextPlan({});
   server.onNext({.path = "/v1/plans/", .status = 503});
@@ -278,13 +273,8 @@ TEST_F(PushTest, WhatWaitsAlreadyIsToldBeforeItIsSentAgain) {
   auto deny = [&] {
     server.withState([&](sandbox::State& all) { sandbox::Plans::decide(all, all.plans.back(), false); });
   };
-  struct Row {
-    const char* what;
-    std::function<void()> before;
-    std::string options;
-    bool told;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [what, before, options, told] :
+       std::vector<std::tuple<const char*, std::function<void()>, std::string, bool>>{
            {"asked", nullptr, "", true},
            {"another version's", nullptr, "--platform macos", false},
            {"other files", [&] { picture(folder + "1.png", 2); }, "", false},
@@ -296,9 +286,9 @@ TEST_F(PushTest, WhatWaitsAlreadyIsToldBeforeItIsSentAgain) {
            {"kept anew", [&] { push("--yes --no-wait"); }, "", true},
            {"lapsed", [&] { clock.advance(std::chrono::hours(72)); }, "", false},
        }) {
-    SCOPED_TRACE(row.what);
-    if (row.before) row.before();
-    EXPECT_EQ(has(push(row.options).err, "! A change like this waits for your approval already, until "), row.told);
+    SCOPED_TRACE(what);
+    if (before) before();
+    EXPECT_EQ(has(push(options).err, "! A change like this waits for your approval already, until "), told);
   }
 }
 

@@ -21,10 +21,8 @@ class WhatsNewTest : public KitTest {
 };
 
 TEST(Markdown, TakesTheTitleOutAndFindsImages) {
-  struct Row {
-    const char *text, *title, *body, *images;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [text, title, body, images] :
+       std::vector<std::tuple<const char*, const char*, const char*, const char*>>{
            {"# What's new ##\n\nText\n", "What's new", "Text\n", ""},
            {"Before\n\nTitle\n=====\r\nAfter", "Title", "Before\n\nAfter\n", ""},
            {"```\n# code ![](no.png)\n```\n### C#\n![a](b.png \"t\") `![](no.png)`", "C#",
@@ -41,12 +39,12 @@ TEST(Markdown, TakesTheTitleOutAndFindsImages) {
            {"# T\n![](a(1).png) \\![](no.png) ![](\\(x.png)", "T", "![](a(1).png) \\![](no.png) ![](\\(x.png)\n",
             "a(1).png|(x.png"},
        }) {
-    SCOPED_TRACE(row.text);
-    auto titled = Markdown::titled(row.text);
+    SCOPED_TRACE(text);
+    auto titled = Markdown::titled(text);
     ASSERT_TRUE(titled);
-    EXPECT_EQ(titled->title, row.title);
-    EXPECT_EQ(titled->body, row.body);
-    EXPECT_EQ(Text::joined(Markdown::images(titled->body), "|"), row.images);
+    EXPECT_EQ(titled->title, title);
+    EXPECT_EQ(titled->body, body);
+    EXPECT_EQ(Text::joined(Markdown::images(titled->body), "|"), images);
   }
   for (const char* text : {"", "Text", "#\n# Later", "    # code", "- a\n---", "#######", "~~~\n# a"}) {
     EXPECT_FALSE(Markdown::titled(text)) << text;

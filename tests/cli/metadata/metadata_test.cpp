@@ -74,22 +74,19 @@ TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
 }
 
 TEST_F(MetadataTest, APullNeverWritesBesideANameThatIsTheSameOnAMac) {
-  struct Row {
-    std::string layout, there, wanted;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [layout, there, wanted] : std::vector<std::tuple<std::string, std::string, std::string>>{
            {"kestu", "metadata/listing/EN-US.json", "metadata/listing/en-US.json"},
            {"json", "metadata/Version/1.2/ja.json", "metadata/version"},
            {"fastlane", "fastlane/metadata/ja/Description.txt", "fastlane/metadata/ja/description.txt"},
        }) {
-    SCOPED_TRACE(row.there);
+    SCOPED_TRACE(there);
     for (const char* folder : {"metadata", "fastlane"}) fs::remove_all(repo.path() / folder);
-    repo.write(row.there, row.there.ends_with("json") ? "{}" : "text");
+    repo.write(there, there.ends_with("json") ? "{}" : "text");
     auto before = everything();
-    Ran ran = run("metadata pull 1.2 --layout '" + row.layout + "' --force");
+    Ran ran = run("metadata pull 1.2 --layout '" + layout + "' --force");
     EXPECT_EQ(ran.status, 1);
-    std::string blocking = row.layout == "json" ? "metadata/Version" : row.there;
-    EXPECT_TRUE(has(ran.err, blocking + " is in the way: a Mac takes it for " + row.wanted + ". "));
+    std::string blocking = layout == "json" ? "metadata/Version" : there;
+    EXPECT_TRUE(has(ran.err, blocking + " is in the way: a Mac takes it for " + wanted + ". "));
     EXPECT_EQ(everything(), before);
   }
 }

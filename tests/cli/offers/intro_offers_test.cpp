@@ -22,12 +22,8 @@ class IntroOffersTest : public LinkedTest {
 };
 
 TEST_F(IntroOffersTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
-  struct Row {
-    std::string line;
-    Words says;
-  };
   const std::string asYouGo = ofPro + "--mode pay-as-you-go --periods 3 ", free = ofPro + "--mode free --duration 1w ";
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [line, says] : std::vector<std::pair<std::string, Words>>{
            {"create", {"--product names the subscription", "--mode says how customers pay: free, pay-as-you-go or"}},
            {ofPro + "--mode gratis --duration 3w --periods 0",
             {"--mode is free, pay-as-you-go or pay-up-front, not gratis.", "--duration is 3d, 1w,",
@@ -51,10 +47,10 @@ TEST_F(IntroOffersTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
            {"delete --countries xx", {"--product names the subscription", "xx isn't a country"}},
            {"status 12", {"That isn't a job's ID, which the command that started it printed."}},
        }) {
-    SCOPED_TRACE(row.line);
-    Ran ran = intro(row.line);
+    SCOPED_TRACE(line);
+    Ran ran = intro(line);
     EXPECT_EQ(ran.status, 2);
-    for (const std::string& each : row.says) EXPECT_TRUE(has(ran.err, each)) << each;
+    for (const std::string& each : says) EXPECT_TRUE(has(ran.err, each)) << each;
   }
   repo.write("metadata/pricing.json",
              R"({"intro-offers":{"com.example.daylight.pro.monthly":{"countries":{"se":"+2"}}}})");
@@ -159,23 +155,19 @@ TEST_F(IntroOffersTest, PricesComeFromTheFileAndTheCommandLineAndAreShownFirst) 
 TEST_F(IntroOffersTest, APriceNamesTheCountryThatItIsOf) {
   const std::string soldInSweden = R"({"kind":"subscription","base":{"storefront":"se","currency":"SEK","amount":60},
       "storefronts":[{"storefront":"se","currency":"SEK","price":60},{"storefront":"no","currency":"NOK"}]})";
-  struct Row {
-    std::string options;
-    bool inSweden;
-    std::string says, country;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [options, inSweden, says, country] :
+       std::vector<std::tuple<std::string, bool, std::string, std::string>>{
            {"--price 1.99 --countries us,se", false, ": $1.99 a month for 3 months in United States, its", ""},
            {"--price 1.99 --countries se,no", false, ": Apple's match of $1.99 a month for 3 months in ", ""},
            {"--price 29 --countries se,no", true, ": SEK 29.00 a month for 3 months in Sweden, its", "se"},
            {"--price 29 --country no", true, ": NOK 29.00 a month for 3 months in Norway, its", "no"},
        }) {
-    SCOPED_TRACE(row.says);
-    if (row.inSweden) {
+    SCOPED_TRACE(says);
+    if (inSweden) {
       server.onNext({.path = "/v1/apps/1234567890/prices", .method = "GET", .status = 200, .body = soldInSweden});
     }
-    EXPECT_TRUE(has(intro(ofPro + "--mode pay-as-you-go --periods 3 --dry-run " + row.options).out, row.says));
-    EXPECT_EQ(lastOffer().value("country", ""), row.country);
+    EXPECT_TRUE(has(intro(ofPro + "--mode pay-as-you-go --periods 3 --dry-run " + options).out, says));
+    EXPECT_EQ(lastOffer().value("country", ""), country);
   }
 }
 

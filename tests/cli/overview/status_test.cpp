@@ -48,10 +48,7 @@ TEST(AppStatusTest, TheNextCommandIsWhatSomebodyWaitsFor) {
   const std::string job =
       R"({"id": "0a", "group": "prices", "job": {"state": "running", "done": 1, "total": 2, "canUndo": true,
                              "kind": "price"}})";
-  struct Row {
-    std::string platforms, jobs, command;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [platforms, jobs, command] : std::vector<std::tuple<std::string, std::string, std::string>>{
            {"", "", "kestu versions create 1.0"},
            {platform("ios", "", ""), "", "kestu versions create 1.0"},
            {platform("ios", out, ""), "", "kestu versions create 1.10"},
@@ -67,13 +64,13 @@ TEST(AppStatusTest, TheNextCommandIsWhatSomebodyWaitsFor) {
            {platform("tvos", "", "rejected") + "," + platform("macos", "", prepared), "",
             "kestu release prepare 2.0 --platform tvos"},
        }) {
-    SCOPED_TRACE(row.command);
+    SCOPED_TRACE(command);
     AppStatus status = AppStatus::read(JSONValue::parse(
         R"({"app": {"appId": 1, "bundleId": "b", "name": "n", "platforms": [], "primaryLocale": "en-US"}, "ranks": [],
             "waiting": [], "jobs": [)" +
-        row.jobs + R"(], "platforms": [)" + row.platforms + "]}"));
-    EXPECT_EQ(status.nextCommand(""), row.command);
-    EXPECT_EQ(status.nextCommand(" --app x"), row.command + " --app x");
+        jobs + R"(], "platforms": [)" + platforms + "]}"));
+    EXPECT_EQ(status.nextCommand(""), command);
+    EXPECT_EQ(status.nextCommand(" --app x"), command + " --app x");
   }
 }
 

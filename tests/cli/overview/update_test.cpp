@@ -77,15 +77,10 @@ TEST(Installation, IsToldByTheProgramsPlace) {
   auto path = [&](const char* relative) { return place.path() / relative; };
   place.write("build/release/CMakeCache.txt", "A:B=c\nCMAKE_HOME_DIRECTORY:INTERNAL=/src/it's\n");
   place.write("info/kestu.list", "/.\n/usr/bin/kestu\n/usr/bin/kestu-other\n");
-  struct Row {
-    std::filesystem::path program;
-    Installation::Kind kind;
-    std::vector<std::string> commands;
-    bool runs;
-  };
   using Kind = Installation::Kind;
   const std::vector<std::string> apt = {"sudo apt-get update", "sudo apt-get install --only-upgrade kestu"};
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [program, kind, commands, runs] :
+       std::vector<std::tuple<std::filesystem::path, Installation::Kind, std::vector<std::string>, bool>>{
            {"/opt/homebrew/Cellar/kestu/1.1.2/bin/kestu", Kind::homebrew, {"brew upgrade kestu"}, true},
            {"/opt/homebrew/Cellar/other/1.1.2/bin/kestu", Kind::folder, {}, false},
            {"/usr/bin/kestu", Kind::debian, apt, false},
@@ -97,11 +92,11 @@ TEST(Installation, IsToldByTheProgramsPlace) {
             false},
            {path("unpacked/bin/kestu"), Kind::folder, {}, false},
        }) {
-    SCOPED_TRACE(row.program);
-    auto found = Installation::of(row.program, path("info"));
-    EXPECT_EQ(found.kind, row.kind);
-    EXPECT_EQ(found.commands(), row.commands);
-    EXPECT_EQ(found.runnable().has_value(), row.runs);
+    SCOPED_TRACE(program);
+    auto found = Installation::of(program, path("info"));
+    EXPECT_EQ(found.kind, kind);
+    EXPECT_EQ(found.commands(), commands);
+    EXPECT_EQ(found.runnable().has_value(), runs);
     EXPECT_FALSE(has(found.advice(), "curl"));
   }
 }

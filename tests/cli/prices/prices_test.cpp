@@ -181,12 +181,7 @@ TEST_F(PricesTest, AChangeIsShownBeforeItIsSent) {
 }
 
 TEST_F(PricesTest, APriceChangeSaysWhatIsDoneAndWhatIsNot) {
-  struct Row {
-    std::string arguments;
-    const char* says;
-    const char* never;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [arguments, says, never] : std::vector<std::tuple<std::string, const char*, const char*>>{
            {"set 5.99 --yes" + ofPro,
             "● Kestu sets com.example.daylight.pro.monthly: $5.99 in United States, country by country, as your key's "
             "hour allows.\nNext: kestu prices status ",
@@ -198,12 +193,12 @@ TEST_F(PricesTest, APriceChangeSaysWhatIsDoneAndWhatIsNot) {
             "✓"},
            {"parity --json --write --check", "{\n  \"base\": {\n", "✓"},
        }) {
-    SCOPED_TRACE(row.says);
+    SCOPED_TRACE(says);
     server.scriptNextPlan({});
-    Ran ran = prices(row.arguments);
+    Ran ran = prices(arguments);
     EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_TRUE(has(ran.out, row.says));
-    EXPECT_FALSE(has(ran.out, row.never));
+    EXPECT_TRUE(has(ran.out, says));
+    EXPECT_FALSE(has(ran.out, never));
   }
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "metadata"));
 }

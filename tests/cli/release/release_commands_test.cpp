@@ -234,12 +234,9 @@ TEST_F(ReleaseTest, ReportsNameFilesFromTheRepositorysTop) {
     repo.write("apps/sun/" + file, text);
   }
   using Words = std::vector<std::string>;
-  struct Row {
-    std::string line;
-    Words parts; // in their order
-  };
   const std::string listing = "file=apps/sun/metadata/listing/";
-  for (const Row& row : std::vector<Row>{
+  // With parts of the output in their order.
+  for (const auto& [line, parts] : std::vector<std::pair<std::string, Words>>{
            {"metadata validate --report github",
             {"::error " + listing + "german.json,title=kestu%3A language::metadata/listing/german.json can't be",
              "::error " + listing + "de-DE.json,title=kestu%3A url de-DE::de-DE: support URL isn't",
@@ -254,11 +251,11 @@ TEST_F(ReleaseTest, ReportsNameFilesFromTheRepositorysTop) {
              "file=\"apps/sun/metadata/listing/de-DE.json\">\n      <failure message=\"de-DE: support URL",
              "name=\"required ja\"/>", "name=\"version\"/>", "name=\"contentrights\"/>"}},
        }) {
-    SCOPED_TRACE(row.line);
-    Ran ran = run(row.line);
+    SCOPED_TRACE(line);
+    Ran ran = run(line);
     EXPECT_EQ(ran.status, 1) << ran.err;
     std::size_t at = 0;
-    for (const std::string& part : row.parts) {
+    for (const std::string& part : parts) {
       std::size_t found = ran.out.find(part, at);
       EXPECT_NE(found, std::string::npos) << part << "\n" << ran.out;
       if (found != std::string::npos) at = found;

@@ -198,13 +198,8 @@ TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {
   };
   auto expire = [&] { setBuild("43", [](auto& build) { build.state = "expired"; }); };
   const std::string shot = "metadata/screenshots/en-US/iPhone 6.9/02.png";
-  struct Row {
-    std::function<void()> before;
-    std::string options;
-    int status;
-    std::string message;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [before, options, status, message] :
+       std::vector<std::tuple<std::function<void()>, std::string, int, std::string>>{
            {nullptr, "--release-type scheduled", 2,
             "A scheduled release needs --earliest, or earliestReleaseDate in release.json.\n"},
            {nullptr, "--earliest 2026-12-01T09:00:00Z", 2,
@@ -224,11 +219,11 @@ TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {
            {[&] { setState("1.2", "readyfordistribution"); }, "", 1,
             "1.2 for iOS is on the App Store, so the next one needs another number.\n"},
        }) {
-    SCOPED_TRACE(row.message);
-    if (row.before) row.before();
-    Ran ran = prepare("--yes " + row.options);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(begins(ran.err, row.message));
+    SCOPED_TRACE(message);
+    if (before) before();
+    Ran ran = prepare("--yes " + options);
+    EXPECT_EQ(ran.status, status);
+    EXPECT_TRUE(begins(ran.err, message));
     EXPECT_EQ(ran.out, "");
     repo.write(shot, png(1290, 2796, PNGColours::palette, 1));
   }
@@ -238,17 +233,14 @@ TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {
 TEST(ReleasePrepareTest, OptionsWinOverTheFile) {
   const auto december = *Moments::parse("2026-12-01T09:00:00Z");
   const auto january = *Moments::parse("2027-01-01T09:00:00Z");
-  struct Row {
-    ReleaseSettings options, file, wanted;
-  };
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [options, file, wanted] : std::vector<std::tuple<ReleaseSettings, ReleaseSettings, ReleaseSettings>>{
            {{}, {"scheduled", december, true, "45"}, {"scheduled", december, true, "45"}},
            {{"manual"}, {"scheduled", december, true, "45"}, {"manual", std::nullopt, true, "45"}},
            {{std::nullopt, january, false}, {"scheduled", december, true}, {"scheduled", january, false}},
            {{"scheduled", january, std::nullopt, "latest"}, {"manual"}, {"scheduled", january, std::nullopt, "latest"}},
            {{}, {"afterapproval", december}, {"afterapproval"}},
        }) {
-    EXPECT_EQ(ReleasePrepare::settings(row.options, row.file), row.wanted);
+    EXPECT_EQ(ReleasePrepare::settings(options, file), wanted);
   }
 }
 
