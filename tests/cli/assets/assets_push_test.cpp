@@ -121,9 +121,7 @@ TEST_F(PushTest, EveryOutcomeOfThePlanHasItsWords) {
     SCOPED_TRACE(err);
     picture(folder + "01.png", ++shade);
     server.scriptNextPlan(script);
-    Ran ran = push();
-    EXPECT_EQ(ran.status, status);
-    EXPECT_EQ(ran.err, err);
+    EXPECT_TRUE(ended(push(), status, equals, err));
   }
   server.scriptNextPlan({});
   server.onNext({.path = "/v1/plans/", .status = 503});
