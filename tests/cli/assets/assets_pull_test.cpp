@@ -16,6 +16,9 @@ using sandbox::Fault;
 
 const std::string shots = "metadata/screenshots/";
 const std::string phone = shots + "en-US/iPhone 6.9/";
+const std::string movies = "metadata/previews/", frames = movies + "frames.json";
+const std::string byName = "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n";
+const std::string byID = R"({"en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov": "00:00:03:00"})";
 const std::string phoneID = shots + "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/";
 
 std::string shot(std::uint8_t shade) { return png(1290, 2796, PNGColours::palette, shade); }
@@ -89,14 +92,14 @@ TEST_F(PullTest, ARoundTripIsByteForByteTheSame) {
 
   useIDs(true);
   both();
-  Tree byID = tree();
+  Tree withIDs = tree();
   EXPECT_FALSE(fs::exists(repo.path() / phone));
-  EXPECT_EQ(byID.at(phoneID + "01.png"), files.at(phone + "01.png"));
-  EXPECT_TRUE(has(byID.at("metadata/previews/frames.json"), "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov"));
+  EXPECT_EQ(withIDs.at(phoneID + "01.png"), files.at(phone + "01.png"));
+  EXPECT_TRUE(has(withIDs.at("metadata/previews/frames.json"), "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov"));
   EXPECT_EQ(downloads(), 0U);
   fs::remove_all(repo.path() / "metadata");
   both();
-  EXPECT_EQ(tree(), byID) << "pulled anew and renamed are the same";
+  EXPECT_EQ(tree(), withIDs) << "pulled anew and renamed are the same";
   useIDs(false);
   both();
   EXPECT_EQ(tree(), pulled);
@@ -107,9 +110,7 @@ TEST_F(PullTest, WhatShowsTheSameStaysAsItIs) {
   const Tree loose = {{"fastlane/screenshots/en-US/a.png", shot(3)}, {"fastlane/screenshots/en-US/b.png", shot(4)}};
   put(odd);
   push();
-  Ran ran = pull();
-  EXPECT_EQ(ran.out, "✓ The repo shows 1.2 for iOS's assets already: nothing to download, nothing written.\n")
-      << ran.err;
+  EXPECT_EQ(pull().out, "✓ The repo shows 1.2 for iOS's assets already: nothing to download, nothing written.\n");
   EXPECT_EQ(tree(), odd);
   fs::remove_all(repo.path() / "metadata");
   for (const auto& [name, bytes] : loose) repo.write(name, bytes);
@@ -137,8 +138,7 @@ TEST_F(PullTest, FilesThatAreThereAreRenamedNotFetched) {
        }) {
     SCOPED_TRACE(what);
     put(before);
-    Ran ran = pull();
-    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_EQ(pull().status, 0);
     EXPECT_EQ(downloads(), fetched);
     std::vector<std::string> bytes, expected;
     for (const auto& [name, content] : tree(false)) bytes.push_back(content);
@@ -242,10 +242,7 @@ TEST_F(PullTest, AnUnusablePulledFileIsMended) {
 }
 
 TEST_F(PullTest, MergingNeverWritesOverADifferentFile) {
-  const std::string movies = "metadata/previews/";
-  put({{phone + "01.png", shot(1)},
-       {movies + "en-US/iPhone 6.9/01.mov", "one"},
-       {movies + "frames.json", R"({"en-US/iPhone 6.9/01.mov": "00:00:03:00"})"}});
+  put({{phone + "01.png", shot(1)}, {movies + "en-US/iPhone 6.9/01.mov", "one"}, {frames, byName}});
   push();
   put({{phone + "01.png", shot(1)},
        {phone + "notes.txt", "here"},
@@ -254,7 +251,7 @@ TEST_F(PullTest, MergingNeverWritesOverADifferentFile) {
        {phoneID + "deep/more.txt", "kept"},
        {shots + "de-DE/IPAD_PRO_BORDERLESS_PROFILE/01.png", "any"},
        {movies + "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"},
-       {movies + "frames.json", R"({"en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov": "00:00:03:00"})"}});
+       {frames, byID}});
   Ran ran = pull();
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(ran.err, phoneID + "notes.txt was left where it is: " + phone.substr(0, phone.size() - 1) +
@@ -264,14 +261,12 @@ TEST_F(PullTest, MergingNeverWritesOverADifferentFile) {
   EXPECT_EQ(after.at(phone + "deep/more.txt"), "kept");
   EXPECT_FALSE(after.contains(phoneID + "01.png"));
   EXPECT_TRUE(after.contains(shots + "de-DE/iPad 13/01.png")) << "also where App Store Connect shows nothing";
-  EXPECT_EQ(after.at(movies + "frames.json"), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
+  EXPECT_EQ(after.at(frames), byName);
   EXPECT_EQ(downloads(), 0U);
 }
 
 TEST_F(PullTest, RenamesThatEndEarlyLeaveTheirFrames) {
-  const std::string frames = "metadata/previews/frames.json";
-  const std::string byID = R"({"en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov": "00:00:03:00"})";
-  put({{"metadata/previews/en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"}, {frames, byID}});
+  put({{movies + "en-US/IPHONE_DYNAMIC_ISLAND_LARGE_PROFILE/01.mov", "one"}, {frames, byID}});
   auto catalog = AssetCatalog::read(JSONValue::parse(sandbox::Catalog::displays("ios").dump()));
   ScanOptions options;
   options.platform = "ios";
@@ -281,7 +276,7 @@ TEST_F(PullTest, RenamesThatEndEarlyLeaveTheirFrames) {
   EXPECT_THROW(AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), stopping.get_token(), {}), Stopped);
   EXPECT_EQ(json::parse(contents(frames)), json::parse(byID));
   AssetPull::carryOut(plan, repo.path(), Downloader(transport, clock), {}, {});
-  EXPECT_EQ(contents(frames), "{\n  \"en-US/iPhone 6.9/01.mov\": \"00:00:03:00\"\n}\n");
+  EXPECT_EQ(contents(frames), byName);
 }
 
 TEST_F(PullTest, NamesThatAreOneOnAMacAreNeverTwo) {
@@ -308,21 +303,18 @@ TEST_F(PullTest, NamesThatAreOneOnAMacAreNeverTwo) {
 
 TEST_F(PullTest, AccentsAreTheSameInEitherForm) {
   const std::string composed = "en-US/iPhone 6.9/caf\u00E9.mov", decomposed = "en-US/iPhone 6.9/cafe\u0301.mov";
-  const std::string previews = "metadata/previews/";
-  const auto frames = [](const std::string& video) { return "{\"" + video + R"(": "00:00:03:00"})"; };
-  put({{previews + decomposed, "one"}, {previews + "frames.json", frames(composed)}});
+  const auto of = [](const std::string& video) { return "{\"" + video + R"(": "00:00:03:00"})"; };
+  put({{movies + decomposed, "one"}, {frames, of(composed)}});
   push();
-  put({{previews + composed, "one"}, {previews + "frames.json", frames(decomposed)}});
+  put({{movies + composed, "one"}, {frames, of(decomposed)}});
   EXPECT_EQ(pull().status, 0);
   EXPECT_EQ(downloads(), 0U);
-  EXPECT_TRUE(has(contents(previews + "frames.json"), "00:00:03:00"));
+  EXPECT_TRUE(has(contents(frames), "00:00:03:00"));
   EXPECT_EQ(run("assets push 1.2 --yes").status, 0);
 }
 
 TEST_F(PullTest, APosterFrameOfOnesOwnIsKept) {
-  const std::string movie = "metadata/previews/en-US/iPhone 6.9/01.mov";
-  const std::string frames = "metadata/previews/frames.json";
-  put({{movie, "one"}, {frames, R"({"en-US/iPhone 6.9/01.mov": "00:00:03:00"})"}});
+  put({{movies + "en-US/iPhone 6.9/01.mov", "one"}, {frames, byName}});
   push();
   const std::string mine = R"({"en-US/iPhone 6.9/01.mov": "00:00:09:00"})";
   repo.write(frames, mine);
@@ -342,32 +334,25 @@ TEST_F(PullTest, OnlyWholeFilesStayAndTheNextRunGoesOn) {
     for (const auto& [name, bytes] : left)
       EXPECT_TRUE(bytes == shot(1) || bytes == shot(2) || bytes == shot(3)) << name;
   };
-  struct Row {
-    Fault fault; ///< after two calls that are answered
-    std::string reason;
-    int status = 9;
-  };
   const std::string other(shot(1).size(), 'x');
-  for (Row row : std::vector<Row>{
-           {Fault{.times = 1, .status = 404}, "(404: its address may have expired", 1},
-           {Fault{.times = 1, .status = 400}, "(400: Apple refuses it as it is). What came whole is kept.\n", 1},
-           {Fault{.times = -1, .status = 429}, "(429). What came whole is kept; run it again to go on.\n"},
-           {Fault{.times = -1, .status = 200, .body = "short"}, "(only a part of it came)"},
-           {Fault{.times = -1, .status = 200, .body = other}, "(it came with another checksum)"},
-           {Fault{.times = -1, .status = 200, .body = other + "x"}, "(more came than it has)"},
-           {Fault{.times = -1, .half = true}, "Couldn't download "},
-           {Fault{.times = 2, .half = true}, "", 0},
+  for (auto [fault, status, reason] : std::vector<std::tuple<Fault, int, const char*>>{
+           {Fault{.times = 1, .status = 404}, 1, "(404: its address may have expired"},
+           {Fault{.times = 1, .status = 400}, 1, "(400: Apple refuses it as it is). What came whole is kept.\n"},
+           {Fault{.times = -1, .status = 429}, 9, "(429). What came whole is kept; run it again to go on.\n"},
+           {Fault{.times = -1, .status = 200, .body = "short"}, 9, "(only a part of it came)"},
+           {Fault{.times = -1, .status = 200, .body = other}, 9, "(it came with another checksum)"},
+           {Fault{.times = -1, .status = 200, .body = other + "x"}, 9, "(more came than it has)"},
+           {Fault{.times = -1, .half = true}, 9, "Couldn't download "},
+           {Fault{.times = 2, .half = true}, 0, ""},
        }) {
-    SCOPED_TRACE(row.reason);
+    SCOPED_TRACE(reason);
     put({});
-    row.fault.path = "/files/";
-    row.fault.skip = 2;
-    server.onNext(row.fault);
-    Ran ran = pull();
-    EXPECT_TRUE(has(ran.err, row.reason));
-    EXPECT_EQ(ran.status, row.status);
+    fault.path = "/files/";
+    fault.skip = 2;
+    server.onNext(fault);
+    EXPECT_TRUE(ended(pull(), status, has, reason));
     server.faults().clear();
-    if (row.reason.empty()) continue;
+    if (status == 0) continue;
     Tree left = tree(false);
     expectWhole(left);
     EXPECT_EQ(pull().status, 0);

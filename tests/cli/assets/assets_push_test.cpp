@@ -173,40 +173,30 @@ TEST_F(PushTest, ProblemsStopItBeforeAnythingIsPlanned) {
 
 TEST_F(PushTest, ABrokenUploadCommitsNothing) {
   std::uint8_t shade = 0;
-  struct Row {
-    Fault fault;
-    std::string err;
-    std::size_t parts;
-    int status = 1;
-  };
   const std::string assets = "/v1/apps/1234567890/assets", none = "Apple took no part of 01.png (";
-  for (const Row& row : std::vector<Row>{
-           {Fault{.path = "/upload/", .times = 1, .status = 403},
+  for (const auto& [fault, status, sent, err] : std::vector<std::tuple<Fault, int, std::size_t, std::string>>{
+           {Fault{.path = "/upload/", .times = 1, .status = 403}, 1, 1,
             none + "403: its address may have expired, and a new run gets a new one). Nothing was changed; run it "
-                   "again.\n",
-            1},
-           {Fault{.path = "/upload/", .times = 3, .status = 503}, none + "503). Nothing was changed; run it again.\n",
-            3, 9},
-           {Fault{.path = "/upload/", .times = 3, .status = 429, .headers = {{"Retry-After", "3600"}}},
-            none + "429: Apple asks to wait 1 hour). Nothing was changed; run it again.\n", 3, 9},
-           {Fault{.path = "/upload/", .status = 413}, none + "413: Apple refuses it as it is). Nothing was changed.\n",
-            1},
-           {Fault{.path = "/upload/", .times = 2, .status = 500}, "", 3, 0},
-           {Fault{.path = assets + "/uploaded", .status = 409, .body = R"({"message":"Torn."})"}, "Torn.\n", 1},
-           {Fault{.path = assets, .method = "POST", .status = 200, .body = R"({"languages":[]})"},
+                   "again.\n"},
+           {Fault{.path = "/upload/", .times = 3, .status = 503}, 9, 3,
+            none + "503). Nothing was changed; run it again.\n"},
+           {Fault{.path = "/upload/", .times = 3, .status = 429, .headers = {{"Retry-After", "3600"}}}, 9, 3,
+            none + "429: Apple asks to wait 1 hour). Nothing was changed; run it again.\n"},
+           {Fault{.path = "/upload/", .status = 413}, 1, 1,
+            none + "413: Apple refuses it as it is). Nothing was changed.\n"},
+           {Fault{.path = "/upload/", .times = 2, .status = 500}, 0, 3, ""},
+           {Fault{.path = assets + "/uploaded", .status = 409, .body = R"({"message":"Torn."})"}, 1, 1, "Torn.\n"},
+           {Fault{.path = assets, .method = "POST", .status = 200, .body = R"({"languages":[]})"}, 9, 0,
             "kestu's answer for the assets wasn't what this version of the CLI expects. Update the CLI, or try "
-            "again.\n",
-            0, 9},
+            "again.\n"},
        }) {
-    SCOPED_TRACE(row.err);
+    SCOPED_TRACE(err);
     picture(folder + "01.png", ++shade);
     server.forgetRequests();
-    server.onNext(row.fault);
-    Ran ran = approved("assets push 1.2");
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(ends(ran.err, row.err));
-    EXPECT_EQ(parts(), row.parts);
-    EXPECT_EQ(calls(commit), row.err.empty() ? 1U : 0U);
+    server.onNext(fault);
+    EXPECT_TRUE(ended(approved("assets push 1.2"), status, ends, err));
+    EXPECT_EQ(parts(), sent);
+    EXPECT_EQ(calls(commit), err.empty() ? 1U : 0U);
   }
 }
 

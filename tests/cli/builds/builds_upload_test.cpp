@@ -116,56 +116,41 @@ TEST_F(UploadTest, WhatEndsTooSoonSaysHowToClearUp) {
     });
     return line + "\n";
   };
-  struct Row {
-    Fault fault;
-    std::string reason;
-    std::size_t commits = 0;
-    int status = 1;
-  };
   const std::string commit = base + "uploads/", none = "Apple took no part of A.ipa (";
-  for (const Row& row : std::vector<Row>{
-           {Fault{.path = "/upload/", .times = -1, .status = 403}, none + "403: its "},
-           {Fault{.path = "/upload/", .skip = 5, .times = -1, .status = 500},
-            "A.ipa (500). Run it again to send it anew.\nThe unfinished", 0, 9},
-           {Fault{.path = "/upload/", .times = -1, .status = 413},
+  for (const auto& [fault, status, commits, reason] : std::vector<std::tuple<Fault, int, std::size_t, std::string>>{
+           {Fault{.path = "/upload/", .times = -1, .status = 403}, 1, 0, none + "403: its "},
+           {Fault{.path = "/upload/", .skip = 5, .times = -1, .status = 500}, 9, 0,
+            "A.ipa (500). Run it again to send it anew.\nThe unfinished"},
+           {Fault{.path = "/upload/", .times = -1, .status = 413}, 1, 0,
             none + "413: Apple refuses it as it is).\nThe unfinished"},
-           {Fault{.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"}, "Torn.", 1},
+           {Fault{.path = commit, .method = "POST", .status = 409, .body = R"({"message":"Torn."})"}, 1, 1, "Torn."},
        }) {
-    SCOPED_TRACE(row.reason);
+    SCOPED_TRACE(reason);
     ++number;
     make(std::to_string(number), "A.ipa");
     server.forgetRequests();
-    server.onNext(row.fault);
+    server.onNext(fault);
     Ran ran = builds("upload A.ipa --app 1234567890");
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(has(ran.err, row.reason));
+    EXPECT_TRUE(ended(ran, status, has, reason));
     EXPECT_TRUE(has(ran.err, "The unfinished upload stays at Apple until it's removed: " + remedy()));
-    EXPECT_EQ(calls("POST " + commit), row.commits);
+    EXPECT_EQ(calls("POST " + commit), commits);
     server.faults().clear();
   }
   // Where no answer came, nobody knows what the service did.
-  struct Unsure {
-    Fault fault;
-    std::string note;
-    bool isNamed;
-  };
-  for (const Unsure& row : std::vector<Unsure>{
-           {Fault{.path = base + "uploads", .method = "POST", .half = true, .exact = true},
-            "An unfinished upload may be at Apple now. kestu builds list --app 1234567890 shows it; to remove it: ",
-            false},
-           {Fault{.path = commit, .method = "POST", .cut = true},
+  for (const auto& [fault, named, note] : std::vector<std::tuple<Fault, bool, std::string>>{
+           {Fault{.path = base + "uploads", .method = "POST", .half = true, .exact = true}, false,
+            "An unfinished upload may be at Apple now. kestu builds list --app 1234567890 shows it; to remove it: "},
+           {Fault{.path = commit, .method = "POST", .cut = true}, true,
             "Whether Apple has the whole file now isn't known. kestu builds list --app 1234567890 shows where it is; "
-            "if it's still uploading, remove it: ",
-            true},
+            "if it's still uploading, remove it: "},
        }) {
-    SCOPED_TRACE(row.note);
+    SCOPED_TRACE(note);
     ++number;
     make(std::to_string(number), "A.ipa");
     server.withState([](sandbox::State& state) { state.testFlight.uploads.clear(); });
-    server.onNext(row.fault);
+    server.onNext(fault);
     Ran ran = builds("upload A.ipa --app 1234567890");
-    EXPECT_EQ(ran.status, 9);
-    EXPECT_TRUE(ends(ran.err, "\n" + row.note + remedy(row.isNamed)));
+    EXPECT_TRUE(ended(ran, 9, ends, "\n" + note + remedy(named)));
     EXPECT_FALSE(has(ran.err, "stays"));
     server.withState([&](sandbox::State& state) { EXPECT_EQ(state.testFlight.uploads.size(), 1U); });
     server.faults().clear();
@@ -194,29 +179,26 @@ TEST_F(UploadTest, AnInterruptionSaysHowToClearUp) {
 }
 
 TEST_F(UploadTest, AFileThatChangesUnderTheUploadIsNotCommitted) {
-  struct Row {
-    const char* name;
-    std::function<void(const std::filesystem::path&)> change;
+  const std::filesystem::path file = repo.path() / "Daylight.ipa";
+  auto replace = [&] { // by another one of the same size and time
+    auto time = std::filesystem::last_write_time(file);
+    auto other = repo.path() / "other";
+    std::filesystem::copy_file(file, other);
+    std::filesystem::last_write_time(other, time);
+    std::filesystem::rename(other, file);
   };
   int number = 50;
-  for (const Row& row : std::vector<Row>{
-           {"grown", [](const auto& file) { std::filesystem::resize_file(file, 100'000); }},
-           {"another of the same size and time",
-            [](const auto& file) {
-              auto time = std::filesystem::last_write_time(file);
-              auto other = file.parent_path() / "other";
-              std::filesystem::copy_file(file, other);
-              std::filesystem::last_write_time(other, time);
-              std::filesystem::rename(other, file);
-            }},
-           {"written again", [](const auto& file) { std::filesystem::last_write_time(file, {}); }},
+  for (const std::function<void()>& change : std::vector<std::function<void()>>{
+           [&] { std::filesystem::resize_file(file, 100'000); },
+           replace,
+           [&] { std::filesystem::last_write_time(file, {}); },
            // Last, as it leaves parts on their way that would meet the next row's fault.
-           {"cut short", [](const auto& file) { std::filesystem::resize_file(file, 100); }},
+           [&] { std::filesystem::resize_file(file, 100); },
        }) {
-    SCOPED_TRACE(row.name);
-    make(std::to_string(++number));
+    SCOPED_TRACE(++number);
+    make(std::to_string(number));
     server.onNext({.path = "/upload/", .status = 500});
-    clock.onSleep = [&](std::chrono::milliseconds) { row.change(repo.path() / "Daylight.ipa"); };
+    clock.onSleep = [&](std::chrono::milliseconds) { change(); };
     EXPECT_TRUE(ended(builds("upload Daylight.ipa"), 1, has, "Daylight.ipa changed while it was being sent.\n"));
     EXPECT_TRUE(bodies("POST", "/commit").empty());
   }

@@ -18,8 +18,9 @@ class EventsTest : public LinkedTest {
   }
 
   std::function<Ran(const std::string&)> events = [this](const auto& line) { return run("events " + line); };
-  /// The same, confirmed; it has to succeed.
+  /// The same, confirmed and approved; it has to succeed.
   std::string done(const std::string& line) {
+    server.scriptNextPlan({});
     Ran ran = events(line + " --yes");
     EXPECT_EQ(ran.status, 0) << ran.err << ran.out;
     return ran.out;
@@ -74,20 +75,16 @@ TEST_F(EventsTest, FromMakingToDeleting) {
   EXPECT_TRUE(has(out, "deep link  https://cup.example.com/now → none\n"));
   EXPECT_TRUE(lastBody().contains("deepLink") && lastBody()["deepLink"].is_null());
 
-  server.scriptNextPlan({});
   EXPECT_TRUE(has(done("submit 'Winter Cup'"), "✓ Sent \"Winter Cup\" to App Review.\n"));
   EXPECT_TRUE(ended(events("set 'Winter Cup' --badge premiere --yes --app 1234567890"), 1, equals,
                     "\"Winter Cup\" is waiting for App Review, so nothing of it changes. Take it back first: "
                     "kestu events cancel 'Winter Cup' --app 1234567890\n"));
   EXPECT_TRUE(has(done("cancel 'Winter Cup'"), "It can change now.\nNext: kestu events submit 'Winter Cup'\n"));
-  server.scriptNextPlan({});
   done("submit 'Winter Cup'");
   clock.advance(std::chrono::seconds(9));
   EXPECT_TRUE(has(events("view 'Winter Cup'").out, "approved"));
-  server.scriptNextPlan({});
   out = done("set 'Winter Cup' --ends 2026-12-06 --countries europe");
   EXPECT_TRUE(has(out, "after your approval:\n  end        5 Dec, 23:59 → 6 Dec, 23:59\n"));
-  server.scriptNextPlan({});
   EXPECT_TRUE(has(done("delete 'Winter Cup'"), "✓ Deleted \"Winter Cup\".\n"));
   EXPECT_EQ(json::parse(events("list --json").out)["events"].size(), 2U);
 }

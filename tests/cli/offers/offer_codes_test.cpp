@@ -35,13 +35,8 @@ class OfferCodesTest : public LinkedTest {
 
 TEST_F(OfferCodesTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
   repo.write("there.txt", "mine");
-  struct Row {
-    std::string line;
-    Words says;
-    int status = 2;
-  };
   const std::string five = "generate a --count 5 --expires 2027-01-01 ";
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [line, says] : std::vector<std::pair<std::string, Words>>{
            {"create " + std::string(65, 'x') + " --eligibility new,old",
             {"The name is 65 characters long, 64 at most.", "--product names the in-app purchase or subscription",
              "--eligibility is of new, existing, expired, or an in-app purchase's non-spender", "Say what it costs:"}},
@@ -58,15 +53,15 @@ TEST_F(OfferCodesTest, WhatIsTypedWronglyIsToldAtOnceAndBeforeAnyRequest) {
            {five + "--to - --json --no-wait",
             {"--to waits for the codes, so it goes without --no-wait.", "--to - writes the codes alone"}},
            {five + "--to no/x", {"lies in a folder that isn't"}},
-           {five + "--to there.txt",
-            Words{"Something is there already, so nothing was written:\n  there.txt\n--force writes over them."}, 1},
            {"download a --force", {"--to says where the codes go", "--force goes with --to and a file."}},
        }) {
-    SCOPED_TRACE(row.line);
-    Ran ran = codes(row.line);
-    EXPECT_EQ(ran.status, row.status);
-    for (const std::string& each : row.says) EXPECT_TRUE(has(ran.err, each)) << each;
+    SCOPED_TRACE(line);
+    Ran ran = codes(line);
+    EXPECT_EQ(ran.status, 2);
+    for (const std::string& each : says) EXPECT_TRUE(has(ran.err, each)) << each;
   }
+  EXPECT_TRUE(ended(codes(five + "--to there.txt"), 1, has,
+                    "Something is there already, so nothing was written:\n  there.txt\n--force writes over them."));
   EXPECT_TRUE(server.requests().empty());
 }
 
