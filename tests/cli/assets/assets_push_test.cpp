@@ -157,8 +157,7 @@ TEST_F(PushTest, ProblemsStopItBeforeAnythingIsPlanned) {
   repo.write("metadata/screenshots/en-US/Toaster/01.png", png(1290, 2796));
   fs::create_directory_symlink("loop", repo.path() / "metadata/screenshots/loop");
   Ran ran = push();
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_TRUE(begins(ran.err, "Apple wouldn't take these, so nothing was sent:\n"));
+  EXPECT_TRUE(ended(ran, 1, begins, "Apple wouldn't take these, so nothing was sent:\n"));
   for (const char* line : {"/01.png is 100 × 200, not a size of iPhone 6.9″", "/02.png isn't a PNG or a JPEG.",
                            "No display is called Toaster: kestu assets sizes lists them.", "metadata/screenshots/loop",
                            "metadata/screenshots/en-US/iPad 13 is a file, and iPad 13″ takes a folder of files."}) {

@@ -74,8 +74,7 @@ TEST_F(UploadTest, WaitsForThisBuildAndNoEarlierOneOfItsName) {
     state.testFlight.processing = std::chrono::minutes(7);
   });
   Ran ran = builds("upload Daylight.ipa --wait");
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "1.3 (50) for iOS: Apple couldn't process it: No icon.\n");
+  EXPECT_TRUE(ended(ran, 1, equals, "1.3 (50) for iOS: Apple couldn't process it: No icon.\n"));
   EXPECT_TRUE(has(ran.out, "● Waiting for Apple to list 1.3 (50).\n● 1.3 (50) for iOS: processing.\n"));
   // Apple takes the number again, and still lists the failed one, for a minute it alone.
   auto begun = clock.continuous();

@@ -298,9 +298,8 @@ TEST_F(MetadataTest, ADryRunOfAPullWritesNothing) {
   edit("metadata/listing/en-US.json", {{"subtitle", "Mine own"}});
   auto before = everything();
   Ran ran = run("metadata pull --dry-run --diff");
-  EXPECT_EQ(ran.status, 0);
-  EXPECT_TRUE(
-      has(ran.out, "  metadata/listing/en-US.json  subtitle\n    [-Mine-]{+The+} [-own-]{+sky, hour by hour+}\n"));
+  EXPECT_TRUE(ended(ran, 0, has,
+                    "  metadata/listing/en-US.json  subtitle\n    [-Mine-]{+The+} [-own-]{+sky, hour by hour+}\n"));
   EXPECT_TRUE(ends(ran.out, "That takes --force, since 1 file says something else: metadata/listing/en-US.json.\n"));
   json answer = json::parse(run("metadata pull --dry-run --json").out);
   EXPECT_EQ(answer["conflicts"], json({"metadata/listing/en-US.json"}));

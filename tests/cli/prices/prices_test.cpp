@@ -98,8 +98,7 @@ TEST_F(PricesTest, ACampaignGoesFromTheSuggestionToItsUndoing) {
   EXPECT_TRUE(has(prices("parity --write --round closest").out,
                   "\n! Wrote over your own in, as Parity sets it.\nNext: kestu prices set" + ofPro));
   Ran check = prices("parity --check");
-  EXPECT_EQ(check.status, 1);
-  EXPECT_TRUE(has(check.err, " are more than 15% off their targets:\n"));
+  EXPECT_TRUE(ended(check, 1, has, " are more than 15% off their targets:\n"));
   EXPECT_TRUE(ends(check.err, "\nkestu prices set" + ofPro + " --parity sets them.\n"));
   EXPECT_EQ(server.requests().back().query, "product=" + pro + "&round=closest") << "the file's rounding";
 
@@ -121,13 +120,11 @@ TEST_F(PricesTest, ACampaignGoesFromTheSuggestionToItsUndoing) {
   EXPECT_TRUE(has(set.err, " left.\n"));
   EXPECT_TRUE(begins(prices("status " + job).out, "✓ Done, all "));
   check = prices("parity --check --countries africamiddleeast,br");
-  EXPECT_EQ(check.status, 1);
-  EXPECT_TRUE(begins(check.err, "2 storefronts are more than 15% off their targets:\n  in  India:   "));
+  EXPECT_TRUE(ended(check, 1, begins, "2 storefronts are more than 15% off their targets:\n  in  India:   "));
   EXPECT_TRUE(has(check.err, "\n  br  Brazil:  +"));
 
   Ran undone = prices("undo --yes --wait " + job);
-  EXPECT_EQ(undone.status, 0) << undone.err;
-  EXPECT_TRUE(has(undone.out, "✓ Undoing it: Kestu deletes the new prices over the next few minutes.\n"));
+  EXPECT_TRUE(ended(undone, 0, has, "✓ Undoing it: Kestu deletes the new prices over the next few minutes.\n"));
   EXPECT_TRUE(has(undone.out, "✓ Undone in all "));
   EXPECT_TRUE(has(prices("parity --check").err, "\n  ng  Nigeria: "));
 }
@@ -176,8 +173,7 @@ TEST_F(PricesTest, AChangeIsShownBeforeItIsSent) {
   EXPECT_FALSE(has(prices("set 5.99").err, "! The same change waits"));
   Ran unasked = prices("set 4.99");
   EXPECT_TRUE(has(unasked.err, "\n! The same change waits for your approval already, until "));
-  EXPECT_EQ(unasked.status, 6);
-  EXPECT_TRUE(has(unasked.err, "$4.99 in United States, after your approval:\n"));
+  EXPECT_TRUE(ended(unasked, 6, has, "$4.99 in United States, after your approval:\n"));
 }
 
 TEST_F(PricesTest, APriceChangeSaysWhatIsDoneAndWhatIsNot) {
@@ -196,8 +192,7 @@ TEST_F(PricesTest, APriceChangeSaysWhatIsDoneAndWhatIsNot) {
     SCOPED_TRACE(says);
     server.scriptNextPlan({});
     Ran ran = prices(arguments);
-    EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_TRUE(has(ran.out, says));
+    EXPECT_TRUE(ended(ran, 0, has, says));
     EXPECT_FALSE(has(ran.out, never));
   }
   EXPECT_FALSE(std::filesystem::exists(repo.path() / "metadata"));
