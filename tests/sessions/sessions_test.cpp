@@ -1,7 +1,6 @@
 #include "core/support/files.hpp"
 #include "tests/support/command_test.hpp"
 
-#include <array>
 #include <thread>
 
 #include <fcntl.h>
@@ -107,16 +106,6 @@ TEST_F(Session, AnInterruptWhileItWaitsIsTheSignalsStatus) {
   EXPECT_TRUE(WIFSIGNALED(status));
   EXPECT_EQ(WTERMSIG(status), SIGINT);
   EXPECT_FALSE(has(push.err(), "rror"));
-}
-
-TEST_F(Session, TheTokenStaysOutOfWhatIsWritten) {
-  link();
-  std::string token = variables[1].substr(variables[1].find('=') + 1);
-  for (const char* line : {"whoami --json", "apps", "assets push 1.2", "assets sizes -ojson"}) {
-    Program program(repo, wordsOf(line), variables);
-    program.wait();
-    EXPECT_FALSE(has(program.out() + program.err(), token));
-  }
 }
 
 } // namespace
