@@ -6,6 +6,7 @@
 #include "tests/support/every_command_test.hpp"
 #include "tests/support/free_text.hpp"
 #include "tests/support/process_variables.hpp"
+#include "tests/support/program.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -109,27 +110,7 @@ class SecretsTest : public EveryCommandTest {
     return {status, screen.outText(), screen.errText()};
   }
 
-  /// The built program in the repository, its output in files; a core may be as large as it likes.
-  pid_t start(const Words& words) {
-    Words all = words;
-    all.insert(all.begin(), KESTU_PROGRAM);
-    std::vector<char*> arguments;
-    for (std::string& word : all) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    variables.set("KESTU_API_URL", server.origin());
-    std::string out = (records / "out").string(), err = (records / "err").string();
-    pid_t process = fork();
-    if (process != 0) return process;
-    allowCore();
-    if (chdir(repo.path().c_str()) != 0) _exit(126);
-    dup2(open("/dev/null", O_RDONLY), 0);
-    dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
-    dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
-    execv(KESTU_PROGRAM, arguments.data());
-    _exit(127);
-  }
-
-  /// Whether a process that does nothing against it would leave one.
+  /// Whether a process that does nothing against it would leave a core.
   bool anyCrashLeavesACore() const {
     pid_t process = fork();
     if (process == 0) {
@@ -253,20 +234,22 @@ TEST_F(SecretsTest, AreNotForWhatOpensThePreview) {
 TEST_F(SecretsTest, AreNotLeftBehindByACrash) {
   // A sanitizer would end it in its own way.
   for (const char* name : {"ASAN_OPTIONS", "TSAN_OPTIONS"}) variables.set(name, "handle_segv=0:handle_abort=0");
+  variables.set("KESTU_API_URL", server.origin());
   if (!anyCrashLeavesACore()) GTEST_SKIP() << "No crash leaves a core here.";
   for (int signal : {SIGSEGV, SIGABRT, SIGQUIT}) {
-    for (const Words& words : {Words{"metadata", "push", "1.2", "--yes", "--no-check"}, Words{"apps"}}) {
-      SCOPED_TRACE(words.front() + " " + std::to_string(signal));
+    for (const char* line : {"metadata push 1.2 --yes --no-check", "apps"}) {
+      SCOPED_TRACE(line + (" " + std::to_string(signal)));
+      Words words = wordsOf(line);
+      words.insert(words.begin(), KESTU_PROGRAM);
       lay();
       std::atomic<bool> met = false;
       server.onNext({.path = "/v1/apps", .times = -1, .delay = std::chrono::seconds(20), .met = [&](const auto&) {
                        met = true;
                      }});
-      pid_t process = start(words);
+      Program program(repo.path(), records, words, std::nullopt, allowCore);
       while (!met) std::this_thread::yield();
-      kill(process, signal);
-      int status = 0;
-      waitpid(process, &status, 0);
+      program.signal(signal);
+      int status = program.wait();
       EXPECT_TRUE(WIFSIGNALED(status));
       EXPECT_EQ(WTERMSIG(status), signal);
       EXPECT_FALSE(WCOREDUMP(status));

@@ -1,66 +1,31 @@
-#include "core/support/files.hpp"
 #include "tests/support/command_test.hpp"
+#include "tests/support/program.hpp"
 
 #include <thread>
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace kestu::tests {
 namespace {
-
-/// The built program in a process of its own, its output in files.
-class Program {
- public:
-  Program(const TemporaryFolder& folder, std::vector<std::string> words, std::vector<std::string> variables,
-          const std::string& file = KESTU_PROGRAM)
-      : out_(folder.path() / "session.out"), err_(folder.path() / "session.err") {
-    words.insert(words.begin(), file);
-    std::vector<char*> arguments, environment;
-    for (std::string& word : words) arguments.push_back(word.data());
-    for (std::string& variable : variables) environment.push_back(variable.data());
-    arguments.push_back(nullptr);
-    environment.push_back(nullptr);
-    process_ = fork();
-    if (process_ != 0) return;
-    if (chdir(folder.path().c_str()) != 0) _exit(126);
-    dup2(open("/dev/null", O_RDONLY), 0);
-    dup2(open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
-    dup2(open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
-    execve(file.c_str(), arguments.data(), environment.data());
-    _exit(127);
-  }
-
-  void interrupt() const { kill(process_, SIGINT); }
-  int wait() const {
-    int status = 0;
-    waitpid(process_, &status, 0);
-    return status;
-  }
-  std::string out() const { return Files::read(out_, 1'000'000).value_or(""); }
-  std::string err() const { return Files::read(err_, 1'000'000).value_or(""); }
-
- private:
-  std::filesystem::path out_, err_;
-  pid_t process_ = -1;
-};
 
 class Session : public CommandTest {
  protected:
   std::vector<std::string> variables = {"KESTU_API_URL=" + server.origin(), "KESTU_TOKEN=" + server.tokenFor(),
                                         "COLUMNS=72"};
+
+  Program started(const std::string& line, const std::string& file = KESTU_PROGRAM) {
+    std::vector<std::string> words = wordsOf(line);
+    words.insert(words.begin(), file);
+    return {repo.path(), repo.path(), words, variables};
+  }
 };
 
 TEST_F(Session, TheFrontAndTheProgramSayTheSame) {
-  Program version(repo, {"--version"}, variables);
+  Program version = started("--version");
   EXPECT_EQ(version.wait(), 0);
   EXPECT_EQ(version.out(), "1.1.2\n");
   environment["COLUMNS"] = "72";
   for (const char* line : {"--help", "help assets push", "kit", "assets push 1.2 -h", "asets"}) {
     SCOPED_TRACE(line);
-    Program program(repo, wordsOf(line), variables);
+    Program program = started(line);
     int status = WEXITSTATUS(program.wait());
     Ran same = run(line);
     EXPECT_EQ(status, same.status);
@@ -90,7 +55,7 @@ TEST_F(Session, TheFrontTakesTheProgramOfItsBuildAlone) {
       std::filesystem::remove(folder / own);
       if (!target.empty()) std::filesystem::create_symlink(built / target, folder / own);
     }
-    Program program(repo, {"asets"}, variables, bin / "kestu");
+    Program program = started("asets", bin / "kestu");
     EXPECT_EQ(WEXITSTATUS(program.wait()), status);
     EXPECT_TRUE(has(program.err(), message));
   }
@@ -99,9 +64,9 @@ TEST_F(Session, TheFrontTakesTheProgramOfItsBuildAlone) {
 TEST_F(Session, AnInterruptWhileItWaitsIsTheSignalsStatus) {
   link();
   repo.write("metadata/screenshots/en-US/iPhone 6.9/01.png", png(1290, 2796));
-  Program push(repo, {"assets", "push", "1.2", "--yes"}, variables);
+  Program push = started("assets push 1.2 --yes");
   while (calls("POST /v1/apps/1234567890/assets/commit") == 0) std::this_thread::yield();
-  push.interrupt();
+  push.signal(SIGINT);
   int status = push.wait();
   EXPECT_TRUE(WIFSIGNALED(status));
   EXPECT_EQ(WTERMSIG(status), SIGINT);

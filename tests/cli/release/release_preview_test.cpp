@@ -80,26 +80,21 @@ TEST_F(PreviewTest, OnlyAPageOfItsOwnIsWrittenOver) {
   const std::string folder = repo.path().string() + "/";
   const std::string taken =
       " is there already and isn't a preview that kestu wrote, so nothing was written: name another file with --out.\n";
-  struct {
-    std::string arguments;
-    int status;
-    std::string path, err;
-  } rows[] = {
-      {"--out page.html", 0, "page.html", ""},
-      {"--out page.html", 0, "page.html", ""}, // again
-      {"--out folder", 0, "folder/kestu-preview-1.2-ios.html", ""},
-      {"--out mine.html", 1, "", folder + "mine.html" + taken},
-      {"--out link.html", 1, "", folder + "mine.html" + taken},
-      {"--out none/page.html", 1, "", folder + "none/page.html can't be written (No such file or directory).\n"},
-      {"--locale fr-FR", 7, "", "Neither the repo nor App Store Connect has fr-FR, so nothing was written.\n"},
-      {"--app Nope", 7, "", "None of your apps this sign-in covers is Nope\n"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.arguments);
-    Ran ran = preview(row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.err, row.err);
-    if (!row.path.empty()) EXPECT_TRUE(has(ran.out, "  " + folder + row.path + " ("));
+  for (const auto& [options, status, path, err] : std::vector<std::tuple<std::string, int, std::string, std::string>>{
+           {"--out page.html", 0, "page.html", ""},
+           {"--out page.html", 0, "page.html", ""}, // again
+           {"--out folder", 0, "folder/kestu-preview-1.2-ios.html", ""},
+           {"--out mine.html", 1, "", folder + "mine.html" + taken},
+           {"--out link.html", 1, "", folder + "mine.html" + taken},
+           {"--out none/page.html", 1, "", folder + "none/page.html can't be written (No such file or directory).\n"},
+           {"--locale fr-FR", 7, "", "Neither the repo nor App Store Connect has fr-FR, so nothing was written.\n"},
+           {"--app Nope", 7, "", "None of your apps this sign-in covers is Nope\n"},
+       }) {
+    SCOPED_TRACE(options);
+    Ran ran = preview(options);
+    EXPECT_EQ(ran.status, status);
+    EXPECT_EQ(ran.err, err);
+    if (!path.empty()) EXPECT_TRUE(has(ran.out, "  " + folder + path + " ("));
   }
   EXPECT_EQ(textOf(repo.path() / "mine.html"), "<!doctype html><p>Mine");
   stopping.request_stop();
