@@ -73,29 +73,20 @@ TEST_F(PushTest, SendsEachFileOnceThenNothing) {
 TEST_F(PushTest, NothingLeavesBeforeItIsConfirmed) {
   twoLanguages();
   const std::string question = "Send this for approval in the kestu app? [y/N] ";
-  struct Row {
-    std::string options;
-    bool person;
-    std::string typed;
-    int status;
-    std::string err;
-  };
-  for (const Row& row : std::vector<Row>{
-           {"", false, "y", 6, "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
-           {"", true, "n", 5, question + "Nothing sent.\n"},
-           {"", true, "", 5, question + "Nothing sent.\n"},
-           {"--dry-run", true, "y", 0, ""},
-           {"--dry-run --json --yes", false, "y", 0, ""},
+  const std::string unasked = "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n";
+  for (const auto& [answer, status, err] : std::vector<std::tuple<const char*, int, std::string>>{
+           {nullptr, 6, unasked}, // nobody is there
+           {"n", 5, question + "Nothing sent.\n"},
+           {"", 5, question + "Nothing sent.\n"},
        }) {
-    SCOPED_TRACE(row.options + row.err);
-    terminal.inIsTerminal = row.person;
-    if (row.person && row.options.empty()) terminal.type(row.typed);
-    Ran ran = push(row.options);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_TRUE(ends(ran.err, row.err));
-    EXPECT_EQ(parts() + calls(commit) + calls("POST /v1/apps/1234567890/assets/uploaded"), 0U);
-    if (row.status == 0) EXPECT_TRUE(has(row.person ? ran.out : ran.err, "2 added"));
+    SCOPED_TRACE(err);
+    terminal.inIsTerminal = answer != nullptr;
+    if (answer) terminal.type(answer);
+    EXPECT_TRUE(ended(push(""), status, ends, err));
   }
+  EXPECT_TRUE(has(push("--dry-run").out, "2 added"));
+  EXPECT_TRUE(has(push("--dry-run --json --yes").err, "2 added"));
+  EXPECT_EQ(parts() + calls(commit) + calls("POST /v1/apps/1234567890/assets/uploaded"), 0U);
   terminal.inIsTerminal = true;
   terminal.type("Yes ");
   server.scriptNextPlan({});
@@ -327,11 +318,8 @@ TEST_F(PushTest, PartsGoOnlyWhereFilesMay) {
   auto answerWithPlan = [&] {
     server.onNext({.path = "/v1/apps/1234567890/assets", .method = "POST", .status = 200, .body = plan.dump()});
   };
-  struct Row {
-    std::string url;
-    std::vector<std::pair<std::int64_t, std::int64_t>> parts;
-  };
-  for (const Row& row : std::vector<Row>{
+  using Ranges = std::vector<std::pair<std::int64_t, std::int64_t>>;
+  for (const auto& [url, ranges] : std::vector<std::pair<std::string, Ranges>>{
            {"http://example.com/x", {{0, size}}},
            {"file:///etc/passwd", {{0, size}}},
            {"ftp://127.0.0.1/x", {{0, size}}},
@@ -346,10 +334,10 @@ TEST_F(PushTest, PartsGoOnlyWhereFilesMay) {
            {here, {{0, size}, {0, 0}}},
            {here, {{0, size}, {size, 0}}},
        }) {
-    SCOPED_TRACE(row.url + " " + json(row.parts).dump());
+    SCOPED_TRACE(url + " " + json(ranges).dump());
     auto& parts = plan["uploads"][0]["parts"] = json::array();
-    for (auto [offset, length] : row.parts) {
-      parts.push_back({{"method", "PUT"}, {"url", row.url}, {"offset", offset}, {"length", length}});
+    for (auto [offset, length] : ranges) {
+      parts.push_back({{"method", "PUT"}, {"url", url}, {"offset", offset}, {"length", length}});
       parts.back()["headers"] = json::object();
     }
     answerWithPlan();

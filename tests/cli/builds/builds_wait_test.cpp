@@ -25,35 +25,30 @@ class WaitTest : public BuildsTest {
 };
 
 TEST_F(WaitTest, EndsWhereTheBuildIsReached) {
-  struct Row {
-    std::string arguments;
-    const char* state; // of the build 44
-    int status;
-    std::string out, err = "";
-  };
-  for (const Row& row : std::vector<Row>{
+  // With the state of the build 44.
+  for (const auto& [options, state, status, said] : std::vector<std::tuple<std::string, std::string, int, std::string>>{
            {"", "readyforinternal", 0, "✓ 1.2 (44) for iOS: ready for internal testers.\n"},
            {"--platform macos --testable", "processing", 0, "✓ 1.2 (12) for macOS: ready for internal testers.\n"},
            {"44", "missingcompliance", 0,
             "✓ 1.2 (44) for iOS: export compliance isn't answered.\nNext: kestu builds compliance \"1.2 (44)\" "
             "--platform ios\n"},
-           {"44 --testable --timeout 0 --app 1234567890", "missingcompliance", 10,
-            "● 1.2 (44) for iOS: export compliance isn't answered: kestu builds compliance \"1.2 (44)\" --platform ios "
-            "--app 1234567890\n",
-            timeUp},
            {"44 --testable", "betarejected", 0, "1.2 (44) for iOS: Beta App Review rejected it.\n"},
-           {"44", "invalid", 1, "", "1.2 (44) for iOS: Apple couldn't process it.\n"},
-           {"44 --testable", "expired", 1, "", "1.2 (44) for iOS: expired.\n"},
-           {"some-id", "expired", 7, "", "No build is some-id: kestu builds list lists them.\n"},
-           {"--platform tvos", "expired", 7, "", "The app has no build to wait for: kestu builds upload sends one.\n"},
+           {"44", "invalid", 1, "1.2 (44) for iOS: Apple couldn't process it.\n"},
+           {"44 --testable", "expired", 1, "1.2 (44) for iOS: expired.\n"},
+           {"some-id", "expired", 7, "No build is some-id: kestu builds list lists them.\n"},
+           {"--platform tvos", "expired", 7, "The app has no build to wait for: kestu builds upload sends one.\n"},
        }) {
-    SCOPED_TRACE(row.state + (" " + row.arguments));
-    setState("44", row.state);
-    Ran ran = builds("wait " + row.arguments);
-    EXPECT_EQ(ran.status, row.status);
-    EXPECT_EQ(ran.out, row.out);
-    EXPECT_EQ(ran.err, row.err);
+    SCOPED_TRACE(state + " " + options);
+    setState("44", state);
+    Ran ran = builds("wait " + options);
+    EXPECT_TRUE(ended(ran, status, equals, said));
+    EXPECT_EQ(ran.out + ran.err, said);
   }
+  setState("44", "missingcompliance");
+  Ran ran = builds("wait 44 --testable --timeout 0 --app 1234567890");
+  EXPECT_TRUE(ended(ran, 10, equals, timeUp));
+  EXPECT_EQ(ran.out, "● 1.2 (44) for iOS: export compliance isn't answered: kestu builds compliance \"1.2 (44)\" "
+                     "--platform ios --app 1234567890\n");
 }
 
 TEST_F(WaitTest, FollowsABuildFromBeforeItIsListed) {

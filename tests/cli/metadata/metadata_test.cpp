@@ -28,31 +28,23 @@ class MetadataTest : public LinkedTest {
     }
     return files;
   }
-  std::vector<json> pushed() {
-    std::vector<json> bodies;
-    for (const auto& request : server.requests()) {
-      if (request.method == "POST" && request.path == path) bodies.push_back(json::parse(request.body));
-    }
-    return bodies;
-  }
+  std::size_t pushes() { return calls("POST " + path); }
 };
 
 TEST_F(MetadataTest, APullAfterAPullWritesNothingInAnyLayout) {
-  struct Row {
-    std::string layout, file;
-  };
-  for (const Row& row : std::vector<Row>{{"kestu", "metadata/listing/ja.json"},
-                                         {"json", "metadata/version/1.2/ja.json"},
-                                         {"fastlane", "fastlane/metadata/ja/description.txt"}}) {
-    SCOPED_TRACE(row.layout);
-    const std::string layout = " --layout " + row.layout;
-    EXPECT_TRUE(has(run("metadata pull 1.2" + layout).out, "  new      " + row.file + "\n"));
+  for (const auto& [name, file] :
+       std::map<std::string, std::string>{{"kestu", "metadata/listing/ja.json"},
+                                          {"json", "metadata/version/1.2/ja.json"},
+                                          {"fastlane", "fastlane/metadata/ja/description.txt"}}) {
+    SCOPED_TRACE(name);
+    const std::string layout = " --layout " + name;
+    EXPECT_TRUE(has(run("metadata pull 1.2" + layout).out, "  new      " + file + "\n"));
     auto before = everything();
     EXPECT_EQ(json::parse(run("metadata pull --json" + layout).out)["written"], json::array());
     EXPECT_EQ(everything(), before);
     EXPECT_EQ(run("metadata push" + layout).out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n");
   }
-  EXPECT_TRUE(pushed().empty());
+  EXPECT_EQ(pushes(), 0U);
 }
 
 TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
@@ -143,12 +135,12 @@ TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
             "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would take 4 values from the repo, "
             "after your approval.\n");
   EXPECT_EQ(run("metadata push").status, 6);
-  EXPECT_EQ(pushed().size(), 1U) << "the dry run";
+  EXPECT_EQ(pushes(), 1U) << "the dry run";
   server.scriptNextPlan({.waitingPolls = 1});
   EXPECT_TRUE(ends(run("metadata push --yes").out,
                    "✓ 1.2 for iOS has the repo's listing, 4 values changed.\nNext: kestu release check 1.2\n"));
-  EXPECT_EQ(pushed().back(), (json{{"locales", {{"ar-SA", {{"name", "طقس"}}}, {"en-US", {{"subtitle", "Sky"}}}}},
-                                   {"review", {{"notes", "Tap it."}, {"demoAccountPassword", "pa55"}}}}));
+  EXPECT_EQ(lastBody("/listing"), (json{{"locales", {{"ar-SA", {{"name", "طقس"}}}, {"en-US", {{"subtitle", "Sky"}}}}},
+                                        {"review", {{"notes", "Tap it."}, {"demoAccountPassword", "pa55"}}}}));
   EXPECT_EQ(run("metadata push").out, "✓ 1.2 for iOS says what the repo does already: nothing sent.\n");
   EXPECT_FALSE(has(terminal.allText(), "pa55"));
   run("metadata pull --force");
@@ -197,7 +189,7 @@ TEST_F(MetadataTest, APushRefusesWhatAppleWouldntTake) {
                    {"--dry-run --no-check", 0, ""},
                    {"1.1 --dry-run", 0, "1.1 for iOS is on the App Store"},
                });
-  EXPECT_EQ(pushed().size(), 1U) << "the dry run with --no-check";
+  EXPECT_EQ(pushes(), 1U) << "the dry run with --no-check";
 }
 
 TEST_F(MetadataTest, WhatTheFilesCantTellApartIsSaid) {
@@ -326,10 +318,10 @@ TEST_F(MetadataTest, ContentRightsAreShownAndSet) {
   server.scriptNextPlan({});
   Ran ran = run("metadata content-rights set --third-party-content no -y");
   EXPECT_TRUE(ends(ran.out, "✓ Content Rights says that the app uses no third-party content.\n"));
-  EXPECT_EQ(pushed().back(), (json{{"contentRights", "DOES_NOT_USE_THIRD_PARTY_CONTENT"}}));
-  std::size_t sent = pushed().size();
+  EXPECT_EQ(lastBody("/listing"), (json{{"contentRights", "DOES_NOT_USE_THIRD_PARTY_CONTENT"}}));
+  std::size_t sent = pushes();
   EXPECT_EQ(run("metadata content-rights set --third-party-content no").status, 0);
-  EXPECT_EQ(pushed().size(), sent);
+  EXPECT_EQ(pushes(), sent);
   EXPECT_EQ(run("metadata content-rights").out, "Content Rights: the app uses no third-party content.\n");
 }
 

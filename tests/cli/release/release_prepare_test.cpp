@@ -93,17 +93,13 @@ TEST_F(PrepareTest, ShowsTheWholePlanFirstAndMakesEachStepOnce) {
 TEST_F(PrepareTest, GoesOnWhereItStopped) {
   std::string id;
   setBuild("43", [&](auto& build) { id = build.buildId; });
-  struct Stop {
-    std::function<void()> before;
-    int status;
-    std::string states, end;
-  };
   const std::string app = "/v1/apps/1234567890/", again = ". Run it again to go on from there.\n";
   auto decides = [&](const std::string& state) { return [&, state] { server.scriptNextPlan({0, state, ""}); }; };
   auto fails = [&](const std::string& path) {
     return [&, path] { server.onNext({.path = path, .times = -1, .status = 503}); };
   };
-  for (const Stop& stop : std::vector<Stop>{
+  for (const auto& [before, status, reached, end] :
+       std::vector<std::tuple<std::function<void()>, int, std::string, std::string>>{
            {decides("denied"), 5, "unchanged done done denied planned planned",
             "Denied in the kestu app: listing stays as it was.\nDone: version, build, release.\nNot done: listing, "
             "assets, What to Test" +
@@ -118,12 +114,11 @@ TEST_F(PrepareTest, GoesOnWhereItStopped) {
             "unchanged unchanged unchanged unchanged done failed",
             "Done: version, build, release, listing, assets.\nNot done: What to Test" + again},
        }) {
-    SCOPED_TRACE(stop.end);
-    stop.before();
+    SCOPED_TRACE(end);
+    before();
     Ran ran = prepare("--yes --json");
-    EXPECT_EQ(ran.status, stop.status);
-    EXPECT_EQ(states(ran.out), stop.states);
-    EXPECT_TRUE(ends(ran.err, stop.end));
+    EXPECT_TRUE(ended(ran, status, ends, end));
+    EXPECT_EQ(states(ran.out), reached);
     server.faults().clear();
   }
   Ran ran = prepare("--yes --json");
@@ -220,10 +215,8 @@ TEST_F(PrepareTest, SaysWhatKeepsAVersionFromBeingPrepared) {
        }) {
     SCOPED_TRACE(message);
     if (before) before();
-    Ran ran = prepare("--yes " + options);
-    EXPECT_EQ(ran.status, status);
-    EXPECT_TRUE(begins(ran.err, message));
-    EXPECT_EQ(ran.out, "");
+    EXPECT_TRUE(ended(prepare("--yes " + options), status, begins, message));
+    EXPECT_EQ(terminal.outText(), "");
     repo.write(shot, png(1290, 2796, PNGColours::palette, 1));
   }
   EXPECT_EQ(changes(), 0U);
