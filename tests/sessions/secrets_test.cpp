@@ -15,10 +15,8 @@
 #include <cstdlib>
 #include <thread>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace kestu::tests {
 namespace {
@@ -112,14 +110,8 @@ class SecretsTest : public EveryCommandTest {
 
   /// Whether a process that does nothing against it would leave a core.
   bool anyCrashLeavesACore() const {
-    pid_t process = fork();
-    if (process == 0) {
-      allowCore();
-      if (chdir(temporary.c_str()) == 0) execl("/bin/sh", "sh", "-c", "kill -ABRT $$", nullptr);
-      _exit(127);
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
+    Program crashes(temporary, temporary, {"/bin/sh", "-c", "kill -ABRT $$"}, std::nullopt, allowCore);
+    int status = crashes.wait();
     return WIFSIGNALED(status) && WCOREDUMP(status);
   }
 
