@@ -424,8 +424,8 @@ TEST_F(PullTest, ANameThatTwoDisplaysShareIsNone) {
   repo.write("metadata/header/en-US/Header/01.png", png(2000, 900));
   for (const char* line : {"assets push 1.2", "assets push 1.2 --platform macos"}) {
     EXPECT_TRUE(ended(run(line), 1, has,
-                      "metadata/header/en-US/Header: HEADER_IPHONE and HEADER_MAC are both called Header: an ID "
-                      "says which one is meant."));
+                      "metadata/header/en-US/Header: HEADER_IPHONE and HEADER_MAC are both called Header: an ID says "
+                      "which one is meant."));
   }
   fs::rename(repo.path() / "metadata/header/en-US/Header", repo.path() / "metadata/header/en-US/HEADER_MAC");
   EXPECT_TRUE(has(run("assets push 1.2 --platform macos --dry-run").out, "1 added"));

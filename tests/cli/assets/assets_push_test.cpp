@@ -371,14 +371,14 @@ TEST_F(PushTest, ADryRunGivesTheChangesAsData) {
       (json{{"place", "en-US iPhone 6.9″"}, {"field", "screenshots"}, {"to", sum("01.png") + "\n" + sum("02.png")}}));
   EXPECT_EQ(changes[1], json::parse(R"({"place": "ja iPhone 6.9″", "field": "poster frame of a.mov",
                                         "from": "00:00:05:00", "to": "00:00:07:00"})"));
-  EXPECT_TRUE(has(push("--dry-run").out, "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would show "
-                                         "these, 2 files ("));
+  EXPECT_TRUE(has(push("--dry-run").out,
+                  "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would show these, 2 files ("));
 }
 
 TEST_F(PushTest, WhatLiesElsewhereIsTold) {
   picture("ios/fastlane/screenshots/ja/1.png", 1);
-  EXPECT_TRUE(has(push("").err, "\nios/fastlane/screenshots holds screenshots: run kestu in ios, after kestu link "
-                                "--here there.\n"));
+  EXPECT_TRUE(has(push("").err,
+                  "\nios/fastlane/screenshots holds screenshots: run kestu in ios, after kestu link --here there.\n"));
   here = repo.path() / "ios";
   EXPECT_EQ(run("link --here Daylight").status, 0);
   EXPECT_EQ(approved("assets push 1.2").status, 0);

@@ -180,26 +180,25 @@ TEST_F(BuildsTest, WhatCannotBeDoneIsSaidInWords) {
   repo.write("vast.txt", std::string(3'000'000, 'x'));
   repo.write("latin.txt", "caf\xE9");
   repo.write("nul.txt", std::string("a\0b", 3));
-  expectErrors(
-      [&](const auto& line) { return builds(line); }, equals,
-      {
-          {"expire 99", 7, "No build is 99: kestu builds list lists them.\n"},
-          {"distribute 44 --add A --add Team --add ' B' --remove C", 7,
-           "No groups are called \"A\", \"B\", \"C\". The app's groups: Team, Friends & Family.\n"},
-          {"distribute 43 --add Team --remove team", 2, "\"Team\" is in both --add and --remove.\n"},
-          {"distribute 43 --add 'Friends & Family' --yes", 1,
-           "Friends & Family is for external testers: submit Daylight Weather 1.2 (43) for iOS to Beta App Review "
-           "first.\n"},
-          {"test-notes 44 --file gone.txt", 7, "No file at gone.txt\n"},
-          {"test-notes 44 --file long.txt", 2, "What to Test is 4,001 characters, 4,000 at most.\n"},
-          {"test-notes 44 ' \n'", 2, "The text is empty.\n"},
-          {"test-notes 44 --file vast.txt", 2, "What to Test is over 4,000 characters, 4,000 at most.\n"},
-          {"test-notes 44 --file latin.txt", 2, "latin.txt isn't UTF-8 text.\n"},
-          {"test-notes 44 --file nul.txt", 2, "nul.txt has a control character in it (\\u{0}).\n"},
-          {"test-notes 44 'a\x1b[2J'", 2, "The text has a control character in it (\\u{1b}).\n"},
-          {"test-notes 44 --file .", 1, ". isn't a file.\n"},
-          {"compliance 43 -y", 1, "Daylight Weather 1.2 (43) for iOS doesn't wait for that answer.\n"},
-      });
+  expectErrors([&](const auto& line) { return builds(line); }, equals,
+               {
+                   {"expire 99", 7, "No build is 99: kestu builds list lists them.\n"},
+                   {"distribute 44 --add A --add Team --add ' B' --remove C", 7,
+                    "No groups are called \"A\", \"B\", \"C\". The app's groups: Team, Friends & Family.\n"},
+                   {"distribute 43 --add Team --remove team", 2, "\"Team\" is in both --add and --remove.\n"},
+                   {"distribute 43 --add 'Friends & Family' --yes", 1,
+                    "Friends & Family is for external testers: submit Daylight Weather 1.2 (43) for iOS to Beta App "
+                    "Review first.\n"},
+                   {"test-notes 44 --file gone.txt", 7, "No file at gone.txt\n"},
+                   {"test-notes 44 --file long.txt", 2, "What to Test is 4,001 characters, 4,000 at most.\n"},
+                   {"test-notes 44 ' \n'", 2, "The text is empty.\n"},
+                   {"test-notes 44 --file vast.txt", 2, "What to Test is over 4,000 characters, 4,000 at most.\n"},
+                   {"test-notes 44 --file latin.txt", 2, "latin.txt isn't UTF-8 text.\n"},
+                   {"test-notes 44 --file nul.txt", 2, "nul.txt has a control character in it (\\u{0}).\n"},
+                   {"test-notes 44 'a\x1b[2J'", 2, "The text has a control character in it (\\u{1b}).\n"},
+                   {"test-notes 44 --file .", 1, ". isn't a file.\n"},
+                   {"compliance 43 -y", 1, "Daylight Weather 1.2 (43) for iOS doesn't wait for that answer.\n"},
+               });
   server.withState([](sandbox::State& state) { state.apps[0].primaryLocale = ""; });
   server.onNext({.path = base + "builds",
                  .status = 200,

@@ -222,23 +222,22 @@ TEST_F(UploadTest, RemoveClearsTheOneUploadThatIsMeant) {
                                 {"u4", 1234567890, "ios", "1.2", "51", begun},
                                 {"u5", 1234567890, "ios", "", "52", begun}};
   });
-  expectErrors(
-      [&](const auto& options) { return builds("remove " + options); }, equals,
-      {
-          {"50", 2,
-           "3 unfinished uploads of 50. Name one with --upload:\n"
-           "  u1  1.3 (50)  iOS    3 hours ago\n"
-           "  u2  1.3 (50)  iOS    3 hours ago\n"
-           "  u3  1.3 (50)  macOS  3 hours ago\n"},
-          {"'1.2 (50)'", 7, "There's no unfinished upload of 1.2 (50).\n"},
-          {"51 --platform macos", 7, "There's no unfinished upload of 51.\n"},
-          {"50 --upload u4", 7, "u4 isn't an unfinished upload of 50.\n"},
-          {"52", 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
-          {"'1.3 (50)' --platform macos", 6,
-           "Remove the unfinished upload of Daylight Weather (com.example.daylight) 1.3 (50) for macOS, begun 3 hours "
-           "ago. Can't be undone.\n"
-           "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
-      });
+  expectErrors([&](const auto& options) { return builds("remove " + options); }, equals,
+               {
+                   {"50", 2,
+                    "3 unfinished uploads of 50. Name one with --upload:\n"
+                    "  u1  1.3 (50)  iOS    3 hours ago\n"
+                    "  u2  1.3 (50)  iOS    3 hours ago\n"
+                    "  u3  1.3 (50)  macOS  3 hours ago\n"},
+                   {"'1.2 (50)'", 7, "There's no unfinished upload of 1.2 (50).\n"},
+                   {"51 --platform macos", 7, "There's no unfinished upload of 51.\n"},
+                   {"50 --upload u4", 7, "u4 isn't an unfinished upload of 50.\n"},
+                   {"52", 1, "Apple doesn't say which version upload u5 is of, so kestu can't name it to remove.\n"},
+                   {"'1.3 (50)' --platform macos", 6,
+                    "Remove the unfinished upload of Daylight Weather (com.example.daylight) 1.3 (50) for macOS, begun "
+                    "3 hours ago. Can't be undone.\n"
+                    "Nothing sent. Run it again with --yes to send it for approval in the kestu app.\n"},
+               });
   EXPECT_EQ(calls("DELETE "), 0U);
   server.scriptNextPlan({.waitingPolls = -1});
   Ran ran = builds("remove 50 --upload u2 --yes");

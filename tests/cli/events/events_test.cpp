@@ -35,12 +35,11 @@ class EventsTest : public LinkedTest {
 };
 
 TEST_F(EventsTest, FromMakingToDeleting) {
-  EXPECT_TRUE(
-      ended(events("create 'Fall Cup' --starts '2026-12-01 4pm' --ends 2026-12-05 --promote-from 2026-11-28 --badge "
-                   "'Live Event' --countries no,SWE --purpose everyone --yes"),
-            0, has,
-            "✓ Made \"Fall Cup\", a draft: 1 Dec, 16:00 to 5 Dec, 23:59 (Europe/Stockholm).\n"
-            "Next: kestu events localize 'Fall Cup' --display-name <name>\n"));
+  EXPECT_TRUE(ended(events("create 'Fall Cup' --starts '2026-12-01 4pm' --ends 2026-12-05 --promote-from 2026-11-28 "
+                           "--badge 'Live Event' --countries no,SWE --purpose everyone --yes"),
+                    0, has,
+                    "✓ Made \"Fall Cup\", a draft: 1 Dec, 16:00 to 5 Dec, 23:59 (Europe/Stockholm).\n"
+                    "Next: kestu events localize 'Fall Cup' --display-name <name>\n"));
   EXPECT_EQ(lastBody().dump(),
             R"({"badge":"liveevent","name":"Fall Cup","purpose":"appropriateforallusers","regions":["no","se"],)"
             R"("schedule":{"eventEnd":"2026-12-05T22:59:00Z","eventStart":"2026-12-01T15:00:00Z",)"
@@ -73,8 +72,8 @@ TEST_F(EventsTest, FromMakingToDeleting) {
 
   EXPECT_TRUE(has(done("submit 'Winter Cup'"), "✓ Sent \"Winter Cup\" to App Review.\n"));
   EXPECT_TRUE(ended(events("set 'Winter Cup' --badge premiere --yes --app 1234567890"), 1, equals,
-                    "\"Winter Cup\" is waiting for App Review, so nothing of it changes. Take it back first: "
-                    "kestu events cancel 'Winter Cup' --app 1234567890\n"));
+                    "\"Winter Cup\" is waiting for App Review, so nothing of it changes. Take it back first: kestu "
+                    "events cancel 'Winter Cup' --app 1234567890\n"));
   EXPECT_TRUE(has(done("cancel 'Winter Cup'"), "It can change now.\nNext: kestu events submit 'Winter Cup'\n"));
   done("submit 'Winter Cup'");
   clock.advance(std::chrono::seconds(9));
@@ -189,8 +188,8 @@ TEST_F(EventsTest, DryRunsAndDataSayAllOfIt) {
   EXPECT_EQ(events("view Cup").status, 7) << "nothing was made";
   make("Fall Cup", "draft");
   EXPECT_EQ(events("card 'Fall Cup' card.png --dry-run").out,
-            "Dry run: would send card.png as the card of \"Fall Cup\" of Daylight Weather "
-            "(com.example.daylight) in en-US.\n");
+            "Dry run: would send card.png as the card of \"Fall Cup\" of Daylight Weather (com.example.daylight) in "
+            "en-US.\n");
   EXPECT_EQ(json::parse(done("submit 'Fall Cup' --with-version --json")), json({{"waits", false}}));
   EXPECT_EQ(lastBody(), json({{"withVersion", true}}));
   EXPECT_TRUE(ends(events("submit 'Fall Cup' --with-version --app 1234567890 --yes").out,

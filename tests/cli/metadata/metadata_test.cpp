@@ -57,9 +57,8 @@ TEST_F(MetadataTest, APullWritesOverNothingUnlessForced) {
                     "These files say something else than 1.1 for iOS in App Store Connect, so nothing was written:\n"
                     "  metadata/app.json\n  metadata/listing/en-US.json\n--force writes over them.\n"));
   EXPECT_EQ(everything(), before) << "not even the file whose value was only missing";
-  EXPECT_EQ(run("metadata pull 1.1 --locale de-DE").out,
-            "  changed  metadata/listing/de-DE.json\n✓ Wrote 1.1 for iOS in kestu's layout: 1 file, and 1 "
-            "file already so.\n");
+  EXPECT_EQ(run("metadata pull 1.1 --locale de-DE").out, "  changed  metadata/listing/de-DE.json\n✓ Wrote 1.1 for iOS "
+                                                         "in kestu's layout: 1 file, and 1 file already so.\n");
   EXPECT_EQ(contents("metadata/app.json"), "mine");
   EXPECT_EQ(run("metadata pull 1.1 --force").status, 0);
   EXPECT_EQ(json::parse(contents("metadata/app.json"))["copyright"], "2026 Example");
@@ -127,13 +126,12 @@ TEST_F(MetadataTest, APushSendsOneChangeOfWhatDiffers) {
   edit("metadata/review.json", {{"notes", "Tap it."}});
   repo.write("metadata/listing/ar-SA.json", R"({"name": "طقس"})");
   environment["KESTU_REVIEW_DEMO_PASSWORD"] = "pa55";
-  EXPECT_EQ(run("metadata push --dry-run").out,
-            "  ar-SA       name                     طقس\n"
-            "  en-US       subtitle                 The sky, hour by hour → Sky\n"
-            "  App Review  notes                    Tap it.\n"
-            "  App Review  demo account's password  sent, never shown\n"
-            "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would take 4 values from the repo, "
-            "after your approval.\n");
+  EXPECT_EQ(run("metadata push --dry-run").out, "  ar-SA       name                     طقس\n"
+                                                "  en-US       subtitle                 The sky, hour by hour → Sky\n"
+                                                "  App Review  notes                    Tap it.\n"
+                                                "  App Review  demo account's password  sent, never shown\n"
+                                                "Dry run: Daylight Weather (com.example.daylight) 1.2 for iOS would "
+                                                "take 4 values from the repo, after your approval.\n");
   EXPECT_EQ(run("metadata push").status, 6);
   EXPECT_EQ(pushes(), 1U) << "the dry run";
   server.scriptNextPlan({.waitingPolls = 1});

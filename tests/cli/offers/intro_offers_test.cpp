@@ -74,19 +74,18 @@ TEST_F(IntroOffersTest, WhatDoesntFitTheSubscriptionIsRefusedBeforeAnythingIsSen
            "cents: 2, not 1.5.\n"},
           {ofYearly + "--mode free --duration 1w --countries se,no", 1,
            already +
-               "2 countries (no, se), and a country has one at a time. Leave them out with --keep or take "
-               "theirs off first:\nkestu intro-offers delete --product " +
+               "2 countries (no, se), and a country has one at a time. Leave them out with --keep or take theirs off "
+               "first:\nkestu intro-offers delete --product " +
                yearly + " --countries no,se\n"},
           {ofYearly + "--mode free --duration 1w --countries europe", 1,
            already +
-               "50 countries (al, am, at and 47 more), and a country has one at a time. Leave them out with "
-               "--keep or take theirs off first with kestu intro-offers delete.\nNext: kestu intro-offers list "
-               "--product " +
+               "50 countries (al, am, at and 47 more), and a country has one at a time. Leave them out with --keep or "
+               "take theirs off first with kestu intro-offers delete.\nNext: kestu intro-offers list --product " +
                yearly + " --all\n"},
           {ofYearly + "--mode free --duration 1w", 1,
            already +
-               "every country, and a country has one at a time. Take that one off first:\nkestu intro-offers "
-               "delete --product " +
+               "every country, and a country has one at a time. Take that one off first:\nkestu intro-offers delete "
+               "--product " +
                yearly + "\n"},
           {"delete --product " + pro, 7, pro + " has no introductory offer. Nothing sent.\n"},
       });

@@ -87,8 +87,8 @@ TEST_F(OfferCodesTest, WhatTheProductsKindForbidsIsRefused) {
 TEST_F(OfferCodesTest, CodesGoFromTheirOfferToAFileAndToTheirEnd) {
   std::string out = made("create \"Tip's on us\" --free --countries se,no --product " + tip).out;
   EXPECT_EQ(out, "Daylight Weather (com.example.daylight), offer Tip's on us of com.example.daylight.tip: free, in 2 "
-                 "countries (no, se), after your approval:\nFor customers who never paid, who pay and who used to "
-                 "pay, with a code alone.\n● Waiting for your approval in the kestu app, until tomorrow, 12:00.\n"
+                 "countries (no, se), after your approval:\nFor customers who never paid, who pay and who used to pay, "
+                 "with a code alone.\n● Waiting for your approval in the kestu app, until tomorrow, 12:00.\n"
                  "✓ Made the offer Tip's on us of com.example.daylight.tip: free.\nNext: kestu offer-codes generate " +
                      newest() + " --count 500 --expires 2027-02-19\n");
   makeOffer();

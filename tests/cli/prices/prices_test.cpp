@@ -78,9 +78,8 @@ TEST_F(PricesTest, WhatDoesntFitTheProductIsRefusedBeforeAnythingIsSent) {
           {"set 5 --until 2027-01-01" + ofPro,
            pro + " is a subscription, whose prices run until they change: its sale is an introductory offer (kestu "
                  "intro-offers create) or an offer code (kestu offer-codes create).\n"},
-          {"set --parity --countries us" + ofPro,
-           "Parity gives no storefront a price of its own, so with no price or countries given there's nothing to "
-           "change.\n"},
+          {"set --parity --countries us" + ofPro, "Parity gives no storefront a price of its own, so with no price or "
+                                                  "countries given there's nothing to change.\n"},
           {"set --override jp=4.99" + ofPro, "jp pays in JPY, without cents: 5, not 4.99.\n"},
       });
   EXPECT_EQ(calls("POST"), 0U);

@@ -131,21 +131,20 @@ TEST_F(PrepareTest, AnInterruptionTellsHowFarItCame) {
   clock.onSleep = [&](std::chrono::milliseconds) { stopping.request_stop(); };
   EXPECT_THROW(prepare("--yes --json"), Stopped);
   EXPECT_EQ(states(terminal.outText()), "unchanged done done waiting planned planned");
-  EXPECT_TRUE(ends(terminal.errText(), "Stopped.\nDone: version, build, release.\nNot done: assets, What to Test. "
-                                       "Run it again to go on from there.\n"));
+  EXPECT_TRUE(ends(
+      terminal.errText(),
+      "Stopped.\nDone: version, build, release.\nNot done: assets, What to Test. Run it again to go on from there.\n"));
 }
 
 TEST_F(PrepareTest, MakesOrRenamesTheVersion) {
   repo.write("metadata/releases/1.3/en-US.json", R"({"whatsNew": "Dusk."})");
   Ran ran = prepare("--yes --no-wait --no-assets", "1.3");
   EXPECT_TRUE(ended(ran, 0, has, "\n  version       rename 1.2, the version being prepared, to 1.3\n"));
-  EXPECT_TRUE(has(ran.out,
-                  "\n✓ version       1.2, which was being prepared, renamed to 1.3\n  build         none of 1.3 that "
-                  "Apple has processed yet: kestu builds upload sends one.\n"));
-  EXPECT_TRUE(has(ran.out,
-                  "\n● listing       2 values from the repo, waits for your approval in the kestu app\n  assets        "
-                  "stay as they are (--no-assets).\n  What to Test  the repo has none.\n● Waiting for your approval "
-                  "in the kestu app.\nNext: kestu builds upload <file>\n"));
+  EXPECT_TRUE(has(ran.out, "\n✓ version       1.2, which was being prepared, renamed to 1.3\n  build         none of "
+                           "1.3 that Apple has processed yet: kestu builds upload sends one.\n"));
+  EXPECT_TRUE(has(ran.out, "\n● listing       2 values from the repo, waits for your approval in the kestu app\n  "
+                           "assets        stay as they are (--no-assets).\n  What to Test  the repo has none.\n● "
+                           "Waiting for your approval in the kestu app.\nNext: kestu builds upload <file>\n"));
 
   setState("1.3", "readyfordistribution");
   server.withState([](sandbox::State& state) { state.review.unlisted = 3; });
