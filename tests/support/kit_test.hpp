@@ -7,7 +7,9 @@
 
 namespace kestu::tests {
 
-/// Changes of KestuKit's things in the demo's account, each approved at once.
+/// Changes of KestuKit's things in the demo's account, each approved at once. The app has the flags new-radar,
+/// hourly-limit and welcome-text, the experiments "Radar first", which is running, and "Longer forecast", a draft, and
+/// a prompt for iOS that is on.
 class KitTest : public LinkedTest {
  protected:
   struct Row {

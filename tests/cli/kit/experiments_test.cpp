@@ -4,11 +4,7 @@
 namespace kestu::tests {
 namespace {
 
-/// The demo app has the experiments "Radar first", which is running, and "Longer forecast", a draft; and a prompt for
-/// iOS that is on.
-class KitChanges : public KitTest {};
-
-TEST_F(KitChanges, Experiments) {
+TEST_F(KitTest, Experiments) {
   expectKit(
       "experiments",
       {
@@ -50,7 +46,7 @@ TEST_F(KitChanges, Experiments) {
                   "\nNext: kestu kit experiments start exp-"));
 }
 
-TEST_F(KitChanges, AnExperimentIsSeenWithBars) {
+TEST_F(KitTest, AnExperimentIsSeenWithBars) {
   server.withState([&](sandbox::State& state) {
     state.kit.experiments[1234567890][0].startedAt = clock.now() - std::chrono::hours(24 * 9);
   });
@@ -67,7 +63,7 @@ TEST_F(KitChanges, AnExperimentIsSeenWithBars) {
   }
 }
 
-TEST_F(KitChanges, UpdatePrompts) {
+TEST_F(KitTest, UpdatePrompts) {
   EXPECT_EQ(run("kit update-prompts list").out,
             "Prompt    Platform  Below  On  Required  Languages  Shown  Updated\n"
             "prompt-1  iOS       1.1    on  no        en-US      5,120  2,204 (43%)\n");

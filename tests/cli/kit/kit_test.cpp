@@ -4,10 +4,7 @@
 namespace kestu::tests {
 namespace {
 
-/// The demo app has the flags new-radar, hourly-limit and welcome-text.
-class Kit : public KitTest {};
-
-TEST_F(Kit, SaysWhatTheCodeReadsAndKestuLacks) {
+TEST_F(KitTest, SaysWhatTheCodeReadsAndKestuLacks) {
   for (const auto& [source, status, out] : std::vector<std::tuple<std::string, int, std::string>>{
            {"", 0, "The code under App reads no flags through KestuFlags.\n"},
            {"KestuFlags.isOn(\"new-radar\") || KestuFlags.isOn(\"new-radar\")", 0,
@@ -34,7 +31,7 @@ TEST_F(Kit, SaysWhatTheCodeReadsAndKestuLacks) {
   EXPECT_EQ(run("flags check").out, "The code reads 2 flags; Kestu has 2.\n✓ Every flag the code reads is in Kestu.\n");
 }
 
-TEST_F(Kit, GivesItsFindingsAsJSON) {
+TEST_F(KitTest, GivesItsFindingsAsJSON) {
   repo.write("B.swift", "\nKestuFlags.isOn(\"x\")\nKestuFlags.string(\"welcome-text\")");
   repo.write("A.swift", "KestuFlags.isOn(\"x\")");
   for (const char* line : {"kit flags check --json", "kit flags check --output json ."}) {
@@ -52,7 +49,7 @@ TEST_F(Kit, GivesItsFindingsAsJSON) {
             nlohmann::json::parse(R"({"flags": 0, "missing": [], "reads": [], "unread": []})"));
 }
 
-TEST_F(Kit, FailsBeforeOrWithTheService) {
+TEST_F(KitTest, FailsBeforeOrWithTheService) {
   for (const std::string folder : {"Nowhere", "kestu.json"}) {
     EXPECT_TRUE(ended(run("kit flags check " + folder), 7, equals, "There is no folder " + folder + ".\n"));
   }
@@ -63,7 +60,7 @@ TEST_F(Kit, FailsBeforeOrWithTheService) {
   EXPECT_EQ(run("kit flags check").status, 4);
 }
 
-TEST_F(Kit, ListsFlagsAndWhereTheCodeReadsThem) {
+TEST_F(KitTest, ListsFlagsAndWhereTheCodeReadsThem) {
   EXPECT_EQ(run("kit flags list").out, "Flag          Type    On   Rollout  Value\n"
                                        "new-radar     bool    on   100%\n"
                                        "hourly-limit  number  off  100%     24\n"
@@ -77,7 +74,7 @@ TEST_F(Kit, ListsFlagsAndWhereTheCodeReadsThem) {
                      "Flag,Type,On,Rollout,Value,Read in,Notes\nnew-radar,bool,on,100%,,\"A.swift:1, A.swift:2\",\n"));
 }
 
-TEST_F(Kit, ChangesFlags) {
+TEST_F(KitTest, ChangesFlags) {
   expectKit(
       "flags",
       {
