@@ -26,7 +26,10 @@ using Says = testing::AssertionResult(const std::string& text, const std::string
 /// `begins`, `ends` or `has`.
 inline testing::AssertionResult ended(const Ran& ran, int status, Says& says, const std::string& text) {
   bool isSaid = says(status == 0 ? ran.out : ran.err, text);
-  return testing::AssertionResult(isSaid && ran.status == status) << ran.status << "\n" << ran.out << ran.err;
+  return testing::AssertionResult(isSaid && ran.status == status)
+         << ran.status << "\n"
+         << ran.out << ran.err << "\nwanted: " << status << "\n"
+         << text;
 }
 
 /// Runs each line.

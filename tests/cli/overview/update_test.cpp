@@ -40,7 +40,7 @@ TEST_F(UpdateTest, TheNoticeComesOnceADayForAVersion) {
   EXPECT_EQ(said("doctor"), "");
   EXPECT_EQ(said(), "kestu 1.2.0" + notice) << "what showed nothing didn't use up the day";
   EXPECT_EQ(said(), "");
-  EXPECT_TRUE(said("apps --app").find(notice) == std::string::npos) << "nothing was announced";
+  EXPECT_FALSE(has(said("apps --app"), notice)) << "nothing was announced";
   clock.advance(std::chrono::hours(24) - std::chrono::seconds(1));
   EXPECT_EQ(said(), "");
   announce("1.3.0");
