@@ -170,7 +170,10 @@ class SecretsOfAFamily : public SecretsTest, public testing::WithParamInterface<
     lay();
     behave(Service::answers, 0);
     Words before = command.before;
-    if (!before.empty()) before.emplace_back("--yes"), runLogged(before);
+    if (!before.empty()) {
+      before.emplace_back("--yes");
+      runLogged(before);
+    }
     behave(service, from);
     server.forgetRequests();
     Ran ran = runLogged(resolved(words));

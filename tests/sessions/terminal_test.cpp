@@ -103,7 +103,10 @@ class HostileText : public EveryCommandTest, public testing::WithParamInterface<
       serve([](const std::string&) { return false; }, "");
       FakeTerminal unseen;
       Words before = command.before;
-      if (!before.empty()) before.emplace_back("--yes"), runOn(unseen, before);
+      if (!before.empty()) {
+        before.emplace_back("--yes");
+        runOn(unseen, before);
+      }
       serve(chosen, hostile);
       FakeTerminal screen(60), pipe;
       screen.type("n");
