@@ -61,17 +61,17 @@ class Seed {
 
   void wrong(const std::string& what) { report_.wrong.push_back(what); }
 
-  void look(const Ended& ended, bool json) {
+  void look(const Ended& ended, bool asJSON) {
     lookAtEnd(ended);
     lookAtMessage(ended);
     lookAtText("standard error", ended.err);
     lookAtText("standard output", ended.out);
     if (!world_.filesWith(world_.token).empty()) wrong("the token is in " + world_.filesWith(world_.token));
     if (ended.signal == 0 && ended.status != 0 && ended.err.empty()) wrong("it says nothing about why it failed");
-    if (json && ended.signal == 0 && !ended.out.empty() && !json::accept(ended.out)) wrong("it wrote broken JSON");
+    if (asJSON && ended.signal == 0 && !ended.out.empty() && !json::accept(ended.out)) wrong("it wrote broken JSON");
     bool isDone = ended.signal == 0 && ended.status == 0;
-    if (isDone && !json && ended.out.find(road_.says) == std::string::npos) wrong("it says " + ended.out);
-    if (isDone && json && !hasOne(json::parse(ended.out), road_.keys)) wrong("its JSON is " + ended.out);
+    if (isDone && !asJSON && ended.out.find(road_.says) == std::string::npos) wrong("it says " + ended.out);
+    if (isDone && asJSON && !hasOne(json::parse(ended.out), road_.keys)) wrong("its JSON is " + ended.out);
   }
 
  private:

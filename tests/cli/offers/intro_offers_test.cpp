@@ -1,3 +1,4 @@
+#include "core/support/text.hpp"
 #include "tests/support/endings.hpp"
 #include "tests/support/linked_test.hpp"
 
@@ -96,7 +97,7 @@ TEST_F(IntroOffersTest, AnOfferIsMadeFollowedShownAndTakenBack) {
   Ran made = create("--mode free --duration 1w --from 2026-12-01 --until 2026-12-01 --keep ru --wait");
   EXPECT_EQ(made.status, 0) << made.err;
   std::string job;
-  server.withState([&](sandbox::State& state) { job = state.plans.back().job; });
+  server.withState([&](sandbox::State& state) { job = Text::lowercased(state.plans.back().job); });
   EXPECT_TRUE(has(made.out, "\nUndo: kestu intro-offers undo " + job + "\n"));
   EXPECT_TRUE(has(made.out, "✓ Done, all 174 countries.\n  Daylight Pro, monthly (" + pro +
                                 "): 1 week free, from 1 Dec 2026, until 1 Dec 2026\n"));
