@@ -216,7 +216,8 @@ TEST_F(ProjectTest, ConfigKeepsWhatItDoesNotKnow) {
   EXPECT_EQ(run("config --json").out,
             "{\n  \"appId\": 3456789012,\n  \"bundleId\": \"com.example.ledger.mac\",\n  \"keywords\": \"bytes\",\n"
             "  \"screenshotFolders\": \"ids\"\n}\n");
-  for (const std::string bad : {"", "[]", "{", R"({"appId": "1", "bundleId": "a"})", R"({"bundleId": "a"})",
+  for (const std::string& bad :
+       std::vector<std::string>{"", "[]", "{", R"({"appId": "1", "bundleId": "a"})", R"({"bundleId": "a"})",
                                 R"({"appId": 1, "bundleId": "a", "keywords": 5})", std::string(2'000'000, ' ')}) {
     SCOPED_TRACE(bad.substr(0, 100));
     repo.write("kestu.json", bad);
