@@ -33,7 +33,7 @@ void zoned(std::string_view text, const TimeZone& zone, bool endOfDay, const Eve
   require(meant.occurs != TimeZone::Occurs::skipped, "clocks show what was taken");
   require(meant.moment == *time.moment || meant.other == *time.moment, "a moment is the one that clocks show");
   auto day = floor<days>(local);
-  bool alone = Text::trimmed(text).find_first_of(" \tT:\n") == std::string::npos && text.size() <= 10;
+  bool alone = Text::trimmed(text).find_first_of(" \t\v\f\r\nT:") == std::string::npos && text.size() <= 10;
   bool plain = alone && time.note.empty();
   if (plain) require(local == day + (endOfDay ? minutes(24 * 60 - 1) : minutes(0)), "a day begins or ends");
 }
