@@ -76,6 +76,10 @@ TEST(AnnouncedVersion, IsNewerByItsNumbers) {
     EXPECT_FALSE(isNewer(version)) << version;
 }
 
+APIURL apiURL(const std::string& text) {
+  return APIURL::from(Environment(std::map<std::string, std::string, std::less<>>{{"KESTU_API_URL", text}}));
+}
+
 TEST(APIURL, TakesHTTPSAnywhereAndHTTPHere) {
   for (const auto& [text, origin] :
        Rows<std::string, std::string>{{"https://API.example.com/base/", "https://api.example.com"},
@@ -85,15 +89,15 @@ TEST(APIURL, TakesHTTPSAnywhereAndHTTPHere) {
                                       {"http://[::1]:9", "http://[::1]:9"},
                                       {"http://127.1.2.3", "http://127.1.2.3"},
                                       {"", "https://api.kestu.com"}})
-    EXPECT_EQ(APIURL::from(Environment({{"KESTU_API_URL", text}})).origin(), origin) << text;
+    EXPECT_EQ(apiURL(text).origin(), origin) << text;
   for (const char* text : {"http://example.com", "http://127.0.0.1.example.com", "http://127.0.0.1@example.com",
                            "https://user@example.com", "http://127.0.0.1\\@example.com", "ftp://127.0.0.1", "https://",
                            "api.kestu.com", "https://a.example/?x", "https://a b", "http://127.0.0.999"}) {
-    std::string said = outcomeOf([&] { APIURL::from(Environment({{"KESTU_API_URL", text}})); });
+    std::string said = outcomeOf([&] { apiURL(text); });
     EXPECT_NE(said, "") << text;
     EXPECT_FALSE(has(said, "user")) << "what may be a name isn't told";
   }
-  APIURL url = APIURL::from(Environment({{"KESTU_API_URL", "https://a.example/base/"}}));
+  APIURL url = apiURL("https://a.example/base/");
   EXPECT_EQ(url.url("/v1/apps", {{"version", "1.2 ü&"}, {"x", ""}}),
             "https://a.example/base/v1/apps?version=1.2%20%C3%BC%26&x=");
 }
