@@ -111,7 +111,9 @@ Moment momentOf(std::chrono::local_seconds time, const icu::BasicTimeZone& zone,
 std::optional<TimeZone> TimeZone::identified(const std::string& id) {
   if (std::find(notZones.begin(), notZones.end(), id) != notZones.end()) return std::nullopt;
   if (id.find('\0') != std::string::npos) return std::nullopt; // ICU looks no further
-  if (id.starts_with("GMT") && id.find_first_of("+-", 4) != std::string::npos) return std::nullopt; // it takes "GMT+-2"
+  if (upperCased(id).starts_with("GMT") && id.find_first_of("+-", 4) != std::string::npos) {
+    return std::nullopt; // ICU takes "GMT+-2"
+  }
   UErrorCode status = U_ZERO_ERROR;
   icu::UnicodeString canonical;
   icu::TimeZone::getCanonicalID(unicode(id), canonical, status); // refuses what it doesn't know
